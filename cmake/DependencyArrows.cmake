@@ -1,0 +1,36 @@
+# Which of our own targets each target may link. A new arrow starts here, with a reason in its commit.
+set(MIRSKO_ARROWS_NyUtilsLib "")
+set(MIRSKO_ARROWS_NxBase "")
+set(MIRSKO_ARROWS_NxSystem NxBase NyUtilsLib)
+set(MIRSKO_ARROWS_NxGenICam NxBase NyUtilsLib)
+set(MIRSKO_ARROWS_NxDevice NxBase NyUtilsLib NxSystem NxGenICam)
+set(MIRSKO_ARROWS_firmware_file sdk_headers compat_miniz)
+set(MIRSKO_ARROWS_transfer sdk_headers)
+set(MIRSKO_ARROWS_update sdk_headers firmware_file transfer)
+set(MIRSKO_ARROWS_app sdk_headers firmware_file update)
+# The simulator shares no code with the SDK: a misreading of a protocol must not cancel out.
+set(MIRSKO_ARROWS_simulator "")
+
+set(MIRSKO_OWN_TARGETS NyUtilsLib NxBase NxSystem NxGenICam NxDevice sdk_headers sdk_internal
+    compat_miniz firmware_file transfer update app simulator fake_sdk)
+
+# Fails the configure step when a target links one of ours that the table does not allow it.
+function(mirsko_check_dependency_arrows)
+    foreach(target IN LISTS MIRSKO_OWN_TARGETS)
+        if(NOT DEFINED MIRSKO_ARROWS_${target} OR NOT TARGET ${target})
+            continue()
+        endif()
+        get_target_property(linked ${target} LINK_LIBRARIES)
+        foreach(library IN LISTS linked)
+            string(REGEX REPLACE "^\\$<LINK_ONLY:(.*)>$" "\\1" library "${library}")
+            if(library IN_LIST MIRSKO_OWN_TARGETS AND NOT library STREQUAL "sdk_internal"
+               AND NOT library IN_LIST MIRSKO_ARROWS_${target})
+                message(FATAL_ERROR "${target} must not depend on ${library} "
+                                    "(see cmake/DependencyArrows.cmake)")
+            endif()
+        endforeach()
+        if("sdk_internal" IN_LIST linked AND NOT target MATCHES "^N[xy]")
+            message(FATAL_ERROR "${target} must not use the SDK's internal headers")
+        endif()
+    endforeach()
+endfunction()

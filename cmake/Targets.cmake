@@ -1,0 +1,61 @@
+# The kinds of target that this project is made of.
+
+# mirsko_sdk_library(<Name> SOURCES … DEPENDS <our libraries> EXTERNAL <imported targets>)
+# A shared library of the SDK. Its public headers are sdk/include/<Name>/*.h; each is compiled on
+# its own by the target all_verify_interface_header_sets.
+function(mirsko_sdk_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS;EXTERNAL")
+    file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/sdk/include/${name}/*.h)
+    add_library(${name} SHARED ${arg_SOURCES})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/sdk/include
+                                  FILES ${headers})
+    target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE sdk_internal ${arg_EXTERNAL})
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        INTERFACE_MIRSKO_SDK_KIND real
+        COMPATIBLE_INTERFACE_STRING MIRSKO_SDK_KIND)
+    # Strings and results are plain values; the scripted SDK of the tests uses the real ones.
+    if(name MATCHES "^(NxBase|NyUtilsLib)$")
+        set_property(TARGET ${name} PROPERTY INTERFACE_MIRSKO_SDK_KIND)
+    endif()
+    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} FILE_SET HEADERS)
+endfunction()
+
+# mirsko_app_folder(<name> SOURCES … USES <folders>)
+# One folder of the updater, as an object library that lets others see only its own headers.
+function(mirsko_app_folder name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+    add_library(${name} OBJECT ${arg_SOURCES})
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC sdk_headers PRIVATE ${arg_USES})
+endfunction()
+
+# mirsko_program(<name> SOURCES … LIBRARIES …): a program in <build>/bin.
+function(mirsko_program name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
+    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
+# mirsko_test(<name> LABEL <label> SOURCES … LIBRARIES … [ISOLATED] [TIMEOUT <seconds>])
+# A GoogleTest program; each of its tests is one CTest test. ISOLATED tests each run in network,
+# process and mount namespaces of their own (tests/isolated.sh).
+function(mirsko_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "ISOLATED" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} test_support GTest::gmock_main)
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    if(arg_ISOLATED)
+        set_property(TARGET ${name} PROPERTY CROSSCOMPILING_EMULATOR
+                     ${PROJECT_SOURCE_DIR}/tests/isolated.sh)
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 TEST_PREFIX "${arg_LABEL}/"
+                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+endfunction()

@@ -1,0 +1,80 @@
+#include <NxBase/NxResult.h>
+
+#include <NxBase/NxResultCodes.h>
+
+namespace {
+
+const char* GeneralDescription(unsigned int code) {
+    switch (code) {
+        case kNxOk:
+            return "OK";
+        case kNxNoFileAccess:
+            return "The device offers no GenICam file access";
+        case kNxBackupLoadOnly:
+            return "The device runs its backup load, which takes no firmware by file access";
+        case kNxResetNotSupported:
+            return "The device cannot be reset over this transport; restart it by hand";
+        case kNxNoOutcome:
+            return "The operation has not ended yet";
+        case kNxStatusNotSuccess:
+            return "The device's status text shows no success";
+        case kNxInvalidArgument:
+            return "A value cannot be used";
+        case kNxLocalFile:
+            return "A local file cannot be used";
+        case kNxSocket:
+            return "The network interface cannot be used";
+        case kNxTimeout:
+            return "The device did not answer in time; check cable, power and address";
+        case kNxAccessDenied:
+            return "Access to the device was denied";
+        case kNxControlLost:
+            return "Control of the device was lost";
+        case kNxDeviceGone:
+            return "The device is gone";
+        case kNxProtocol:
+            return "The device's answer breaks the protocol";
+        case kNxDeviceError:
+            return "The device answered with an error";
+        case kNxNoSuchNode:
+            return "The device has no such GenICam feature";
+        case kNxNodeAccess:
+            return "A GenICam feature of the device cannot be read or written";
+        case kNxBadDescription:
+            return "The device's GenICam description cannot be used";
+        case kNxFileOperation:
+            return "The device refused a file operation";
+        case kNxTransferIncomplete:
+            return "The device took fewer bytes than were sent";
+        case kNxTftpError:
+            return "The device's TFTP server answered with an error";
+        case kNxNotAPayload:
+            return "The file does not begin with a valid firmware header";
+        case kNxBufferTooSmall:
+            return "The answer is larger than expected";
+        case kNxNotSupported:
+            return "The device does not support this operation";
+        default:
+            return nullptr;
+    }
+}
+
+NxString DescribeCode(unsigned int code) {
+    const char* text = GeneralDescription(code);
+    return text != nullptr ? NxString(text)
+                           : NxString("The operation failed with code " + std::to_string(code));
+}
+
+}  // namespace
+
+NxResult::NxResult(unsigned int code)
+    : mCode(code), mDescription(code == kNxOk ? NxString() : DescribeCode(code)) {}
+
+NxResult::NxResult(unsigned int code, const NxString& description)
+    : mCode(code), mDescription(description) {}
+
+bool NxResult::IsOK() const { return mCode == kNxOk; }
+
+unsigned int NxResult::GetCode() const { return mCode; }
+
+const NxString& NxResult::GetDescription() const { return mDescription; }

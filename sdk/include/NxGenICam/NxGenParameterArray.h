@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include <NxBase/NxApi.h>
+#include <NxBase/NxResult.h>
+#include <NxBase/NxString.h>
+
+class NxGenEnum;
+
+/// The GenICam node map of one connection (GenICam GenApi; feature names of the SFNC).
+///
+/// One thread at a time. Owned by the NxDevice that gave it out.
+class NX_API NxGenParameterArray {
+  public:
+    class Impl;
+
+    explicit NxGenParameterArray(std::unique_ptr<Impl> impl);
+    ~NxGenParameterArray();
+    NxGenParameterArray(const NxGenParameterArray&) = delete;
+    NxGenParameterArray& operator=(const NxGenParameterArray&) = delete;
+
+    /// Reads a node as text: string, enumeration, integer, float, boolean.
+    /// @return not OK, `value` untouched, when there is no such node or it cannot be read
+    NxResult GetStringValue(const NxString& name, NxString& value);
+    /// Null when the node is absent, not implemented or no enumeration. Owned by the node map.
+    NxGenEnum* GetEnum(const NxString& name);
+
+    /// For the SDK's own libraries.
+    [[nodiscard]] Impl& GetImpl() const { return *mImpl; }
+
+  private:
+    std::unique_ptr<Impl> mImpl;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include <NxBase/NxApi.h>
+#include <NxBase/NxResult.h>
+
+class NxInterface;
+
+/// The root of discovery: the interfaces of this computer and the devices behind them.
+///
+/// One thread at a time. Every interface and device record that it ever gave out stays valid until
+/// the NxSystem is destroyed, also across further Find calls.
+class NX_API NxSystem {
+  public:
+    NxSystem();
+    ~NxSystem();
+    NxSystem(const NxSystem&) = delete;
+    NxSystem& operator=(const NxSystem&) = delete;
+
+    /// Looks for devices on all interfaces at once and waits one second for their answers
+    /// (GigE Vision 2.0, section 14 "Device Discovery"; USB3 Vision 1.0, section 3).
+    /// @return not OK when no interface could be asked; interfaces that could be are still listed
+    NxResult Find();
+
+    /// Interfaces of the last Find: network adapters first, then USB host controllers.
+    [[nodiscard]] unsigned int GetInterfaceCount() const;
+    /// Null past the end.
+    [[nodiscard]] const NxInterface* GetInterface(unsigned int index) const;
+
+  private:
+    class Impl;
+    std::unique_ptr<Impl> mImpl;
+};

@@ -1,0 +1,150 @@
+#include "Process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+
+extern char** environ;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void ReadAll(int descriptor, std::string& into) {
+    std::array<char, 65536> buffer{};
+    for (;;) {
+        const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+        if (count > 0) {
+            into.append(buffer.data(), static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    close(descriptor);
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+}  // namespace
+
+Process::Process(std::vector<std::string> command, std::vector<std::string> environment)
+    : mStart(Clock::now()) {
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        environment.emplace_back(*entry);
+    }
+    std::array<int, 2> out{};
+    std::array<int, 2> err{};
+    if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) {
+        ADD_FAILURE() << "pipe2: " << strerror(errno);
+        return;
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+    const int error = posix_spawnp(&mId, command.at(0).c_str(), &actions, nullptr,
+                                   Pointers(command).data(), Pointers(environment).data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+    close(err[1]);
+    if (error != 0) {
+        ADD_FAILURE() << "cannot start " << command.at(0) << ": " << strerror(error);
+        mId = -1;
+        mReaped = true;
+    }
+    mOutReader = std::thread([this, end = out[0]] { ReadAll(end, mResult.out); });
+    mErrReader = std::thread([this, end = err[0]] { ReadAll(end, mResult.err); });
+}
+
+Process::~Process() {
+    if (!mReaped) {
+        Signal(SIGKILL);
+        (void)Wait(Milliseconds(10000));
+    }
+    if (mOutReader.joinable()) {
+        mOutReader.join();
+        mErrReader.join();
+    }
+}
+
+bool Process::IsRunning() {
+    if (mReaped) {
+        return false;
+    }
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(mId), &info, WEXITED | WNOHANG | WNOWAIT);
+    return info.si_pid == 0;
+}
+
+void Process::Signal(int signal) const {
+    if (!mReaped && mId > 0) {
+        kill(mId, signal);
+    }
+}
+
+ProcessResult Process::Wait(Milliseconds limit) {
+    if (!mReaped) {
+        if (!WaitUntil([this] { return !IsRunning(); }, limit)) {
+            mResult.timedOut = true;
+            Signal(SIGKILL);
+        }
+        int status = 0;
+        rusage usage{};
+        wait4(mId, &status, 0, &usage);
+        Collect(status, usage.ru_maxrss);
+    }
+    return mResult;
+}
+
+void Process::Collect(int status, long peakMemoryKiB) {
+    mReaped = true;
+    mOutReader.join();
+    mErrReader.join();
+    mResult.duration = std::chrono::duration_cast<Milliseconds>(Clock::now() - mStart);
+    mResult.peakMemoryKiB = peakMemoryKiB;
+    if (WIFEXITED(status)) {
+        mResult.exitStatus = WEXITSTATUS(status);
+    } else if (WIFSIGNALED(status)) {
+        mResult.signal = WTERMSIG(status);
+    }
+}
+
+ProcessResult Process::Terminate(Milliseconds limit) {
+    Signal(SIGTERM);
+    return Wait(limit);
+}
+
+ProcessResult Process::Run(std::vector<std::string> command, Milliseconds limit,
+                           std::vector<std::string> environment) {
+    return Process(std::move(command), std::move(environment)).Wait(limit);
+}
+
+std::string Program(const std::string& name) {
+    return std::string(MIRSKO_PROGRAM_FOLDER) + "/" + name;
+}
+
+bool WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto end = Clock::now() + limit;
+    while (!condition()) {
+        if (Clock::now() >= end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+/// What a finished program left.
+struct ProcessResult {
+    int exitStatus = -1;  ///< as from exit(); -1 when a signal or the time limit ended it
+    int signal = 0;       ///< the signal that ended it, 0 if none did
+    bool timedOut = false;
+    std::string out;  ///< raw bytes of its standard output
+    std::string err;  ///< raw bytes of its standard error
+    long peakMemoryKiB = 0;
+    std::chrono::milliseconds duration{0};
+};
+
+/// A child program with its output collected. Killed, if it still runs, with this object.
+class Process {
+  public:
+    using Milliseconds = std::chrono::milliseconds;
+
+    /// @param command program (searched in PATH when it has no '/') and its arguments
+    /// @param environment additional NAME=value settings
+    explicit Process(std::vector<std::string> command, std::vector<std::string> environment = {});
+    ~Process();
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    [[nodiscard]] pid_t Id() const { return mId; }
+    [[nodiscard]] bool IsRunning();
+    void Signal(int signal) const;
+    /// Waits for its end; past the limit it is killed and marked as timed out.
+    ProcessResult Wait(Milliseconds limit);
+    /// SIGTERM, then Wait.
+    ProcessResult Terminate(Milliseconds limit = Milliseconds(10000));
+
+    static ProcessResult Run(std::vector<std::string> command,
+                             Milliseconds limit = Milliseconds(60000),
+                             std::vector<std::string> environment = {});
+
+  private:
+    void Collect(int status, long peakMemoryKiB);
+
+    pid_t mId = -1;
+    bool mReaped = false;
+    std::chrono::steady_clock::time_point mStart;
+    std::thread mOutReader;
+    std::thread mErrReader;
+    ProcessResult mResult;
+};
+
+/// The path of a program of this build, e.g. Program("mirsko-simulator").
+std::string Program(const std::string& name);
+
+/// Asks every 5 ms until the condition holds; false when the limit is reached first.
+bool WaitUntil(const std::function<bool()>& condition,
+               std::chrono::milliseconds limit = std::chrono::milliseconds(20000));
