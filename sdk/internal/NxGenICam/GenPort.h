@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include <NxBase/NxApi.h>
+#include <NxBase/NxResult.h>
+
+/// The way to a device's registers, over whichever bus. Safe to call from any thread.
+///
+/// Bytes are always in the order in which the device's memory holds them.
+class NX_API GenPort {
+  public:
+    /// Four bytes of device memory at a multiple of four.
+    struct Register {
+        std::uint64_t address = 0;
+        std::byte bytes[4] = {};
+    };
+
+    virtual ~GenPort();
+
+    /// Reads any number of bytes; split into as few commands as the bus allows.
+    virtual NxResult ReadMemory(std::uint64_t address, std::span<std::byte> buffer) = 0;
+    /// Writes any number of bytes; split into as few commands as the bus allows. The bytes between
+    /// the end of `data` and the next multiple of four may be overwritten with zeros.
+    virtual NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) = 0;
+    /// Reads registers in order: with one command where the bus can, else one by one.
+    virtual NxResult ReadRegisters(std::span<Register> registers) = 0;
+    /// Writes registers in order: with one command where the bus can, else one by one.
+    virtual NxResult WriteRegisters(std::span<const Register> registers) = 0;
+};

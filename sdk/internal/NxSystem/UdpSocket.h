@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include <NxSystem/DatagramSocket.h>
+
+/// A UDP socket of this computer, on a port of the system's choice.
+class NX_API UdpSocket : public DatagramSocket {
+  public:
+    UdpSocket();
+    ~UdpSocket() override;
+    UdpSocket(const UdpSocket&) = delete;
+    UdpSocket& operator=(const UdpSocket&) = delete;
+
+    /// Opens the socket for broadcasts and single receivers.
+    /// @param interfaceName what it sends leaves through this interface and no other, whatever the
+    ///        routes say, so that several cameras' interfaces may share a subnet; empty: any
+    /// @param localAddress address it sends from, host byte order; 0: the system's choice
+    NxResult Open(const std::string& interfaceName, std::uint32_t localAddress);
+    /// Asks the system for receive buffers of that many bytes.
+    /// @return the number of bytes it granted
+    std::size_t RequestReceiveBuffer(std::size_t bytes);
+    /// The descriptor, for poll(); -1 when not open.
+    [[nodiscard]] int Descriptor() const { return mDescriptor; }
+
+    NxResult Send(const Endpoint& to, std::span<const std::byte> datagram) override;
+    NxResult Receive(std::span<std::byte> buffer, Clock::time_point deadline, std::size_t& length,
+                     Endpoint& from, bool& timedOut) override;
+
+  private:
+    int mDescriptor = -1;
+    std::string mInterfaceName;
+};
