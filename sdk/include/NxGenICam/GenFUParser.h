@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <NxBase/NxApi.h>
+#include <NxGenICam/IGenFUModelBuilder.h>
+#include <NyUtilsLib/Result.h>
+
+namespace NxGenICamLib {
+
+/// Reads the text of a package's "Manifest.xml" and drives a model builder with what it says.
+/// The grammar is that of docs/packages.md and of the schema FirmwareUpdate.xsd.
+class NX_API GenFUParser {
+  public:
+    /// @param builder receives the model; not owned, must outlive the parser
+    explicit GenFUParser(IGenFUModelBuilder* builder);
+    ~GenFUParser();
+    GenFUParser(const GenFUParser&) = delete;
+    GenFUParser& operator=(const GenFUParser&) = delete;
+
+    /// Checks the whole text first; the builder is called only when nothing is wrong with it.
+    /// @param text XML in UTF-8, at most 1 MiB
+    /// @return code 0, or a message "Manifest.xml:line:column: what is wrong"; line and column
+    ///         count from 1, the column in bytes
+    NyUtilsLib::Result Build(const std::string& text);
+
+  private:
+    class Impl;
+    std::unique_ptr<Impl> mImpl;
+};
+
+}  // namespace NxGenICamLib
