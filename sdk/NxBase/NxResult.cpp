@@ -73,8 +73,14 @@ NxResult::NxResult(unsigned int code)
 NxResult::NxResult(unsigned int code, const NxString& description)
     : mCode(code), mDescription(description) {}
 
-bool NxResult::IsOK() const { return mCode == kNxOk; }
+bool NxResult::IsOK() const {
+    return mCode == kNxOk;
+}
 
-unsigned int NxResult::GetCode() const { return mCode; }
+unsigned int NxResult::GetCode() const {
+    return mCode;
+}
 
-const NxString& NxResult::GetDescription() const { return mDescription; }
+const NxString& NxResult::GetDescription() const {
+    return mDescription;
+}

@@ -9,9 +9,13 @@ namespace {
 // which no valid text holds on their own.
 constexpr wchar_t kEscape = 0xDC00;
 
-bool IsEscape(wchar_t character) { return character >= 0xDC80 && character <= 0xDCFF; }
+bool IsEscape(wchar_t character) {
+    return character >= 0xDC80 && character <= 0xDCFF;
+}
 
-bool IsContinuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
+bool IsContinuation(unsigned char byte) {
+    return (byte & 0xC0U) == 0x80U;
+}
 
 // Length in bytes of the well-formed UTF-8 sequence at the start of `text`; 0 when there is none.
 std::size_t SequenceLength(const unsigned char* text, std::size_t available) {
@@ -66,7 +70,9 @@ std::wstring ToWide(const std::string& narrow) {
 }
 
 void AppendUtf8(std::string& narrow, std::uint32_t code) {
-    const auto append = [&narrow](std::uint32_t byte) { narrow.push_back(static_cast<char>(byte)); };
+    const auto append = [&narrow](std::uint32_t byte) {
+        narrow.push_back(static_cast<char>(byte));
+    };
     if (code < 0x80) {
         append(code);
     } else if (code < 0x800) {
@@ -109,11 +115,17 @@ NxString::NxString(const wchar_t* text)
 // Cut at a zero byte: both forms are handed out as zero-terminated texts and must agree.
 NxString::NxString(const std::string& text) : mNarrow(text.c_str()), mWide(ToWide(mNarrow)) {}
 
-const char* NxString::GetAscii() const { return mNarrow.c_str(); }
+const char* NxString::GetAscii() const {
+    return mNarrow.c_str();
+}
 
-const wchar_t* NxString::GetUnicode() const { return mWide.c_str(); }
+const wchar_t* NxString::GetUnicode() const {
+    return mWide.c_str();
+}
 
-unsigned int NxString::GetLength() const { return static_cast<unsigned int>(mNarrow.size()); }
+unsigned int NxString::GetLength() const {
+    return static_cast<unsigned int>(mNarrow.size());
+}
 
 NxString& NxString::operator+=(const NxString& other) {
     // Converted anew: two halves of one character may meet where the texts are joined.
@@ -122,12 +134,18 @@ NxString& NxString::operator+=(const NxString& other) {
     return *this;
 }
 
-bool NxString::operator==(const NxString& other) const { return mNarrow == other.mNarrow; }
+bool NxString::operator==(const NxString& other) const {
+    return mNarrow == other.mNarrow;
+}
 
-bool NxString::operator!=(const NxString& other) const { return mNarrow != other.mNarrow; }
+bool NxString::operator!=(const NxString& other) const {
+    return mNarrow != other.mNarrow;
+}
 
 bool NxString::operator==(const char* other) const {
     return mNarrow == (other != nullptr ? other : "");
 }
 
-bool NxString::operator!=(const char* other) const { return !(*this == other); }
+bool NxString::operator!=(const char* other) const {
+    return !(*this == other);
+}

@@ -23,8 +23,7 @@ class NX_API IGenFUUpdater {
                                                  std::list<std::string>& entries) = 0;
     /// Transfers one file of the package to the device.
     /// @param transport the manifest's word for the way, e.g. "TFTP" or "GenICam"
-    virtual NyUtilsLib::Result Write(const std::string& fileName,
-                                     const std::string& transport) = 0;
+    virtual NyUtilsLib::Result Write(const std::string& fileName, const std::string& transport) = 0;
     virtual NyUtilsLib::Result Reset() = 0;
 };
 

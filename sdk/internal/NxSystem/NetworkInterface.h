@@ -9,11 +9,11 @@
 
 /// One IPv4 address of a network interface that is up.
 struct NetworkInterface {
-    std::string name;                     ///< "eth1"
-    std::uint32_t address = 0;            ///< host byte order
-    std::uint32_t netmask = 0;            ///< host byte order
-    std::array<std::uint8_t, 6> mac{};    ///< all zero for loopback
-    unsigned int mtu = 1500;              ///< bytes of an IP packet
+    std::string name;                   ///< "eth1"
+    std::uint32_t address = 0;          ///< host byte order
+    std::uint32_t netmask = 0;          ///< host byte order
+    std::array<std::uint8_t, 6> mac{};  ///< all zero for loopback
+    unsigned int mtu = 1500;            ///< bytes of an IP packet
 };
 
 /// Every IPv4 address of every interface that is up, loopback included, in the system's order.

@@ -1,0 +1,64 @@
+#include <NxSystem/ConnectionId.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include <net/if.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include <NxSystem/NetworkInterface.h>
+
+namespace {
+
+const std::string kUsbPrefix = "u3v:";
+
+// The GUID is 12 characters: vendor and device number in hexadecimal (USB3 Vision 1.0, section 4).
+constexpr std::size_t kLongestGuid = 64;
+
+bool IsName(const std::string& text, std::size_t longest) {
+    return !text.empty() && text.size() <= longest &&
+           std::all_of(text.begin(), text.end(),
+                       [](unsigned char c) { return std::isgraph(c) != 0; });
+}
+
+NxResult Malformed(const std::string& text) {
+    return NxResult(kNxInvalidArgument,
+                    "\"" + text +
+                        "\" names no device: an address such as 192.168.1.20%eth1 or "
+                        "u3v: and a GUID is needed");
+}
+
+}  // namespace
+
+NxResult ConnectionId::Parse(const NxString& text, ConnectionId& id) {
+    const std::string given = text.GetAscii();
+    ConnectionId parsed;
+    if (given.starts_with(kUsbPrefix)) {
+        parsed.kind = Kind::kUsb;
+        parsed.guid = given.substr(kUsbPrefix.size());
+        if (!IsName(parsed.guid, kLongestGuid)) {
+            return Malformed(given);
+        }
+    } else {
+        const std::size_t separator = given.find('%');
+        if (!ParseAddress(given.substr(0, separator), parsed.address)) {
+            return Malformed(given);
+        }
+        if (separator != std::string::npos) {
+            parsed.interfaceName = given.substr(separator + 1);
+            if (!IsName(parsed.interfaceName, IFNAMSIZ - 1)) {
+                return Malformed(given);
+            }
+        }
+    }
+    id = parsed;
+    return NxResult();
+}
+
+std::string ConnectionId::Format() const {
+    if (kind == Kind::kUsb) {
+        return kUsbPrefix + guid;
+    }
+    return FormatAddress(address) + (interfaceName.empty() ? "" : "%" + interfaceName);
+}
