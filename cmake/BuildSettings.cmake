@@ -23,8 +23,14 @@ if(MIRSKO_SANITIZE)
     if(_sanitize MATCHES "undefined")
         string(APPEND _sanitize ",float-cast-overflow")
     endif()
-    # Not -Werror: instrumentation itself sets off g++'s flow warnings.
-    add_compile_options(-fsanitize=${_sanitize} -fno-sanitize-recover=all -fno-omit-frame-pointer
-                        -Wno-maybe-uninitialized -Wno-tsan)
+    add_compile_options(-fsanitize=${_sanitize} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # Instrumentation itself sets off g++'s flow warnings.
+        add_compile_options(-Wno-maybe-uninitialized -Wno-tsan)
+    endif()
     add_link_options(-fsanitize=${_sanitize})
+endif()
+if(MIRSKO_BUILD_FUZZERS)
+    # Coverage feedback from the libraries too, not only from the fuzz program itself.
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

@@ -10,7 +10,9 @@ function(mirsko_sdk_library name)
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/sdk/include
                                   FILES ${headers})
     target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE sdk_internal ${arg_EXTERNAL})
-    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    if(NOT MIRSKO_BUILD_FUZZERS)  # clang's sanitizer runtimes are in the program, not in libraries
+        target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    endif()
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         INTERFACE_MIRSKO_SDK_KIND real
@@ -58,4 +60,27 @@ function(mirsko_test name)
     endif()
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 TEST_PREFIX "${arg_LABEL}/"
                          PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+endfunction()
+
+# mirsko_fuzz_target(<name> SOURCES … LIBRARIES … [MAX_LENGTH <bytes>])
+# A source with LLVMFuzzerTestOneInput. With MIRSKO_BUILD_FUZZERS a libFuzzer program, else a CTest
+# test that runs every file of tests/fuzz/corpus/<name>/. docs/fuzzing.md tells how to use both.
+function(mirsko_fuzz_target name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "MAX_LENGTH" "SOURCES;LIBRARIES")
+    set(folder ${PROJECT_SOURCE_DIR}/tests/fuzz)
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+    if(MIRSKO_BUILD_FUZZERS)
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+        add_dependencies(fuzz_programs ${name})
+        if(NOT arg_MAX_LENGTH)
+            set(arg_MAX_LENGTH 4096)
+        endif()
+        file(WRITE ${CMAKE_BINARY_DIR}/fuzz/${name}.max_len ${arg_MAX_LENGTH})
+    else()
+        target_sources(${name} PRIVATE ${folder}/ReplayMain.cpp)
+        add_test(NAME fuzz/${name} COMMAND ${name} ${folder}/corpus/${name})
+        set_tests_properties(fuzz/${name} PROPERTIES LABELS fuzz TIMEOUT 120)
+    endif()
 endfunction()
