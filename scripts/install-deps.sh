@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that scripts/packages.txt lists and this machine lacks, with apt, as
+# root or through sudo. Does nothing, and needs neither, when all are there.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+missing=()
+while read -r package _; do
+    case $package in '' | '#'*) continue ;; esac
+    state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing+=("$package")
+done <packages.txt
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" != 0 ]; then
+    command -v sudo >/dev/null || {
+        echo "Please install as root: ${missing[*]}" >&2
+        exit 1
+    }
+    as_root=(sudo)
+fi
+echo "Installing ${#missing[@]} Debian packages: ${missing[*]}"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+for step in "update" "install --yes --no-install-recommends ${missing[*]}"; do
+    # shellcheck disable=SC2086 # the step is a list of words
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get $step >"$log" 2>&1 || {
+        cat "$log" >&2
+        exit 1
+    }
+done
