@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -15,7 +16,7 @@ class NX_API GenPort {
     /// Four bytes of device memory at a multiple of four.
     struct Register {
         std::uint64_t address = 0;
-        std::byte bytes[4] = {};
+        std::array<std::byte, 4> bytes{};
     };
 
     virtual ~GenPort();
@@ -25,8 +26,16 @@ class NX_API GenPort {
     /// Writes any number of bytes; split into as few commands as the bus allows. The bytes between
     /// the end of `data` and the next multiple of four may be overwritten with zeros.
     virtual NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) = 0;
-    /// Reads registers in order: with one command where the bus can, else one by one.
+    /// Reads registers in order: with one command where the bus can, else one by one; neighbours
+    /// in memory may be read together.
     virtual NxResult ReadRegisters(std::span<Register> registers) = 0;
-    /// Writes registers in order: with one command where the bus can, else one by one.
+    /// Writes registers in order: with one command where the bus can, else one by one; neighbours
+    /// in memory may be written together.
     virtual NxResult WriteRegisters(std::span<const Register> registers) = 0;
+
+    /// True when several registers that are not neighbours go into one command.
+    [[nodiscard]] virtual bool CombinesRegisters() const = 0;
+    /// True on GigE Vision, whose four-byte registers an XML of a schema below 1.1 describes as if
+    /// the computer's byte order were theirs (GenICam Standard 2.0, appendix 3).
+    [[nodiscard]] virtual bool SwapsLegacyRegisters() const = 0;
 };

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include <NxGenICam/GenPort.h>
+
+/// The control channel of one device, held by this process until it is destroyed.
+///
+/// Once a command went unanswered or control was lost, every later command fails at once with the
+/// same description, so that closing down after a failure takes no further time.
+class DevicePort : public GenPort {
+  public:
+    /// Reads the device's GenICam XML, unpacked when the device stores it zipped.
+    /// @param xml the text; untouched on failure
+    virtual NxResult ReadDescription(std::string& xml) = 0;
+    /// False once commands fail at once.
+    [[nodiscard]] virtual bool IsAlive() const = 0;
+};

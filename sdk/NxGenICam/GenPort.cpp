@@ -1,0 +1,3 @@
+#include <NxGenICam/GenPort.h>
+
+GenPort::~GenPort() = default;
