@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 [ ! -x scripts/fetch-peers.sh ] || scripts/fetch-peers.sh
 
+scripts/lint.sh
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(dev asan tsan)
 
@@ -20,5 +21,5 @@ for preset in "${presets[@]}"; do
 done
 for preset in "${presets[@]}"; do
     echo "== $preset: tests"
-    ctest --preset "$preset" --parallel 4 --progress
+    ctest --preset "$preset" --parallel 4
 done

@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and updates simulated cameras with the real updater.
+#   scripts/demo.sh            a GigE Vision camera, by GenICam file access
+#   scripts/demo.sh tftp       a GigE Vision camera, by TFTP, with a new device ID and a reset
+#   scripts/demo.sh package    a zip package with two payloads, one for each of these ways
+#   scripts/demo.sh u3v        a USB3 Vision camera
+# Ends with status 0 only when the device really holds the new firmware.
+set -euo pipefail
+repository=$(dirname "$(dirname "$(readlink -f "$0")")")
+cd "$repository"
+mode=${1:-genicam}
+[ -f "scripts/demo/$mode.sh" ] || {
+    echo "usage: scripts/demo.sh [$(cd scripts/demo && ls -- *.sh | sed 's/\.sh$//;/^lib$/d' | paste -sd '|')]" >&2
+    exit 2
+}
+
+scripts/install-deps.sh
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+echo "Building…"
+{ cmake --preset release && cmake --build --preset release; } >"$log" 2>&1 || {
+    tail -n 60 "$log"
+    exit 1
+}
+# In namespaces of its own: no port of this machine is used, nothing is broadcast on its networks,
+# and whatever the demo starts or writes to /tmp ends with it.
+tests/isolated.sh "scripts/demo/$mode.sh"

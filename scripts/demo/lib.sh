@@ -1,0 +1,51 @@
+# What the demos share; sourced by them, inside tests/isolated.sh.
+set -euo pipefail
+bin=build/release/bin
+work=$(mktemp -d)
+simulator=
+
+say() { printf '\n\033[1m%s\033[0m\n' "$*"; }
+
+# show COMMAND…: prints the command as a user would type it, then runs it
+show() {
+    printf '$ %s\n' "$*"
+    "$@"
+}
+
+# start_simulator OPTION…: starts a camera whose state is kept in $work/camera
+start_simulator() {
+    rm -f "$work/ready"
+    "$bin/mirsko-simulator" --state "$work/camera" --ready-file "$work/ready" "$@" &
+    simulator=$!
+    for _ in $(seq 200); do
+        [ -e "$work/ready" ] && return
+        kill -0 "$simulator" 2>/dev/null || break
+        sleep 0.05
+    done
+    echo "The simulated camera did not start." >&2
+    exit 1
+}
+
+stop_simulator() {
+    kill "$simulator"
+    wait "$simulator" || true
+}
+
+# version: what the device itself reports as its firmware version
+version() {
+    "$bin/mirsko-devices" --json | grep --max-count=1 '"version"' | cut -d '"' -f 4
+}
+
+# wait_for_version VERSION: until the device reports it, at most 15 s (a restarting device is mute)
+wait_for_version() {
+    for _ in $(seq 15); do
+        [ "$(version)" = "$1" ] && return
+    done
+    echo "The device does not report version $1." >&2
+    return 1
+}
+
+# same_firmware PAYLOAD: the device holds exactly the bytes that follow the payload's 64-byte header
+same_firmware() {
+    cmp <(tail --bytes=+65 "$1") "$work/camera/firmware.bin"
+}

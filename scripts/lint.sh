@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Checks the layout of all sources, and with --tidy also clang-tidy over the dev preset's sources.
+#   scripts/lint.sh [--tidy]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format --dry-run --Werror
+if [ "${1:-}" = --tidy ]; then
+    cmake --preset dev >/dev/null
+    git ls-files '*.cpp' | grep -E '^(app|update|transfer|firmware_file|sdk|simulator|tools|compat)/' |
+        xargs --max-procs="$(nproc)" --max-args=4 clang-tidy -p build/dev --quiet
+fi
