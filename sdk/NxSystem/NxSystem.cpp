@@ -1,14 +1,21 @@
 #include <NxSystem/NxSystem.h>
 
 #include <algorithm>
+#include <future>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxSystem/NxDeviceInfoU3V.h>
 #include <NxSystem/NxNetworkAdapter.h>
+#include <NxSystem/NxUSBHostController.h>
+
+#include <NxSystem/ConnectionId.h>
+#include <NxSystem/UsbDiscovery.h>
 
 #include "GvcpDiscovery.h"
+#include "NxDeviceInfoImpl.h"
 #include "NxInterfaceImpl.h"
 
 namespace {
@@ -20,6 +27,32 @@ std::unique_ptr<NxInterface> MakeAdapter(DiscoveredInterface& found) {
     adapter->address = FormatAddress(found.interface.address);
     adapter->devices = std::move(found.devices);
     return std::make_unique<NxNetworkAdapter>(std::move(adapter));
+}
+
+constexpr unsigned int kUsb3VisionType = 2;
+
+std::unique_ptr<NxDeviceInfo> MakeUsbDevice(const U3vIdentity& identity) {
+    ConnectionId id;
+    id.kind = ConnectionId::Kind::kUsb;
+    id.guid = identity.GetName();
+    auto device = std::make_unique<NxDeviceInfo::Impl>();
+    device->type = kUsb3VisionType;
+    device->connectionId = id.Format();
+    device->vendor = identity.vendor;
+    device->model = identity.model;
+    device->version = identity.version;
+    device->serial = identity.serial;
+    device->userName = identity.userName;
+    return std::make_unique<NxDeviceInfoU3V>(std::move(device));
+}
+
+std::unique_ptr<NxInterface> MakeHostController(const UsbController& found) {
+    auto controller = std::make_unique<NxInterface::Impl>();
+    controller->name = found.name;
+    for (const U3vIdentity& identity : found.devices) {
+        controller->devices.push_back(MakeUsbDevice(identity));
+    }
+    return std::make_unique<NxUSBHostController>(std::move(controller));
 }
 
 }  // namespace
@@ -37,19 +70,27 @@ NxSystem::NxSystem() : mImpl(std::make_unique<Impl>()) {}
 NxSystem::~NxSystem() = default;
 
 NxResult NxSystem::Find() {
+    // Within the second for which the network is listened to, so that it takes no further time.
+    std::future<std::vector<UsbController>> usb =
+        std::async(std::launch::async, ListUsbControllers);
     std::vector<DiscoveredInterface> found = DiscoverGvcpDevices();
     Impl::Interfaces interfaces;
     for (DiscoveredInterface& interface : found) {
         interfaces.push_back(MakeAdapter(interface));
     }
+    const std::vector<UsbController> controllers = usb.get();
+    for (const UsbController& controller : controllers) {
+        interfaces.push_back(MakeHostController(controller));
+    }
     mImpl->finds.push_back(std::move(interfaces));
 
     const bool anyAsked = std::any_of(found.begin(), found.end(),
                                       [](const auto& interface) { return interface.asked; });
-    return anyAsked ? NxResult()
-                    : NxResult(kNxSocket,
-                               "No network interface could be searched for devices; "
-                               "check that one is up and has an IPv4 address");
+    return anyAsked || !controllers.empty()
+               ? NxResult()
+               : NxResult(kNxSocket,
+                          "No network interface could be searched for devices; "
+                          "check that one is up and has an IPv4 address");
 }
 
 unsigned int NxSystem::GetInterfaceCount() const {

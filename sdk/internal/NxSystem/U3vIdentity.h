@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+#include <NxBase/NxApi.h>
+#include <NxBase/NxResult.h>
+
+#include <NxSystem/U3vDescriptor.h>
+
+/// The texts by which a USB3 Vision device is told apart, as UTF-8.
+struct NX_API U3vIdentity {
+    std::string place;  ///< where it is plugged in, "2-1.4"
+    std::string guid;   ///< empty when the device could not be asked
+    std::string vendor;
+    std::string model;
+    std::string version;
+    std::string serial;
+    std::string userName;
+
+    /// Opens the device, reads its texts and closes it again; the interface is not claimed, so a
+    /// program that works with the device is not disturbed. Ends within half a second.
+    /// @param identity when the device cannot be opened, what the system itself knows about it
+    /// @return kNxAccessDenied, kNxDeviceGone, kNxTimeout or kNxProtocol
+    static NxResult Read(libusb_device* device, const U3vDescriptor& descriptor,
+                         U3vIdentity& identity);
+
+    /// What names the device in a connection ID: its GUID, or '@' and its place when it has none
+    /// that could be read.
+    [[nodiscard]] std::string GetName() const;
+};
+
+/// The udev rule file that gives users access to USB3 Vision devices.
+inline constexpr const char* kU3vRuleFile = "70-mirsko-u3v.rules";
+
+/// Why a device cannot be opened, for a service engineer.
+/// @param error a libusb error code
+NX_API NxResult DescribeU3vOpenFailure(const U3vIdentity& identity, int error);
