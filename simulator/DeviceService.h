@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+namespace simulator {
+
+/// Where a device is on the network.
+struct NetworkPlace {
+    std::string address = "127.0.0.1";  ///< IPv4, dotted
+    std::string interfaceName = "lo";   ///< every socket is bound to it (SO_BINDTODEVICE)
+};
+
+/// A server that runs while the device is on, e.g. for GVCP or TFTP. Started and stopped by the
+/// device's own thread, at power-on, reset and power-off, any number of times.
+class DeviceService {
+  public:
+    virtual ~DeviceService() = default;
+    /// A short name for the ready file, e.g. "gvcp".
+    [[nodiscard]] virtual std::string Name() const = 0;
+    /// Returns once requests are answered.
+    /// @param[out] why one line, set when false is returned
+    [[nodiscard]] virtual bool Start(const NetworkPlace& place, std::string& why) = 0;
+    /// Returns once every socket is closed and no thread runs; a transfer under way is dropped.
+    virtual void Stop() = 0;
+};
+
+}  // namespace simulator

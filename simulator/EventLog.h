@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace simulator {
+
+/// What happened to the device, in order: kept in memory and, when a file was opened, written as
+/// JSON lines. Each event is an object with "time_ms" (since this log was made), "event" (its name)
+/// and members of its own. May be used from any thread.
+class EventLog {
+  public:
+    EventLog();
+
+    /// Appends events to that file from now on. @return false when it cannot be opened
+    [[nodiscard]] bool OpenFile(const std::string& path);
+
+    void Add(const std::string& name, nlohmann::json fields = nlohmann::json::object());
+
+    [[nodiscard]] std::vector<nlohmann::json> All() const;
+    /// Number of events of that name so far.
+    [[nodiscard]] std::size_t Count(const std::string& name) const;
+
+  private:
+    const std::chrono::steady_clock::time_point mStart;
+    mutable std::mutex mMutex;
+    std::vector<nlohmann::json> mEvents;
+    std::ofstream mFile;
+};
+
+}  // namespace simulator
