@@ -1,0 +1,64 @@
+#include "SimulatedCamera.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <utility>
+
+SimulatedCamera::SimulatedCamera(std::vector<std::string> options, const NetworkPair* network)
+    : mOptions(std::move(options)), mNetwork(network) {
+    Start();
+}
+
+void SimulatedCamera::Start() {
+    const auto path = [this](const char* name) { return (mFolder.Path() / name).string(); };
+    std::filesystem::remove(path("ready"));
+    std::vector<std::string> command{::Program("mirsko-simulator"),
+                                     "--state",
+                                     path("state"),
+                                     "--ready-file",
+                                     path("ready"),
+                                     "--events",
+                                     path("events")};
+    command.insert(command.end(), mOptions.begin(), mOptions.end());
+    if (mNetwork != nullptr) {
+        command = mNetwork->OnFarSide(command);
+    }
+    mProcess = std::make_unique<Process>(command);
+    const bool serves =
+        WaitUntil([&] { return std::filesystem::exists(path("ready")) || !mProcess->IsRunning(); });
+    EXPECT_TRUE(serves && mProcess->IsRunning()) << mProcess->Terminate().err;
+}
+
+void SimulatedCamera::PowerCycle() {
+    (void)PowerOff();
+    Start();
+}
+
+ProcessResult SimulatedCamera::PowerOff() {
+    const ProcessResult result = mProcess->Terminate();
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    return result;
+}
+
+nlohmann::json SimulatedCamera::State() const {
+    return nlohmann::json::parse(ReadFile(mFolder.Path() / "state" / "state.json"));
+}
+
+std::string SimulatedCamera::Firmware() const {
+    const std::filesystem::path file = mFolder.Path() / "state" / "firmware.bin";
+    return std::filesystem::exists(file) ? ReadFile(file) : std::string();
+}
+
+std::vector<nlohmann::json> SimulatedCamera::Events(const std::string& name) const {
+    std::vector<nlohmann::json> found;
+    std::ifstream file(mFolder.Path() / "events");
+    for (std::string line; std::getline(file, line);) {
+        nlohmann::json event = nlohmann::json::parse(line, nullptr, false);
+        // The last line may be half written while the camera runs.
+        if (!event.is_discarded() && event.value("event", "") == name) {
+            found.push_back(std::move(event));
+        }
+    }
+    return found;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "NetworkPair.h"
+#include "Process.h"
+#include "TemporaryFolder.h"
+
+/// A mirsko-simulator program with its state in a folder of its own.
+class SimulatedCamera {
+  public:
+    /// Starts it and waits until it serves.
+    /// @param network when given, it runs on the far side of that network
+    explicit SimulatedCamera(std::vector<std::string> options,
+                             const NetworkPair* network = nullptr);
+
+    /// Switches it off and on again, with the same options.
+    void PowerCycle();
+    ProcessResult PowerOff();
+    [[nodiscard]] Process& Program() { return *mProcess; }
+
+    /// What state.json holds.
+    [[nodiscard]] nlohmann::json State() const;
+    /// The body of the firmware that was flashed last; empty when there is none.
+    [[nodiscard]] std::string Firmware() const;
+    /// The events of that name so far.
+    [[nodiscard]] std::vector<nlohmann::json> Events(const std::string& name) const;
+    [[nodiscard]] bool HasEvent(const std::string& name) const { return !Events(name).empty(); }
+
+  private:
+    void Start();
+
+    TemporaryFolder mFolder;
+    std::vector<std::string> mOptions;
+    const NetworkPair* mNetwork;
+    std::unique_ptr<Process> mProcess;
+};

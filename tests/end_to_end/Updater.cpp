@@ -1,0 +1,81 @@
+#include "Updater.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <regex>
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+void AppendBig(std::string& bytes, std::uint64_t value, unsigned int size) {
+    while (size > 0) {
+        --size;
+        bytes.push_back(static_cast<char>((value >> (8U * size)) & 0xFFU));
+    }
+}
+
+std::uint64_t Crc(const std::string& bytes) {
+    return crc32(0, reinterpret_cast<const Bytef*>(bytes.data()),
+                 static_cast<unsigned int>(bytes.size()));
+}
+
+}  // namespace
+
+ProcessResult RunUpdater(std::vector<std::string> arguments, std::chrono::milliseconds limit) {
+    arguments.insert(arguments.begin(), Program("MirskoFirmwareUpdater"));
+    return Process::Run(std::move(arguments), limit);
+}
+
+std::string WithoutLabels(const std::string& out) {
+    static const std::regex kLabel(
+        R"((Connecting device\.\.\.|\d+/\d+ KBs transferred \(\d+%\)|[^\r\n]*[Ww]ait[^\r\n]*)?)");
+    std::string rest;
+    std::string line;
+    for (const char character : out) {
+        if (character == '\r') {
+            EXPECT_TRUE(std::regex_match(line, kLabel)) << line;
+            line.clear();
+            continue;
+        }
+        line += character;
+        if (character == '\n') {
+            rest += line;
+            line.clear();
+        }
+    }
+    return rest + line;
+}
+
+// Written here anew, not by the SDK under test.
+std::string MakePayload(const std::string& body, unsigned int major, unsigned int minor) {
+    std::string payload = "MDFW";
+    AppendBig(payload, 1, 2);   // format version
+    AppendBig(payload, 1, 2);   // kind: firmware
+    AppendBig(payload, 64, 4);  // header length
+    AppendBig(payload, body.size(), 8);
+    AppendBig(payload, Crc(body), 4);
+    std::string family = "MirskoSim";
+    family.resize(32, '\0');
+    payload += family;
+    AppendBig(payload, major, 2);
+    AppendBig(payload, minor, 2);
+    AppendBig(payload, Crc(payload), 4);
+    return payload + body;
+}
+
+std::string DeviceField(const std::string& field) {
+    const ProcessResult result = Process::Run({Program("mirsko-devices"), "--json"});
+    const auto interfaces = nlohmann::json::parse(result.out, nullptr, false);
+    if (interfaces.is_discarded()) {
+        ADD_FAILURE() << result.out << result.err;
+        return {};
+    }
+    for (const auto& interface : interfaces) {
+        for (const auto& device : interface["devices"]) {
+            return device.value(field, "");
+        }
+    }
+    return {};
+}
