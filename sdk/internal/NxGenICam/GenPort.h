@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
@@ -33,6 +34,8 @@ class NX_API GenPort {
     /// in memory may be written together.
     virtual NxResult WriteRegisters(std::span<const Register> registers) = 0;
 
+    /// The device and the way to it, for descriptions of failures: "192.168.1.20 on eth1".
+    [[nodiscard]] virtual std::string DeviceName() const = 0;
     /// True when several registers that are not neighbours go into one command.
     [[nodiscard]] virtual bool CombinesRegisters() const = 0;
     /// True on GigE Vision, whose four-byte registers an XML of a schema below 1.1 describes as if

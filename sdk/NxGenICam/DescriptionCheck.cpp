@@ -1,0 +1,216 @@
+#include "DescriptionCheck.h"
+
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include <libxml/xmlreader.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "NodeGraph.h"
+#include "QuietLibraries.h"
+
+namespace {
+
+constexpr std::size_t kLargestDescription = std::size_t{32} << 20U;
+constexpr long long kLongestRegister = 16LL << 20U;
+
+// The references that are followed when a node is read, as opposed to those that list features.
+constexpr std::array<std::string_view, 9> kReadReferences = {
+    "pValue",        "pAddress",      "pIndex",  "pVariable",    "pLength",
+    "pValueIndexed", "pValueDefault", "pOffset", "pCommandValue"};
+
+std::string_view View(const xmlChar* text) {
+    return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text))
+                           : std::string_view();
+}
+
+std::string Trim(std::string_view text) {
+    constexpr std::string_view kSpace = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kSpace);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return std::string(text.substr(first, text.find_last_not_of(kSpace) - first + 1));
+}
+
+NxResult Bad(const std::string& reason) {
+    return NxResult(kNxBadDescription,
+                    "The device's GenICam description cannot be used: " + reason);
+}
+
+// One pass over the XML that fills the graph of its nodes.
+class DescriptionReader {
+  public:
+    explicit DescriptionReader(const std::string& xml)
+        : mReader(xmlReaderForMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr,
+                                     XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+                  xmlFreeTextReader) {}
+
+    NxResult Read() {
+        if (mReader == nullptr) {
+            return Bad("out of memory");
+        }
+        xmlTextReaderSetStructuredErrorHandler(mReader.get(), NoteError, this);
+        int more = xmlTextReaderRead(mReader.get());
+        for (; more == 1; more = xmlTextReaderRead(mReader.get())) {
+            if (NxResult result = Visit(); !result.IsOK()) {
+                return result;
+            }
+        }
+        if (more != 0) {
+            return Bad("line " + std::to_string(mErrorLine) + ": " + mError);
+        }
+        return Finish();
+    }
+
+    DescriptionFacts facts;
+
+  private:
+    struct Element {
+        std::size_t node = 0;
+        bool isNamed = false;
+        bool isReference = false;
+        bool isLength = false;
+    };
+
+    static void NoteError(void* context, xmlErrorPtr error) {
+        auto* self = static_cast<DescriptionReader*>(context);
+        if (error != nullptr && self->mErrorLine == 0) {
+            self->mErrorLine = error->line;
+            self->mError = Trim(error->message != nullptr ? error->message : "");
+        }
+    }
+
+    NxResult Visit() {
+        switch (xmlTextReaderNodeType(mReader.get())) {
+            case XML_READER_TYPE_DOCUMENT_TYPE:
+            case XML_READER_TYPE_ENTITY_REFERENCE:
+                return Bad("it has a document type definition, which GenICam does not allow");
+            case XML_READER_TYPE_ELEMENT:
+                return Start();
+            case XML_READER_TYPE_TEXT:
+            case XML_READER_TYPE_CDATA:
+                return Text();
+            case XML_READER_TYPE_END_ELEMENT:
+                mOpen.pop_back();
+                return {};
+            default:
+                return {};
+        }
+    }
+
+    NxResult Start() {
+        const std::string_view tag = View(xmlTextReaderConstLocalName(mReader.get()));
+        if (mOpen.empty()) {
+            if (tag != "RegisterDescription") {
+                return Bad("its root element is not RegisterDescription");
+            }
+            facts.schemaMajor = Version("SchemaMajorVersion");
+            facts.schemaMinor = Version("SchemaMinorVersion");
+        }
+        Element element;
+        for (const std::string_view reference : kReadReferences) {
+            element.isReference = element.isReference || tag == reference;
+        }
+        element.isLength = tag == "Length";
+        const std::string name = Attribute("Name");
+        // The Name of a pVariable is the variable's, not a node's.
+        if (!name.empty() && !mOpen.empty() && !element.isReference && IsNode(tag)) {
+            element.isNamed = true;
+            element.node = mGraph.Add(name);
+            facts.anyNodeName = name;
+            Refer(name);
+        }
+        if (xmlTextReaderIsEmptyElement(mReader.get()) == 0) {
+            mOpen.push_back(element);
+        }
+        return {};
+    }
+
+    // Constants and the like carry a Name too, but are parts of their node; an enumeration's entry
+    // reads nothing and is often named like some node.
+    static bool IsNode(std::string_view tag) {
+        return tag != "Constant" && tag != "Expression" && tag != "Group" && tag != "EnumEntry";
+    }
+
+    NxResult Text() {
+        if (mOpen.empty()) {
+            return {};
+        }
+        const std::string text = Trim(View(xmlTextReaderConstValue(mReader.get())));
+        if (mOpen.back().isReference && !text.empty()) {
+            Refer(text);
+        }
+        if (mOpen.back().isLength) {
+            char* end = nullptr;
+            const long long length = std::strtoll(text.c_str(), &end, 0);
+            if (*end != '\0' || length < 0 || length > kLongestRegister) {
+                return Bad("a register's length is \"" + text.substr(0, 40) + "\"");
+            }
+        }
+        return {};
+    }
+
+    // Every enclosing node depends on it: an address formula is a node within the register's.
+    void Refer(const std::string& name) {
+        for (const Element& element : mOpen) {
+            if (element.isNamed) {
+                mGraph.AddReference(element.node, name);
+            }
+        }
+    }
+
+    NxResult Finish() {
+        if (mGraph.Size() == 0) {
+            return Bad("it defines no node");
+        }
+        std::string culprit;
+        if (!mGraph.IsEvaluable(culprit)) {
+            return Bad("the node " + culprit.substr(0, 80) + " depends on itself or on too much");
+        }
+        return {};
+    }
+
+    std::string Attribute(const char* name) {
+        const std::unique_ptr<xmlChar, void (*)(void*)> value(
+            xmlTextReaderGetAttribute(mReader.get(), reinterpret_cast<const xmlChar*>(name)),
+            xmlFree);
+        return std::string(View(value.get()));
+    }
+
+    unsigned int Version(const char* attribute) {
+        const std::string text = Attribute(attribute);
+        unsigned int number = 1;
+        (void)std::from_chars(text.data(), text.data() + text.size(), number);
+        return number;
+    }
+
+    std::unique_ptr<xmlTextReader, void (*)(xmlTextReaderPtr)> mReader;
+    NodeGraph mGraph;
+    std::vector<Element> mOpen;
+    int mErrorLine = 0;
+    std::string mError = "not well-formed";
+};
+
+}  // namespace
+
+NxResult CheckDescription(const std::string& xml, DescriptionFacts& facts) {
+    QuietLibraries();
+    if (xml.empty()) {
+        return Bad("it is empty");
+    }
+    if (xml.size() > kLargestDescription) {
+        return Bad("it is larger than 32 MiB");
+    }
+    DescriptionReader reader(xml);
+    NxResult result = reader.Read();
+    if (result.IsOK()) {
+        facts = reader.facts;
+    }
+    return result;
+}

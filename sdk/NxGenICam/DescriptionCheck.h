@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include <NxBase/NxResult.h>
+
+/// What a GenICam XML says of itself.
+struct DescriptionFacts {
+    unsigned int schemaMajor = 1;
+    unsigned int schemaMinor = 1;
+    std::string anyNodeName;  ///< the name of one node that it defines
+};
+
+/// Refuses a GenICam XML that could not be used or would harm the process that evaluates it: not
+/// well-formed or cut short, with a DTD, without nodes, with registers of absurd length, or with
+/// nodes whose evaluation would not end.
+/// @return kNxBadDescription with the reason; `facts` untouched
+NxResult CheckDescription(const std::string& xml, DescriptionFacts& facts);

@@ -1,0 +1,98 @@
+#include "GenDevice.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+struct PortDevice {
+    ArvDevice parent;
+    GenDevice* owner;
+};
+
+struct PortDeviceClass {
+    ArvDeviceClass parent;
+};
+
+GenDevice& OwnerOf(ArvDevice* device) {
+    return *reinterpret_cast<PortDevice*>(device)->owner;
+}
+
+gboolean Report(const NxResult& result, GError** error) {
+    if (result.IsOK()) {
+        return TRUE;
+    }
+    g_set_error_literal(error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TRANSFER_ERROR,
+                        result.GetDescription().GetAscii());
+    return FALSE;
+}
+
+gboolean ReadMemory(ArvDevice* device, guint64 address, guint32 size, void* buffer,
+                    GError** error) {
+    const std::span<std::byte> bytes(static_cast<std::byte*>(buffer), size);
+    // What a failed read leaves is used by some callers before they look at the error.
+    std::fill(bytes.begin(), bytes.end(), std::byte{0});
+    return Report(OwnerOf(device).Read(address, bytes), error);
+}
+
+gboolean WriteMemory(ArvDevice* device, guint64 address, guint32 size, void* buffer,
+                     GError** error) {
+    return Report(OwnerOf(device).Write(address, {static_cast<const std::byte*>(buffer), size}),
+                  error);
+}
+
+void InitialiseClass(gpointer klass, gpointer /*data*/) {
+    auto* device = static_cast<ArvDeviceClass*>(klass);
+    device->read_memory = ReadMemory;
+    device->write_memory = WriteMemory;
+}
+
+GType PortDeviceType() {
+    static const GType type = g_type_register_static_simple(
+        ARV_TYPE_DEVICE, "MirskoPortDevice", sizeof(PortDeviceClass), InitialiseClass,
+        sizeof(PortDevice), nullptr, static_cast<GTypeFlags>(0));
+    return type;
+}
+
+}  // namespace
+
+GenDevice::GenDevice(std::shared_ptr<GenPort> port)
+    : mPort(std::move(port)),
+      mDevice(static_cast<ArvDevice*>(g_object_new(PortDeviceType(), nullptr))) {
+    reinterpret_cast<PortDevice*>(mDevice)->owner = this;
+}
+
+GenDevice::~GenDevice() {
+    g_object_unref(mDevice);
+}
+
+NxResult GenDevice::Read(std::uint64_t address, std::span<std::byte> buffer) {
+    if (!mSwapsRegisters || buffer.size() != 4) {
+        return Note(mPort->ReadMemory(address, buffer));
+    }
+    std::array<GenPort::Register, 1> one{{{.address = address}}};
+    NxResult result = mPort->ReadRegisters(one);
+    std::reverse_copy(one[0].bytes.begin(), one[0].bytes.end(), buffer.begin());
+    return Note(std::move(result));
+}
+
+NxResult GenDevice::Write(std::uint64_t address, std::span<const std::byte> data) {
+    if (!mSwapsRegisters || data.size() != 4) {
+        return Note(mPort->WriteMemory(address, data));
+    }
+    std::array<GenPort::Register, 1> one{{{.address = address}}};
+    std::reverse_copy(data.begin(), data.end(), one[0].bytes.begin());
+    return Note(mPort->WriteRegisters(one));
+}
+
+NxResult GenDevice::TakeFailure() {
+    return std::exchange(mFailure, NxResult());
+}
+
+NxResult GenDevice::Note(NxResult result) {
+    if (!result.IsOK()) {
+        mFailure = result;
+    }
+    return result;
+}

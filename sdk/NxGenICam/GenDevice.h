@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+
+#include <arv.h>
+
+#include <NxBase/NxResult.h>
+#include <NxGenICam/GenPort.h>
+
+/// What Aravis's node map sees as its device: register access through a GenPort.
+class GenDevice {
+  public:
+    explicit GenDevice(std::shared_ptr<GenPort> port);
+    ~GenDevice();
+    GenDevice(const GenDevice&) = delete;
+    GenDevice& operator=(const GenDevice&) = delete;
+
+    [[nodiscard]] ArvDevice* Get() const { return mDevice; }
+    [[nodiscard]] GenPort& Port() const { return *mPort; }
+
+    /// Turns the four-byte registers' order around from now on (XML schemas below 1.1).
+    void SwapRegisters() { mSwapsRegisters = true; }
+    [[nodiscard]] bool SwapsRegisters() const { return mSwapsRegisters; }
+
+    NxResult Read(std::uint64_t address, std::span<std::byte> buffer);
+    NxResult Write(std::uint64_t address, std::span<const std::byte> data);
+    /// The port's failure since the last call, or OK.
+    NxResult TakeFailure();
+
+  private:
+    NxResult Note(NxResult result);
+
+    std::shared_ptr<GenPort> mPort;
+    ArvDevice* mDevice = nullptr;
+    bool mSwapsRegisters = false;
+    NxResult mFailure;
+};

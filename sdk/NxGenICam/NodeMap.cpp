@@ -1,0 +1,325 @@
+#include "NodeMap.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "DescriptionCheck.h"
+#include "NodeLinks.h"
+#include "QuietLibraries.h"
+
+namespace {
+
+constexpr std::uint64_t kLongestText = 1U << 20U;
+
+NxResult NoSuchNode(const std::string& name) {
+    return NxResult(kNxNoSuchNode, "The device has no GenICam feature " + name);
+}
+
+std::string FormatFloat(double value) {
+    char text[40];
+    const int length = std::snprintf(text, sizeof text, "%.17g", value);
+    // The shortest text that reads back as the same number.
+    const auto [end, error] = std::to_chars(std::begin(text), std::end(text), value);
+    return error == std::errc() ? std::string(text, end)
+                                : std::string(text, static_cast<std::size_t>(length));
+}
+
+}  // namespace
+
+NodeMap::NodeMap(std::shared_ptr<GenPort> port) : mDevice(std::move(port)) {}
+
+NodeMap::~NodeMap() {
+    if (mGenicam != nullptr) {
+        g_object_unref(mGenicam);
+    }
+}
+
+NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
+                       std::unique_ptr<NodeMap>& map) {
+    DescriptionFacts facts;
+    if (NxResult result = CheckDescription(xml, facts); !result.IsOK()) {
+        return result;
+    }
+    std::unique_ptr<NodeMap> loaded(new NodeMap(std::move(port)));
+    loaded->mGenicam = arv_gc_new(loaded->mDevice.Get(), xml.data(), xml.size());
+    if (loaded->mGenicam == nullptr ||
+        arv_gc_get_node(loaded->mGenicam, facts.anyNodeName.c_str()) == nullptr) {
+        return NxResult(kNxBadDescription,
+                        "The device's GenICam description cannot be used: its nodes do not load");
+    }
+    // No cache: a stale register would be taken for the device's answer.
+    arv_gc_set_register_cache_policy(loaded->mGenicam, ARV_REGISTER_CACHE_POLICY_DISABLE);
+    arv_gc_set_range_check_policy(loaded->mGenicam, ARV_RANGE_CHECK_POLICY_ENABLE);
+    arv_gc_set_access_check_policy(loaded->mGenicam, ARV_ACCESS_CHECK_POLICY_ENABLE);
+    if (loaded->mDevice.Port().SwapsLegacyRegisters() &&
+        (facts.schemaMajor < 1 || (facts.schemaMajor == 1 && facts.schemaMinor < 1))) {
+        loaded->mDevice.SwapRegisters();
+    }
+    map = std::move(loaded);
+    return {};
+}
+
+NxResult NodeMap::Check(const std::string& what, GError* error) {
+    NxResult failure = mDevice.TakeFailure();
+    if (error == nullptr) {
+        // Some of Aravis's calls drop a failed access of a register on the way.
+        return failure;
+    }
+    const std::string message = error->message != nullptr ? error->message : "";
+    g_error_free(error);
+    if (!failure.IsOK()) {
+        return failure;
+    }
+    return NxResult(kNxNodeAccess, what + ": " + message);
+}
+
+NxResult NodeMap::IsImplemented(ArvGcFeatureNode* node, bool& implemented) {
+    QuietLibraries();
+    GError* error = nullptr;
+    const gboolean answer = arv_gc_feature_node_is_implemented(node, &error);
+    NxResult result = Check("The GenICam description of the device is at fault", error);
+    if (result.IsOK()) {
+        implemented = answer != FALSE;
+    }
+    return result;
+}
+
+ArvGcFeatureNode* NodeMap::Find(const std::string& name) {
+    QuietLibraries();
+    ArvGcNode* node = arv_gc_get_node(mGenicam, name.c_str());
+    if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node)) {
+        return nullptr;
+    }
+    auto* feature = ARV_GC_FEATURE_NODE(node);
+    bool implemented = false;
+    return IsImplemented(feature, implemented).IsOK() && implemented ? feature : nullptr;
+}
+
+ArvGcEnumeration* NodeMap::FindEnumeration(const std::string& name) {
+    ArvGcFeatureNode* node = Find(name);
+    return node != nullptr && ARV_IS_GC_ENUMERATION(node) ? ARV_GC_ENUMERATION(node) : nullptr;
+}
+
+NxResult NodeMap::FindReadable(const std::string& name, ArvGcFeatureNode*& node) {
+    ArvGcFeatureNode* found = Find(name);
+    if (found == nullptr) {
+        return NoSuchNode(name);
+    }
+    if (arv_gc_feature_node_get_actual_access_mode(found) == ARV_GC_ACCESS_MODE_WO) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is write-only");
+    }
+    GError* error = nullptr;
+    const gboolean available = arv_gc_feature_node_is_available(found, &error);
+    if (NxResult result = Check("Cannot read " + name, error); !result.IsOK()) {
+        return result;
+    }
+    if (available == FALSE) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is not available now");
+    }
+    node = found;
+    return {};
+}
+
+NxResult NodeMap::FindWritable(const std::string& name, ArvGcFeatureNode*& node) {
+    ArvGcFeatureNode* found = Find(name);
+    if (found == nullptr) {
+        return NoSuchNode(name);
+    }
+    GError* error = nullptr;
+    const gboolean available = arv_gc_feature_node_is_available(found, &error);
+    if (NxResult result = Check("Cannot write " + name, error); !result.IsOK()) {
+        return result;
+    }
+    const gboolean locked = arv_gc_feature_node_is_locked(found, &error);
+    if (NxResult result = Check("Cannot write " + name, error); !result.IsOK()) {
+        return result;
+    }
+    if (available == FALSE || locked != FALSE ||
+        arv_gc_feature_node_get_actual_access_mode(found) == ARV_GC_ACCESS_MODE_RO) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name +
+                                           " cannot be written now: it is " +
+                                           (available == FALSE ? "not available"
+                                            : locked != FALSE  ? "locked"
+                                                               : "read-only"));
+    }
+    node = found;
+    return {};
+}
+
+// Aravis allocates as many bytes as the device says, however many.
+NxResult NodeMap::CheckStringLength(ArvGcFeatureNode* node) {
+    ArvGcNode* end = NodeLinks::FollowValue(ARV_GC_NODE(node));
+    if (end == nullptr || !ARV_IS_GC_REGISTER(end)) {
+        return {};
+    }
+    GError* error = nullptr;
+    const std::uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(end), &error);
+    NxResult result = Check("Cannot read a text", error);
+    if (result.IsOK() && length > kLongestText) {
+        return NxResult(kNxBadDescription, "A text of the device is longer than 1 MiB");
+    }
+    return result;
+}
+
+NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = FindReadable(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (NxResult result = CheckStringLength(node); !result.IsOK()) {
+        return result;
+    }
+    GError* error = nullptr;
+    std::string value;
+    // The order matters: an enumeration is an integer and a string to Aravis as well.
+    if (ARV_IS_GC_ENUMERATION(node)) {
+        auto* enumeration = ARV_GC_ENUMERATION(node);
+        const char* entry = arv_gc_enumeration_get_string_value(enumeration, &error);
+        if (error == nullptr && entry != nullptr) {
+            value = NodeLinks::StripEntryPrefix(name, entry);
+        } else if (error == nullptr) {
+            return NxResult(kNxNodeAccess, "The value of " + name + " is none of its entries");
+        }
+    } else if (ARV_IS_GC_BOOLEAN(node)) {
+        value = arv_gc_boolean_get_value(ARV_GC_BOOLEAN(node), &error) != FALSE ? "true" : "false";
+    } else if (ARV_IS_GC_INTEGER(node)) {
+        value = std::to_string(arv_gc_integer_get_value(ARV_GC_INTEGER(node), &error));
+    } else if (ARV_IS_GC_FLOAT(node)) {
+        value = FormatFloat(arv_gc_float_get_value(ARV_GC_FLOAT(node), &error));
+    } else if (ARV_IS_GC_STRING(node)) {
+        const char* string = arv_gc_string_get_value(ARV_GC_STRING(node), &error);
+        // Only valid when there is no error: a failed read returns an address of no text.
+        if (error == nullptr && string != nullptr) {
+            value = string;
+        }
+    } else {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " has no value");
+    }
+    NxResult result = Check("Cannot read " + name, error);
+    if (result.IsOK()) {
+        text = std::move(value);
+    }
+    return result;
+}
+
+NxResult NodeMap::ReadInteger(const std::string& name, std::int64_t& value) {
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = FindReadable(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (!ARV_IS_GC_INTEGER(node)) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no integer");
+    }
+    GError* error = nullptr;
+    const std::int64_t number = arv_gc_integer_get_value(ARV_GC_INTEGER(node), &error);
+    NxResult result = Check("Cannot read " + name, error);
+    if (result.IsOK()) {
+        value = number;
+    }
+    return result;
+}
+
+NxResult NodeMap::WriteInteger(const std::string& name, std::int64_t value) {
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (!ARV_IS_GC_INTEGER(node)) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no integer");
+    }
+    GError* error = nullptr;
+    arv_gc_integer_set_value(ARV_GC_INTEGER(node), value, &error);
+    return Check("Cannot set " + name + " to " + std::to_string(value), error);
+}
+
+NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) {
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (!ARV_IS_GC_ENUMERATION(node)) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no enumeration");
+    }
+    ArvGcFeatureNode* found = nullptr;
+    if (NxResult result = FindEntry(ARV_GC_ENUMERATION(node), entry, found); !result.IsOK()) {
+        return result;
+    }
+    GError* error = nullptr;
+    (void)arv_gc_enumeration_set_string_value(ARV_GC_ENUMERATION(node),
+                                              arv_gc_feature_node_get_name(found), &error);
+    return Check("Cannot set " + name + " to " + entry, error);
+}
+
+NxResult NodeMap::FindEntry(ArvGcEnumeration* enumeration, const std::string& entry,
+                            ArvGcFeatureNode*& node) {
+    for (const GSList* item = arv_gc_enumeration_get_entries(enumeration); item != nullptr;
+         item = item->next) {
+        auto* candidate = ARV_GC_FEATURE_NODE(item->data);
+        if (SymbolicName(enumeration, candidate) != entry) {
+            continue;
+        }
+        bool implemented = false;
+        if (NxResult result = IsImplemented(candidate, implemented); !result.IsOK()) {
+            return result;
+        }
+        if (implemented) {
+            node = candidate;
+            return {};
+        }
+    }
+    const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(enumeration));
+    return NxResult(kNxNoSuchNode, "The device has no entry " + entry + " in its " +
+                                       std::string(name != nullptr ? name : "enumeration"));
+}
+
+std::string NodeMap::SymbolicName(ArvGcEnumeration* enumeration, ArvGcFeatureNode* entry) {
+    const char* enumerationName = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(enumeration));
+    const char* name = arv_gc_feature_node_get_name(entry);
+    return NodeLinks::StripEntryPrefix(enumerationName != nullptr ? enumerationName : "",
+                                       name != nullptr ? name : "");
+}
+
+NxResult NodeMap::Execute(const std::string& name) {
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (!ARV_IS_GC_COMMAND(node)) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no command");
+    }
+    GError* error = nullptr;
+    arv_gc_command_execute(ARV_GC_COMMAND(node), &error);
+    return Check("Cannot execute " + name, error);
+}
+
+NxResult NodeMap::ReadRegisterAddress(const std::string& name, std::uint64_t& address) {
+    ArvGcFeatureNode* node = Find(name);
+    if (node == nullptr || !ARV_IS_GC_REGISTER(node)) {
+        return NoSuchNode(name + " that is a register");
+    }
+    GError* error = nullptr;
+    const std::uint64_t answer = arv_gc_register_get_address(ARV_GC_REGISTER(node), &error);
+    NxResult result = Check("Cannot find the address of " + name, error);
+    if (result.IsOK()) {
+        address = answer;
+    }
+    return result;
+}
+
+NxResult NodeMap::ReadRegisterLength(const std::string& name, std::uint64_t& length) {
+    ArvGcFeatureNode* node = Find(name);
+    if (node == nullptr || !ARV_IS_GC_REGISTER(node)) {
+        return NoSuchNode(name + " that is a register");
+    }
+    GError* error = nullptr;
+    const std::uint64_t answer = arv_gc_register_get_length(ARV_GC_REGISTER(node), &error);
+    NxResult result = Check("Cannot find the length of " + name, error);
+    if (result.IsOK()) {
+        length = answer;
+    }
+    return result;
+}

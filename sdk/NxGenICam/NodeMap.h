@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <arv.h>
+
+#include <NxBase/NxResult.h>
+
+#include "GenDevice.h"
+
+/// Aravis's GenICam node map over a port, with its ways of failing turned into results.
+class NodeMap {
+  public:
+    /// @return kNxBadDescription when the XML cannot be used; `map` untouched
+    static NxResult Load(std::shared_ptr<GenPort> port, const std::string& xml,
+                         std::unique_ptr<NodeMap>& map);
+    ~NodeMap();
+    NodeMap(const NodeMap&) = delete;
+    NodeMap& operator=(const NodeMap&) = delete;
+
+    [[nodiscard]] GenDevice& Device() { return mDevice; }
+    /// Null when the node is absent or not implemented.
+    [[nodiscard]] ArvGcFeatureNode* Find(const std::string& name);
+    /// The same for an enumeration; null also when the node is something else.
+    [[nodiscard]] ArvGcEnumeration* FindEnumeration(const std::string& name);
+    /// Whether the device has that node or entry; OK and false when it has not.
+    NxResult IsImplemented(ArvGcFeatureNode* node, bool& implemented);
+
+    NxResult ReadText(const std::string& name, std::string& text);
+    NxResult ReadInteger(const std::string& name, std::int64_t& value);
+    NxResult WriteInteger(const std::string& name, std::int64_t value);
+    /// Sets an enumeration to the entry of that symbolic name.
+    NxResult WriteEntry(const std::string& name, const std::string& entry);
+    NxResult Execute(const std::string& name);
+    NxResult ReadRegisterAddress(const std::string& name, std::uint64_t& address);
+    NxResult ReadRegisterLength(const std::string& name, std::uint64_t& length);
+
+    /// The entry of that symbolic name; null when there is none that is implemented.
+    NxResult FindEntry(ArvGcEnumeration* enumeration, const std::string& entry,
+                       ArvGcFeatureNode*& node);
+    /// "RemoteUpdateDfw" of an entry node "EnumEntry_FileSelector_RemoteUpdateDfw".
+    [[nodiscard]] static std::string SymbolicName(ArvGcEnumeration* enumeration,
+                                                  ArvGcFeatureNode* entry);
+
+    /// Turns what a call left in `error` into a result and frees it.
+    NxResult Check(const std::string& what, GError* error);
+
+  private:
+    explicit NodeMap(std::shared_ptr<GenPort> port);
+
+    NxResult FindReadable(const std::string& name, ArvGcFeatureNode*& node);
+    NxResult FindWritable(const std::string& name, ArvGcFeatureNode*& node);
+    NxResult CheckStringLength(ArvGcFeatureNode* node);
+
+    GenDevice mDevice;
+    ArvGc* mGenicam = nullptr;
+};
