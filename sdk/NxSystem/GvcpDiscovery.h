@@ -14,6 +14,6 @@ struct DiscoveredInterface {
     bool asked = false;  ///< false when no discovery command could be sent there
 };
 
-/// Asks all network interfaces at once with two DISCOVERY_CMDs each, and listens for one second:
-/// a device may take its time to answer, and either datagram may be lost.
+/// Asks all network interfaces at once with several DISCOVERY_CMDs each, and listens for one
+/// second: a device may take its time to answer, and datagrams get lost.
 std::vector<DiscoveredInterface> DiscoverGvcpDevices();

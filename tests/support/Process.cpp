@@ -17,11 +17,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-void ReadAll(int descriptor, std::string& into) {
+void ReadAll(int descriptor, std::string& into, std::mutex& mutex) {
     std::array<char, 65536> buffer{};
     for (;;) {
         const ssize_t count = read(descriptor, buffer.data(), buffer.size());
         if (count > 0) {
+            const std::lock_guard lock(mutex);
             into.append(buffer.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || errno != EINTR) {
             break;
@@ -67,8 +68,8 @@ Process::Process(std::vector<std::string> command, std::vector<std::string> envi
         mId = -1;
         mReaped = true;
     }
-    mOutReader = std::thread([this, end = out[0]] { ReadAll(end, mResult.out); });
-    mErrReader = std::thread([this, end = err[0]] { ReadAll(end, mResult.err); });
+    mOutReader = std::thread([this, end = out[0]] { ReadAll(end, mResult.out, mOutputMutex); });
+    mErrReader = std::thread([this, end = err[0]] { ReadAll(end, mResult.err, mOutputMutex); });
 }
 
 Process::~Process() {
@@ -95,6 +96,11 @@ void Process::Signal(int signal) const {
     if (!mReaped && mId > 0) {
         kill(mId, signal);
     }
+}
+
+std::string Process::OutputSoFar() {
+    const std::lock_guard lock(mOutputMutex);
+    return mResult.out;
 }
 
 ProcessResult Process::Wait(Milliseconds limit) {

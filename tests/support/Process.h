@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -35,6 +36,8 @@ class Process {
     [[nodiscard]] pid_t Id() const { return mId; }
     [[nodiscard]] bool IsRunning();
     void Signal(int signal) const;
+    /// What it has written to its standard output up to now.
+    [[nodiscard]] std::string OutputSoFar();
     /// Waits for its end; past the limit it is killed and marked as timed out.
     ProcessResult Wait(Milliseconds limit);
     /// SIGTERM, then Wait.
@@ -52,6 +55,7 @@ class Process {
     std::chrono::steady_clock::time_point mStart;
     std::thread mOutReader;
     std::thread mErrReader;
+    std::mutex mOutputMutex;  // guards mResult.out and mResult.err while the readers run
     ProcessResult mResult;
 };
 
