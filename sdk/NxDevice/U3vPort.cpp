@@ -1,8 +1,206 @@
 #include "U3vPort.h"
 
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+#include <libusb.h>
+
 #include <NxBase/NxResultCodes.h>
 
-NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& /*port*/) {
-    return NxResult(kNxNotSupported, "Cannot connect to the USB3 Vision device " + guid +
-                                         ": this build has no USB3 Vision support");
+#include <NxBase/ByteOrder.h>
+#include <NxSystem/U3vDescriptor.h>
+#include <NxSystem/U3vIdentity.h>
+
+#include "DescriptionArchive.h"
+#include "UsbBulkPipe.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// Together below the five seconds within which a connection is made or refused.
+constexpr milliseconds kStartPatience{2000};
+constexpr milliseconds kDescriptionPatience{2500};
+
+// Technology-agnostic bootstrap registers (GenCP 1.1, section 5; USB3 Vision 1.0, section 4).
+constexpr std::uint64_t kManifestAddressRegister = 0x01D0;
+constexpr std::uint64_t kSbrmAddressRegister = 0x01D8;
+// Relative to the SBRM.
+constexpr std::uint64_t kMaxCommandRegister = 0x14;
+constexpr std::uint64_t kMaxAckRegister = 0x18;
+
+constexpr std::uint32_t kSmallestTransfer = 64;
+constexpr std::uint64_t kMostManifestEntries = 64;
+constexpr std::uint64_t kManifestEntryLength = 64;
+constexpr std::uint64_t kLongestDescription = 16U << 20U;
+
+}  // namespace
+
+U3vPort::U3vPort(std::unique_ptr<UsbContext> usb, std::unique_ptr<UsbPipe> pipe, std::string device)
+    : mUsb(std::move(usb)), mChannel(std::move(pipe), std::move(device)) {}
+
+NxResult U3vPort::Start(U3vChannel::Clock::time_point deadline) {
+    const std::lock_guard lock(mMutex);
+    mChannel.SetDeadline(deadline);
+    std::uint64_t sbrm = 0;
+    std::uint32_t longestCommand = 0;
+    std::uint32_t longestAck = 0;
+    NxResult result = ReadNumber(kManifestAddressRegister, mManifestAddress);
+    if (result.IsOK()) {
+        result = ReadNumber(kSbrmAddressRegister, sbrm);
+    }
+    if (result.IsOK()) {
+        result = ReadNumber(sbrm + kMaxCommandRegister, longestCommand);
+    }
+    if (result.IsOK()) {
+        result = ReadNumber(sbrm + kMaxAckRegister, longestAck);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (longestCommand < kSmallestTransfer || longestAck < kSmallestTransfer) {
+        return NxResult(kNxProtocol, mChannel.GetDeviceName() + " takes commands of only " +
+                                         std::to_string(longestCommand) +
+                                         " bytes and acknowledges of only " +
+                                         std::to_string(longestAck));
+    }
+    mChannel.SetLimits(longestCommand, longestAck);
+    mChannel.ClearDeadline();
+    return NxResult();
+}
+
+NxResult U3vPort::ReadMemory(std::uint64_t address, std::span<std::byte> buffer) {
+    const std::lock_guard lock(mMutex);
+    return mChannel.Read(address, buffer);
+}
+
+NxResult U3vPort::WriteMemory(std::uint64_t address, std::span<const std::byte> data) {
+    const std::lock_guard lock(mMutex);
+    return mChannel.Write(address, data);
+}
+
+NxResult U3vPort::ReadRegisters(std::span<Register> registers) {
+    const std::lock_guard lock(mMutex);
+    for (Register& one : registers) {
+        const NxResult result = mChannel.Read(one.address, one.bytes);
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    return NxResult();
+}
+
+NxResult U3vPort::WriteRegisters(std::span<const Register> registers) {
+    const std::lock_guard lock(mMutex);
+    for (const Register& one : registers) {
+        const NxResult result = mChannel.Write(one.address, one.bytes);
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    return NxResult();
+}
+
+NxResult U3vPort::ReadDescription(std::string& xml) {
+    const std::lock_guard lock(mMutex);
+    mChannel.SetDeadline(U3vChannel::Clock::now() + kDescriptionPatience);
+    std::uint64_t address = 0;
+    std::size_t length = 0;
+    NxResult result = FindDescription(address, length);
+    std::vector<std::byte> stored(length);
+    if (result.IsOK()) {
+        result = mChannel.Read(address, stored);
+    }
+    mChannel.ClearDeadline();
+    if (result.IsOK() && !UnpackDescription(stored, xml)) {
+        result = NxResult(kNxBadDescription, mChannel.GetDeviceName() +
+                                                 " holds a damaged zip archive in the place of "
+                                                 "its GenICam description");
+    }
+    return result;
+}
+
+bool U3vPort::IsAlive() const {
+    const std::lock_guard lock(mMutex);
+    return mChannel.IsAlive();
+}
+
+NxResult U3vPort::ReadNumber(std::uint64_t address, std::uint32_t& number) {
+    std::array<std::byte, 4> bytes{};
+    const NxResult result = mChannel.Read(address, bytes);
+    number = ByteOrder::LoadLittle32(bytes.data());
+    return result;
+}
+
+NxResult U3vPort::ReadNumber(std::uint64_t address, std::uint64_t& number) {
+    std::array<std::byte, 8> bytes{};
+    const NxResult result = mChannel.Read(address, bytes);
+    number = ByteOrder::LoadLittle64(bytes.data());
+    return result;
+}
+
+NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
+    std::uint64_t count = 0;
+    NxResult result = ReadNumber(mManifestAddress, count);
+    if (!result.IsOK()) {
+        return result;
+    }
+    for (std::uint64_t i = 0; i < std::min(count, kMostManifestEntries); ++i) {
+        // Version, schema, address, size; a checksum that may be left out follows.
+        std::array<std::byte, 24> entry{};
+        result = mChannel.Read(mManifestAddress + 8 + i * kManifestEntryLength, entry);
+        if (!result.IsOK()) {
+            return result;
+        }
+        const bool isDeviceXml = (ByteOrder::LoadLittle32(&entry[4]) & 7U) == 0;
+        const std::uint64_t size = ByteOrder::LoadLittle64(&entry[16]);
+        if (isDeviceXml && size > 0 && size <= kLongestDescription) {
+            address = ByteOrder::LoadLittle64(&entry[8]);
+            length = static_cast<std::size_t>(size);
+            return NxResult();
+        }
+    }
+    return NxResult(kNxBadDescription, mChannel.GetDeviceName() +
+                                           " lists no GenICam description of 1 byte to 16 MiB "
+                                           "in its manifest table of " +
+                                           std::to_string(count) + " entries");
+}
+
+NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port) {
+    const auto deadline = U3vChannel::Clock::now() + kStartPatience;
+    auto usb = std::make_unique<UsbContext>();
+    NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
+                                        " is plugged in; check its cable and its power");
+    for (libusb_device* device : usb->GetDevices()) {
+        U3vDescriptor descriptor;
+        if (!U3vDescriptor::Find(device, descriptor)) {
+            continue;
+        }
+        U3vIdentity identity;
+        const NxResult read = U3vIdentity::Read(device, descriptor, identity);
+        if (identity.GetName() != guid && "@" + identity.place != guid) {
+            // Which device that is cannot be told; it may well be the one that is meant.
+            if (!read.IsOK()) {
+                failure = read;
+            }
+            continue;
+        }
+        auto pipe = std::make_unique<UsbBulkPipe>();
+        const int error = pipe->Open(device, descriptor);
+        if (error != LIBUSB_SUCCESS) {
+            return DescribeU3vOpenFailure(identity, error);
+        }
+        auto opened =
+            std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
+                                      "USB3 Vision device " + identity.model + " (GUID " +
+                                          identity.guid + ") at USB port " + identity.place);
+        const NxResult started = opened->Start(deadline);
+        if (started.IsOK()) {
+            port = std::move(opened);
+        }
+        return started;
+    }
+    return failure;
 }

@@ -1,11 +1,46 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 
+#include <NxSystem/UsbContext.h>
+
 #include "DevicePort.h"
+#include "U3vChannel.h"
 
 /// Opens a USB3 Vision device's control channel and takes control of it; ends within 5 seconds.
-/// @param guid the device's GUID as its connection ID carries it
+/// @param guid the device's GUID as its connection ID carries it, or '@' and the USB port
 /// @param port untouched on failure
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port);
+
+/// The registers of one USB3 Vision device, its control interface claimed.
+class U3vPort : public DevicePort {
+  public:
+    /// @param usb where the pipe's device comes from, kept open as long as the port; null in tests
+    U3vPort(std::unique_ptr<UsbContext> usb, std::unique_ptr<UsbPipe> pipe, std::string device);
+
+    /// Asks the device for its limits and for where its description is; ends by the deadline.
+    NxResult Start(U3vChannel::Clock::time_point deadline);
+
+    NxResult ReadMemory(std::uint64_t address, std::span<std::byte> buffer) override;
+    NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) override;
+    NxResult ReadRegisters(std::span<Register> registers) override;
+    NxResult WriteRegisters(std::span<const Register> registers) override;
+    [[nodiscard]] bool CombinesRegisters() const override { return false; }
+    [[nodiscard]] bool SwapsLegacyRegisters() const override { return false; }
+    [[nodiscard]] std::string DeviceName() const override { return mChannel.GetDeviceName(); }
+
+    NxResult ReadDescription(std::string& xml) override;
+    [[nodiscard]] bool IsAlive() const override;
+
+  private:
+    NxResult ReadNumber(std::uint64_t address, std::uint32_t& number);
+    NxResult ReadNumber(std::uint64_t address, std::uint64_t& number);
+    NxResult FindDescription(std::uint64_t& address, std::size_t& length);
+
+    std::unique_ptr<UsbContext> mUsb;
+    mutable std::mutex mMutex;
+    U3vChannel mChannel;
+    std::uint64_t mManifestAddress = 0;
+};

@@ -1,0 +1,222 @@
+#include "U3vChannel.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include <libusb.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include <NxBase/ByteOrder.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// Far beyond what devices announce as their longest response time, well below what a user waits.
+constexpr milliseconds kPatience{5000};
+// Devices announce long work, such as erasing flash, with PENDING_ACK; not for ever, though.
+constexpr milliseconds kPendingPatience{60000};
+constexpr milliseconds kBusyPause{10};
+
+// Largest packet of a bulk endpoint (USB 3.0, section 8.12.1.4).
+constexpr std::size_t kPacket = 1024;
+// What every device takes before it has told its limits.
+constexpr std::size_t kSmallestLimit = 64;
+// Keeps a command's 16-bit length field, and the acknowledge's, from overflowing.
+constexpr std::size_t kLargestBlock = 65515;
+
+// A transfer from the device ends with a packet that is not full, or when the buffer is. With a
+// buffer of whole packets, a longer acknowledge than expected is no overflow.
+std::size_t BufferLength(std::size_t ackLength) {
+    return (ackLength + kPacket - 1) / kPacket * kPacket;
+}
+
+std::string Hexadecimal(std::uint64_t number) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    do {
+        text.insert(text.begin(), kDigits[number % 16]);
+        number /= 16;
+    } while (number != 0);
+    return "0x" + text;
+}
+
+}  // namespace
+
+U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
+    : mPipe(std::move(pipe)),
+      mDevice(std::move(device)),
+      // The answer to a command of a program that was killed may still wait in the device; it
+      // must not look like one to ours.
+      mNextId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)) {
+    SetLimits(kSmallestLimit, kSmallestLimit);
+}
+
+void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
+    const std::size_t command = std::max(longestCommand, kSmallestLimit);
+    const std::size_t ack = std::max(longestAck, kSmallestLimit);
+    mReadBlock = std::min(ack - U3vPackets::kHeaderLength, kLargestBlock) & ~std::size_t{3};
+    mWriteBlock = std::min(command - U3vPackets::kWriteOverhead, mReadBlock) & ~std::size_t{3};
+}
+
+NxResult U3vChannel::Read(std::uint64_t address, std::span<std::byte> buffer) {
+    while (!buffer.empty()) {
+        const std::size_t length = std::min(buffer.size(), mReadBlock);
+        const NxResult result = ReadBlock(address, buffer.first(length));
+        if (!result.IsOK()) {
+            return result;
+        }
+        address += length;
+        buffer = buffer.subspan(length);
+    }
+    return mFailure;
+}
+
+NxResult U3vChannel::Write(std::uint64_t address, std::span<const std::byte> data) {
+    while (!data.empty()) {
+        const std::size_t length = std::min(data.size(), mWriteBlock);
+        const NxResult result = WriteBlock(address, data.first(length));
+        if (!result.IsOK()) {
+            return result;
+        }
+        address += length;
+        data = data.subspan(length);
+    }
+    return mFailure;
+}
+
+NxResult U3vChannel::ReadBlock(std::uint64_t address, std::span<std::byte> buffer) {
+    std::vector<std::byte> command =
+        U3vPackets::ReadMemory(0, address, static_cast<std::uint16_t>(buffer.size()));
+    U3vPackets::Ack ack;
+    const NxResult result = Exchange(command, U3vPackets::kReadMemoryAck,
+                                     U3vPackets::kHeaderLength + buffer.size(), ack);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (ack.status != U3vPackets::kStatusSuccess) {
+        return NxResult(kNxDeviceError, mDevice + " refused to read " +
+                                            std::to_string(buffer.size()) + " bytes at " +
+                                            Hexadecimal(address) + " (" +
+                                            U3vPackets::DescribeStatus(ack.status) + ")");
+    }
+    if (ack.payload.size() != buffer.size()) {
+        return Fail(kNxProtocol, "answered a read of " + std::to_string(buffer.size()) +
+                                     " bytes with " + std::to_string(ack.payload.size()));
+    }
+    std::copy(ack.payload.begin(), ack.payload.end(), buffer.begin());
+    return NxResult();
+}
+
+NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte> data) {
+    std::vector<std::byte> command = U3vPackets::WriteMemory(0, address, data);
+    U3vPackets::Ack ack;
+    const NxResult result =
+        Exchange(command, U3vPackets::kWriteMemoryAck, U3vPackets::kWriteAckLength, ack);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (ack.status != U3vPackets::kStatusSuccess) {
+        return NxResult(kNxDeviceError, mDevice + " refused to write " +
+                                            std::to_string(data.size()) + " bytes at " +
+                                            Hexadecimal(address) + " (" +
+                                            U3vPackets::DescribeStatus(ack.status) + ")");
+    }
+    // GenCP 1.1 lets a device leave the number of bytes out.
+    if (ack.payload.size() >= 4 && ByteOrder::LoadLittle16(&ack.payload[2]) != data.size()) {
+        return NxResult(kNxDeviceError,
+                        mDevice + " took only " +
+                            std::to_string(ByteOrder::LoadLittle16(&ack.payload[2])) + " of " +
+                            std::to_string(data.size()) + " bytes at " + Hexadecimal(address));
+    }
+    return NxResult();
+}
+
+NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCommand,
+                              std::size_t ackLength, U3vPackets::Ack& ack) {
+    const Clock::time_point busyUntil = After(kPatience);
+    while (mFailure.IsOK()) {
+        const std::uint16_t id = mNextId++;
+        ByteOrder::StoreLittle16(&command[10], id);
+        const auto patience = std::chrono::ceil<milliseconds>(After(kPatience) - Clock::now());
+        const int error = mPipe->Send(command, patience);
+        if (error != LIBUSB_SUCCESS) {
+            return FailTransfer(error, "take a command");
+        }
+        const NxResult result = AwaitAck(id, ackCommand, ackLength, ack);
+        // A busy device has not executed the command.
+        if (!result.IsOK() || ack.status != U3vPackets::kStatusBusy ||
+            Clock::now() + kBusyPause >= busyUntil) {
+            return result;
+        }
+        std::this_thread::sleep_for(kBusyPause);
+    }
+    return mFailure;
+}
+
+NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand, std::size_t ackLength,
+                              U3vPackets::Ack& ack) {
+    mReceived.resize(BufferLength(ackLength));
+    const Clock::time_point pendingUntil = After(kPendingPatience);
+    Clock::time_point deadline = After(kPatience);
+    for (;;) {
+        const auto patience = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+        if (patience.count() <= 0) {
+            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "answer a command");
+        }
+        std::size_t length = 0;
+        const int error = mPipe->Receive(mReceived, patience, length);
+        if (error != LIBUSB_SUCCESS) {
+            return FailTransfer(error, "answer a command");
+        }
+        // The empty packet that ends an acknowledge of full packets only.
+        if (length == 0) {
+            continue;
+        }
+        if (!U3vPackets::ParseAck(std::span(mReceived).first(length), ack)) {
+            return Fail(kNxProtocol,
+                        "sent " + std::to_string(length) + " bytes that are no acknowledge");
+        }
+        if (ack.id != id) {
+            continue;
+        }
+        if (ack.command == U3vPackets::kPendingAck && ack.payload.size() >= 4) {
+            const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
+            deadline = std::min(After(announced + kPatience), pendingUntil);
+            continue;
+        }
+        if (ack.command != ackCommand) {
+            return Fail(kNxProtocol,
+                        "answered a command with acknowledge " + Hexadecimal(ack.command));
+        }
+        return NxResult();
+    }
+}
+
+U3vChannel::Clock::time_point U3vChannel::After(milliseconds patience) const {
+    return std::min(Clock::now() + patience, mDeadline);
+}
+
+NxResult U3vChannel::Fail(unsigned int code, const std::string& reason) {
+    mFailure = NxResult(code, mDevice + " " + reason);
+    return mFailure;
+}
+
+NxResult U3vChannel::FailTransfer(int error, const std::string& stage) {
+    switch (error) {
+        case LIBUSB_ERROR_NO_DEVICE:
+            return Fail(kNxDeviceGone, "was unplugged; check the cable and plug it in again");
+        case LIBUSB_ERROR_TIMEOUT:
+            return Fail(kNxTimeout, "did not " + stage + " in time; plug it in again");
+        case LIBUSB_ERROR_PIPE:
+            // The next connection finds the endpoints working.
+            mPipe->ClearStall();
+            return Fail(kNxDeviceError, "stalled its control endpoint instead of being ready to " +
+                                            stage + " (EPIPE); plug it in again");
+        default:
+            return Fail(kNxDeviceGone, std::string("did not ") + stage + " (" +
+                                           libusb_error_name(error) + "); plug it in again");
+    }
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxResult.h>
+
+#include "U3vPackets.h"
+#include "UsbPipe.h"
+
+/// Commands to one USB3 Vision device and their acknowledges, one at a time.
+///
+/// A command is sent once and never again: USB loses nothing, so a late acknowledge means that the
+/// device is slow, and a repetition would be executed as well. Once the device was unplugged or
+/// left a command unanswered, every later command fails at once with the same description.
+class U3vChannel {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    /// @param device names the device in descriptions
+    U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device);
+
+    /// Until then, and no longer, commands of a connection in the making are waited for.
+    void SetDeadline(Clock::time_point deadline) { mDeadline = deadline; }
+    void ClearDeadline() { mDeadline = Clock::time_point::max(); }
+    /// Upper limits of a command and of an acknowledge, in bytes with their headers.
+    void SetLimits(std::size_t longestCommand, std::size_t longestAck);
+
+    /// Reads with as few commands as the limits allow.
+    NxResult Read(std::uint64_t address, std::span<std::byte> buffer);
+    /// Writes with as few commands as the limits allow.
+    NxResult Write(std::uint64_t address, std::span<const std::byte> data);
+
+    [[nodiscard]] bool IsAlive() const { return mFailure.IsOK(); }
+    /// The description of a device in texts, "USB3 Vision device X (GUID …) at USB port 2-1".
+    [[nodiscard]] const std::string& GetDeviceName() const { return mDevice; }
+
+  private:
+    NxResult ReadBlock(std::uint64_t address, std::span<std::byte> buffer);
+    NxResult WriteBlock(std::uint64_t address, std::span<const std::byte> data);
+    NxResult Exchange(std::span<std::byte> command, std::uint16_t ackCommand, std::size_t ackLength,
+                      U3vPackets::Ack& ack);
+    NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, std::size_t ackLength,
+                      U3vPackets::Ack& ack);
+    [[nodiscard]] Clock::time_point After(std::chrono::milliseconds patience) const;
+    NxResult Fail(unsigned int code, const std::string& reason);
+    NxResult FailTransfer(int error, const std::string& stage);
+
+    std::unique_ptr<UsbPipe> mPipe;
+    std::string mDevice;
+    std::size_t mReadBlock = 0;
+    std::size_t mWriteBlock = 0;
+    std::uint16_t mNextId = 0;
+    Clock::time_point mDeadline = Clock::time_point::max();
+    std::vector<std::byte> mReceived;
+    NxResult mFailure;
+};

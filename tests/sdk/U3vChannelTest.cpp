@@ -1,0 +1,158 @@
+#include "U3vChannel.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "ScriptedPipe.h"
+
+namespace {
+
+using testing::HasSubstr;
+using Bytes = ScriptedPipe::Bytes;
+
+class U3vChannelTest : public testing::Test {
+  protected:
+    ~U3vChannelTest() override { EXPECT_TRUE(mLog.answers.empty()) << "answers left over"; }
+
+    static std::string Text(const NxResult& result) { return result.GetDescription().GetAscii(); }
+    static std::size_t WrittenBy(const Bytes& command) { return command.size() - 20; }
+
+    ScriptedPipe::Log mLog;
+    U3vChannel mChannel{std::make_unique<ScriptedPipe>(mLog), "Device X"};
+};
+
+}  // namespace
+
+TEST_F(U3vChannelTest, WritesBlocksThatFitBothLimits) {
+    struct Case {
+        std::size_t command, ack, block;
+    };
+    for (const Case& limits : {Case{1024, 1024, 1004}, Case{1044, 1036, 1024},
+                               Case{4108, 4108, 4088}, Case{16404, 16396, 16384},
+                               Case{65548, 65548, 65512}, Case{1U << 30U, 1U << 30U, 65512}}) {
+        mLog.commands.clear();
+        mChannel.SetLimits(limits.command, limits.ack);
+        mLog.answers = {ScriptedPipe::WriteAck(static_cast<int>(limits.block)),
+                        ScriptedPipe::WriteAck(5)};
+        const Bytes data(limits.block + 5, std::byte{0x5A});
+        ASSERT_TRUE(mChannel.Write(0x1000, data).IsOK());
+        ASSERT_EQ(mLog.commands.size(), 2U);
+        EXPECT_EQ(WrittenBy(mLog.commands[0]), limits.block);
+        EXPECT_EQ(WrittenBy(mLog.commands[1]), 5U);
+        EXPECT_LE(mLog.commands[0].size(), limits.command);
+    }
+}
+
+TEST_F(U3vChannelTest, ReadsBlocksThatFitTheAcknowledge) {
+    mChannel.SetLimits(1024, 1024);
+    mLog.answers = {ScriptedPipe::Ack(0x0801, Bytes(1012, std::byte{1})),
+                    ScriptedPipe::Ack(0x0801, Bytes(3, std::byte{2}))};
+    Bytes buffer(1015);
+    ASSERT_TRUE(mChannel.Read(0x2000, buffer).IsOK());
+    EXPECT_EQ(buffer.front(), std::byte{1});
+    EXPECT_EQ(buffer.back(), std::byte{2});
+}
+
+TEST_F(U3vChannelTest, IgnoresAcknowledgesOfOtherCommandsAndEmptyTransfers) {
+    mLog.answers = {ScriptedPipe::Ack(0x0803, {}, 0, -1),
+                    {[](const Bytes&) { return Bytes(); }, LIBUSB_SUCCESS},
+                    ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_EQ(mLog.commands.size(), 1U);
+}
+
+TEST_F(U3vChannelTest, WaitsLongerWhenTheDeviceAnnouncesIt) {
+    mLog.answers = {ScriptedPipe::Pending(20000), ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    ASSERT_EQ(mLog.patience.size(), 2U);
+    EXPECT_LE(mLog.patience[0].count(), 5000);
+    EXPECT_GT(mLog.patience[1].count(), 20000);
+    EXPECT_EQ(mLog.commands.size(), 1U);
+}
+
+TEST_F(U3vChannelTest, NeverWaitsForMoreThanAMinuteWhateverIsAnnounced) {
+    mLog.answers = {ScriptedPipe::Pending(65535), ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_LE(mLog.patience[1].count(), 60000);
+}
+
+TEST_F(U3vChannelTest, SendsACommandAgainOnlyWhenTheDeviceWasBusy) {
+    mLog.answers = {ScriptedPipe::Ack(0x0803, {}, 0x8007), ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    ASSERT_EQ(mLog.commands.size(), 2U);
+    EXPECT_NE(mLog.commands[0][10], mLog.commands[1][10]) << "a new command has a new id";
+}
+
+TEST_F(U3vChannelTest, ReportsTheDevicesStatusAndStaysUsable) {
+    mLog.answers = {ScriptedPipe::Ack(0x0803, {}, 0x8004), ScriptedPipe::WriteAck(4)};
+    const NxResult refused = mChannel.Write(0xABC0, Bytes(4));
+    EXPECT_EQ(refused.GetCode(), kNxDeviceError);
+    EXPECT_EQ(Text(refused), "Device X refused to write 4 bytes at 0xabc0 (WRITE_PROTECT 0x8004)");
+    EXPECT_TRUE(mChannel.IsAlive());
+    EXPECT_TRUE(mChannel.Write(0xABC0, Bytes(4)).IsOK());
+}
+
+TEST_F(U3vChannelTest, ReportsAWriteOfFewerBytes) {
+    mLog.answers = {ScriptedPipe::WriteAck(2)};
+    const NxResult result = mChannel.Write(0, Bytes(4));
+    EXPECT_EQ(result.GetCode(), kNxDeviceError);
+    EXPECT_THAT(Text(result), HasSubstr("took only 2 of 4 bytes"));
+}
+
+TEST_F(U3vChannelTest, SendsACommandOnceAndNothingMoreWhenItGoesUnanswered) {
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT)};
+    const NxResult result = mChannel.Write(0, Bytes(4));
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_EQ(mLog.commands.size(), 1U);
+    EXPECT_FALSE(mChannel.IsAlive());
+
+    Bytes buffer(4);
+    EXPECT_EQ(Text(mChannel.Read(0, buffer)), Text(result));
+    EXPECT_EQ(mLog.commands.size(), 1U);
+}
+
+TEST_F(U3vChannelTest, SaysAtOnceThatTheDeviceWasUnplugged) {
+    mLog.sendErrors = {LIBUSB_ERROR_NO_DEVICE};
+    const NxResult result = mChannel.Write(0, Bytes(4));
+    EXPECT_EQ(result.GetCode(), kNxDeviceGone);
+    EXPECT_THAT(Text(result), HasSubstr("Device X was unplugged"));
+    EXPECT_FALSE(mChannel.IsAlive());
+}
+
+TEST_F(U3vChannelTest, ClearsAStallAndReportsIt) {
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_PIPE)};
+    Bytes buffer(4);
+    const NxResult result = mChannel.Read(0, buffer);
+    EXPECT_EQ(result.GetCode(), kNxDeviceError);
+    EXPECT_THAT(Text(result), HasSubstr("stalled"));
+    EXPECT_EQ(mLog.clearedStalls, 1);
+}
+
+TEST_F(U3vChannelTest, RefusesAnswersThatBreakTheProtocol) {
+    const std::vector<ScriptedPipe::Answer> broken = {
+        {[](const Bytes&) { return Bytes(12, std::byte{0x55}); }, LIBUSB_SUCCESS},
+        ScriptedPipe::Ack(0x0803, Bytes(4)),
+        ScriptedPipe::Ack(0x0801, Bytes(3)),
+        ScriptedPipe::Ack(0x0801, Bytes(5)),
+    };
+    for (const ScriptedPipe::Answer& answer : broken) {
+        ScriptedPipe::Log log;
+        log.answers = {answer};
+        U3vChannel channel(std::make_unique<ScriptedPipe>(log), "Device X");
+        Bytes buffer(4);
+        EXPECT_EQ(channel.Read(0, buffer).GetCode(), kNxProtocol);
+        EXPECT_FALSE(channel.IsAlive());
+    }
+}
+
+TEST_F(U3vChannelTest, WaitsNoLongerThanTheDeadlineOfAConnection) {
+    mChannel.SetDeadline(U3vChannel::Clock::now() + std::chrono::milliseconds(700));
+    mLog.answers = {ScriptedPipe::Pending(20000), ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_LE(mLog.patience[0].count(), 700);
+    EXPECT_LE(mLog.patience[1].count(), 700);
+}
