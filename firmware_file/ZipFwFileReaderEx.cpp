@@ -1,0 +1,18 @@
+// The zip reader's operations on temporary files.
+#include <cstdio>
+#include <cstdlib>
+
+#include "ZipFwFileReader.h"
+
+NyString ZipFwFileReader::CreateTempFile(const NyString& aTag) const {
+    char path[256] = {};
+    (void)std::snprintf(path, sizeof path, "/tmp/%s-XXXXXX", aTag.GetAscii());
+    // Neither checked nor closed on purpose: where no file could be made, unpacking to its path fails
+    // and tells; while the tool runs, its open descriptor shows who uses the file (fuser, lsof).
+    [[maybe_unused]] const int descriptor = mkstemp(path);
+    return NyString(path);
+}
+
+void ZipFwFileReader::DeleteTempFile(const NyString& aPath) const {
+    (void)std::remove(aPath.GetAscii());
+}
