@@ -94,7 +94,7 @@ bool MirskoFirmwareUpdaterApp::InitInstance(int argc, const char** argv) {
         exitCode = kNoFirmwareFile;
         return false;
     }
-    // Open until the run ends: the file cannot be replaced by an unreadable one meanwhile.
+    // Held open while the job runs: its volume cannot be unmounted under the transfer.
     const std::ifstream firmware(path);
     if (!firmware.good()) {
         exitCode = kNoFirmwareFile;
@@ -103,7 +103,9 @@ bool MirskoFirmwareUpdaterApp::InitInstance(int argc, const char** argv) {
     return RunUpdate(parameters, device, path);
 }
 
-int MirskoFirmwareUpdaterApp::ExitInstance() { return exitCode; }
+int MirskoFirmwareUpdaterApp::ExitInstance() {
+    return exitCode;
+}
 
 void MirskoFirmwareUpdaterApp::ShowHelp() {
     std::cout << "Mirsko Firmware Updater" << std::endl;

@@ -12,7 +12,9 @@ std::string Lowercase(std::string text) {
     return text;
 }
 
-bool IsOption(const std::string& argument) { return argument.size() > 1 && argument[1] == '-'; }
+bool IsOption(const std::string& argument) {
+    return argument.size() > 1 && argument[1] == '-';
+}
 
 bool IsFirmwareFile(const std::string& argument) {
     const std::string extension = argument.substr(argument.rfind('.') + 1);

@@ -24,6 +24,17 @@ function(mirsko_sdk_library name)
     install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} FILE_SET HEADERS)
 endfunction()
 
+# mirsko_scripted_sdk(<name> SOURCES …)
+# A static library that plays the SDK in tests. Linking it together with a real library of the SDK is
+# an error when CMake generates.
+function(mirsko_scripted_sdk name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
+    add_library(${name} STATIC ${arg_SOURCES})
+    set_target_properties(${name} PROPERTIES
+        INTERFACE_MIRSKO_SDK_KIND scripted
+        COMPATIBLE_INTERFACE_STRING MIRSKO_SDK_KIND)
+endfunction()
+
 # mirsko_app_folder(<name> SOURCES … USES <folders>)
 # One folder of the updater, as an object library that lets others see only its own headers.
 function(mirsko_app_folder name)

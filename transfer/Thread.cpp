@@ -35,7 +35,9 @@ Thread::~Thread() {
     }
 }
 
-void Thread::Start() { mThread = std::make_unique<std::thread>(Hook, static_cast<void*>(this)); }
+void Thread::Start() {
+    mThread = std::make_unique<std::thread>(Hook, static_cast<void*>(this));
+}
 
 void Thread::Hook(void* arg) {
     auto* const worker = static_cast<Thread*>(arg);
@@ -43,7 +45,9 @@ void Thread::Hook(void* arg) {
     worker->mComplete.store(true);
 }
 
-bool Thread::IsComplete() { return mComplete.load(); }
+bool Thread::IsComplete() {
+    return mComplete.load();
+}
 
 void Thread::SetResult(const NxResult& result) {
     const std::lock_guard<std::mutex> lock(mResultGuard);

@@ -41,8 +41,8 @@ class Thread {
     [[nodiscard]] bool IsComplete();
     /// Percentage, 0 to 100.
     [[nodiscard]] int GetProgress();
-    /// OK when the device's status text (kept in mStatus) shows success; kNxStatusNotSuccess when it
-    /// does not; GetStatus's failure unchanged.
+    /// OK when the device's status text (kept in mStatus) shows success; kNxStatusNotSuccess when
+    /// it does not; GetStatus's failure unchanged.
     NxResult Validate();
     /// Builds the record that gives the device a new ID and sends it, whatever the transport.
     NxResult SetNewDeviceId(const NxString& newId);

@@ -119,7 +119,9 @@ NxResult ThreadGenICam::SendBuffer(unsigned char* data, unsigned int length) {
     return NxResult(kNxOk);
 }
 
-bool ThreadGenICam::SupportsReset() const { return false; }
+bool ThreadGenICam::SupportsReset() const {
+    return false;
+}
 
 NxResult ThreadGenICam::OpenFile(const NxString& name, NxGenOpenMode mode) {
     NxGenFile* const file = mFile;

@@ -19,7 +19,9 @@ constexpr unsigned int kStatusSize = 1024;
 ThreadTftp::ThreadTftp(const NxString& connectionID, const NxString& fileName)
     : Thread(fileName), mConnectionID(connectionID) {}
 
-ThreadTftp::~ThreadTftp() { delete mClient.exchange(nullptr); }
+ThreadTftp::~ThreadTftp() {
+    delete mClient.exchange(nullptr);
+}
 
 NxString ThreadTftp::GetLabel() {
     long done = 0;
@@ -94,4 +96,6 @@ NxResult ThreadTftp::SendBuffer(unsigned char* data, unsigned int length) {
     return result.IsOK() ? NxResult(kNxOk) : result;
 }
 
-bool ThreadTftp::SupportsReset() const { return true; }
+bool ThreadTftp::SupportsReset() const {
+    return true;
+}

@@ -110,8 +110,7 @@ mz_bool mz_zip_reader_file_stat(mz_zip_archive* archive, mz_uint index,
     stat->m_uncomp_size = entry.size;
     stat->m_is_directory = IsDirectory(zip, index, entry.name) ? MZ_TRUE : MZ_FALSE;
     stat->m_is_encrypted = entry.encryption_method != ZIP_EM_NONE ? MZ_TRUE : MZ_FALSE;
-    const bool readable =
-        entry.comp_method == ZIP_CM_STORE || entry.comp_method == ZIP_CM_DEFLATE;
+    const bool readable = entry.comp_method == ZIP_CM_STORE || entry.comp_method == ZIP_CM_DEFLATE;
     stat->m_is_supported = readable && stat->m_is_encrypted == MZ_FALSE ? MZ_TRUE : MZ_FALSE;
     std::strncpy(stat->m_filename, entry.name, sizeof stat->m_filename - 1);
     return MZ_TRUE;

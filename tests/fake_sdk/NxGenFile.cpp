@@ -1,0 +1,61 @@
+#include <NxGenICam/NxGenFile.h>
+
+#include <algorithm>
+#include <string>
+
+#include "Script.h"
+
+class NxGenFile::Impl {};
+
+NxGenFile::NxGenFile() {
+    Script::Active().Note("NxGenFile::NxGenFile");
+    ++Script::Active().files;
+}
+
+NxGenFile::~NxGenFile() {
+    Script::Active().Note("NxGenFile::~NxGenFile");
+    --Script::Active().files;
+}
+
+bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
+    Script::Active().Note("NxGenFile::IsSupported");
+    return parameters != nullptr && Script::Active().fileAccess;
+}
+
+NxResult NxGenFile::Open(NxGenParameterArray*, const NxString& fileName, NxGenOpenMode mode) {
+    const char* const way = static_cast<int>(mode) == 0 ? " write" : " read";
+    return Script::Active()
+        .Take(std::string("NxGenFile::Open ") + fileName.GetAscii() + way)
+        .result;
+}
+
+NxResult NxGenFile::WriteFrom(const NxString& localPath) {
+    return Script::Active()
+        .Take(std::string("NxGenFile::WriteFrom ") + localPath.GetAscii())
+        .result;
+}
+
+NxResult NxGenFile::Write(const unsigned char* data, long length, long& written) {
+    const std::string bytes(reinterpret_cast<const char*>(data), static_cast<std::size_t>(length));
+    const ExpectedCall step = Script::Active().Take("NxGenFile::Write " + bytes);
+    written = step.result.IsOK() ? length : 0;
+    return step.result;
+}
+
+NxResult NxGenFile::Read(unsigned char* buffer, long length, long& read) {
+    const ExpectedCall step = Script::Active().Take("NxGenFile::Read " + std::to_string(length));
+    read = std::min(length, static_cast<long>(step.data.size()));
+    std::copy_n(step.data.begin(), read, buffer);
+    return step.result;
+}
+
+NxResult NxGenFile::Close() {
+    return Script::Active().Take("NxGenFile::Close").result;
+}
+
+NxResult NxGenFile::GetProgress(long& done, long& total) {
+    const Script::Progress progress = Script::Active().CurrentProgress();
+    done = progress.first;
+    total = progress.second;
+    return NxResult();
+}

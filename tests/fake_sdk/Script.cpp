@@ -1,0 +1,157 @@
+#include "Script.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr std::chrono::seconds kLimit(20);
+constexpr std::chrono::microseconds kPoll(200);
+
+std::atomic<Script*> current = nullptr;
+
+std::size_t ThreadCount() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+template <typename Value>
+const Value& AtSleep(const std::vector<Value>& values, std::size_t sleeps) {
+    return values.at(std::min(sleeps, values.size() - 1));
+}
+
+}  // namespace
+
+Script::Script() : mThreadsAtStart(ThreadCount()), mPrevious(current.exchange(this)) {}
+
+Script::~Script() {
+    current = mPrevious;
+    for (const ExpectedCall& step : mExpected) {
+        ADD_FAILURE() << "expected but never called: " << step.call;
+    }
+    EXPECT_EQ(files, 0) << "device files left behind";
+    EXPECT_EQ(clients, 0) << "TFTP clients left behind";
+}
+
+Script* Script::Current() {
+    return current;
+}
+
+Script& Script::Active() {
+    Script* const script = current;
+    if (script == nullptr) {
+        ADD_FAILURE() << "an SDK call without a script";
+        std::abort();
+    }
+    return *script;
+}
+
+ExpectedCall& Script::Expect(const std::string& call) {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    ExpectedCall step;
+    step.call = call;
+    mExpected.push_back(step);
+    return mExpected.back();
+}
+
+void Script::Clear() {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    mExpected.clear();
+}
+
+ExpectedCall Script::Take(const std::string& call) {
+    std::unique_lock<std::mutex> lock(mGuard);
+    mLog.push_back(call);
+    if (mExpected.empty() || mExpected.front().call != call) {
+        ADD_FAILURE() << "called: " << call << "\nexpected: "
+                      << (mExpected.empty() ? "nothing more" : mExpected.front().call);
+        ExpectedCall unexpected;
+        unexpected.result = NxResult(0xFFFF, NxString("unexpected call"));
+        return unexpected;
+    }
+    ExpectedCall step = mExpected.front();
+    mExpected.pop_front();
+    if (step.heldUntilSleep != 0) {
+        mHeldUntil = step.heldUntilSleep;
+        mChanged.notify_all();
+        const bool released = mChanged.wait_for(
+            lock, kLimit, [this, &step] { return mSleeps.size() >= step.heldUntilSleep; });
+        EXPECT_TRUE(released) << call << " waits for sleep " << step.heldUntilSleep;
+        mHeldUntil = 0;
+    }
+    lock.unlock();
+    if (step.action) {
+        step.action();
+    }
+    return step;
+}
+
+void Script::Note(const std::string& call) {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    mLog.push_back(call);
+}
+
+std::vector<std::string> Script::Log() const {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    return mLog;
+}
+
+std::size_t Script::CountOf(const std::string& call) const {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    return static_cast<std::size_t>(std::count(mLog.begin(), mLog.end(), call));
+}
+
+std::int64_t Script::Sleep(std::int64_t nanoseconds) {
+    std::unique_lock<std::mutex> lock(mGuard);
+    mSleeps.push_back(nanoseconds);
+    if (interruptedSleeps > 0) {
+        --interruptedSleeps;
+        return nanoseconds - nanoseconds / 2;
+    }
+    mChanged.notify_all();
+    WaitUntilSettled(lock);
+    lock.unlock();
+    if (onSleep) {
+        onSleep();
+    }
+    return 0;
+}
+
+std::vector<std::int64_t> Script::Sleeps() const {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    return mSleeps;
+}
+
+void Script::WaitUntilSettled() {
+    std::unique_lock<std::mutex> lock(mGuard);
+    WaitUntilSettled(lock);
+}
+
+void Script::WaitUntilSettled(std::unique_lock<std::mutex>& lock) {
+    const auto end = std::chrono::steady_clock::now() + kLimit;
+    while (mHeldUntil <= mSleeps.size() && ThreadCount() > mThreadsAtStart) {
+        if (std::chrono::steady_clock::now() > end) {
+            ADD_FAILURE() << "a thread neither ends nor waits for the script";
+            return;
+        }
+        (void)mChanged.wait_for(lock, kPoll);
+    }
+}
+
+Script::Progress Script::CurrentProgress() const {
+    return AtSleep(progress, SleepCount());
+}
+
+std::string Script::CurrentWarning() const {
+    return AtSleep(warnings, SleepCount());
+}
+
+std::size_t Script::SleepCount() const {
+    const std::lock_guard<std::mutex> lock(mGuard);
+    return mSleeps.size();
+}
