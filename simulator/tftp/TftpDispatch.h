@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "TftpSession.h"
+
+namespace simulator {
+
+/// The session that answers a datagram sent to the server's own port, a refusal where the request
+/// is malformed or not in octet mode; null when it is no request and not to be answered.
+[[nodiscard]] std::unique_ptr<TftpSession> DispatchTftpRequest(
+    const TftpSession::Context& context, std::span<const std::uint8_t> datagram);
+
+}  // namespace simulator

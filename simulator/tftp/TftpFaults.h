@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace simulator {
+
+/// What a faulty server answers to a request first.
+enum class TftpFirstAnswer {
+    kRegular,
+    kError,                  ///< ERROR 0
+    kBlockSizeAboveRequest,  ///< OACK with a larger blksize than the client asked for
+    kBlockSizeTooSmall,      ///< OACK with blksize 7, below RFC 2348's range
+    kWindowSizeZero,         ///< OACK with windowsize 0, below RFC 7440's range
+    kUnrequestedOption,      ///< OACK with an option that the client did not ask for
+    kGarbage,                ///< OACK whose values are no numbers
+};
+
+/// What goes wrong with a device's TFTP. The shares are probabilities per datagram, 0 to 1; with
+/// the same seed the n-th datagram of a transfer in one direction always meets the same fate.
+struct TftpFaults {
+    std::uint64_t seed = 1;
+    double loss = 0;
+    double duplication = 0;
+    double reordering = 0;          ///< changes places with the datagram that follows it
+    double delayedDuplication = 0;  ///< a copy comes `delay` later
+    std::chrono::milliseconds delay{30};
+
+    TftpFirstAnswer firstAnswer = TftpFirstAnswer::kRegular;
+    bool mute = false;                          ///< no request is ever answered
+    bool foreignPort = false;                   ///< forged packets come from another port too
+    unsigned int lostLastAcks = 0;              ///< the first so many ACKs of a last block vanish
+    std::optional<std::uint64_t> silentAtByte;  ///< says nothing more once it has so many bytes
+    std::optional<std::uint64_t> errorAtByte;   ///< ERROR 3 once it has so many bytes
+    std::optional<std::uint64_t> statusSize;    ///< the status text is filled up to so many bytes
+
+    /// Whether single datagrams are lost, doubled, delayed or swapped.
+    [[nodiscard]] bool DisturbDatagrams() const {
+        return loss > 0 || duplication > 0 || reordering > 0 || delayedDuplication > 0;
+    }
+};
+
+}  // namespace simulator

@@ -1,0 +1,20 @@
+#include "TftpRefusal.h"
+
+#include <utility>
+
+namespace simulator {
+
+TftpRefusal::TftpRefusal(Context context, const TftpPacket& request, TftpError error)
+    : TftpSession(std::move(context), request), mError(std::move(error)) {}
+
+void TftpRefusal::Start(Time) {
+    Fail(mError);
+}
+
+void TftpRefusal::MeetRepeatedRequest(Time) {}
+
+void TftpRefusal::Receive(const TftpPacket&, Time) {}
+
+void TftpRefusal::Expire(Time) {}
+
+}  // namespace simulator

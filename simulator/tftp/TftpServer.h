@@ -1,0 +1,63 @@
+#pragma once
+
+#include <atomic>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "../DeviceService.h"
+#include "TftpConnection.h"
+#include "TftpFaults.h"
+#include "TftpFiles.h"
+#include "TftpSettings.h"
+#include "TftpTransfer.h"
+
+namespace simulator {
+
+/// A TFTP server (RFC 1350, 2347, 2348, 2349, 7440) for octet mode, on one address of one
+/// interface. Several clients may be served at a time; a client that falls silent is given up.
+class TftpServer : public DeviceService {
+  public:
+    /// @param files must outlive the server
+    /// @param observer told of every transfer that has ended; may be empty
+    TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
+               TftpObserver observer);
+    ~TftpServer() override;
+
+    [[nodiscard]] std::string Name() const override { return "tftp"; }
+    [[nodiscard]] bool Start(const NetworkPlace& place, std::string& why) override;
+    void Stop() override;
+
+    /// The port that it answers on, between Start and Stop.
+    [[nodiscard]] std::uint16_t Port() const { return mPort; }
+
+  private:
+    using Time = TftpSession::Time;
+
+    void Run();
+    void Wait();
+    void TakeRequests(Time now);
+    void Answer(std::span<const std::uint8_t> request, const TftpEndpoint& from, Time now);
+    [[nodiscard]] bool MakeRoom();
+    void Advance(Time now);
+    void Report(TftpConnection& connection);
+
+    TftpFiles& mFiles;
+    const TftpSettings mSettings;
+    const TftpFaults mFaults;
+    const TftpObserver mObserver;
+
+    NetworkPlace mPlace;
+    TftpEndpoint mEndpoint;
+    std::uint16_t mPort = 0;
+    std::optional<TftpSocket> mSocket;
+    std::list<TftpConnection> mConnections;
+    std::uint64_t mLines = 0;  // transfers so far
+    int mWake = -1;
+    std::atomic<bool> mStopping{false};
+    std::thread mThread;
+};
+
+}  // namespace simulator
