@@ -10,7 +10,7 @@
 #include <NxGenICam/ParameterArrayFactory.h>
 
 #include "FileDevice.h"
-#include "support/TemporaryFolder.h"
+#include "TemporaryFolder.h"
 
 using testing::HasSubstr;
 using testing::StrEq;
@@ -21,9 +21,9 @@ class NxGenFileTest : public testing::Test {
   protected:
     void Connect(FileDevice::Layout layout = {}) {
         device = std::make_unique<FileDevice>(layout);
-        Connect(device->Xml());
+        Load(device->Xml());
     }
-    void Connect(const std::string& xml) {
+    void Load(const std::string& xml) {
         const NxResult result = MakeParameterArray(device->port, xml, parameters);
         ASSERT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
     }
@@ -67,7 +67,7 @@ TEST_F(NxGenFileTest, IsNotSupportedWhenANodeIsMissing) {
         std::string xml = device->Xml();
         const std::string name = std::string("Name=\"") + node + "\"";
         xml.replace(xml.find(name), name.size(), "Name=\"Something\"");
-        Connect(xml);
+        Load(xml);
         EXPECT_FALSE(NxGenFile::IsSupported(parameters.get())) << node;
     }
 }
