@@ -54,6 +54,12 @@ const char* GeneralDescription(unsigned int code) {
             return "The answer is larger than expected";
         case kNxNotSupported:
             return "The device does not support this operation";
+        case kNxBadManifest:
+            return "The package's manifest cannot be used";
+        case kNxNoUpdate:
+            return "No update in this package is for this device";
+        case kNxAssertFailed:
+            return "The device is not in the state that the update asks for";
         default:
             return nullptr;
     }

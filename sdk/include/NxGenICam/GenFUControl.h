@@ -24,8 +24,9 @@ class NX_API GenFUControl : public IGenFUModel, public IGenFUModelBuilder {
     GenFUControl(const GenFUControl&) = delete;
     GenFUControl& operator=(const GenFUControl&) = delete;
 
-    /// @return code 0 when every step was done; "No update in this package is for <model>" when no
-    ///         update's conditions hold; an assert's own message when its feature does not match
+    /// @return code 0 when every step was done; kNxNoUpdate and "No update in this package is for
+    ///         <model>" when no update's conditions all hold; kNxAssertFailed and the assert's own
+    ///         message when its feature does not match
     NyUtilsLib::Result Run() override;
 
     NyUtilsLib::Result Clear() override;

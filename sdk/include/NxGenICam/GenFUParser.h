@@ -13,15 +13,17 @@ namespace NxGenICamLib {
 /// The grammar is that of docs/packages.md and of the schema FirmwareUpdate.xsd.
 class NX_API GenFUParser {
   public:
-    /// @param builder receives the model; not owned, must outlive the parser
+    /// @param builder receives the model; not owned, must outlive the parser. With a null pointer
+    ///        Build only checks.
     explicit GenFUParser(IGenFUModelBuilder* builder);
     ~GenFUParser();
     GenFUParser(const GenFUParser&) = delete;
     GenFUParser& operator=(const GenFUParser&) = delete;
 
     /// Checks the whole text first; the builder is called only when nothing is wrong with it.
-    /// @param text XML in UTF-8, at most 1 MiB
-    /// @return code 0, or a message "Manifest.xml:line:column: what is wrong"; line and column
+    /// @param text XML in UTF-8, at most 256 KiB
+    /// @return code 0, or kNxBadManifest and a message "Manifest.xml:line:column: what is wrong";
+    /// line and column
     ///         count from 1, the column in bytes
     NyUtilsLib::Result Build(const std::string& text);
 

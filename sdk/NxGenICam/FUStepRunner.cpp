@@ -1,0 +1,65 @@
+#include "FUStepRunner.h"
+
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "FUUnicode.h"
+
+namespace NxGenICamLib {
+
+FUStepRunner::FUStepRunner(IGenFUUpdater& updater, std::string place)
+    : mUpdater(updater), mPlace(std::move(place)) {}
+
+NyUtilsLib::Result FUStepRunner::operator()(const FUFileUpload& step) const {
+    return Report(mUpdater.Write(step.fileName, step.transport),
+                  "FileUpload of " + Quoted(step.fileName) + " by " + step.transport);
+}
+
+NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureAssert& step) const {
+    const std::string what = "FeatureAssert of " + Quoted(step.featureName);
+    std::string value;
+    const NyUtilsLib::Result result = mUpdater.ReadGenStringValue(step.featureName, value);
+    if (result.GetCode() != 0) {
+        return Report(result, what);
+    }
+    switch (step.pattern.Matches(value)) {
+        case FUPattern::Match::kYes:
+            return {};
+        case FUPattern::Match::kNo:
+            return NyUtilsLib::Result(kNxAssertFailed, step.message);
+        default:
+            return NyUtilsLib::Result(
+                kNxAssertFailed, mPlace + ", " + what + ": its pattern takes too long to match");
+    }
+}
+
+NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureWrite& step) const {
+    return Report(mUpdater.WriteGenStringValue(step.featureName, step.value),
+                  "FeatureWrite of " + Quoted(step.featureName));
+}
+
+NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureExecute& step) const {
+    return Report(mUpdater.ExecuteGenCommand(step.featureName),
+                  "FeatureExecute of " + Quoted(step.featureName));
+}
+
+NyUtilsLib::Result FUStepRunner::operator()(const FUDeviceReset& /*step*/) const {
+    return Report(mUpdater.Reset(), "DeviceReset");
+}
+
+NyUtilsLib::Result FUStepRunner::Report(const NyUtilsLib::Result& result,
+                                        const std::string& what) const {
+    if (result.GetCode() == 0) {
+        return {};
+    }
+    return NyUtilsLib::Result(result.GetCode(),
+                              mPlace + ", " + what + "," + DescribeFailure(result));
+}
+
+std::string DescribeFailure(const NyUtilsLib::Result& result) {
+    const std::string failed = " failed with code " + std::to_string(result.GetCode());
+    return result.GetMessage().empty() ? failed : failed + ": " + result.GetMessage();
+}
+
+}  // namespace NxGenICamLib

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include <NxGenICam/IGenFUUpdater.h>
+
+#include "FUStep.h"
+
+namespace NxGenICamLib {
+
+/// Does the steps of a procedure through the updater's calls; a visitor of FUStep.
+class FUStepRunner {
+  public:
+    /// @param place begins the message of a failed step, e.g. "Step 2 of procedure \"main\""
+    FUStepRunner(IGenFUUpdater& updater, std::string place);
+
+    NyUtilsLib::Result operator()(const FUFileUpload& step) const;
+    NyUtilsLib::Result operator()(const FUFeatureAssert& step) const;
+    NyUtilsLib::Result operator()(const FUFeatureWrite& step) const;
+    NyUtilsLib::Result operator()(const FUFeatureExecute& step) const;
+    NyUtilsLib::Result operator()(const FUDeviceReset& step) const;
+
+  private:
+    [[nodiscard]] NyUtilsLib::Result Report(const NyUtilsLib::Result& result,
+                                            const std::string& what) const;
+
+    IGenFUUpdater& mUpdater;
+    std::string mPlace;
+};
+
+/// " failed with code 25", followed by the result's own message when it has one.
+std::string DescribeFailure(const NyUtilsLib::Result& result);
+
+}  // namespace NxGenICamLib

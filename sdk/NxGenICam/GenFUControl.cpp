@@ -1,0 +1,214 @@
+#include <NxGenICam/GenFUControl.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "FUStepRunner.h"
+#include "FUUnicode.h"
+
+namespace NxGenICamLib {
+
+namespace {
+
+struct Procedure {
+    std::string id;
+    std::vector<FUStep> steps;
+};
+
+struct Condition {
+    std::string featureName;
+    FUPattern pattern;
+};
+
+struct Update {
+    std::size_t procedure;
+    std::vector<Condition> conditions;
+};
+
+NyUtilsLib::Result Refuse(const std::string& what) {
+    return NyUtilsLib::Result(kNxBadManifest, what);
+}
+
+}  // namespace
+
+class GenFUControl::Impl {
+  public:
+    explicit Impl(IGenFUUpdater* updater) : mUpdater(*updater) {}
+
+    NyUtilsLib::Result Run() {
+        NyUtilsLib::Result unread;
+        for (const Update& update : mUpdates) {
+            const bool suits = std::all_of(
+                update.conditions.begin(), update.conditions.end(),
+                [this, &unread](const Condition& condition) { return Holds(condition, unread); });
+            if (suits) {
+                return RunProcedure(mProcedures[update.procedure]);
+            }
+        }
+        return NoUpdate(unread);
+    }
+
+    NyUtilsLib::Result Clear() {
+        mProcedures.clear();
+        mUpdates.clear();
+        return {};
+    }
+
+    NyUtilsLib::Result AddProcedure(const std::string& id) {
+        if (FindProcedure(id) != mProcedures.size()) {
+            return Refuse("the procedure id " + Quoted(id) + " stands twice");
+        }
+        mProcedures.push_back({id, {}});
+        return {};
+    }
+
+    NyUtilsLib::Result AddStep(FUStep step) {
+        if (mProcedures.empty()) {
+            return Refuse("a step must belong to a procedure");
+        }
+        mProcedures.back().steps.push_back(std::move(step));
+        return {};
+    }
+
+    NyUtilsLib::Result AddUpdate(const std::string& procedureId) {
+        const std::size_t procedure = FindProcedure(procedureId);
+        if (procedure == mProcedures.size()) {
+            return Refuse("no procedure has the id " + Quoted(procedureId));
+        }
+        mUpdates.push_back({procedure, {}});
+        return {};
+    }
+
+    NyUtilsLib::Result AddInfo() const {
+        return mUpdates.empty() ? Refuse("an info must belong to an update") : NyUtilsLib::Result();
+    }
+
+    NyUtilsLib::Result AddCondition(Condition condition) {
+        if (mUpdates.empty()) {
+            return Refuse("a condition must belong to an update");
+        }
+        mUpdates.back().conditions.push_back(std::move(condition));
+        return {};
+    }
+
+  private:
+    [[nodiscard]] std::size_t FindProcedure(const std::string& id) const {
+        const auto found = std::find_if(mProcedures.begin(), mProcedures.end(),
+                                        [&id](const Procedure& one) { return one.id == id; });
+        return static_cast<std::size_t>(found - mProcedures.begin());
+    }
+
+    /// A device that lacks the feature is another one than the update is for, so a failed read is a
+    /// condition that does not hold. The first such failure is kept, to be told if nothing fits.
+    bool Holds(const Condition& condition, NyUtilsLib::Result& unread) {
+        std::string value;
+        const NyUtilsLib::Result result = mUpdater.ReadGenStringValue(condition.featureName, value);
+        if (result.GetCode() != 0) {
+            if (unread.GetCode() == 0) {
+                unread = NyUtilsLib::Result(
+                    result.GetCode(),
+                    "reading " + Quoted(condition.featureName) + DescribeFailure(result));
+            }
+            return false;
+        }
+        return condition.pattern.Matches(value) == FUPattern::Match::kYes;
+    }
+
+    NyUtilsLib::Result NoUpdate(const NyUtilsLib::Result& unread) {
+        std::string model;
+        if (mUpdater.ReadGenStringValue("DeviceModelName", model).GetCode() != 0) {
+            model = "this device";
+        }
+        const std::string message = "No update in this package is for " + model;
+        if (unread.GetCode() != 0) {
+            return NyUtilsLib::Result(unread.GetCode(), message + ": " + unread.GetMessage());
+        }
+        return NyUtilsLib::Result(kNxNoUpdate, message);
+    }
+
+    NyUtilsLib::Result RunProcedure(const Procedure& procedure) {
+        std::size_t number = 0;
+        for (const FUStep& step : procedure.steps) {
+            const std::string place =
+                "Step " + std::to_string(++number) + " of procedure " + Quoted(procedure.id);
+            const NyUtilsLib::Result result = std::visit(FUStepRunner(mUpdater, place), step);
+            if (result.GetCode() != 0) {
+                return result;
+            }
+        }
+        return {};
+    }
+
+    IGenFUUpdater& mUpdater;
+    std::vector<Procedure> mProcedures;
+    std::vector<Update> mUpdates;
+};
+
+GenFUControl::GenFUControl(IGenFUUpdater* updater) : mImpl(std::make_unique<Impl>(updater)) {}
+
+GenFUControl::~GenFUControl() = default;
+
+NyUtilsLib::Result GenFUControl::Run() {
+    return mImpl->Run();
+}
+
+NyUtilsLib::Result GenFUControl::Clear() {
+    return mImpl->Clear();
+}
+
+NyUtilsLib::Result GenFUControl::AddProcedure(const std::string& id) {
+    return mImpl->AddProcedure(id);
+}
+
+NyUtilsLib::Result GenFUControl::AddFileUpload(const std::string& fileName,
+                                               const std::string& /*deviceFileName*/,
+                                               const std::string& transport) {
+    return mImpl->AddStep(FUFileUpload{fileName, transport});
+}
+
+NyUtilsLib::Result GenFUControl::AddFeatureAssert(const std::string& featureName,
+                                                  const std::string& pattern,
+                                                  const std::string& message) {
+    FUPattern compiled;
+    const std::string wrong = compiled.Compile(pattern);
+    if (!wrong.empty()) {
+        return Refuse("no regular expression: " + wrong);
+    }
+    return mImpl->AddStep(FUFeatureAssert{featureName, std::move(compiled), message});
+}
+
+NyUtilsLib::Result GenFUControl::AddFeatureWrite(const std::string& featureName,
+                                                 const std::string& value) {
+    return mImpl->AddStep(FUFeatureWrite{featureName, value});
+}
+
+NyUtilsLib::Result GenFUControl::AddFeatureExecute(const std::string& featureName) {
+    return mImpl->AddStep(FUFeatureExecute{featureName});
+}
+
+NyUtilsLib::Result GenFUControl::AddDeviceReset() {
+    return mImpl->AddStep(FUDeviceReset{});
+}
+
+NyUtilsLib::Result GenFUControl::AddUpdate(const std::string& procedureId) {
+    return mImpl->AddUpdate(procedureId);
+}
+
+NyUtilsLib::Result GenFUControl::AddInfo(const std::string& /*name*/, const std::string& /*text*/) {
+    return mImpl->AddInfo();
+}
+
+NyUtilsLib::Result GenFUControl::AddCondition(const std::string& featureName,
+                                              const std::string& pattern) {
+    FUPattern compiled;
+    const std::string wrong = compiled.Compile(pattern);
+    if (!wrong.empty()) {
+        return Refuse("no regular expression: " + wrong);
+    }
+    return mImpl->AddCondition({featureName, std::move(compiled)});
+}
+
+}  // namespace NxGenICamLib
