@@ -1,5 +1,7 @@
 #include "FUUnicode.h"
 
+#include <algorithm>
+
 namespace NxGenICamLib {
 
 FUCharacter DecodeUtf8(std::string_view text) {
@@ -42,6 +44,13 @@ std::string Quoted(std::string_view text) {
         quoted += character >= 0x20 && character <= 0x7E ? character : '?';
     }
     return quoted + (text.size() > kLongest ? "...\"" : "\"");
+}
+
+std::string Printable(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char byte) { return (byte >= 0 && byte < 0x20) || byte == 0x7F; }, '?');
+    return text;
 }
 
 }  // namespace NxGenICamLib

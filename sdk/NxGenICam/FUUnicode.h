@@ -22,4 +22,7 @@ bool IsXmlCharacter(unsigned int value);
 /// on a terminal whatever a file or device put into it.
 std::string Quoted(std::string_view text);
 
+/// The text with '?' for every ASCII control character, such as those that steer a terminal.
+std::string Printable(std::string text);
+
 }  // namespace NxGenICamLib

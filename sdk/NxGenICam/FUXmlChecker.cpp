@@ -52,7 +52,7 @@ bool IsSameIgnoringCase(std::string_view text, std::string_view lower) {
 }
 
 std::string Hexadecimal(const char* format, unsigned int value) {
-    std::array<char, 32> text{};
+    std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), format, value);
     return text.data();
 }

@@ -122,7 +122,7 @@ class GenFUControl::Impl {
         if (mUpdater.ReadGenStringValue("DeviceModelName", model).GetCode() != 0) {
             model = "this device";
         }
-        const std::string message = "No update in this package is for " + model;
+        const std::string message = "No update in this package is for " + Printable(model);
         if (unread.GetCode() != 0) {
             return NyUtilsLib::Result(unread.GetCode(), message + ": " + unread.GetMessage());
         }

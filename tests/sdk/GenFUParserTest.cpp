@@ -1,0 +1,189 @@
+#include <NxGenICam/GenFUParser.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "ManifestCases.h"
+#include "Process.h"
+#include "RecordingBuilder.h"
+#include "TemporaryFolder.h"
+
+using NxGenICamLib::GenFUParser;
+
+namespace {
+
+class GenFUParserTest : public testing::Test {
+  protected:
+    void ExpectRefused(const std::vector<ManifestCase>& cases) {
+        for (const ManifestCase& one : cases) {
+            SCOPED_TRACE(one.name);
+            const NyUtilsLib::Result result = mParser.Build(one.text);
+            EXPECT_EQ(result.GetCode(), kNxBadManifest);
+            EXPECT_EQ(result.GetMessage(), "Manifest.xml:" + one.error);
+            EXPECT_TRUE(mBuilder.calls.empty());
+        }
+    }
+
+    RecordingBuilder mBuilder;
+    GenFUParser mParser{&mBuilder};
+};
+
+/// Those of the cases, by name, that xmllint finds valid against the schema.
+std::vector<std::string> ValidBySchema(const std::vector<ManifestCase>& cases) {
+    const TemporaryFolder folder;
+    std::vector<std::string> command = {
+        "xmllint", "--noout", "--schema",
+        std::string(MIRSKO_SOURCE_FOLDER) + "/sdk/share/FirmwareUpdate.xsd"};
+    for (const ManifestCase& one : cases) {
+        command.push_back(folder.Write(std::string(one.name) + ".xml", one.text));
+    }
+    const std::string said = Process::Run(command).err;
+    EXPECT_EQ(said.find("Schemas parser error"), std::string::npos) << said;
+    std::vector<std::string> valid;
+    for (std::size_t index = 0; index < cases.size(); ++index) {
+        if (said.find(command[index + 4] + " validates\n") != std::string::npos) {
+            valid.emplace_back(cases[index].name);
+        }
+    }
+    return valid;
+}
+
+std::vector<std::string> Names(const std::vector<ManifestCase>& cases) {
+    std::vector<std::string> names;
+    for (const ManifestCase& one : cases) {
+        names.emplace_back(one.name);
+    }
+    return names;
+}
+
+}  // namespace
+
+TEST_F(GenFUParserTest, RefusesWhatIsNotWellFormed) {
+    ExpectRefused(MalformedXml());
+}
+
+TEST_F(GenFUParserTest, RefusesWhatBreaksTheGrammar) {
+    ExpectRefused(MalformedManifests());
+}
+
+TEST_F(GenFUParserTest, RefusesBadPatterns) {
+    ExpectRefused(MalformedPatterns());
+}
+
+TEST_F(GenFUParserTest, RefusesMoreElementsThanAllowed) {
+    ExpectRefused(OverfullManifests());
+}
+
+TEST_F(GenFUParserTest, RefusesWhatASchemaCannotSee) {
+    ExpectRefused(BeyondTheSchema());
+}
+
+TEST_F(GenFUParserTest, TakesEveryGoodManifest) {
+    for (const ManifestCase& one : GoodManifests()) {
+        SCOPED_TRACE(one.name);
+        const NyUtilsLib::Result result = mParser.Build(one.text);
+        EXPECT_EQ(result.GetCode(), 0U);
+        EXPECT_EQ(result.GetMessage(), "");
+    }
+}
+
+TEST_F(GenFUParserTest, AgreesWithTheSchemaOnEveryMalformedManifest) {
+    for (const auto& cases :
+         {MalformedXml(), MalformedManifests(), MalformedPatterns(), OverfullManifests()}) {
+        EXPECT_EQ(ValidBySchema(cases), std::vector<std::string>());
+    }
+}
+
+TEST_F(GenFUParserTest, AgreesWithTheSchemaOnEveryGoodManifest) {
+    EXPECT_EQ(ValidBySchema(GoodManifests()), Names(GoodManifests()));
+}
+
+TEST_F(GenFUParserTest, IsStricterThanTheSchemaOnlyWhereASchemaCannotSee) {
+    EXPECT_EQ(ValidBySchema(BeyondTheSchema()), Names(BeyondTheSchema()));
+}
+
+TEST_F(GenFUParserTest, DrivesTheBuilderInTheOrderOfTheManifest) {
+    ASSERT_EQ(mParser.Build(PlainManifest()).GetCode(), 0U);
+    EXPECT_EQ(mBuilder.calls, (std::vector<std::string>{
+                                  "Clear", "Procedure p", "FileUpload a.dfw||TFTP",
+                                  "FeatureAssert F|x|m", "FeatureWrite F|v", "DeviceReset",
+                                  "Update p", "Info Version|1.0", "Condition DeviceModelName|X"}));
+}
+
+TEST_F(GenFUParserTest, HandsTextsOnAsTheGrammarNormalizesThem) {
+    ASSERT_EQ(mParser
+                  .Build(ReplaceInManifest(
+                      "<DeviceReset/>",
+                      "<FileUpload Transport=\"GenICam\"><DeviceFileName> Remote &#x41; "
+                      "</DeviceFileName><FileName>\n b <![CDATA[ &]]><!-- --> \t.dfw\n</FileName>"
+                      "</FileUpload>\n<FeatureWrite><Value>  &lt;v&gt; </Value>"
+                      "<FeatureName> G </FeatureName></FeatureWrite>"))
+                  .GetCode(),
+              0U);
+    EXPECT_EQ(mBuilder.calls[5], "FileUpload b & .dfw|Remote A|GenICam");
+    EXPECT_EQ(mBuilder.calls[6], "FeatureWrite G|  <v> ");
+}
+
+TEST_F(GenFUParserTest, NamesThePlaceWhereTheBuilderRefuses) {
+    mBuilder.refused = "FeatureWrite";
+    const NyUtilsLib::Result result = mParser.Build(PlainManifest());
+    EXPECT_EQ(result.GetCode(), kNxBadManifest);
+    EXPECT_EQ(result.GetMessage(), "Manifest.xml:5:1: not today");
+    EXPECT_EQ(mBuilder.calls.back(), "FeatureAssert F|x|m");
+}
+
+TEST_F(GenFUParserTest, OnlyChecksWithoutABuilder) {
+    GenFUParser parser(nullptr);
+    EXPECT_EQ(parser.Build(PlainManifest()).GetCode(), 0U);
+    EXPECT_EQ(parser.Build("<a/>").GetMessage(),
+              "Manifest.xml:1:1: the root element must be <FirmwareUpdate>, not \"a\"");
+}
+
+TEST_F(GenFUParserTest, RefusesElementsNestedTooDeep) {
+    std::string text = "<FirmwareUpdate>";
+    for (int depth = 0; depth < 100000; ++depth) {
+        text += "<a";
+        text += ">";
+        if (text.size() > 200000) {
+            break;
+        }
+    }
+    EXPECT_EQ(mParser.Build(text).GetMessage(),
+              "Manifest.xml:1:62: elements are nested deeper than 16");
+}
+
+TEST_F(GenFUParserTest, RefusesManyAttributes) {
+    std::string text = "<FirmwareUpdate";
+    for (int number = 0; number < 17; ++number) {
+        text += " a" + std::to_string(number) + "='1'";
+    }
+    EXPECT_EQ(mParser.Build(text + "/>").GetMessage(),
+              "Manifest.xml:1:135: more than 16 attributes of one element");
+}
+
+TEST_F(GenFUParserTest, CountsLinesWithCarriageReturnsOnce) {
+    std::string text;
+    for (const char character : PlainManifest()) {
+        text += character == '\n' ? "\r\n" : std::string(1, character);
+    }
+    EXPECT_EQ(mParser.Build(text).GetCode(), 0U);
+    text.insert(text.find("<Condition"), "<x/>");
+    EXPECT_EQ(mParser.Build(text).GetMessage(),
+              "Manifest.xml:10:1: unknown element \"x\" in <Update>");
+}
+
+TEST_F(GenFUParserTest, TakesTheInstalledExample) {
+    const std::string text =
+        ReadFile(std::string(MIRSKO_SOURCE_FOLDER) + "/sdk/share/example-package/Manifest.xml");
+    EXPECT_EQ(mParser.Build(text).GetMessage(), "");
+    EXPECT_EQ(ValidBySchema({{"Example", text, ""}}), std::vector<std::string>{"Example"});
+}
+
+TEST_F(GenFUParserTest, ShowsNoControlCharactersOfTheManifest) {
+    const std::string message =
+        mParser.Build(ReplaceInManifest("<DeviceReset/>", "<caf\xC3\xA9/>")).GetMessage();
+    EXPECT_EQ(message, "Manifest.xml:6:1: unknown element \"caf\?\?\" in <Procedure>");
+}
