@@ -1,0 +1,27 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+/// One subcommand of mirsko-package: its options and what it does.
+class Command {
+  public:
+    /// Exit statuses, the same for all.
+    static constexpr int kDone = 0;
+    static constexpr int kFailed = 1;  ///< a failure, or something that a check found
+    static constexpr int kUsage = 2;
+
+    Command() = default;
+    virtual ~Command();
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    /// Adds the subcommand to the program's options. Called once.
+    virtual CLI::App* Declare(CLI::App& program) = 0;
+    /// Runs with the options that were parsed; prints its own failures to standard error.
+    [[nodiscard]] virtual int Run() = 0;
+
+  protected:
+    /// Prints "mirsko-package: <text>" to standard error.
+    /// @return kFailed
+    static int Fail(const std::string& text);
+};

@@ -1,0 +1,36 @@
+// Makes, shows and checks firmware payloads and packages.
+#include <iostream>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "PayloadCommand.h"
+
+int main(int argc, char** argv) {
+    CLI::App options(
+        "Makes, shows and checks firmware payloads and packages.\n"
+        "Exit status: 0 done, 1 a failure or a finding, 2 wrong usage.",
+        "mirsko-package");
+    options.require_subcommand(1);
+    options.set_help_all_flag("--help-all", "Print the help of every subcommand and exit");
+
+    std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
+    const auto add = [&](std::unique_ptr<Command> command) {
+        CLI::App* const declared = command->Declare(options);
+        commands.emplace_back(std::move(command), declared);
+    };
+    add(std::make_unique<PayloadCommand>());
+
+    try {
+        options.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return options.exit(error) == 0 ? Command::kDone : Command::kUsage;
+    }
+    for (const auto& [command, declared] : commands) {
+        if (declared->parsed()) {
+            const int status = command->Run();
+            return std::cout.flush() ? status : Command::kFailed;
+        }
+    }
+    return Command::kUsage;
+}
