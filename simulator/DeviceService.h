@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <string>
 
 namespace simulator {
@@ -8,6 +10,20 @@ namespace simulator {
 struct NetworkPlace {
     std::string address = "127.0.0.1";  ///< IPv4, dotted
     std::string interfaceName = "lo";   ///< every socket is bound to it (SO_BINDTODEVICE)
+};
+
+struct DeviceOptions;
+class EventLog;
+class FirmwareStore;
+
+/// What a device lends its services; outlives them.
+struct DeviceContext {
+    const DeviceOptions& options;
+    FirmwareStore& firmware;
+    EventLog& events;
+    const std::atomic<bool>& muted;  ///< while set, nothing may be sent
+    std::function<void()>
+        resetRequested;  ///< reboots the device soon after; may be called anywhere
 };
 
 /// A server that runs while the device is on, e.g. for GVCP or TFTP. Started and stopped by the

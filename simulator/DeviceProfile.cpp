@@ -1,0 +1,113 @@
+#include "DeviceProfile.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace simulator {
+
+namespace {
+
+constexpr std::array<std::pair<Profile, const char*>, 7> kProfiles{{
+    {Profile::kFileAccess, "file-access"},
+    {Profile::kSingleFile, "single-file"},
+    {Profile::kNoFileAccess, "no-file-access"},
+    {Profile::kBackupLoad, "backup-load"},
+    {Profile::kMainLoad, "main-load"},
+    {Profile::kSelectorWithoutDfw, "selector-without-dfw"},
+    {Profile::kLoader, "loader"},
+}};
+
+constexpr std::uint32_t kMaxBufferSize = 16U << 20U;
+
+bool IsPercentage(double value) {
+    return value >= 0 && value <= 100;
+}
+
+bool AreUsable(const DatagramFaults& faults) {
+    return IsPercentage(faults.lossPercent) && IsPercentage(faults.duplicatePercent) &&
+           IsPercentage(faults.reorderPercent) && IsPercentage(faults.delayPercent) &&
+           faults.delay.count() >= 0;
+}
+
+int HexDigit(char character) {
+    if (character >= '0' && character <= '9') {
+        return character - '0';
+    }
+    const char lower = static_cast<char>(character | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+}  // namespace
+
+const char* NameOf(Profile profile) {
+    const auto* const found =
+        std::find_if(kProfiles.begin(), kProfiles.end(),
+                     [profile](const auto& entry) { return entry.first == profile; });
+    return found->second;
+}
+
+std::optional<Profile> ProfileNamed(const std::string& name) {
+    const auto* const found =
+        std::find_if(kProfiles.begin(), kProfiles.end(),
+                     [&name](const auto& entry) { return entry.second == name; });
+    return found == kProfiles.end() ? std::nullopt : std::optional(found->first);
+}
+
+std::optional<std::uint64_t> ParseMac(const std::string& text) {
+    if (text.size() != 17) {
+        return std::nullopt;
+    }
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (i % 3 == 2) {
+            if (text[i] != ':') {
+                return std::nullopt;
+            }
+            continue;
+        }
+        const int digit = HexDigit(text[i]);
+        if (digit < 0) {
+            return std::nullopt;
+        }
+        value = value << 4U | static_cast<std::uint64_t>(digit);
+    }
+    return value;
+}
+
+std::string WhyUnusable(const DeviceOptions& options) {
+    in_addr address{};
+    if (inet_pton(AF_INET, options.place.address.c_str(), &address) != 1) {
+        return "\"" + options.place.address + "\" is not an IPv4 address";
+    }
+    if (options.place.interfaceName.empty() || options.place.interfaceName.size() > 15) {
+        return "\"" + options.place.interfaceName + "\" is not the name of an interface";
+    }
+    if (!ParseMac(options.mac)) {
+        return "\"" + options.mac + "\" is not a MAC address such as 02:4d:53:00:00:01";
+    }
+    if (options.bufferSize == 0 || options.bufferSize % 4 != 0 ||
+        options.bufferSize > kMaxBufferSize) {
+        return "the buffer size must be a multiple of 4 from 4 to 16777216";
+    }
+    for (const std::string& text :
+         {options.vendor, options.model, options.serial, options.firmware.deviceId}) {
+        if (!IsPrintable(text) || text.size() > FirmwareStore::kMaxDeviceIdSize) {
+            return "\"" + text + "\" is not printable ASCII of at most 63 characters";
+        }
+    }
+    if (options.firmware.family.empty() || options.firmware.family.size() > 32 ||
+        !IsPrintable(options.firmware.family)) {
+        return "the family must be 1 to 32 characters of printable ASCII";
+    }
+    if (!AreUsable(options.faults.received) || !AreUsable(options.faults.sent) ||
+        !IsPercentage(options.faults.staleAckPercent) ||
+        !IsPercentage(options.faults.busyPercent)) {
+        return "percentages must be from 0 to 100";
+    }
+    return {};
+}
+
+}  // namespace simulator

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ByteOrder.h"
+#include "FirmwareStore.h"
+
+namespace simulator {
+
+/// The file access of the Standard Features Naming Convention (SFNC 2.7, chapter File Access
+/// Control) over the device's two files: RemoteUpdateDfw is written, StatusTxt is read.
+/// Bus-independent. Used by one thread at a time.
+class FileAccess {
+  public:
+    enum class File : std::uint32_t { kRemoteUpdateDfw = 0, kStatusTxt = 1, kUserData = 2 };
+    enum class Operation : std::uint32_t { kOpen = 0, kClose = 1, kRead = 2, kWrite = 3 };
+    enum class OpenMode : std::uint32_t { kRead = 0, kWrite = 1, kReadWrite = 2 };
+    /// Values of FileOperationStatus.
+    enum class Status : std::uint32_t { kSuccess = 0, kFailure = 1 };
+
+    struct Outcome {
+        Status status = Status::kSuccess;
+        std::uint32_t result = 0;  ///< Read, Write: bytes moved
+    };
+
+    FileAccess(FirmwareStore& firmware, EventLog& events, std::uint32_t shortWriteEvery);
+
+    /// RemoteUpdateDfw opens for writing only, StatusTxt for reading only; one file at a time.
+    [[nodiscard]] Outcome Open(File file, OpenMode mode);
+    /// Closing RemoteUpdateDfw makes the device judge what came.
+    [[nodiscard]] Outcome Close(File file);
+    /// StatusTxt from `offset` on, into the buffer's beginning. Past the end: 0 bytes, success.
+    [[nodiscard]] Outcome Read(File file, std::uint64_t offset, Bytes buffer);
+    [[nodiscard]] Outcome Write(File file, std::uint64_t offset, ConstBytes buffer);
+    /// FileSize: bytes there are to read, or that came so far.
+    [[nodiscard]] std::uint64_t Size(File file) const;
+
+    /// The application is gone: an open file is closed, a payload under way is dropped.
+    void Abandon();
+
+  private:
+    [[nodiscard]] Outcome Fail(const std::string& why);
+
+    FirmwareStore& mFirmware;
+    EventLog& mEvents;
+    const std::uint32_t mShortWriteEvery;
+    std::uint32_t mWrites = 0;
+    std::unique_ptr<FirmwareUpload> mUpload;  // while RemoteUpdateDfw is open
+    bool mStatusOpen = false;
+    std::string mStatus;  // as it was when StatusTxt was opened
+};
+
+}  // namespace simulator

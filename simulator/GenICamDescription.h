@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "DeviceProfile.h"
+
+namespace simulator {
+
+/// Which bus a description is for: it decides the byte order and the bus's own features.
+enum class Bus { kGigEVision, kUsb3Vision };
+
+/// The GenICam XML description (GenApi schema 1.1, SFNC names) of a device over the registers of
+/// FeatureAddresses.h.
+[[nodiscard]] std::string DescribeDevice(const DeviceOptions& options, Bus bus);
+
+/// The bytes at features::kXml: the description, zipped if the options say so. `fileName` is set to
+/// what it is called in the device's URL.
+[[nodiscard]] std::vector<std::uint8_t> EncodeDescription(const DeviceOptions& options, Bus bus,
+                                                          std::string& fileName);
+
+}  // namespace simulator

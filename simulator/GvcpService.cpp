@@ -1,0 +1,168 @@
+#include "GvcpService.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "GvcpPacket.h"
+
+namespace simulator {
+
+namespace {
+
+constexpr std::uint32_t kLimitedBroadcast = 0xffffffffU;
+
+bool IsDiscovery(const std::vector<std::uint8_t>& bytes) {
+    return bytes.size() >= gvcp::kHeaderSize &&
+           LoadBig<std::uint16_t>(bytes, 2) == gvcp::kDiscovery;
+}
+
+}  // namespace
+
+GvcpService::GvcpService(DeviceContext context, CommandCounters& counters)
+    : mContext(std::move(context)), mCounters(counters) {}
+
+GvcpService::~GvcpService() {
+    Stop();
+}
+
+bool GvcpService::Start(const NetworkPlace& place, std::string& why) {
+    if (!OpenSockets(place, why)) {
+        mSockets.clear();
+        return false;
+    }
+    const DeviceOptions& options = mContext.options;
+    const std::uint32_t address = ParseAddress(place.address);
+    mReceived.emplace(options.faults.received, options.faults.seed);
+    mSent.emplace(options.faults.sent, ~options.faults.seed);
+    mHandler = std::make_unique<GvcpHandler>(options, mContext.firmware, mContext.events, mCounters,
+                                             mContext.resetRequested, address,
+                                             FindSubnet(place.interfaceName, address).mask);
+    mWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    mThread = std::thread(&GvcpService::Run, this);
+    return true;
+}
+
+bool GvcpService::OpenSockets(const NetworkPlace& place, std::string& why) {
+    const std::uint32_t address = ParseAddress(place.address);
+    std::vector<std::uint32_t> broadcasts{kLimitedBroadcast};
+    const std::uint32_t directed = FindSubnet(place.interfaceName, address).broadcast;
+    if (directed != kLimitedBroadcast && directed != address) {
+        broadcasts.push_back(directed);
+    }
+    if (!mSockets.emplace_back().Open(place.interfaceName, address, gvcp::kPort, false, why)) {
+        return false;
+    }
+    return std::all_of(broadcasts.begin(), broadcasts.end(), [&](std::uint32_t broadcast) {
+        return mSockets.emplace_back().Open(place.interfaceName, broadcast, gvcp::kPort, true, why);
+    });
+}
+
+void GvcpService::Stop() {
+    if (!mThread.joinable()) {
+        return;
+    }
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(mWake, &one, sizeof(one));
+    mThread.join();
+    close(mWake);
+    mSockets.clear();
+    mHandler->Abandon();
+    mHandler.reset();
+}
+
+void GvcpService::Run() {
+    while (Wait(TimeToNextEvent(), true)) {
+        for (const BoundSocket& socket : mSockets) {
+            Drain(socket);
+        }
+        const auto now = Clock::now();
+        for (const Datagram& datagram : mReceived->TakeDue(now)) {
+            Serve(datagram);
+        }
+        SendDue();
+        mHandler->Tick(Clock::now());
+    }
+}
+
+std::chrono::nanoseconds GvcpService::TimeToNextEvent() const {
+    constexpr std::chrono::milliseconds kTick{50};  // how often the heartbeat is looked at
+    Clock::time_point next = Clock::now() + kTick;
+    for (const auto& due : {mReceived->NextDue(), mSent->NextDue()}) {
+        next = std::min(next, due.value_or(next));
+    }
+    return std::max(std::chrono::nanoseconds(0), std::chrono::nanoseconds(next - Clock::now()));
+}
+
+bool GvcpService::Wait(std::chrono::nanoseconds time, bool forDatagrams) {
+    std::vector<pollfd> descriptors{{mWake, POLLIN, 0}};
+    if (forDatagrams) {
+        for (const BoundSocket& socket : mSockets) {
+            descriptors.push_back({socket.Descriptor(), POLLIN, 0});
+        }
+    }
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    const timespec limit{seconds.count(), (time - seconds).count()};
+    (void)ppoll(descriptors.data(), descriptors.size(), &limit, nullptr);
+    return (descriptors[0].revents & POLLIN) == 0;
+}
+
+void GvcpService::Drain(const BoundSocket& socket) {
+    // Not without end: others are waiting too.
+    constexpr int kAtATime = 64;
+    for (int i = 0; i < kAtATime; ++i) {
+        std::optional<Datagram> datagram = socket.Receive();
+        if (!datagram) {
+            return;
+        }
+        if (IsDiscovery(datagram->bytes)) {
+            Serve(*datagram);
+            continue;
+        }
+        for (const Datagram& arrived : mReceived->Pass(std::move(*datagram), Clock::now())) {
+            Serve(arrived);
+        }
+    }
+}
+
+void GvcpService::Serve(const Datagram& datagram) {
+    if (mContext.muted) {
+        return;
+    }
+    std::optional<GvcpReply> reply = mHandler->Handle(datagram.peer, datagram.bytes, Clock::now());
+    if (!reply) {
+        return;
+    }
+    for (std::vector<std::uint8_t>& packet : reply->first) {
+        Send({datagram.peer, std::move(packet)}, false);
+    }
+    if (reply->delay.count() > 0 && !Wait(reply->delay, false)) {
+        return;
+    }
+    Send({datagram.peer, std::move(reply->acknowledge)}, reply->discovery);
+}
+
+void GvcpService::Send(Datagram datagram, bool spared) {
+    // A device that went mute while it carried a command out does not answer that one either.
+    if (mContext.muted) {
+        return;
+    }
+    if (spared) {
+        mSockets.front().Send(datagram);
+        return;
+    }
+    for (const Datagram& leaving : mSent->Pass(std::move(datagram), Clock::now())) {
+        mSockets.front().Send(leaving);
+    }
+}
+
+void GvcpService::SendDue() {
+    for (const Datagram& leaving : mSent->TakeDue(Clock::now())) {
+        mSockets.front().Send(leaving);
+    }
+}
+
+}  // namespace simulator

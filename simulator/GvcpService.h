@@ -1,0 +1,51 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "BoundSocket.h"
+#include "CommandCounters.h"
+#include "DeviceService.h"
+#include "FaultyLine.h"
+#include "GvcpHandler.h"
+
+namespace simulator {
+
+/// The GVCP side of a device: its sockets on port 3956 and the thread that serves them.
+class GvcpService : public DeviceService {
+  public:
+    GvcpService(DeviceContext context, CommandCounters& counters);
+    ~GvcpService() override;
+
+    [[nodiscard]] std::string Name() const override { return "gvcp"; }
+    [[nodiscard]] bool Start(const NetworkPlace& place, std::string& why) override;
+    void Stop() override;
+
+  private:
+    using Clock = GvcpHandler::Clock;
+
+    [[nodiscard]] bool OpenSockets(const NetworkPlace& place, std::string& why);
+    void Run();
+    void Drain(const BoundSocket& socket);
+    void Serve(const Datagram& datagram);
+    void Send(Datagram datagram, bool spared);
+    void SendDue();
+    /// @return false when it was woken up to stop
+    [[nodiscard]] bool Wait(std::chrono::nanoseconds time, bool forDatagrams);
+    [[nodiscard]] std::chrono::nanoseconds TimeToNextEvent() const;
+
+    const DeviceContext mContext;
+    CommandCounters& mCounters;
+    std::vector<BoundSocket> mSockets;  // the first has the device's own address
+    std::optional<FaultyLine> mReceived;
+    std::optional<FaultyLine> mSent;
+    std::unique_ptr<GvcpHandler> mHandler;
+    int mWake = -1;  // eventfd, readable when the thread is to end
+    std::thread mThread;
+};
+
+}  // namespace simulator

@@ -1,0 +1,209 @@
+#include "SimulatorArguments.h"
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <map>
+#include <optional>
+
+using simulator::DatagramFaults;
+using simulator::DeviceOptions;
+using simulator::FaultOptions;
+using simulator::FirmwareStore;
+using simulator::FirmwareVersion;
+using simulator::Profile;
+using simulator::RegisterLayout;
+
+namespace {
+
+template <typename Duration>
+void AddDuration(CLI::App& app, const std::string& name, Duration& target,
+                 const std::string& description) {
+    const std::string unit = std::is_same_v<Duration, std::chrono::microseconds> ? "US" : "MS";
+    app.add_option_function<std::uint32_t>(
+           name, [&target](std::uint32_t value) { target = Duration(value); }, description)
+        ->type_name(unit)
+        ->default_str(std::to_string(target.count()));
+}
+
+void AddBytePosition(CLI::App& app, const std::string& name, std::optional<std::uint64_t>& target,
+                     const std::string& description) {
+    app.add_option_function<std::uint64_t>(
+           name, [&target](std::uint64_t value) { target = value; }, description)
+        ->type_name("BYTE")
+        ->group("Faults");
+}
+
+void AddPlace(CLI::App& app, SimulatorArguments& arguments) {
+    DeviceOptions& device = arguments.device;
+    app.add_option("--interface", device.place.interfaceName,
+                   "Network interface that every socket is bound to")
+        ->capture_default_str();
+    app.add_option("--address", device.place.address, "IPv4 address, of that interface")
+        ->capture_default_str();
+    app.add_option("--mac", device.mac, "MAC address that discovery reports")
+        ->capture_default_str();
+    app.add_option("--ready-file", arguments.readyFile,
+                   "Written when the device answers, removed when the program ends")
+        ->type_name("FILE");
+    app.add_option("--events", arguments.eventFile,
+                   "What happens to the device, as JSON lines, appended")
+        ->type_name("FILE");
+}
+
+void AddIdentity(CLI::App& app, DeviceOptions& device) {
+    app.add_option_function<std::string>(
+           "--profile",
+           [&device](const std::string& name) {
+               const std::optional<Profile> profile = simulator::ProfileNamed(name);
+               if (!profile) {
+                   throw CLI::ValidationError("--profile", "there is no profile " + name);
+               }
+               device.profile = *profile;
+           },
+           "What the device offers: file-access, single-file, no-file-access, backup-load,\n"
+           "main-load, selector-without-dfw, loader")
+        ->type_name("NAME")
+        ->default_str(simulator::NameOf(device.profile));
+    app.add_option("--vendor", device.vendor, "Vendor name")->capture_default_str();
+    app.add_option("--model", device.model, "Model name")->capture_default_str();
+    app.add_option("--serial", device.serial, "Serial number")->capture_default_str();
+    app.add_option("--user-name", device.firmware.deviceId,
+                   "User-defined name (device ID), unless the state folder has one");
+}
+
+void AddFirmware(CLI::App& app, DeviceOptions& device) {
+    FirmwareStore::Options& firmware = device.firmware;
+    app.add_option("--state-folder", firmware.folder,
+                   "Where state.json and firmware.bin are kept over restarts;\n"
+                   "without it the device begins anew each time")
+        ->type_name("FOLDER");
+    app.add_option("--family", firmware.family, "Device family of the payloads it takes")
+        ->capture_default_str();
+    app.add_option_function<std::string>(
+           "--firmware-version",
+           [&firmware](const std::string& text) {
+               const std::optional<FirmwareVersion> version = FirmwareVersion::Parse(text);
+               if (!version) {
+                   throw CLI::ValidationError("--firmware-version",
+                                              text + " is not of the form MAJOR.MINOR");
+               }
+               firmware.version = *version;
+           },
+           "Version it runs, unless the state folder knows better")
+        ->type_name("MAJOR.MINOR")
+        ->default_str(firmware.version.Text());
+    AddDuration(app, "--flash-time", firmware.flashTime, "How long new firmware is being flashed");
+    AddDuration(app, "--reboot-time", device.rebootTime, "How long the device is gone at a reset");
+    app.add_flag_callback(
+        "--non-volatile-wording",
+        [&firmware] { firmware.wording = FirmwareStore::Wording::kNonVolatile; },
+        "Report success as \"Successfully wrote file to non-volatile memory\"\n"
+        "instead of \"Firmware applied: \"");
+}
+
+void AddAccess(CLI::App& app, DeviceOptions& device) {
+    app.add_option("--buffer-size", device.bufferSize, "Size of FileAccessBuffer")
+        ->type_name("BYTES")
+        ->capture_default_str();
+    app.add_flag_callback(
+        "--selector-dependent", [&device] { device.layout = RegisterLayout::kSelectorDependent; },
+        "File registers at addresses that depend on the selectors");
+    app.add_flag_callback(
+        "--no-concatenation", [&device] { device.concatenation = false; },
+        "One register per READREG and WRITEREG");
+    app.add_flag("--zipped-xml", device.zippedXml, "Give the GenICam description zipped");
+    app.add_flag("--second-url-only", device.secondUrlOnly,
+                 "Name the GenICam description in the second URL register only");
+    AddDuration(app, "--latency", device.latency, "Time before each answer");
+    AddDuration(app, "--execute-latency", device.executeLatency,
+                "Time that starting a file operation takes (PENDING_ACK over 200 ms)");
+    AddDuration(app, "--operation-time", device.operationTime,
+                "How long FileOperationExecute shows that it is not done");
+    app.add_option("--heartbeat-timeout", device.heartbeatTimeout,
+                   "Until the application sets another")
+        ->type_name("MS")
+        ->capture_default_str();
+    app.add_option("--short-write-every", device.shortWriteEvery,
+                   "Every so many file writes take half of the bytes; 0: never")
+        ->type_name("N")
+        ->capture_default_str();
+}
+
+void AddFaults(CLI::App& app, DeviceOptions& device) {
+    FaultOptions& faults = device.faults;
+    const auto bothWays = [&](const std::string& name, double DatagramFaults::*member,
+                              const std::string& description) {
+        app.add_option_function<double>(
+               name,
+               [&faults, member](double percent) {
+                   faults.received.*member = percent;
+                   faults.sent.*member = percent;
+               },
+               description + ", percent, each way")
+            ->type_name("P")
+            ->group("Faults");
+    };
+    app.add_option("--seed", faults.seed, "The same faults for the same seed")
+        ->capture_default_str()
+        ->group("Faults");
+    bothWays("--loss", &DatagramFaults::lossPercent, "GVCP datagrams lost");
+    bothWays("--duplicate", &DatagramFaults::duplicatePercent, "GVCP datagrams doubled");
+    bothWays("--reorder", &DatagramFaults::reorderPercent, "GVCP datagrams out of order");
+    bothWays("--delayed", &DatagramFaults::delayPercent, "GVCP datagrams delayed");
+    app.add_option_function<std::uint32_t>(
+           "--delay",
+           [&faults](std::uint32_t milliseconds) {
+               faults.received.delay = std::chrono::milliseconds(milliseconds);
+               faults.sent.delay = faults.received.delay;
+           },
+           "By how much")
+        ->type_name("MS")
+        ->default_str(std::to_string(faults.sent.delay.count()))
+        ->group("Faults");
+    app.add_option("--stale-acks", faults.staleAckPercent,
+                   "Send an earlier acknowledge first, percent")
+        ->type_name("P")
+        ->group("Faults");
+    app.add_option("--busy", faults.busyPercent, "Answer BUSY, percent")
+        ->type_name("P")
+        ->group("Faults");
+    app.add_flag("--refuse-control", faults.refuseControl, "Nobody gets control")->group("Faults");
+    AddBytePosition(app, "--mute-at", faults.muteAtByte,
+                    "Answer nothing once so many payload bytes have come");
+    AddBytePosition(app, "--reboot-at", faults.rebootAtByte, "Reboot then");
+    AddBytePosition(app, "--vanish-at", faults.vanishAtByte, "Be unplugged then");
+    app.add_flag("--fail-flash", device.firmware.failFlash, "Every flashing fails")
+        ->group("Faults");
+    app.add_flag("--misjudge-crc", device.firmware.misjudgeBodyCrc,
+                 "Say of every payload that its CRC is wrong")
+        ->group("Faults");
+}
+
+}  // namespace
+
+SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** arguments) {
+    CLI::App app(
+        "Plays a GigE Vision device that can be updated. Runs until SIGTERM or SIGINT.\n"
+        "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 wrong use.",
+        "mirsko-simulator");
+    AddPlace(app, *this);
+    AddIdentity(app, device);
+    AddFirmware(app, device);
+    AddAccess(app, device);
+    AddFaults(app, device);
+    try {
+        app.parse(argumentCount, arguments);
+    } catch (const CLI::Success& success) {
+        (void)app.exit(success);
+        return Outcome::kDone;
+    } catch (const CLI::ParseError& error) {
+        (void)app.exit(error);
+        return Outcome::kWrong;
+    }
+    const std::string why = simulator::WhyUnusable(device);
+    if (!why.empty()) {
+        std::cerr << why << "\n";
+        return Outcome::kWrong;
+    }
+    return Outcome::kRun;
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "simulator/DeviceProfile.h"
+
+/// What mirsko-simulator was told on its command line.
+struct SimulatorArguments {
+    enum class Outcome {
+        kRun,
+        kDone,  ///< help or version was asked for and printed
+        kWrong  ///< said why on the standard error stream
+    };
+
+    simulator::DeviceOptions device;
+    std::string readyFile;
+    std::string eventFile;
+
+    [[nodiscard]] Outcome Parse(int argumentCount, char** arguments);
+};

@@ -1,0 +1,74 @@
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "SimulatorArguments.h"
+#include "simulator/FirmwareState.h"
+#include "simulator/SimulatedDevice.h"
+
+namespace {
+
+constexpr int kEnded = 0;
+constexpr int kFailed = 1;
+constexpr int kWrongUse = 2;
+
+bool WriteReadyFile(const std::string& file, simulator::SimulatedDevice& device) {
+    const nlohmann::json ready = {{"pid", getpid()},
+                                  {"address", device.Options().place.address},
+                                  {"interface", device.Options().place.interfaceName},
+                                  {"mac", device.Options().mac},
+                                  {"profile", simulator::NameOf(device.Options().profile)},
+                                  {"serves", device.ServiceNames()},
+                                  {"state_folder", device.Firmware().Folder().string()}};
+    return simulator::ReplaceFile(file, ready.dump(2) + "\n");
+}
+
+int Serve(const SimulatorArguments& arguments, const sigset_t& endSignals) {
+    simulator::SimulatedDevice device(arguments.device);
+    if (!arguments.eventFile.empty() && !device.Events().OpenFile(arguments.eventFile)) {
+        std::cerr << "cannot write " << arguments.eventFile << "\n";
+        return kFailed;
+    }
+    std::string why;
+    if (!device.Start(why)) {
+        std::cerr << why << "\n";
+        return kFailed;
+    }
+    if (!arguments.readyFile.empty() && !WriteReadyFile(arguments.readyFile, device)) {
+        std::cerr << "cannot write " << arguments.readyFile << "\n";
+        return kFailed;
+    }
+    int signal = 0;
+    sigwait(&endSignals, &signal);
+    device.Stop();
+    if (!arguments.readyFile.empty()) {
+        std::error_code ignored;
+        std::filesystem::remove(arguments.readyFile, ignored);
+    }
+    return kEnded;
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+    SimulatorArguments parsed;
+    switch (parsed.Parse(argumentCount, arguments)) {
+        case SimulatorArguments::Outcome::kDone:
+            return kEnded;
+        case SimulatorArguments::Outcome::kWrong:
+            return kWrongUse;
+        case SimulatorArguments::Outcome::kRun:
+            break;
+    }
+    // Blocked before any thread is made, so that only sigwait gets them.
+    sigset_t endSignals;
+    sigemptyset(&endSignals);
+    sigaddset(&endSignals, SIGTERM);
+    sigaddset(&endSignals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+    return Serve(parsed, endSignals);
+}
