@@ -73,7 +73,7 @@ void AddIdentity(CLI::App& app, DeviceOptions& device) {
 
 void AddFirmware(CLI::App& app, DeviceOptions& device) {
     FirmwareStore::Options& firmware = device.firmware;
-    app.add_option("--state-folder", firmware.folder,
+    app.add_option("--state", firmware.folder,
                    "Where state.json and firmware.bin are kept over restarts;\n"
                    "without it the device begins anew each time")
         ->type_name("FOLDER");
