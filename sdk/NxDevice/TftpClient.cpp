@@ -1,0 +1,164 @@
+#include <NxDevice/TftpClient.h>
+
+#include <algorithm>
+#include <vector>
+
+#include <NxBase/NxResultCodes.h>
+#include <NxSystem/NetworkInterface.h>
+#include <NxSystem/UdpSocket.h>
+
+#include <NxDevice/TftpReader.h>
+#include <NxDevice/TftpSession.h>
+#include <NxDevice/TftpWriter.h>
+
+#include "TftpFileSource.h"
+
+namespace {
+
+constexpr std::size_t kLongestFileName = 255;
+
+// Headers of IPv4, UDP and TFTP.
+constexpr unsigned int kOverhead = 20 + 8 + 4;
+// Also where this computer's interface takes more: what every switch and device on the way takes.
+constexpr unsigned int kEthernetMtu = 1500;
+
+// Data on its way at once. Linux gives a receiver's socket 208 KiB by default and counts up to
+// twice the data for each datagram, so this much fits in.
+constexpr unsigned int kMostBytesInWindow = 96 * 1024;
+constexpr unsigned int kMostBlocksInWindow = 64;
+// Blocks that take more than a page of memory are counted at up to twice their size.
+constexpr unsigned int kMostBytesInWindowOfLargeBlocks = 64 * 1024;
+constexpr unsigned int kLargeBlock = 2048;
+
+constexpr unsigned int kServerTimeoutSeconds = 1;
+
+bool IsLoopback(std::uint32_t address) {
+    return address >> 24U == 127;
+}
+
+unsigned int PathMtu(const ConnectionId& server) {
+    for (const NetworkInterface& interface : ListNetworkInterfaces()) {
+        const bool onPath =
+            server.interfaceName.empty()
+                ? (server.address & interface.netmask) == (interface.address & interface.netmask)
+                : interface.name == server.interfaceName;
+        if (onPath) {
+            return IsLoopback(interface.address) ? interface.mtu
+                                                 : std::min(interface.mtu, kEthernetMtu);
+        }
+    }
+    return kEthernetMtu;
+}
+
+unsigned int BlockSizeFor(unsigned int mtu) {
+    return std::clamp(mtu > kOverhead ? mtu - kOverhead : 0, TftpOptions::kSmallestBlockSize,
+                      TftpOptions::kLargestBlockSize);
+}
+
+unsigned int WindowSizeFor(unsigned int blockSize) {
+    const unsigned int bytes =
+        blockSize > kLargeBlock ? kMostBytesInWindowOfLargeBlocks : kMostBytesInWindow;
+    return std::clamp(bytes / blockSize, 1U, kMostBlocksInWindow);
+}
+
+class MemorySource : public TftpSource {
+  public:
+    explicit MemorySource(std::span<const std::byte> data) : mData(data) {}
+
+    [[nodiscard]] std::uint64_t Size() const override { return mData.size(); }
+    NxResult Read(std::uint64_t offset, std::span<std::byte> buffer) override {
+        const auto part = mData.subspan(offset, buffer.size());
+        std::copy(part.begin(), part.end(), buffer.begin());
+        return NxResult();
+    }
+
+  private:
+    std::span<const std::byte> mData;
+};
+
+}  // namespace
+
+TftpClient::TftpClient(const TftpClientSettings& settings) : mSettings(settings) {}
+
+NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFileName) {
+    ConnectionId server;
+    NxResult result = ConnectionId::Parse(connectionID, server);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (server.kind != ConnectionId::Kind::kNetwork) {
+        return NxResult(kNxNotSupported, std::string("TFTP needs a network device, which ") +
+                                             connectionID.GetAscii() + " is not");
+    }
+    const std::string name = remoteFileName.GetAscii();
+    if (name.empty() || name.size() > kLongestFileName) {
+        return NxResult(
+            kNxInvalidArgument,
+            "The remote file's name must have 1 to 255 bytes, not " + std::to_string(name.size()));
+    }
+    mServer = server;
+    mRemoteFileName = name;
+    return NxResult();
+}
+
+NxResult TftpClient::SendFile(const NxString& localPath) {
+    TftpFileSource source;
+    NxResult result = source.Open(localPath);
+    return result.IsOK() ? Send(source) : result;
+}
+
+NxResult TftpClient::SendData(std::span<const std::byte> data) {
+    MemorySource source(data);
+    return Send(source);
+}
+
+NxResult TftpClient::Send(TftpSource& source) {
+    UdpSocket socket;
+    if (mRemoteFileName.empty()) {
+        return NxResult(kNxInvalidArgument, "No server was named for the transfer");
+    }
+    NxResult result = socket.Open(mServer.interfaceName, 0);
+    if (!result.IsOK()) {
+        return result;
+    }
+    mMonitor.Start(source.Size());
+    TftpSession session(socket, {mServer.address, mSettings.port}, ServerName(), mMonitor);
+    TftpWriter writer(session, source);
+    result = writer.Run(mRemoteFileName, WantedOptions());
+    mMonitor.End();
+    return result;
+}
+
+NxResult TftpClient::GetData(std::span<std::byte> buffer, std::size_t& received) {
+    UdpSocket socket;
+    received = 0;
+    if (mRemoteFileName.empty()) {
+        return NxResult(kNxInvalidArgument, "No server was named for the transfer");
+    }
+    NxResult result = socket.Open(mServer.interfaceName, 0);
+    if (!result.IsOK()) {
+        return result;
+    }
+    mMonitor.Start(0);
+    TftpSession session(socket, {mServer.address, mSettings.port}, ServerName(), mMonitor);
+    TftpReader reader(session, buffer);
+    result = reader.Run(mRemoteFileName, WantedOptions());
+    received = reader.Received();
+    mMonitor.End();
+    return result;
+}
+
+TftpOptions TftpClient::WantedOptions() const {
+    TftpOptions wanted;
+    wanted.blockSize =
+        mSettings.blockSize != 0 ? mSettings.blockSize : BlockSizeFor(PathMtu(mServer));
+    wanted.windowSize =
+        mSettings.windowSize != 0 ? mSettings.windowSize : WindowSizeFor(wanted.blockSize);
+    wanted.timeout = kServerTimeoutSeconds;
+    return wanted;
+}
+
+std::string TftpClient::ServerName() const {
+    return FormatAddress(mServer.address) +
+           (mServer.interfaceName.empty() ? "" : " on " + mServer.interfaceName);
+}

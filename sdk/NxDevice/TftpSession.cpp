@@ -1,0 +1,234 @@
+#include <NxDevice/TftpSession.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+namespace {
+
+constexpr std::size_t kLargestDatagram = 65536;
+
+// A server that answers now and then could hold a transfer up for ever otherwise.
+constexpr std::chrono::seconds kPaceGrace{60};
+constexpr std::uint64_t kSlowestBytesPerSecond = 4096;
+
+const char* Meaning(std::uint16_t errorCode) {
+    switch (static_cast<TftpErrorCode>(errorCode)) {
+        case TftpErrorCode::kNotDefined:
+            return "not defined";
+        case TftpErrorCode::kFileNotFound:
+            return "file not found";
+        case TftpErrorCode::kAccessViolation:
+            return "access violation";
+        case TftpErrorCode::kDiskFull:
+            return "disk full";
+        case TftpErrorCode::kIllegalOperation:
+            return "illegal operation";
+        case TftpErrorCode::kUnknownTransferId:
+            return "unknown transfer";
+        case TftpErrorCode::kFileExists:
+            return "file already exists";
+        case TftpErrorCode::kNoSuchUser:
+            return "no such user";
+        case TftpErrorCode::kOptionsRefused:
+            return "options refused";
+        default:
+            return "unknown code";
+    }
+}
+
+bool IsFirstAnswer(TftpOpcode request, bool withOptions, const TftpPacket& packet) {
+    switch (packet.opcode) {
+        case TftpOpcode::kAck:
+            return request == TftpOpcode::kWriteRequest && packet.number == 0;
+        case TftpOpcode::kData:
+            return request == TftpOpcode::kReadRequest && packet.number == 1;
+        case TftpOpcode::kOptionAck:
+            return withOptions;
+        case TftpOpcode::kError:
+            // Without options asked for, it can only be a late answer to an earlier request.
+            return withOptions ||
+                   packet.number != static_cast<std::uint16_t>(TftpErrorCode::kOptionsRefused);
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+TftpSession::TftpSession(DatagramSocket& socket, const Endpoint& server, std::string serverName,
+                         TftpMonitor& monitor)
+    : mSocket(socket),
+      mServer(server),
+      mServerName(std::move(serverName)),
+      mMonitor(monitor),
+      mStart(socket.Now()),
+      mBuffer(kLargestDatagram) {}
+
+NxResult TftpSession::Open(TftpOpcode request, const std::string& fileName,
+                           const TftpOptions& wanted, TftpTimer& timer, TftpOptions& agreed,
+                           TftpPacket& answer) {
+    mAction = (request == TftpOpcode::kWriteRequest ? "send " : "read ") + fileName +
+              (request == TftpOpcode::kWriteRequest ? " to " : " from ") + mServerName;
+    const std::vector<TftpOption> options = wanted.ToRequest();
+    const bool withOptions = !options.empty();
+    NxResult result = Request(TftpEncoder::Request(request, fileName, options), request,
+                              withOptions, timer, answer);
+    if (result.IsOK() && withOptions && answer.opcode == TftpOpcode::kError &&
+        answer.number == static_cast<std::uint16_t>(TftpErrorCode::kOptionsRefused)) {
+        mPeer.reset();
+        result =
+            Request(TftpEncoder::Request(request, fileName, {}), request, false, timer, answer);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (answer.opcode == TftpOpcode::kError) {
+        return ServerError(answer);
+    }
+    agreed = TftpOptions();
+    if (answer.opcode == TftpOpcode::kOptionAck) {
+        const std::string problem = wanted.Agree(answer, agreed);
+        if (!problem.empty()) {
+            return Abort(TftpErrorCode::kOptionsRefused, kNxProtocol, problem);
+        }
+    }
+    return NxResult();
+}
+
+NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opcode,
+                              bool withOptions, TftpTimer& timer, TftpPacket& answer) {
+    const TimePoint start = Now();
+    const TimePoint giveUp = start + TftpTimer::kSilenceLimit;
+    timer.EndBackOff();
+    for (;;) {
+        const TimePoint sentAt = Now();
+        NxResult result = mSocket.Send(mServer, request);
+        if (!result.IsOK()) {
+            return Failure(result.GetCode(), result.GetDescription().GetAscii());
+        }
+        bool timedOut = false;
+        result = AwaitAnswer(opcode, withOptions, std::min(sentAt + timer.Timeout(), giveUp),
+                             answer, timedOut);
+        if (!result.IsOK()) {
+            return result;
+        }
+        if (!timedOut) {
+            if (timer.Retry() == 0) {
+                timer.AddSample(Now() - sentAt);
+            }
+            timer.EndBackOff();
+            mMonitor.Move(0);
+            return NxResult();
+        }
+        if (Now() >= giveUp) {
+            return NoAnswer();
+        }
+        timer.BackOff();
+        mMonitor.Stall(mServerName + " to answer the request", start, timer.Retry());
+    }
+}
+
+NxResult TftpSession::AwaitAnswer(TftpOpcode request, bool withOptions, TimePoint deadline,
+                                  TftpPacket& answer, bool& timedOut) {
+    for (;;) {
+        std::size_t length = 0;
+        Endpoint from;
+        NxResult result = mSocket.Receive(mBuffer, deadline, length, from, timedOut);
+        if (!result.IsOK()) {
+            return Failure(result.GetCode(), result.GetDescription().GetAscii());
+        }
+        if (timedOut) {
+            return NxResult();
+        }
+        // The server's first answer fixes its port for the rest of the transfer.
+        if (from.address == mServer.address &&
+            TftpPacket::Parse(std::span(mBuffer).first(length), answer) &&
+            IsFirstAnswer(request, withOptions, answer)) {
+            mPeer = from;
+            return NxResult();
+        }
+        if (Now() >= deadline) {
+            timedOut = true;
+            return NxResult();
+        }
+    }
+}
+
+NxResult TftpSession::Send(std::span<const std::byte> datagram) {
+    NxResult result = mSocket.Send(*mPeer, datagram);
+    return result.IsOK() ? result : Failure(result.GetCode(), result.GetDescription().GetAscii());
+}
+
+NxResult TftpSession::Receive(TimePoint deadline, TftpPacket& packet, bool& timedOut) {
+    for (;;) {
+        std::size_t length = 0;
+        Endpoint from;
+        NxResult result = mSocket.Receive(mBuffer, deadline, length, from, timedOut);
+        if (!result.IsOK()) {
+            return Failure(result.GetCode(), result.GetDescription().GetAscii());
+        }
+        if (timedOut) {
+            return NxResult();
+        }
+        const auto datagram = std::span<const std::byte>(mBuffer).first(length);
+        if (from != *mPeer) {
+            RejectForeign(from, datagram);
+        } else if (TftpPacket::Parse(datagram, packet)) {
+            return packet.opcode == TftpOpcode::kError ? ServerError(packet) : NxResult();
+        }
+        if (Now() >= deadline) {
+            timedOut = true;
+            return NxResult();
+        }
+    }
+}
+
+void TftpSession::RejectForeign(const Endpoint& from, std::span<const std::byte> datagram) {
+    TftpPacket packet;
+    // An ERROR is never answered with an ERROR: two programs could go on like that for ever.
+    if (TftpPacket::Parse(datagram, packet) && packet.opcode != TftpOpcode::kError) {
+        (void)mSocket.Send(
+            from, TftpEncoder::Error(TftpErrorCode::kUnknownTransferId, "Unknown transfer ID"));
+    }
+}
+
+NxResult TftpSession::CheckPace(std::uint64_t done) const {
+    const auto elapsed = std::chrono::duration_cast<std::chrono::seconds>(Now() - mStart);
+    const std::chrono::seconds allowed =
+        kPaceGrace + std::chrono::seconds(done / kSlowestBytesPerSecond);
+    if (elapsed <= allowed) {
+        return NxResult();
+    }
+    return Failure(kNxTimeout, "only " + std::to_string(done) + " bytes were transferred in " +
+                                   std::to_string(elapsed.count()) + " s");
+}
+
+NxResult TftpSession::Abort(TftpErrorCode code, unsigned int resultCode,
+                            const std::string& reason) {
+    if (mPeer.has_value()) {
+        (void)mSocket.Send(*mPeer, TftpEncoder::Error(code, reason));
+    }
+    return Failure(resultCode, reason);
+}
+
+NxResult TftpSession::Failure(unsigned int resultCode, const std::string& reason) const {
+    return NxResult(resultCode, "Cannot " + mAction + ": " + reason);
+}
+
+NxResult TftpSession::NoAnswer() const {
+    return Failure(kNxTimeout,
+                   "its TFTP server has not answered for 10 s; check cable, power and "
+                   "address");
+}
+
+NxResult TftpSession::ServerError(const TftpPacket& packet) const {
+    std::string reason = "its TFTP server answered ERROR " + std::to_string(packet.number) + " (" +
+                         Meaning(packet.number) + ")";
+    if (!packet.text.empty()) {
+        reason += ": \"" + packet.text + "\"";
+    }
+    return Failure(kNxTftpError, reason);
+}

@@ -1,0 +1,3 @@
+#include <NxDevice/TftpSource.h>
+
+TftpSource::~TftpSource() = default;

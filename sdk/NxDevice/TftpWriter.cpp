@@ -1,0 +1,202 @@
+#include <NxDevice/TftpWriter.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include <NxBase/NxResultCodes.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
+
+// When block 65536 stays unanswered that often and that long, its number is tried the other way.
+constexpr unsigned int kRetriesBeforeOtherRollover = 3;
+constexpr TftpTimer::Duration kWaitBeforeOtherRollover = milliseconds(500);
+
+constexpr std::size_t kHeaderSize = std::tuple_size_v<TftpEncoder::Header>;
+
+}  // namespace
+
+TftpWriter::TftpWriter(TftpSession& session, TftpSource& source)
+    : mSession(session), mSource(source), mTimer(kShortestTimeout), mPacing(1) {}
+
+NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
+    // At least one acknowledgement is to come before the last window: see MayHaveEnded.
+    const std::uint64_t blocks = mSource.Size() / wanted.blockSize + 1;
+    wanted.windowSize =
+        static_cast<unsigned int>(std::min<std::uint64_t>(wanted.windowSize, (blocks + 1) / 2));
+    wanted.transferSize = mSource.Size();
+    TftpPacket answer;
+    NxResult result =
+        mSession.Open(TftpOpcode::kWriteRequest, fileName, wanted, mTimer, mOptions, answer);
+    if (!result.IsOK()) {
+        return result;
+    }
+    mBlockCount = mSource.Size() / mOptions.blockSize + 1;
+    mPacing = TftpPacing(mOptions.windowSize);
+    mPackets.resize(std::size_t{mOptions.windowSize} * (kHeaderSize + mOptions.blockSize));
+    mStored.assign(mOptions.windowSize, 0);
+    mMovedAt = mSession.Now();
+    while (mAcknowledged < mBlockCount && !mEnded) {
+        result = SendBurst();
+        if (result.IsOK()) {
+            result = AwaitAcknowledgement();
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    return NxResult();
+}
+
+NxResult TftpWriter::SendBurst() {
+    const std::uint64_t burst = mProbing ? 1 : mPacing.Burst();
+    mProbing = false;
+    const std::uint64_t end = std::min(WindowEnd(), mNext + burst - 1);
+    for (; mNext <= end; ++mNext) {
+        NxResult result = SendBlock(mNext);
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    mHighest = std::max(mHighest, end);
+    mSentAt = mSession.Now();
+    return NxResult();
+}
+
+NxResult TftpWriter::SendBlock(std::uint64_t block) {
+    const std::size_t slot = block % mOptions.windowSize;
+    const auto packet = std::span(mPackets).subspan(slot * (kHeaderSize + mOptions.blockSize),
+                                                    kHeaderSize + mOptions.blockSize);
+    const std::uint64_t offset = (block - 1) * mOptions.blockSize;
+    const auto length = static_cast<std::size_t>(
+        std::min<std::uint64_t>(mOptions.blockSize, mSource.Size() - offset));
+    if (mStored[slot] != block) {
+        const NxResult result = mSource.Read(offset, packet.subspan(kHeaderSize, length));
+        if (!result.IsOK()) {
+            return mSession.Abort(TftpErrorCode::kNotDefined, result.GetCode(),
+                                  result.GetDescription().GetAscii());
+        }
+        mStored[slot] = block;
+    }
+    const TftpEncoder::Header header = TftpEncoder::DataHeader(mNumbers.NumberOf(block));
+    std::copy(header.begin(), header.end(), packet.begin());
+    return mSession.Send(packet.first(kHeaderSize + length));
+}
+
+NxResult TftpWriter::AwaitAcknowledgement() {
+    const bool wholeWindowSent = mNext > WindowEnd();
+    bool gap = false;
+    TftpSession::TimePoint deadline =
+        wholeWindowSent ? std::min(mSentAt + mTimer.Timeout(), mMovedAt + TftpTimer::kSilenceLimit)
+                        : mSentAt + mTimer.Pause();
+    for (;;) {
+        TftpPacket packet;
+        bool timedOut = false;
+        NxResult result = mSession.Receive(deadline, packet, timedOut);
+        if (!result.IsOK()) {
+            return result;
+        }
+        if (!timedOut && packet.opcode == TftpOpcode::kData) {
+            return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
+                                  "its TFTP server answered a write request with data");
+        }
+        // An acknowledgement of nothing new is passed over, never answered: if each copy of an
+        // acknowledgement drew a copy of the data, copies would breed copies (RFC 1123, 4.2.3.1).
+        const std::uint64_t block =
+            !timedOut && packet.opcode == TftpOpcode::kAck
+                ? mNumbers.FindAfter(mAcknowledged, packet.number, mHighest - mAcknowledged)
+                : 0;
+        const TftpSession::TimePoint now = mSession.Now();
+        if (block != 0) {
+            Acknowledge(block);
+            if (block == mHighest) {
+                return mSession.CheckPace(BytesIn(mAcknowledged));
+            }
+            // The server lacks the next block, or it answers more often than agreed. In the
+            // second case the next answers are on their way, so wait a little before going back.
+            gap = true;
+            deadline = now + mTimer.Pause();
+        } else if (timedOut || now >= deadline) {
+            if (gap) {
+                OnGap();
+                return mSession.CheckPace(BytesIn(mAcknowledged));
+            }
+            return wholeWindowSent ? OnTimeout() : NxResult();
+        }
+    }
+}
+
+void TftpWriter::Acknowledge(std::uint64_t block) {
+    const TftpSession::TimePoint now = mSession.Now();
+    const bool wholeWindow = block == mHighest;
+    mAcknowledged = block;
+    mNext = std::max(mNext, block + 1);
+    mMovedAt = now;
+    mTimer.EndBackOff();
+    mRolloverKnown = mRolloverKnown || block > TftpBlockNumbers::kLastBeforeRollover;
+    if (wholeWindow && block > mRepeatedUpTo) {
+        mTimer.AddSample(now - mSentAt);
+        mPacing.OnCleanWindow();
+    }
+    mSession.Monitor().Move(BytesIn(block));
+}
+
+void TftpWriter::OnGap() {
+    mPacing.OnLoss();
+    GoBack();
+}
+
+void TftpWriter::GoBack() {
+    mRepeatedUpTo = mHighest;
+    mNext = mAcknowledged + 1;
+}
+
+NxResult TftpWriter::OnTimeout() {
+    const TftpSession::TimePoint now = mSession.Now();
+    if (now - mMovedAt >= TftpTimer::kSilenceLimit) {
+        if (MayHaveEnded()) {
+            mEnded = true;
+            return NxResult();
+        }
+        return mSession.Failure(kNxTimeout, "its TFTP server stopped answering after " +
+                                                std::to_string(BytesIn(mAcknowledged)) + " of " +
+                                                std::to_string(mSource.Size()) + " bytes");
+    }
+    mTimer.BackOff();
+    mSession.Monitor().Stall(
+        mSession.ServerName() + " to acknowledge byte " + std::to_string(BytesIn(mAcknowledged)),
+        mMovedAt, mTimer.Retry());
+    const bool atRollover = mAcknowledged <= TftpBlockNumbers::kLastBeforeRollover &&
+                            mHighest > TftpBlockNumbers::kLastBeforeRollover;
+    if (atRollover && !mRolloverKnown && mTimer.Retry() > kRetriesBeforeOtherRollover &&
+        now - mMovedAt >= kWaitBeforeOtherRollover) {
+        mNumbers.SetRollover(mNumbers.GetRollover() == TftpBlockNumbers::Rollover::kToZero
+                                 ? TftpBlockNumbers::Rollover::kToOne
+                                 : TftpBlockNumbers::Rollover::kToZero);
+    }
+    mPacing.OnLoss();
+    GoBack();
+    // One block first: if only the acknowledgement was lost, the answer to it says so.
+    mProbing = true;
+    return mSession.CheckPace(BytesIn(mAcknowledged));
+}
+
+// Whether the server may be silent because the transfer has ended well for it. Nobody acknowledges
+// an acknowledgement: a server that has everything, and sent its last one, may be gone, while that
+// last one was lost. It is taken to have everything when all but the last window is acknowledged
+// and that window was sent again and again. A server that died at that very moment looks the same;
+// whether the firmware is in order is for the device's status to say.
+bool TftpWriter::MayHaveEnded() const {
+    return mHighest == mBlockCount && (mAcknowledged > 0 || mBlockCount == 1);
+}
+
+std::uint64_t TftpWriter::WindowEnd() const {
+    return std::min(mAcknowledged + mOptions.windowSize, mBlockCount);
+}
+
+std::uint64_t TftpWriter::BytesIn(std::uint64_t blocks) const {
+    return std::min(blocks * mOptions.blockSize, mSource.Size());
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include <NxBase/NxApi.h>
+#include <NxBase/NxResult.h>
+#include <NxBase/NxString.h>
+#include <NxSystem/ConnectionId.h>
+
+#include <NxDevice/TftpMonitor.h>
+#include <NxDevice/TftpOptions.h>
+#include <NxDevice/TftpSource.h>
+
+/// What tests and benchmarks may choose for themselves.
+struct TftpClientSettings {
+    static constexpr std::uint16_t kServerPort = 69;
+
+    std::uint16_t port = kServerPort;
+    unsigned int blockSize = 0;   ///< bytes to ask for; 0: what suits the path
+    unsigned int windowSize = 0;  ///< blocks to ask for; 0: what suits the block size
+};
+
+/// NxTftpClient's work, with settings.
+class NX_API TftpClient {
+  public:
+    explicit TftpClient(const TftpClientSettings& settings = {});
+
+    NxResult Init(const NxString& connectionID, const NxString& remoteFileName);
+    NxResult SendFile(const NxString& localPath);
+    NxResult SendData(std::span<const std::byte> data);
+    NxResult GetData(std::span<std::byte> buffer, std::size_t& received);
+    [[nodiscard]] const TftpMonitor& Monitor() const { return mMonitor; }
+
+  private:
+    NxResult Send(TftpSource& source);
+    [[nodiscard]] TftpOptions WantedOptions() const;
+    [[nodiscard]] std::string ServerName() const;
+
+    TftpClientSettings mSettings;
+    ConnectionId mServer;
+    std::string mRemoteFileName;  ///< empty: not initialised
+    TftpMonitor mMonitor;
+};

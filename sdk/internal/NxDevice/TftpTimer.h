@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+
+#include <NxBase/NxApi.h>
+
+/// When to send again: the adaptive time-out of RFC 6298, in the ranges that suit a local network.
+class NX_API TftpTimer {
+  public:
+    using Duration = std::chrono::steady_clock::duration;
+
+    /// Before the first sample: a server may have to fork, or to open a slow file.
+    static constexpr Duration kFirstTimeout = std::chrono::milliseconds(1000);
+    static constexpr Duration kLongestTimeout = std::chrono::milliseconds(2000);
+    /// A transfer is given up when nothing of use was heard for that long.
+    static constexpr Duration kSilenceLimit = std::chrono::seconds(10);
+
+    explicit TftpTimer(Duration shortestTimeout) : mShortest(shortestTimeout) {}
+
+    /// Learns how long an answer took. Not for packets that were sent twice: which of the two was
+    /// answered is not known (Karn's algorithm).
+    void AddSample(Duration roundTrip);
+    /// After a time-out: the next one is twice as long.
+    void BackOff();
+    void EndBackOff() { mRetry = 0; }
+    /// Number of time-outs in a row.
+    [[nodiscard]] unsigned int Retry() const { return mRetry; }
+
+    [[nodiscard]] Duration Timeout() const;
+    /// A short wait for something that should be under way already: about one round trip.
+    [[nodiscard]] Duration Pause() const;
+
+  private:
+    Duration mShortest;
+    Duration mSmoothed{0};  ///< 0: no sample yet
+    Duration mVariation{0};
+    unsigned int mRetry = 0;
+};

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxApi.h>
+#include <NxBase/NxResult.h>
+
+#include <NxDevice/TftpBlockNumbers.h>
+#include <NxDevice/TftpOptions.h>
+#include <NxDevice/TftpPacing.h>
+#include <NxDevice/TftpSession.h>
+#include <NxDevice/TftpSource.h>
+#include <NxDevice/TftpTimer.h>
+
+/// Sends a file to a server. One object makes one transfer.
+class NX_API TftpWriter {
+  public:
+    TftpWriter(TftpSession& session, TftpSource& source);
+
+    NxResult Run(const std::string& fileName, TftpOptions wanted);
+
+  private:
+    NxResult SendBurst();
+    NxResult SendBlock(std::uint64_t block);
+    NxResult AwaitAcknowledgement();
+    void Acknowledge(std::uint64_t block);
+    NxResult OnTimeout();
+    void OnGap();
+    void GoBack();
+    [[nodiscard]] bool MayHaveEnded() const;
+    [[nodiscard]] std::uint64_t WindowEnd() const;
+    [[nodiscard]] std::uint64_t BytesIn(std::uint64_t blocks) const;
+
+    TftpSession& mSession;
+    TftpSource& mSource;
+    TftpOptions mOptions;
+    TftpTimer mTimer;
+    TftpPacing mPacing;
+    TftpBlockNumbers mNumbers;
+    bool mRolloverKnown = false;
+
+    // Blocks are counted from 1; the last one is shorter than a block, perhaps empty.
+    std::uint64_t mBlockCount = 0;
+    std::uint64_t mAcknowledged = 0;  ///< all blocks up to this one have arrived
+    std::uint64_t mNext = 1;          ///< the block to be sent next
+    std::uint64_t mHighest = 0;       ///< the highest block sent so far
+    std::uint64_t mRepeatedUpTo = 0;  ///< blocks up to this one may have been sent twice
+    bool mProbing = false;            ///< the next burst asks what has arrived
+    bool mEnded = false;
+
+    TftpSession::TimePoint mSentAt;      ///< of the last block sent
+    TftpSession::TimePoint mMovedAt;     ///< of the last acknowledgement of something new
+    std::vector<std::byte> mPackets;     ///< the window's DATA packets, block modulo window
+    std::vector<std::uint64_t> mStored;  ///< which block each of them is
+};

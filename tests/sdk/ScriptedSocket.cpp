@@ -1,0 +1,87 @@
+#include "ScriptedSocket.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "Bytes.h"
+
+ScriptedSocket::~ScriptedSocket() {
+    EXPECT_TRUE(mBroken || mSteps.empty()) << mSteps.size() << " steps of the script are left over";
+}
+
+ScriptedSocket& ScriptedSocket::ExpectSend(const Endpoint& to, const std::string& datagram) {
+    mSteps.push_back({Kind::kExpectSend, to, datagram});
+    return *this;
+}
+
+ScriptedSocket& ScriptedSocket::Reply(const Endpoint& from, const std::string& datagram,
+                                      Clock::duration after) {
+    mSteps.push_back({Kind::kReply, from, datagram, after});
+    return *this;
+}
+
+ScriptedSocket& ScriptedSocket::TimeOut(Clock::duration shortest, Clock::duration longest) {
+    mSteps.push_back({Kind::kTimeOut, {}, {}, shortest, longest});
+    return *this;
+}
+
+ScriptedSocket& ScriptedSocket::Fail(unsigned int code) {
+    mSteps.push_back({Kind::kFail, {}, {}, {}, {}, code});
+    return *this;
+}
+
+bool ScriptedSocket::Next(Kind kind, const std::string& instead, Step& step) {
+    if (mBroken || mSteps.empty() ||
+        (mSteps.front().kind != kind && mSteps.front().kind != Kind::kFail)) {
+        EXPECT_TRUE(mBroken) << "the script (" << mSteps.size() << " steps left) does not go on "
+                             << "with: " << instead;
+        mBroken = true;
+        return false;
+    }
+    step = mSteps.front();
+    mSteps.pop_front();
+    return true;
+}
+
+NxResult ScriptedSocket::Send(const Endpoint& to, std::span<const std::byte> datagram) {
+    Step step{};
+    if (!Next(Kind::kExpectSend, "sending " + testing::PrintToString(TextOf(datagram)), step)) {
+        return NxResult(kNxSocket, "off the script");
+    }
+    if (step.kind == Kind::kFail) {
+        return NxResult(step.code, "as scripted");
+    }
+    EXPECT_EQ(to, step.endpoint);
+    EXPECT_EQ(TextOf(datagram), step.datagram);
+    return NxResult();
+}
+
+NxResult ScriptedSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadline,
+                                 std::size_t& length, Endpoint& from, bool& timedOut) {
+    Step step{};
+    timedOut = false;
+    if (!mSteps.empty() && mSteps.front().kind == Kind::kTimeOut) {
+        step = mSteps.front();
+        mSteps.pop_front();
+        const Clock::duration wait = deadline - mNow;
+        EXPECT_GE(wait, step.shortest);
+        EXPECT_LE(wait, step.longest);
+        mNow = std::max(mNow, deadline);
+        timedOut = true;
+        return NxResult();
+    }
+    if (!Next(Kind::kReply, "receiving", step)) {
+        return NxResult(kNxSocket, "off the script");
+    }
+    if (step.kind == Kind::kFail) {
+        return NxResult(step.code, "as scripted");
+    }
+    mNow += step.shortest;
+    from = step.endpoint;
+    length = std::min(buffer.size(), step.datagram.size());
+    std::copy_n(BytesOf(step.datagram).begin(), length, buffer.begin());
+    return NxResult();
+}

@@ -1,0 +1,448 @@
+#include <NxDevice/TftpWriter.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "Bytes.h"
+#include "ScriptedSocket.h"
+#include "TftpScript.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using namespace TftpScript;
+
+class TextSource : public TftpSource {
+  public:
+    explicit TextSource(std::string text) : mText(std::move(text)) {}
+
+    [[nodiscard]] std::uint64_t Size() const override { return mText.size(); }
+    NxResult Read(std::uint64_t offset, std::span<std::byte> buffer) override {
+        if (offset >= failsAt) {
+            return NxResult(kNxLocalFile, "the disk is gone");
+        }
+        std::copy_n(BytesOf(mText).begin() + static_cast<std::ptrdiff_t>(offset), buffer.size(),
+                    buffer.begin());
+        return NxResult();
+    }
+
+    std::uint64_t failsAt = UINT64_MAX;
+
+  private:
+    std::string mText;
+};
+
+class TftpWriterTest : public testing::Test {
+  protected:
+    NxResult Write(const std::string& text, const TftpOptions& wanted) {
+        TextSource source(text);
+        return Write(source, wanted);
+    }
+    NxResult Write(TftpSource& source, const TftpOptions& wanted) {
+        TftpSession session(mSocket, kServer, "192.168.1.20 on eth1", mMonitor);
+        TftpWriter writer(session, source);
+        const auto start = mSocket.Now();
+        NxResult result = writer.Run("file", wanted);
+        mDuration = mSocket.Now() - start;
+        return result;
+    }
+    static TftpOptions Blocks(unsigned int size, unsigned int window = 1) {
+        TftpOptions wanted;
+        wanted.blockSize = size;
+        wanted.windowSize = window;
+        return wanted;
+    }
+    // The request for eight-byte blocks, and the answer that grants them.
+    void OpenWithBlocksOfEight(const std::string& size) {
+        mSocket.ExpectSend(kServer, WriteRequest({"tsize", size, "blksize", "8"}))
+            .Reply(kPeer, OptionAck({"blksize", "8"}));
+    }
+    void OpenWithWindow(const std::string& size, const std::string& window) {
+        mSocket
+            .ExpectSend(kServer,
+                        WriteRequest({"tsize", size, "blksize", "8", "windowsize", window}))
+            .Reply(kPeer, OptionAck({"windowsize", window, "blksize", "8"}));
+    }
+    void Exchange(std::uint16_t block, const std::string& data) {
+        mSocket.ExpectSend(kPeer, Data(block, data)).Reply(kPeer, Ack(block));
+    }
+
+    ScriptedSocket mSocket;
+    TftpMonitor mMonitor;
+    DatagramSocket::Clock::duration mDuration{};
+};
+
+TEST_F(TftpWriterTest, SendsAnEmptyFileAsOneEmptyBlock) {
+    OpenWithBlocksOfEight("0");
+    Exchange(1, "");
+    EXPECT_TRUE(Write("", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, EndsAnExactMultipleWithAnEmptyBlock) {
+    OpenWithBlocksOfEight("16");
+    Exchange(1, "01234567");
+    Exchange(2, "89abcdef");
+    Exchange(3, "");
+    EXPECT_TRUE(Write("0123456789abcdef", Blocks(8)).IsOK());
+    EXPECT_EQ(mMonitor.Done(), 16U);
+}
+
+TEST_F(TftpWriterTest, UsesTheSmallerBlockSizeThatIsGranted) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "10", "blksize", "1468"}))
+        .Reply(kPeer, OptionAck({"tsize", "10", "blksize", "9"}));
+    Exchange(1, "012345678");
+    Exchange(2, "9");
+    EXPECT_TRUE(Write("0123456789", Blocks(1468)).IsOK());
+}
+
+TEST_F(TftpWriterTest, SendsPlainBlocksToAServerThatKnowsNoOptions) {
+    const std::string text(600, 'x');
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "600", "blksize", "1468"}))
+        .Reply(kPeer, Ack(0));
+    Exchange(1, text.substr(0, 512));
+    Exchange(2, text.substr(512));
+    EXPECT_TRUE(Write(text, Blocks(1468)).IsOK());
+}
+
+TEST_F(TftpWriterTest, AsksAgainWithoutOptionsWhenTheyAreRefused) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .Reply(kPeer, Error(8, "no options here"))
+        .ExpectSend(kServer, WriteRequest({}))
+        .Reply(kPeer, Error(8, "no options here"))  // a copy that was delayed
+        .Reply(kForeignPort, Ack(0))
+        .ExpectSend(kForeignPort, Data(1, "abc"))
+        .Reply(kForeignPort, Ack(1));
+    EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, ReportsAServersErrorWithItsText) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .Reply(kPeer, Error(2, "flash is \"locked\"\x07"));
+    const NxResult result = Write("abc", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxTftpError);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server answered ERROR 2 "
+                 "(access violation): \"flash is \"locked\"?\"");
+}
+
+TEST_F(TftpWriterTest, ReportsAnErrorInTheMiddle) {
+    OpenWithBlocksOfEight("20");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "89abcdef")).Reply(kPeer, Error(3, ""));
+    const NxResult result = Write("0123456789abcdefghij", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxTftpError);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server answered ERROR 3 "
+                 "(disk full)");
+    EXPECT_EQ(mMonitor.Done(), 8U);
+    EXPECT_EQ(mMonitor.Total(), 0U);
+}
+
+TEST_F(TftpWriterTest, AnswersABadOptionWithError8) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .Reply(kPeer, OptionAck({"blksize", "9"}))
+        .ExpectSend(kPeer, Error(8, "it answered with option blksize=9, which is out of range"));
+    const NxResult result = Write("abc", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxProtocol);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: it answered with option blksize=9, "
+                 "which is out of range");
+}
+
+TEST_F(TftpWriterTest, PassesOverFirstAnswersThatAreNone) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .Reply(kPeer, Ack(1))
+        .Reply(kPeer, Data(1, "data"))
+        .Reply(kPeer, "")
+        .Reply(kPeer, "\0"s)
+        .Reply(kForeignAddress, Ack(0))
+        .Reply(kPeer, OptionAck({"blksize", "8"}));
+    Exchange(1, "abc");
+    EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, ADuplicateAckDrawsNoData) {
+    OpenWithBlocksOfEight("20");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .Reply(kPeer, OptionAck({"blksize", "8"}))
+        .Reply(kPeer, Ack(0))
+        .Reply(kPeer, Ack(1))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .Reply(kPeer, Ack(1))
+        .Reply(kPeer, Ack(1))
+        .Reply(kPeer, Ack(0))
+        .Reply(kPeer, Ack(3))  // of a block that was never sent
+        .Reply(kPeer, Ack(2));
+    Exchange(3, "ghij");
+    EXPECT_TRUE(Write("0123456789abcdefghij", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, SendsABlockAgainAfterATimeOutWithBackOff) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "8"))
+        .TimeOut(20ms, 20ms)
+        .ExpectSend(kPeer, Data(2, "8"))
+        .TimeOut(40ms, 40ms)
+        .ExpectSend(kPeer, Data(2, "8"))
+        .TimeOut(80ms, 80ms)
+        .ExpectSend(kPeer, Data(2, "8"))
+        .Reply(kPeer, Ack(2));
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, WaitsLongerForASlowServer) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "9", "blksize", "8"}))
+        .Reply(kPeer, OptionAck({"blksize", "8"}), 300ms)
+        .ExpectSend(kPeer, Data(1, "01234567"))
+        .TimeOut(900ms, 900ms)  // 300 ms and four times their assumed variation of 150 ms
+        .ExpectSend(kPeer, Data(1, "01234567"))
+        .Reply(kPeer, Ack(1));
+    Exchange(2, "8");
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, ADuplicateAckDoesNotPutTheTimeOutOff) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "8"))
+        .Reply(kPeer, Ack(1), 15ms)
+        .Reply(kPeer, Ack(1), 15ms)  // past the time-out of 20 ms now
+        .ExpectSend(kPeer, Data(2, "8"))
+        .Reply(kPeer, Ack(2));
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, AnswersOtherPortsWithError5AndGoesOn) {
+    OpenWithBlocksOfEight("9");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .Reply(kForeignPort, Ack(1))
+        .ExpectSend(kForeignPort, Error(5, "Unknown transfer ID"))
+        .Reply(kForeignAddress, OptionAck({}))
+        .ExpectSend(kForeignAddress, Error(5, "Unknown transfer ID"))
+        .Reply(kForeignPort, Error(3, "an ERROR is not answered"))
+        .Reply(kForeignPort, "nor is rubbish")
+        .Reply(kPeer, Ack(1));
+    Exchange(2, "8");
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, ServesAServerThatAnswersFromItsOwnPort) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .Reply(kServer, OptionAck({"blksize", "8"}))
+        .ExpectSend(kServer, Data(1, "abc"))
+        .Reply(kServer, Ack(1));
+    EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, GivesUpAfterTenSecondsWithoutAnyAnswer) {
+    const std::string request = WriteRequest({"tsize", "3", "blksize", "8"});
+    for (const auto wait : {1000ms, 2000ms, 2000ms, 2000ms, 2000ms, 1000ms}) {
+        mSocket.ExpectSend(kServer, request).TimeOut(wait, wait);
+    }
+    const NxResult result = Write("abc", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server has not answered for "
+                 "10 s; check cable, power and address");
+    EXPECT_EQ(mDuration, 10s);
+}
+
+TEST_F(TftpWriterTest, GivesUpWhenTheServerStopsInTheMiddle) {
+    OpenWithBlocksOfEight("20");
+    Exchange(1, "01234567");
+    for (const auto wait :
+         {20ms, 40ms, 80ms, 160ms, 320ms, 640ms, 1280ms, 2000ms, 2000ms, 2000ms, 1460ms}) {
+        mSocket.ExpectSend(kPeer, Data(2, "89abcdef")).TimeOut(wait, wait);
+    }
+    const NxResult result = Write("0123456789abcdefghij", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server stopped answering "
+                 "after 8 of 20 bytes");
+    EXPECT_LE(mDuration, 10100ms);
+}
+
+TEST_F(TftpWriterTest, ALostLastAckIsNoFailure) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    for (int i = 0; i < 11; ++i) {
+        mSocket.ExpectSend(kPeer, Data(2, "8")).TimeOut();
+    }
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+    EXPECT_LE(mDuration, 10100ms);
+}
+
+TEST_F(TftpWriterTest, ALostLastAckOfASingleBlockIsNoFailure) {
+    OpenWithBlocksOfEight("3");
+    for (int i = 0; i < 11; ++i) {
+        mSocket.ExpectSend(kPeer, Data(1, "abc")).TimeOut();
+    }
+    EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, AnErrorInPlaceOfTheLastAckIsAFailure) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "8")).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(2, "8")).Reply(kPeer, Error(0, "flash failure"));
+    EXPECT_EQ(Write("012345678", Blocks(8)).GetCode(), kNxTftpError);
+}
+
+TEST_F(TftpWriterTest, AnswersDataWithError4) {
+    OpenWithBlocksOfEight("3");
+    mSocket.ExpectSend(kPeer, Data(1, "abc"))
+        .Reply(kPeer, Data(1, "x"))
+        .ExpectSend(kPeer, Error(4, "its TFTP server answered a write request with data"));
+    EXPECT_EQ(Write("abc", Blocks(8)).GetCode(), kNxProtocol);
+}
+
+TEST_F(TftpWriterTest, TellsTheServerThatTheLocalFileFailed) {
+    OpenWithBlocksOfEight("20");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Error(0, "the disk is gone"));
+    TextSource source("0123456789abcdefghij");
+    source.failsAt = 8;
+    EXPECT_EQ(Write(source, Blocks(8)).GetCode(), kNxLocalFile);
+}
+
+TEST_F(TftpWriterTest, HandsOnSocketFailures) {
+    mSocket.Fail(kNxSocket);
+    const NxResult result = Write("abc", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxSocket);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: as scripted");
+}
+
+TEST_F(TftpWriterTest, SendsAWindowForEachAck) {
+    OpenWithWindow("36", "2");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .Reply(kPeer, Ack(2))
+        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+        .ExpectSend(kPeer, Data(4, "opqrstuv"))
+        .Reply(kPeer, Ack(4))
+        .ExpectSend(kPeer, Data(5, "wxyz"))
+        .Reply(kPeer, Ack(5));
+    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz", Blocks(8, 2)).IsOK());
+}
+
+TEST_F(TftpWriterTest, AsksForAWindowOfHalfTheBlocksAtMost) {
+    OpenWithWindow("20", "2");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .Reply(kPeer, Ack(2));
+    Exchange(3, "ghij");
+    EXPECT_TRUE(Write("0123456789abcdefghij", Blocks(8, 64)).IsOK());
+}
+
+TEST_F(TftpWriterTest, GoesBackToTheBlockThatTheServerLacks) {
+    OpenWithWindow("40", "3");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+        .Reply(kPeer, Ack(1))
+        .TimeOut({}, 10ms)
+        // The window goes on from there, at first in smaller bursts.
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(4, "opqrstuv"))
+        .Reply(kPeer, Ack(4))
+        .ExpectSend(kPeer, Data(5, "wxyz0123"))
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(6, ""))
+        .Reply(kPeer, Ack(6));
+    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
+}
+
+TEST_F(TftpWriterTest, DoesNotGoBackForAServerThatAnswersEveryBlock) {
+    OpenWithWindow("40", "3");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+        .Reply(kPeer, Ack(1))
+        .Reply(kPeer, Ack(2))
+        .Reply(kPeer, Ack(3))
+        .ExpectSend(kPeer, Data(4, "opqrstuv"))
+        .ExpectSend(kPeer, Data(5, "wxyz0123"))
+        .ExpectSend(kPeer, Data(6, ""))
+        .Reply(kPeer, Ack(4))
+        .Reply(kPeer, Ack(6));
+    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
+}
+
+TEST_F(TftpWriterTest, AsksWithOneBlockWhatArrivedWhenAWindowTimesOut) {
+    OpenWithWindow("40", "3");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+        .TimeOut(20ms, 20ms)
+        .ExpectSend(kPeer, Data(1, "01234567"))
+        .Reply(kPeer, Ack(3))  // all had arrived; the ACK was lost
+        .ExpectSend(kPeer, Data(4, "opqrstuv"))
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(5, "wxyz0123"))
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(6, ""))
+        .Reply(kPeer, Ack(6));
+    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
+}
+
+TEST_F(TftpWriterTest, AServerThatDiesBeforeTheFirstWindowIsAFailure) {
+    OpenWithWindow("20", "2");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567")).ExpectSend(kPeer, Data(2, "89abcdef"));
+    mSocket.TimeOut();
+    for (int i = 0; i < 10; ++i) {
+        mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+            .TimeOut()
+            .ExpectSend(kPeer, Data(2, "89abcdef"))
+            .TimeOut();
+    }
+    EXPECT_EQ(Write("0123456789abcdefghij", Blocks(8, 2)).GetCode(), kNxTimeout);
+    EXPECT_LE(mDuration, 10200ms);
+}
+
+TEST_F(TftpWriterTest, EndlessDuplicatesCannotStallIt) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    // Eleven time-outs' worth of copies of the first acknowledgement, 15 ms apart.
+    mSocket.ExpectSend(kPeer, Data(2, "8"));
+    std::chrono::milliseconds total{};
+    for (auto wait : {20ms, 40ms, 80ms, 160ms, 320ms, 640ms, 1280ms, 2000ms, 2000ms, 2000ms}) {
+        for (auto waited = 0ms; waited < wait; waited += 20ms) {
+            mSocket.Reply(kPeer, Ack(1), 20ms);
+        }
+        mSocket.ExpectSend(kPeer, Data(2, "8"));
+        total += wait;
+    }
+    for (; total < 10000ms; total += 20ms) {
+        mSocket.Reply(kPeer, Ack(1), 20ms);
+    }
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+    EXPECT_LE(mDuration, 10100ms);
+}
+
+TEST_F(TftpWriterTest, CountsAcknowledgedBytesAndWarnsWhileItWaits) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "8")).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(2, "8")).Fail(kNxSocket);
+    EXPECT_FALSE(Write("012345678", Blocks(8)).IsOK());
+    EXPECT_EQ(mMonitor.Done(), 8U);
+    EXPECT_EQ(mMonitor.Warning(mSocket.Now()), "");
+    EXPECT_EQ(mMonitor.Warning(mSocket.Now() + 3500ms),
+              "Waiting 3 s for 192.168.1.20 on eth1 to acknowledge byte 8 (retry 1)");
+    mMonitor.End();
+    EXPECT_EQ(mMonitor.Warning(mSocket.Now() + 3500ms), "");
+}
+
+}  // namespace
