@@ -28,7 +28,7 @@ class U3vPort : public DevicePort {
     NxResult ReadRegisters(std::span<Register> registers) override;
     NxResult WriteRegisters(std::span<const Register> registers) override;
     [[nodiscard]] bool CombinesRegisters() const override { return false; }
-    [[nodiscard]] bool SwapsLegacyRegisters() const override { return false; }
+    [[nodiscard]] bool HasRegisterCommands() const override { return false; }
     [[nodiscard]] std::string DeviceName() const override { return mChannel.GetDeviceName(); }
 
     NxResult ReadDescription(std::string& xml) override;

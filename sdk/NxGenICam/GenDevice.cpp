@@ -68,21 +68,21 @@ GenDevice::~GenDevice() {
 }
 
 NxResult GenDevice::Read(std::uint64_t address, std::span<std::byte> buffer) {
-    if (!mSwapsRegisters || buffer.size() != 4) {
+    if (!mUsesRegisterCommands || buffer.size() != 4) {
         return Note(mPort->ReadMemory(address, buffer));
     }
     std::array<GenPort::Register, 1> one{{{.address = address}}};
     NxResult result = mPort->ReadRegisters(one);
-    std::reverse_copy(one[0].bytes.begin(), one[0].bytes.end(), buffer.begin());
+    std::copy(one[0].bytes.begin(), one[0].bytes.end(), buffer.begin());
     return Note(std::move(result));
 }
 
 NxResult GenDevice::Write(std::uint64_t address, std::span<const std::byte> data) {
-    if (!mSwapsRegisters || data.size() != 4) {
+    if (!mUsesRegisterCommands || data.size() != 4) {
         return Note(mPort->WriteMemory(address, data));
     }
     std::array<GenPort::Register, 1> one{{{.address = address}}};
-    std::reverse_copy(data.begin(), data.end(), one[0].bytes.begin());
+    std::copy(data.begin(), data.end(), one[0].bytes.begin());
     return Note(mPort->WriteRegisters(one));
 }
 

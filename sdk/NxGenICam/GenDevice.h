@@ -18,9 +18,10 @@ class GenDevice {
     [[nodiscard]] ArvDevice* Get() const { return mDevice; }
     [[nodiscard]] GenPort& Port() const { return *mPort; }
 
-    /// Turns the four-byte registers' order around from now on (XML schemas below 1.1).
-    void SwapRegisters() { mSwapsRegisters = true; }
-    [[nodiscard]] bool SwapsRegisters() const { return mSwapsRegisters; }
+    /// From now on accesses of four bytes are register accesses, as descriptions of a schema below
+    /// 1.1 expect on GigE Vision.
+    void UseRegisterCommands() { mUsesRegisterCommands = true; }
+    [[nodiscard]] bool UsesRegisterCommands() const { return mUsesRegisterCommands; }
 
     NxResult Read(std::uint64_t address, std::span<std::byte> buffer);
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
@@ -32,6 +33,6 @@ class GenDevice {
 
     std::shared_ptr<GenPort> mPort;
     ArvDevice* mDevice = nullptr;
-    bool mSwapsRegisters = false;
+    bool mUsesRegisterCommands = false;
     NxResult mFailure;
 };

@@ -55,9 +55,9 @@ NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
     arv_gc_set_register_cache_policy(loaded->mGenicam, ARV_REGISTER_CACHE_POLICY_DISABLE);
     arv_gc_set_range_check_policy(loaded->mGenicam, ARV_RANGE_CHECK_POLICY_ENABLE);
     arv_gc_set_access_check_policy(loaded->mGenicam, ARV_ACCESS_CHECK_POLICY_ENABLE);
-    if (loaded->mDevice.Port().SwapsLegacyRegisters() &&
+    if (loaded->mDevice.Port().HasRegisterCommands() &&
         (facts.schemaMajor < 1 || (facts.schemaMajor == 1 && facts.schemaMinor < 1))) {
-        loaded->mDevice.SwapRegisters();
+        loaded->mDevice.UseRegisterCommands();
     }
     map = std::move(loaded);
     return {};

@@ -70,13 +70,18 @@ bool PlainRegister::Resolve(NodeMap& nodes, const char* feature,
     ArvGcPropertyNode* endianness =
         NodeLinks::FindProperty(end, ARV_GC_PROPERTY_NODE_TYPE_ENDIANNESS);
     ArvGcPropertyNode* sign = NodeLinks::FindProperty(end, ARV_GC_PROPERTY_NODE_TYPE_SIGN);
+    const bool isBigEndian =
+        endianness != nullptr &&
+        arv_gc_property_node_get_endianness(endianness, G_LITTLE_ENDIAN) == G_BIG_ENDIAN;
+    // Register commands may give a little-endian register's bytes in another order than the memory
+    // accesses that the description is meant for.
+    if (!isBigEndian && nodes.Device().Port().HasRegisterCommands() &&
+        !(length == 4 && nodes.Device().UsesRegisterCommands())) {
+        return false;
+    }
     plain.mAddress = address;
     plain.mLength = length;
-    plain.mIsBigEndian = endianness != nullptr && arv_gc_property_node_get_endianness(
-                                                      endianness, G_LITTLE_ENDIAN) == G_BIG_ENDIAN;
-    if (length == 4 && nodes.Device().SwapsRegisters()) {
-        plain.mIsBigEndian = !plain.mIsBigEndian;
-    }
+    plain.mIsBigEndian = isBigEndian;
     plain.mIsSigned =
         sign != nullptr &&
         arv_gc_property_node_get_sign(sign, ARV_GC_SIGNEDNESS_UNSIGNED) == ARV_GC_SIGNEDNESS_SIGNED;

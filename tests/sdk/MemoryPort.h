@@ -18,7 +18,7 @@ class MemoryPort : public GenPort {
     NxResult WriteRegisters(std::span<const Register> registers) override;
     [[nodiscard]] std::string DeviceName() const override { return "192.0.2.7 on eth9"; }
     [[nodiscard]] bool CombinesRegisters() const override { return combinesRegisters; }
-    [[nodiscard]] bool SwapsLegacyRegisters() const override { return swapsLegacyRegisters; }
+    [[nodiscard]] bool HasRegisterCommands() const override { return hasRegisterCommands; }
 
     void Store(std::uint64_t address, const std::string& bytes);
     [[nodiscard]] std::string Load(std::uint64_t address, std::size_t size) const;
@@ -27,7 +27,7 @@ class MemoryPort : public GenPort {
     [[nodiscard]] std::uint32_t LoadBig(std::uint64_t address) const;
 
     bool combinesRegisters = true;
-    bool swapsLegacyRegisters = true;
+    bool hasRegisterCommands = true;
     NxResult failure;                            ///< of every access, when not OK
     std::function<void(std::uint64_t)> onWrite;  ///< after a write that began at that address
     std::function<void(std::uint64_t)> onRead;   ///< before a read that begins at that address

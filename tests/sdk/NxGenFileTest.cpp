@@ -144,7 +144,12 @@ INSTANTIATE_TEST_SUITE_P(Buffers, NxGenFileCostTest,
                          testing::Values(Cost{512, true, 3}, Cost{536, true, 3},
                                          Cost{4096, true, 10}, Cost{65536, true, 125},
                                          Cost{512, false, 6}, Cost{4096, false, 13},
-                                         Cost{65536, false, 128}));
+                                         Cost{65536, false, 128}),
+                         [](const auto& cost) {
+                             return std::to_string(cost.param.bufferSize) + "Bytes" +
+                                    (cost.param.combines ? "RegistersCombined"
+                                                         : "OneRegisterAtATime");
+                         });
 
 TEST_F(NxGenFileTest, WritesThroughTheNodeMapWhereARegisterIsNotPlain) {
     Connect({.dependsOnSelectors = true, .statusTag = "MaskedIntReg"});

@@ -38,7 +38,8 @@ class NX_API GenPort {
     [[nodiscard]] virtual std::string DeviceName() const = 0;
     /// True when several registers that are not neighbours go into one command.
     [[nodiscard]] virtual bool CombinesRegisters() const = 0;
-    /// True on GigE Vision, whose four-byte registers an XML of a schema below 1.1 describes as if
-    /// the computer's byte order were theirs (GenICam Standard 2.0, appendix 3).
-    [[nodiscard]] virtual bool SwapsLegacyRegisters() const = 0;
+    /// True on GigE Vision, where registers have commands of their own: little-endian devices
+    /// swap a register's bytes there, but not in a memory access (GenICam Standard 2.0, appendix
+    /// 3).
+    [[nodiscard]] virtual bool HasRegisterCommands() const = 0;
 };

@@ -1,0 +1,177 @@
+#include "GvcpChannel.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// Long enough for some twenty sendings: at a loss of a fifth each way one command in a billion
+// stays unanswered.
+constexpr milliseconds kPatience{4600};
+// What a device announces with PENDING_ACK is believed up to here, from one to the next and in
+// all, so that one that dies meanwhile is noticed.
+constexpr milliseconds kLongestPending{8000};
+constexpr milliseconds kPendingInAll{60000};
+constexpr milliseconds kPatienceAfterPending{2000};
+constexpr milliseconds kBusyPatience{5000};
+constexpr milliseconds kFirstBusyPause{10};
+constexpr milliseconds kLongestBusyPause{200};
+// Sending on an interface that is down fails at once; it may come up again.
+constexpr milliseconds kPauseAfterSocketFailure{100};
+
+}  // namespace
+
+GvcpChannel::GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device,
+                         std::string deviceName)
+    : mSocket(std::move(socket)), mDevice(device), mDeviceName(std::move(deviceName)) {}
+
+void GvcpChannel::Fail(NxResult failure) {
+    if (mFailure.IsOK()) {
+        mFailure = std::move(failure);
+    }
+}
+
+// 0 is reserved (section 15.3).
+std::uint16_t GvcpChannel::NextId() {
+    mId = mId == 0xFFFF ? std::uint16_t{1} : static_cast<std::uint16_t>(mId + 1);
+    return mId;
+}
+
+RetransmissionTimer& GvcpChannel::TimerOf(GvcpPacket::Command command) {
+    return command == GvcpPacket::Command::kWriteRegister ? mWriteTimer : mTimer;
+}
+
+void GvcpChannel::Pause(Clock::duration time) {
+    const Clock::time_point end = mSocket->Now() + time;
+    while (mSocket->Now() < end) {
+        std::size_t length = 0;
+        Endpoint from;
+        bool timedOut = false;
+        if (!mSocket->Receive(mBuffer, end, length, from, timedOut).IsOK()) {
+            std::this_thread::sleep_for(std::min<Clock::duration>(time, milliseconds(10)));
+        }
+    }
+}
+
+NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byte> packet,
+                               std::uint32_t address, std::span<const std::byte>& payload) {
+    const Clock::time_point start = mSocket->Now();
+    milliseconds pause = kFirstBusyPause;
+    GvcpPacket::Ack ack;
+    while (true) {
+        if (!mFailure.IsOK()) {
+            return mFailure;
+        }
+        // A new id after BUSY: with the old one the device would repeat its old answer.
+        const std::uint16_t id = NextId();
+        GvcpPacket::SetId(packet, id);
+        if (NxResult result = Exchange(command, packet, id, address, ack); !result.IsOK()) {
+            Fail(result);
+            return result;
+        }
+        mStatus = ack.status;
+        const bool mayWait = mSocket->Now() + pause < std::min(start + kBusyPatience, mDeadline);
+        if (ack.status != GvcpPacket::kStatusBusy || !mayWait) {
+            break;
+        }
+        Pause(pause);
+        pause = std::min(pause * 2, kLongestBusyPause);
+    }
+    payload = ack.payload;
+    // Statuses without the highest bit are remarks (section 19 "Status codes").
+    if ((ack.status & 0x8000U) == 0) {
+        return {};
+    }
+    return NxResult(
+        ack.status == GvcpPacket::kStatusAccessDenied ? kNxAccessDenied : kNxDeviceError,
+        mDeviceName + " refused GVCP " + GvcpPacket::CommandName(command) + " at " +
+            GvcpPacket::Hexadecimal(address, 8) + ": " + GvcpPacket::StatusName(ack.status));
+}
+
+NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
+                               std::uint16_t id, std::uint32_t address, GvcpPacket::Ack& ack) {
+    RetransmissionTimer& timer = TimerOf(command);
+    RetransmissionTimer::Duration wait = timer.First();
+    mStart = mSocket->Now();
+    mGiveUp = std::min(mStart + kPatience, mDeadline);
+    mWasPending = false;
+    mSocketFailure = NxResult();
+    int sendings = 0;
+    do {
+        ++sendings;
+        const NxResult sent = mSocket->Send(mDevice, packet);
+        const Clock::time_point now = mSocket->Now();
+        if (sent.IsOK()) {
+            mWaitEnd = std::min(now + wait, mGiveUp);
+        } else {
+            mSocketFailure = sent;
+            mWaitEnd =
+                std::min(now + std::max<Clock::duration>(wait, kPauseAfterSocketFailure), mGiveUp);
+        }
+        if (WaitForAck(command, id, ack) == Wait::kAnswered) {
+            mLastAnswer = mSocket->Now();
+            if (sendings > 1) {
+                timer.LearnFromResend(wait);
+            } else if (!mWasPending) {
+                timer.Learn(std::chrono::duration_cast<RetransmissionTimer::Duration>(mLastAnswer -
+                                                                                      mStart));
+            }
+            return {};
+        }
+        wait = timer.Next(wait);
+    } while (mSocket->Now() < mGiveUp);
+    if (!mSocketFailure.IsOK()) {
+        return NxResult(kNxSocket, mDeviceName + " cannot be reached: " +
+                                       mSocketFailure.GetDescription().GetAscii());
+    }
+    return NxResult(kNxTimeout,
+                    mDeviceName + " does not answer (GVCP " + GvcpPacket::CommandName(command) +
+                        " at " + GvcpPacket::Hexadecimal(address, 8) + ", sent " +
+                        std::to_string(sendings) + " times); check its power, cable and address");
+}
+
+GvcpChannel::Wait GvcpChannel::WaitForAck(GvcpPacket::Command command, std::uint16_t id,
+                                          GvcpPacket::Ack& ack) {
+    while (true) {
+        std::size_t length = 0;
+        Endpoint from;
+        bool timedOut = false;
+        const NxResult received = mSocket->Receive(mBuffer, mWaitEnd, length, from, timedOut);
+        if (!received.IsOK()) {
+            mSocketFailure = received;
+            std::this_thread::sleep_for(milliseconds(10));
+            timedOut = mSocket->Now() >= mWaitEnd;
+        }
+        if (timedOut) {
+            return Wait::kTimedOut;
+        }
+        if (!received.IsOK() || !(from == mDevice)) {
+            continue;
+        }
+        const auto answer = GvcpPacket::ParseAck(std::span(mBuffer).first(length));
+        // Any other id is the late answer to an earlier command or to an earlier sending.
+        if (!answer.has_value() || answer->id != id) {
+            continue;
+        }
+        if (answer->code == GvcpPacket::kPendingAck) {
+            HonourPending(*answer);
+        } else if (answer->code == static_cast<std::uint16_t>(command) + 1) {
+            ack = *answer;
+            return Wait::kAnswered;
+        }
+    }
+}
+
+void GvcpChannel::HonourPending(const GvcpPacket::Ack& ack) {
+    mWasPending = true;
+    const milliseconds announced(GvcpPacket::PendingMilliseconds(ack));
+    const Clock::time_point end = std::min(
+        {mSocket->Now() + std::min(announced, kLongestPending), mStart + kPendingInAll, mDeadline});
+    mWaitEnd = std::max(mWaitEnd, end);
+    mGiveUp = std::min(std::max(mGiveUp, end + kPatienceAfterPending), mDeadline);
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxResult.h>
+#include <NxSystem/DatagramSocket.h>
+
+#include "GvcpPacket.h"
+#include "RetransmissionTimer.h"
+
+/// Commands to one device and their acknowledges, over a network that loses, repeats and reorders
+/// datagrams. One thread at a time.
+class GvcpChannel {
+  public:
+    using Clock = DatagramSocket::Clock;
+
+    /// @param deviceName for descriptions of failures: "192.168.1.20 on eth1"
+    GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device, std::string deviceName);
+
+    /// Sends a command until it is answered.
+    /// @param packet without its request id
+    /// @param address what the command accesses, for descriptions of failures
+    /// @param payload of the acknowledge; valid until the next command
+    /// @return kNxAccessDenied and kNxDeviceError for a status that is no success; once a command
+    ///         goes unanswered, kNxTimeout or kNxSocket, and the same again for every later one
+    NxResult Transact(GvcpPacket::Command command, std::vector<std::byte> packet,
+                      std::uint32_t address, std::span<const std::byte>& payload);
+
+    /// Every command fails that is not answered by then.
+    void SetDeadline(Clock::time_point deadline) { mDeadline = deadline; }
+    void ClearDeadline() { mDeadline = Clock::time_point::max(); }
+
+    /// From now on every command fails at once with that.
+    void Fail(NxResult failure);
+    [[nodiscard]] bool IsAlive() const { return mFailure.IsOK(); }
+    [[nodiscard]] const NxResult& Failure() const { return mFailure; }
+    /// When the device answered last.
+    [[nodiscard]] Clock::time_point LastAnswer() const { return mLastAnswer; }
+    [[nodiscard]] Clock::time_point Now() const { return mSocket->Now(); }
+    /// Waits; answers that come meanwhile are stale.
+    void Pause(Clock::duration time);
+    [[nodiscard]] const std::string& DeviceName() const { return mDeviceName; }
+
+    /// The status of the last acknowledge.
+    [[nodiscard]] std::uint16_t Status() const { return mStatus; }
+
+  private:
+    enum class Wait { kAnswered, kTimedOut };
+
+    NxResult Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
+                      std::uint16_t id, std::uint32_t address, GvcpPacket::Ack& ack);
+    Wait WaitForAck(GvcpPacket::Command command, std::uint16_t id, GvcpPacket::Ack& ack);
+    void HonourPending(const GvcpPacket::Ack& ack);
+    std::uint16_t NextId();
+    RetransmissionTimer& TimerOf(GvcpPacket::Command command);
+
+    std::unique_ptr<DatagramSocket> mSocket;
+    Endpoint mDevice;
+    std::string mDeviceName;
+    std::uint16_t mId = 0;
+    std::uint16_t mStatus = 0;
+    NxResult mFailure;
+    Clock::time_point mDeadline = Clock::time_point::max();
+    Clock::time_point mLastAnswer{};
+    // Writing a register may start an operation and then takes longer than moving data.
+    RetransmissionTimer mTimer;
+    RetransmissionTimer mWriteTimer;
+    std::array<std::byte, GvcpPacket::kLargestDatagram> mBuffer{};
+
+    // Of the command that is being sent.
+    Clock::time_point mStart;
+    Clock::time_point mWaitEnd;
+    Clock::time_point mGiveUp;
+    bool mWasPending = false;
+    NxResult mSocketFailure;
+};

@@ -1,0 +1,406 @@
+#include "GvcpPort.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <NxBase/ByteOrder.h>
+#include <NxBase/NxResultCodes.h>
+#include <NxSystem/NetworkInterface.h>
+#include <NxSystem/UdpSocket.h>
+
+#include "DescriptionArchive.h"
+#include "DescriptionLocation.h"
+
+namespace {
+
+using GvcpPacket::Command;
+using std::chrono::milliseconds;
+
+// Bootstrap registers (GigE Vision 2.0, section 28).
+constexpr std::uint32_t kFirstUrl = 0x0200;
+constexpr std::uint32_t kSecondUrl = 0x0400;
+constexpr std::size_t kUrlSize = 512;
+constexpr std::uint32_t kCapability = 0x0934;
+constexpr std::uint32_t kHeartbeatTimeout = 0x0938;
+constexpr std::uint32_t kControlChannelPrivilege = 0x0A00;
+
+constexpr std::uint32_t kConcatenation = 0x1;
+constexpr std::uint32_t kControlAccess = 0x2;
+constexpr std::uint32_t kExclusiveAccess = 0x1;
+
+constexpr milliseconds kConnectPatience{5000};
+// A device keeps the controller of a program that died until its heartbeat timeout, usually 3 s.
+constexpr milliseconds kRefusalPatience{3500};
+constexpr milliseconds kRefusalPause{250};
+constexpr milliseconds kReleasePatience{500};
+constexpr milliseconds kDefaultHeartbeatTimeout{3000};
+constexpr milliseconds kShortestHeartbeat{50};
+constexpr milliseconds kLongestHeartbeat{5000};
+
+bool HasControl(std::uint32_t privilege) {
+    return (privilege & (kControlAccess | kExclusiveAccess)) != 0;
+}
+
+}  // namespace
+
+GvcpPort::GvcpPort(std::unique_ptr<GvcpChannel> channel)
+    : mDeviceName(channel->DeviceName()), mChannel(std::move(channel)) {}
+
+GvcpPort::~GvcpPort() {
+    {
+        const std::lock_guard lock(mMutex);
+        mStops = true;
+    }
+    mStopSignal.notify_all();
+    if (mHeartbeat.joinable()) {
+        mHeartbeat.join();
+    }
+    if (mIsController && mChannel->IsAlive()) {
+        mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
+        // A device that misses it gives the control up when the heartbeat stays away.
+        (void)WriteNumber(kControlChannelPrivilege, 0);
+    }
+}
+
+NxResult GvcpPort::Start(milliseconds patience) {
+    const std::lock_guard lock(mMutex);
+    mChannel->SetDeadline(mChannel->Now() + patience);
+    if (NxResult result = TakeControl(); !result.IsOK()) {
+        return result;
+    }
+    std::uint32_t capability = 0;
+    NxResult result = ReadNumber(kCapability, capability);
+    if (!mChannel->IsAlive()) {
+        return result;
+    }
+    // Optional registers: a device without them combines nothing and has the usual timeout.
+    mCombinesRegisters = result.IsOK() && (capability & kConcatenation) != 0;
+    std::uint32_t timeout = 0;
+    result = ReadNumber(kHeartbeatTimeout, timeout);
+    if (!mChannel->IsAlive()) {
+        return result;
+    }
+    const milliseconds deviceTimeout =
+        result.IsOK() && timeout > 0 ? milliseconds(timeout) : kDefaultHeartbeatTimeout;
+    mHeartbeatInterval = std::clamp(deviceTimeout / 3, kShortestHeartbeat, kLongestHeartbeat);
+    mHeartbeat = std::thread(&GvcpPort::KeepControl, this);
+    return {};
+}
+
+NxResult GvcpPort::TakeControl() {
+    const GvcpChannel::Clock::time_point end = mChannel->Now() + kRefusalPatience;
+    while (true) {
+        const NxResult result = WriteNumber(kControlChannelPrivilege, kControlAccess);
+        if (result.IsOK()) {
+            mIsController = true;
+            return {};
+        }
+        if (!mChannel->IsAlive()) {
+            return result;
+        }
+        if (result.GetCode() != kNxAccessDenied) {
+            return NxResult(result.GetCode(), "Cannot control " + mDeviceName + " (GVCP " +
+                                                  GvcpPacket::StatusName(mChannel->Status()) + ")");
+        }
+        if (mChannel->Now() + kRefusalPause >= end) {
+            return NxResult(kNxAccessDenied, "Cannot control " + mDeviceName +
+                                                 ": another application controls it (GVCP " +
+                                                 GvcpPacket::StatusName(mChannel->Status()) + ")");
+        }
+        mChannel->Pause(kRefusalPause);
+    }
+}
+
+bool GvcpPort::IsAlive() const {
+    const std::lock_guard lock(mMutex);
+    return mChannel->IsAlive();
+}
+
+NxResult GvcpPort::Broken(Command command, std::uint32_t address) const {
+    return NxResult(kNxProtocol, mDeviceName + " answers GVCP " + GvcpPacket::CommandName(command) +
+                                     " at " + GvcpPacket::Hexadecimal(address, 8) +
+                                     " with the wrong number of bytes");
+}
+
+NxResult GvcpPort::ReadNumber(std::uint32_t address, std::uint32_t& value) {
+    std::span<const std::byte> payload;
+    if (NxResult result =
+            mChannel->Transact(Command::kReadRegister,
+                               GvcpPacket::ReadRegisters(std::array{address}), address, payload);
+        !result.IsOK()) {
+        return result;
+    }
+    if (payload.size() != 4) {
+        return Broken(Command::kReadRegister, address);
+    }
+    value = ByteOrder::LoadBig32(payload.data());
+    return {};
+}
+
+NxResult GvcpPort::WriteNumber(std::uint32_t address, std::uint32_t value) {
+    std::span<const std::byte> payload;
+    const std::array registers{GvcpPacket::RegisterValue{.address = address, .value = value}};
+    return mChannel->Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(registers),
+                              address, payload);
+}
+
+NxResult GvcpPort::ReadBlock(std::uint32_t address, std::span<std::byte> buffer) {
+    const std::size_t count = (buffer.size() + 3) / 4 * 4;
+    std::span<const std::byte> payload;
+    if (NxResult result = mChannel->Transact(
+            Command::kReadMemory, GvcpPacket::ReadMemory(address, count), address, payload);
+        !result.IsOK()) {
+        return result;
+    }
+    if (payload.size() != 4 + count || ByteOrder::LoadBig32(payload.data()) != address) {
+        return Broken(Command::kReadMemory, address);
+    }
+    std::copy_n(payload.begin() + 4, buffer.size(), buffer.begin());
+    return {};
+}
+
+NxResult GvcpPort::ReadBytes(std::uint64_t address, std::span<std::byte> buffer) {
+    if (address > 0xFFFFFFFFU || buffer.size() > 0x100000000U - address) {
+        return NxResult(kNxInvalidArgument,
+                        "An address of " + mDeviceName + " lies beyond 32 bits");
+    }
+    // Only multiples of four can be addressed.
+    const std::size_t lead = address % 4;
+    if (lead != 0) {
+        std::array<std::byte, 4> word{};
+        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address - lead), word);
+            !result.IsOK()) {
+            return result;
+        }
+        const std::size_t part = std::min<std::size_t>(4 - lead, buffer.size());
+        std::copy_n(word.begin() + static_cast<std::ptrdiff_t>(lead), part, buffer.begin());
+        address += part;
+        buffer = buffer.subspan(part);
+    }
+    while (!buffer.empty()) {
+        const std::size_t part = std::min(buffer.size(), GvcpPacket::kLargestBlock);
+        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address), buffer.first(part));
+            !result.IsOK()) {
+            return result;
+        }
+        address += part;
+        buffer = buffer.subspan(part);
+    }
+    return {};
+}
+
+NxResult GvcpPort::ReadMemory(std::uint64_t address, std::span<std::byte> buffer) {
+    const std::lock_guard lock(mMutex);
+    return ReadBytes(address, buffer);
+}
+
+NxResult GvcpPort::WriteMemory(std::uint64_t address, std::span<const std::byte> data) {
+    if (address % 4 != 0 || address > 0xFFFFFFFFU || data.size() > 0x100000000U - address) {
+        return NxResult(kNxInvalidArgument, "An address of " + mDeviceName +
+                                                " is no multiple of four or beyond 32 bits");
+    }
+    const std::lock_guard lock(mMutex);
+    while (!data.empty()) {
+        const std::size_t part = std::min(data.size(), GvcpPacket::kLargestBlock);
+        if (NxResult result = WriteBlock(static_cast<std::uint32_t>(address), data.first(part));
+            !result.IsOK()) {
+            return result;
+        }
+        address += part;
+        data = data.subspan(part);
+    }
+    return {};
+}
+
+NxResult GvcpPort::WriteBlock(std::uint32_t address, std::span<const std::byte> data) {
+    if (mWritesMemory) {
+        std::span<const std::byte> payload;
+        NxResult result = mChannel->Transact(
+            Command::kWriteMemory, GvcpPacket::WriteMemory(address, data), address, payload);
+        if (result.IsOK() || mChannel->Status() != GvcpPacket::kStatusNotImplemented ||
+            !mChannel->IsAlive()) {
+            return ExplainRefusedWrite(std::move(result));
+        }
+        // WRITEMEM is optional in GigE Vision 1.x.
+        mWritesMemory = false;
+    }
+    return WriteBlockAsRegisters(address, data);
+}
+
+NxResult GvcpPort::WriteBlockAsRegisters(std::uint32_t address, std::span<const std::byte> data) {
+    std::vector<GvcpPacket::RegisterValue> registers;
+    for (std::size_t at = 0; at < data.size(); at += 4) {
+        std::array<std::byte, 4> word{};
+        std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(at),
+                    std::min<std::size_t>(4, data.size() - at), word.begin());
+        registers.push_back({.address = address + static_cast<std::uint32_t>(at),
+                             .value = ByteOrder::LoadBig32(word.data())});
+    }
+    return SendRegisters(registers);
+}
+
+NxResult GvcpPort::SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers) {
+    const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostWriteRegisters : 1;
+    std::span<const GvcpPacket::RegisterValue> rest(registers);
+    while (!rest.empty()) {
+        const auto part = rest.first(std::min(rest.size(), atOnce));
+        std::span<const std::byte> payload;
+        if (NxResult result =
+                mChannel->Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(part),
+                                   part.front().address, payload);
+            !result.IsOK()) {
+            return ExplainRefusedWrite(std::move(result));
+        }
+        rest = rest.subspan(part.size());
+    }
+    return {};
+}
+
+NxResult GvcpPort::WriteRegisters(std::span<const Register> registers) {
+    std::vector<GvcpPacket::RegisterValue> values;
+    values.reserve(registers.size());
+    for (const Register& one : registers) {
+        values.push_back({.address = static_cast<std::uint32_t>(one.address),
+                          .value = ByteOrder::LoadBig32(one.bytes.data())});
+    }
+    const std::lock_guard lock(mMutex);
+    return SendRegisters(values);
+}
+
+NxResult GvcpPort::ReadRegisters(std::span<Register> registers) {
+    const std::lock_guard lock(mMutex);
+    const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostReadRegisters : 1;
+    while (!registers.empty()) {
+        const auto part = registers.first(std::min(registers.size(), atOnce));
+        std::vector<std::uint32_t> addresses;
+        for (const Register& one : part) {
+            addresses.push_back(static_cast<std::uint32_t>(one.address));
+        }
+        std::span<const std::byte> payload;
+        if (NxResult result =
+                mChannel->Transact(Command::kReadRegister, GvcpPacket::ReadRegisters(addresses),
+                                   addresses.front(), payload);
+            !result.IsOK()) {
+            return result;
+        }
+        if (payload.size() != 4 * part.size()) {
+            return Broken(Command::kReadRegister, addresses.front());
+        }
+        for (std::size_t i = 0; i < part.size(); ++i) {
+            std::copy_n(payload.begin() + static_cast<std::ptrdiff_t>(4 * i), 4,
+                        part[i].bytes.begin());
+        }
+        registers = registers.subspan(part.size());
+    }
+    return {};
+}
+
+// A refused write is how a device shows that it has another controller by now; its privilege
+// register then still reads as controlled.
+NxResult GvcpPort::ExplainRefusedWrite(NxResult refusal) {
+    if (refusal.GetCode() != kNxAccessDenied || !mChannel->IsAlive()) {
+        return refusal;
+    }
+    std::uint32_t privilege = 0;
+    if (NxResult result = ReadNumber(kControlChannelPrivilege, privilege); !mChannel->IsAlive()) {
+        return result;
+    }
+    if (!HasControl(privilege)) {
+        return LoseControl("the device was restarted or missed the heartbeat");
+    }
+    const NxResult again = WriteNumber(kControlChannelPrivilege, kControlAccess);
+    if (!mChannel->IsAlive()) {
+        return again;
+    }
+    if (again.GetCode() == kNxAccessDenied) {
+        return LoseControl("another application controls it (GVCP " +
+                           GvcpPacket::StatusName(GvcpPacket::kStatusAccessDenied) + ")");
+    }
+    return refusal;
+}
+
+NxResult GvcpPort::LoseControl(const std::string& sign) {
+    mIsController = false;
+    mChannel->Fail(NxResult(kNxControlLost, "Lost control of " + mDeviceName + ": " + sign));
+    return mChannel->Failure();
+}
+
+void GvcpPort::KeepControl() {
+    std::unique_lock lock(mMutex);
+    while (mChannel->IsAlive()) {
+        const auto idle = mChannel->Now() - mChannel->LastAnswer();
+        const auto wait = std::clamp<GvcpChannel::Clock::duration>(
+            mHeartbeatInterval - idle, milliseconds(1), mHeartbeatInterval);
+        if (mStopSignal.wait_for(lock, wait, [this] { return mStops; })) {
+            return;
+        }
+        BeatIfIdle();
+    }
+}
+
+// Every command of the controller counts as a heartbeat.
+void GvcpPort::BeatIfIdle() {
+    if (!mChannel->IsAlive() || mChannel->Now() - mChannel->LastAnswer() < mHeartbeatInterval) {
+        return;
+    }
+    std::uint32_t privilege = 0;
+    if (ReadNumber(kControlChannelPrivilege, privilege).IsOK() && !HasControl(privilege)) {
+        (void)LoseControl("the device was restarted or missed the heartbeat");
+    }
+}
+
+NxResult GvcpPort::ReadDescription(std::string& xml) {
+    const std::lock_guard lock(mMutex);
+    NxResult result = ReadLocatedDescription(kFirstUrl, xml);
+    if (!result.IsOK() && mChannel->IsAlive() && ReadLocatedDescription(kSecondUrl, xml).IsOK()) {
+        result = NxResult();
+    }
+    mChannel->ClearDeadline();
+    return mChannel->IsAlive() ? result : mChannel->Failure();
+}
+
+NxResult GvcpPort::ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml) {
+    std::string url(kUrlSize, '\0');
+    if (NxResult result = ReadBytes(locationRegister, std::as_writable_bytes(std::span(url)));
+        !result.IsOK()) {
+        return result;
+    }
+    DescriptionLocation location;
+    if (!DescriptionLocation::Parse(url, location)) {
+        std::string shown = url.substr(0, std::min<std::size_t>(url.find('\0'), 80));
+        std::replace_if(
+            shown.begin(), shown.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+        return NxResult(kNxBadDescription, mDeviceName +
+                                               " does not store its GenICam description itself "
+                                               "(\"" +
+                                               shown + "\")");
+    }
+    std::vector<std::byte> stored(location.length);
+    if (NxResult result = ReadBytes(location.address, stored); !result.IsOK()) {
+        return result;
+    }
+    if (!UnpackDescription(stored, xml)) {
+        return NxResult(kNxBadDescription,
+                        mDeviceName + " stores its GenICam description as a damaged archive");
+    }
+    return {};
+}
+
+NxResult OpenGvcpPort(const ConnectionId& id, std::shared_ptr<DevicePort>& port) {
+    auto socket = std::make_unique<UdpSocket>();
+    if (NxResult result = socket->Open(id.interfaceName, 0); !result.IsOK()) {
+        return result;
+    }
+    std::string name = FormatAddress(id.address);
+    if (!id.interfaceName.empty()) {
+        name += " on " + id.interfaceName;
+    }
+    auto opened = std::make_shared<GvcpPort>(std::make_unique<GvcpChannel>(
+        std::move(socket), Endpoint{.address = id.address, .port = GvcpPacket::kPort}, name));
+    NxResult result = opened->Start(kConnectPatience);
+    if (result.IsOK()) {
+        port = std::move(opened);
+    }
+    return result;
+}

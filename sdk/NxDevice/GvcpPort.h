@@ -1,0 +1,73 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <NxSystem/ConnectionId.h>
+
+#include "DevicePort.h"
+#include "GvcpChannel.h"
+
+/// The registers of one GigE Vision device, controlled by this process: the control channel
+/// privilege is taken, kept by a heartbeat, and given up at the end (GigE Vision 2.0, section 10).
+class GvcpPort : public DevicePort {
+  public:
+    explicit GvcpPort(std::unique_ptr<GvcpChannel> channel);
+    ~GvcpPort() override;
+
+    /// Takes control and starts the heartbeat. What the device is asked until ReadDescription ends
+    /// is over within that time.
+    /// @return kNxAccessDenied when another application controls the device
+    NxResult Start(std::chrono::milliseconds patience);
+
+    NxResult ReadMemory(std::uint64_t address, std::span<std::byte> buffer) override;
+    NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) override;
+    NxResult ReadRegisters(std::span<Register> registers) override;
+    NxResult WriteRegisters(std::span<const Register> registers) override;
+    [[nodiscard]] std::string DeviceName() const override { return mDeviceName; }
+    [[nodiscard]] bool CombinesRegisters() const override { return mCombinesRegisters; }
+    [[nodiscard]] bool HasRegisterCommands() const override { return true; }
+
+    NxResult ReadDescription(std::string& xml) override;
+    [[nodiscard]] bool IsAlive() const override;
+
+  private:
+    // All with the mutex held.
+    NxResult TakeControl();
+    NxResult ReadNumber(std::uint32_t address, std::uint32_t& value);
+    NxResult WriteNumber(std::uint32_t address, std::uint32_t value);
+    NxResult ReadBlock(std::uint32_t address, std::span<std::byte> buffer);
+    NxResult ReadBytes(std::uint64_t address, std::span<std::byte> buffer);
+    NxResult WriteBlock(std::uint32_t address, std::span<const std::byte> data);
+    NxResult WriteBlockAsRegisters(std::uint32_t address, std::span<const std::byte> data);
+    NxResult SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers);
+    NxResult ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml);
+    NxResult ExplainRefusedWrite(NxResult refusal);
+    NxResult LoseControl(const std::string& sign);
+    [[nodiscard]] NxResult Broken(GvcpPacket::Command command, std::uint32_t address) const;
+
+    void KeepControl();
+    void BeatIfIdle();
+
+    std::string mDeviceName;
+    mutable std::mutex mMutex;
+    std::unique_ptr<GvcpChannel> mChannel;
+    bool mCombinesRegisters = false;
+    bool mWritesMemory = true;
+    bool mIsController = false;
+
+    std::chrono::milliseconds mHeartbeatInterval{1000};
+    std::condition_variable mStopSignal;
+    bool mStops = false;
+    std::thread mHeartbeat;
+};
+
+/// Opens a GigE Vision device's control channel and takes control of it; with the description that
+/// is read next, ends within 5 seconds.
+/// @param port untouched on failure
+NxResult OpenGvcpPort(const ConnectionId& id, std::shared_ptr<DevicePort>& port);

@@ -1,0 +1,53 @@
+#include "PortRegistry.h"
+
+#include <utility>
+
+#include "GvcpPort.h"
+#include "U3vPort.h"
+
+PortRegistry& PortRegistry::OfThisProcess() {
+    static PortRegistry registry;
+    return registry;
+}
+
+bool PortRegistry::IsSameDevice(const ConnectionId& one, const ConnectionId& other) {
+    if (one.kind != other.kind || one.address != other.address || one.guid != other.guid) {
+        return false;
+    }
+    // Without an interface any way to the address will do.
+    return one.interfaceName.empty() || other.interfaceName.empty() ||
+           one.interfaceName == other.interfaceName;
+}
+
+NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
+    const std::lock_guard lock(mMutex);
+    std::erase_if(mEntries, [](const Entry& entry) {
+        const std::shared_ptr<DevicePort> port = entry.port.lock();
+        return port == nullptr || !port->IsAlive();
+    });
+    for (const Entry& entry : mEntries) {
+        if (IsSameDevice(entry.id, id)) {
+            share = {.port = entry.port.lock(), .xml = entry.xml};
+            return {};
+        }
+    }
+    std::shared_ptr<DevicePort> port;
+    NxResult result =
+        id.kind == ConnectionId::Kind::kUsb ? OpenU3vPort(id.guid, port) : OpenGvcpPort(id, port);
+    if (!result.IsOK()) {
+        return result;
+    }
+    std::string xml;
+    result = port->ReadDescription(xml);
+    if (!result.IsOK()) {
+        return result;
+    }
+    share = {.port = port, .xml = std::make_shared<const std::string>(std::move(xml))};
+    mEntries.push_back({.id = id, .port = port, .xml = share.xml});
+    return {};
+}
+
+void PortRegistry::Release(Share& share) {
+    const std::lock_guard lock(mMutex);
+    share = Share();
+}

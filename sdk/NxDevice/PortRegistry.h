@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxResult.h>
+#include <NxSystem/ConnectionId.h>
+
+#include "DevicePort.h"
+
+/// The control channels that this process holds. A device gives control to one program only, so
+/// connections to the same device share one. Safe to call from any thread.
+class PortRegistry {
+  public:
+    /// One device's control channel and its description; closed when the last share is released.
+    struct Share {
+        std::shared_ptr<DevicePort> port;
+        std::shared_ptr<const std::string> xml;
+    };
+
+    static PortRegistry& OfThisProcess();
+
+    /// @param share untouched on failure
+    NxResult Acquire(const ConnectionId& id, Share& share);
+    /// Gives a share back, and control of the device when it was the last.
+    void Release(Share& share);
+
+  private:
+    struct Entry {
+        ConnectionId id;
+        std::weak_ptr<DevicePort> port;
+        std::shared_ptr<const std::string> xml;
+    };
+
+    static bool IsSameDevice(const ConnectionId& one, const ConnectionId& other);
+
+    // Held while a device is connected or released: the next connection to it must wait for both.
+    std::mutex mMutex;
+    std::vector<Entry> mEntries;
+};
