@@ -6,7 +6,13 @@
 #include "Script.h"
 
 RecordedStream::RecordedStream(std::ostream& stream)
-    : mStream(stream), mPrevious(stream.rdbuf(this)) {}
+    : mStream(stream),
+      mPrevious(stream.rdbuf(this)),
+      mFlags(stream.flags()),
+      mTied(stream.tie(nullptr)) {
+    // Only the flushes that the code under test asks for.
+    stream.unsetf(std::ios::unitbuf);
+}
 
 RecordedStream::~RecordedStream() {
     (void)mStream.rdbuf(mPrevious);

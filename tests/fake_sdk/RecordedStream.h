@@ -26,6 +26,8 @@ class RecordedStream : private std::streambuf {
 
     std::ostream& mStream;
     std::streambuf* mPrevious;
+    std::ios::fmtflags mFlags;
+    std::ostream* mTied;
     std::string mText;
     std::string mTextWithFlushes;
     std::size_t mLargestWrite = 0;
