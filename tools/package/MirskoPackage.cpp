@@ -4,6 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "CheckCommand.h"
+#include "CreateCommand.h"
+#include "ImportCommand.h"
+#include "InfoCommand.h"
 #include "PayloadCommand.h"
 
 int main(int argc, char** argv) {
@@ -20,6 +24,10 @@ int main(int argc, char** argv) {
         commands.emplace_back(std::move(command), declared);
     };
     add(std::make_unique<PayloadCommand>());
+    add(std::make_unique<CreateCommand>());
+    add(std::make_unique<InfoCommand>());
+    add(std::make_unique<CheckCommand>());
+    add(std::make_unique<ImportCommand>());
 
     try {
         options.parse(argc, argv);

@@ -1,0 +1,193 @@
+#include "PackageCheck.h"
+
+#include <algorithm>
+
+#include "ModelProbe.h"
+#include "ModelTags.h"
+#include "PayloadCheck.h"
+#include "TemporaryFile.h"
+
+namespace {
+
+using Kind = PackageStep::Kind;
+
+bool Holds(const std::vector<std::string>& texts, const std::string& text) {
+    return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+std::string Quoted(const std::string& text) {
+    return "\"" + text + "\"";
+}
+
+}  // namespace
+
+PackageCheck::PackageCheck(const Package& package) : mPackage(package) {}
+
+std::vector<Finding> PackageCheck::Run() {
+    mFindings.clear();
+    CheckManifestMember();
+    const PackageModel& model = mPackage.GetModel();
+    for (const PackageProcedure& procedure : model.procedures) {
+        CheckProcedure(procedure);
+    }
+    std::size_t number = 0;
+    for (const PackageUpdate& update : model.updates) {
+        CheckUpdate(update, ++number);
+    }
+    for (const std::string& name : model.FileNames()) {
+        CheckFile(name);
+    }
+    CheckModelTags();
+    return mFindings;
+}
+
+void PackageCheck::CheckManifestMember() {
+    const std::string& name = mPackage.GetArchive().Members()[mPackage.ManifestMember()].name;
+    if (name != "Manifest.xml") {
+        Warn("the updater takes the member " + Quoted(name) +
+             " for the manifest, since it is the first whose name holds \"Manifest.xml\"");
+    }
+    if (mPackage.ManifestIsCut()) {
+        Warn("Manifest.xml holds a zero byte; the updater reads only what stands before it");
+    }
+}
+
+void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
+    const auto& updates = mPackage.GetModel().updates;
+    if (std::none_of(updates.begin(), updates.end(), [&procedure](const PackageUpdate& update) {
+            return update.procedureId == procedure.id;
+        })) {
+        Warn("procedure " + Quoted(procedure.id) + ": no update runs it");
+    }
+    std::size_t number = 0;
+    bool resetBefore = false;
+    for (const PackageStep& step : procedure.steps) {
+        const std::string place = "procedure " + Quoted(procedure.id) + ", step " +
+                                  std::to_string(++number) + ", " +
+                                  PackageModel::NameOf(step.kind) + ": ";
+        switch (step.kind) {
+            case Kind::kFileUpload:
+                if (resetBefore) {
+                    Warn(place +
+                         "the updater resets the device after the upload by TFTP before it, unless "
+                         "it is given --noreset, and the device may not be back yet");
+                }
+                resetBefore = step.transport == "TFTP";
+                CheckUpload(step, place);
+                break;
+            case Kind::kFeatureAssert:
+                if (step.featureName != "DeviceModelName") {
+                    Warn(place + "the updater answers every feature with the model name, " +
+                         Quoted(step.featureName) + " too");
+                }
+                break;
+            case Kind::kFeatureWrite:
+            case Kind::kFeatureExecute:
+                Warn(place + "the updater answers with code 1540, which ends the update");
+                break;
+            case Kind::kDeviceReset:
+                Warn(
+                    place +
+                    "the updater answers with code 16, which ends the update; it resets the device "
+                    "by itself after an upload by TFTP");
+                break;
+        }
+    }
+}
+
+void PackageCheck::CheckUpload(const PackageStep& step, const std::string& place) {
+    if (step.transport != "TFTP" && step.transport != "GenICam") {
+        Warn(place + "the transport " + Quoted(step.transport) +
+             " means GenICam file access to the updater");
+    }
+    if (!step.deviceFileName.empty() && step.deviceFileName != "RemoteUpdateDfw") {
+        Warn(place + "the updater writes the device file \"RemoteUpdateDfw\", never " +
+             Quoted(step.deviceFileName));
+    }
+}
+
+void PackageCheck::CheckUpdate(const PackageUpdate& update, std::size_t number) {
+    const std::string place = "update " + std::to_string(number) + ": ";
+    for (const char* const expected : {"Description", "Version"}) {
+        if (std::none_of(update.infos.begin(), update.infos.end(),
+                         [expected](const PackageInfo& info) { return info.name == expected; })) {
+            Warn(place + "the info \"" + expected + "\" is missing");
+        }
+    }
+    for (const PackageCondition& condition : update.conditions) {
+        if (condition.featureName != "DeviceModelName") {
+            Warn(place + "the updater answers every feature with the model name, " +
+                 Quoted(condition.featureName) + " too");
+        }
+    }
+}
+
+void PackageCheck::CheckFile(const std::string& name) {
+    const Archive& archive = mPackage.GetArchive();
+    const auto member = archive.FindAsUpdater(name);
+    if (!member) {
+        Error(name + ": the package holds no such file");
+        return;
+    }
+    const std::string& stored = archive.Members()[*member].name;
+    const bool exactElsewhere =
+        stored != name &&
+        std::any_of(archive.Members().begin(), archive.Members().end(),
+                    [&name](const Archive::Member& one) { return one.name == name; });
+    if (exactElsewhere) {
+        Error(name + ": the updater takes the member " + Quoted(stored) +
+              " for it, since it is the first whose name holds " + Quoted(name));
+    } else if (stored != name) {
+        Warn(name + ": the updater takes the member " + Quoted(stored) + " for it");
+    }
+    const TemporaryFile copy;
+    const std::string error = copy.Path().empty() ? "a temporary file cannot be made"
+                                                  : archive.Extract(*member, copy.Path());
+    if (!error.empty()) {
+        Error(stored + ": " + error);
+        return;
+    }
+    const std::vector<Finding> findings = CheckPayload(copy.Path(), stored);
+    mFindings.insert(mFindings.end(), findings.begin(), findings.end());
+}
+
+void PackageCheck::CheckModelTags() {
+    for (const std::string& name : mPackage.GetModel().FileNames()) {
+        CheckModelTag(name);
+    }
+}
+
+void PackageCheck::CheckModelTag(const std::string& fileName) {
+    // A name that no maker gives a device: an update that takes it takes any model.
+    static const std::string kAnyModel = "?";
+    for (const ModelTag& tag : ModelTagsOf(fileName)) {
+        std::vector<std::string> probed = {kAnyModel};
+        for (const char* const path : {"zelka_qrm_lanx_fk02_tc3mn03_128kd", "zelka_qrm_h_fk02"}) {
+            const auto models = ModelTagsOf(path).front().models;
+            probed.insert(probed.end(), models.begin(), models.end());
+        }
+        for (const std::string& model : probed) {
+            ModelProbe probe(model);
+            (void)probe.Run(mPackage.ManifestText());
+            const bool uploaded = Holds(probe.Uploads(), fileName);
+            const bool meant = Holds(tag.models, model);
+            if (uploaded && !meant) {
+                Error(fileName + ": its name says that it is for " + tag.models.front() +
+                      (tag.models.size() > 1 ? " and its like" : "") +
+                      ", but the manifest uploads it to " +
+                      (model == kAnyModel ? "any model" : model) + " too");
+            } else if (meant && !uploaded) {
+                Warn(fileName + ": its name says that it is for " + model +
+                     ", but the manifest does not upload it to that model");
+            }
+        }
+    }
+}
+
+void PackageCheck::Error(const std::string& text) {
+    mFindings.push_back(ErrorFinding(text));
+}
+
+void PackageCheck::Warn(const std::string& text) {
+    mFindings.push_back(WarningFinding(text));
+}

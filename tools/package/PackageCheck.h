@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Finding.h"
+#include "Package.h"
+
+/// Looks for everything in a package that would make its update fail, or do something else than
+/// its manifest seems to say.
+class PackageCheck {
+  public:
+    explicit PackageCheck(const Package& package);
+
+    [[nodiscard]] std::vector<Finding> Run();
+
+  private:
+    void CheckManifestMember();
+    void CheckProcedure(const PackageProcedure& procedure);
+    void CheckUpload(const PackageStep& step, const std::string& place);
+    void CheckUpdate(const PackageUpdate& update, std::size_t number);
+    void CheckFile(const std::string& name);
+    void CheckModelTags();
+    void CheckModelTag(const std::string& fileName);
+    void Error(const std::string& text);
+    void Warn(const std::string& text);
+
+    const Package& mPackage;
+    std::vector<Finding> mFindings;
+};
