@@ -32,10 +32,13 @@ void Record(EventLog& events, const TftpTransfer& transfer) {
 
 }  // namespace
 
-DeviceTftp::DeviceTftp(FirmwareStore& store, EventLog& events, const TftpSettings& settings,
+DeviceTftp::DeviceTftp(FirmwareStore& store, EventLog& events, const std::atomic<bool>& muted,
+                       const NetworkPlace& place, const TftpSettings& settings,
                        const TftpFaults& faults)
-    : mFiles(store, settings, faults),
-      mServer(mFiles, settings, faults,
-              [&events](const TftpTransfer& transfer) { Record(events, transfer); }) {}
+    : mPlace(place),
+      mFiles(store, settings, faults),
+      mServer(
+          mFiles, settings, faults,
+          [&events](const TftpTransfer& transfer) { Record(events, transfer); }, &muted) {}
 
 }  // namespace simulator

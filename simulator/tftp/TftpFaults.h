@@ -17,14 +17,15 @@ enum class TftpFirstAnswer {
     kGarbage,                ///< OACK whose values are no numbers
 };
 
-/// What goes wrong with a device's TFTP. The shares are probabilities per datagram, 0 to 1; with
-/// the same seed the n-th datagram of a transfer in one direction always meets the same fate.
+/// What goes wrong with a device's TFTP. Percentages are of the datagrams in each direction, 0 to
+/// 100; with the same seed the n-th datagram of a transfer in one direction always meets the same
+/// fate.
 struct TftpFaults {
     std::uint64_t seed = 1;
-    double loss = 0;
-    double duplication = 0;
-    double reordering = 0;          ///< changes places with the datagram that follows it
-    double delayedDuplication = 0;  ///< a copy comes `delay` later
+    double lossPercent = 0;
+    double duplicatePercent = 0;
+    double reorderPercent = 0;   ///< changes places with the datagram that follows it
+    double lateCopyPercent = 0;  ///< a copy comes `delay` later
     std::chrono::milliseconds delay{30};
 
     TftpFirstAnswer firstAnswer = TftpFirstAnswer::kRegular;
@@ -37,7 +38,7 @@ struct TftpFaults {
 
     /// Whether single datagrams are lost, doubled, delayed or swapped.
     [[nodiscard]] bool DisturbDatagrams() const {
-        return loss > 0 || duplication > 0 || reordering > 0 || delayedDuplication > 0;
+        return lossPercent > 0 || duplicatePercent > 0 || reorderPercent > 0 || lateCopyPercent > 0;
     }
 };
 

@@ -10,10 +10,10 @@ TftpFaultyLine::TftpFaultyLine(const TftpFaults& faults, std::uint64_t line)
 
 void TftpFaultyLine::Put(Bytes datagram, Time now) {
     // All are drawn every time, so that each datagram takes the same share of the random numbers.
-    const bool lost = Happens(mFaults.loss);
-    const bool doubled = Happens(mFaults.duplication);
-    const bool swapped = Happens(mFaults.reordering);
-    const bool copiedLater = Happens(mFaults.delayedDuplication);
+    const bool lost = Happens(mFaults.lossPercent);
+    const bool doubled = Happens(mFaults.duplicatePercent);
+    const bool swapped = Happens(mFaults.reorderPercent);
+    const bool copiedLater = Happens(mFaults.lateCopyPercent);
     if (lost) {
         return;
     }
@@ -55,8 +55,8 @@ TftpFaultyLine::Time TftpFaultyLine::NextAt() const {
     return next;
 }
 
-bool TftpFaultyLine::Happens(double probability) {
-    return std::uniform_real_distribution<double>(0, 1)(mRandom) < probability;
+bool TftpFaultyLine::Happens(double percent) {
+    return std::uniform_real_distribution<double>(0, 100)(mRandom) < percent;
 }
 
 }  // namespace simulator

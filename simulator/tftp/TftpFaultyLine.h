@@ -32,7 +32,7 @@ class TftpFaultyLine {
         Bytes datagram;
     };
 
-    [[nodiscard]] bool Happens(double probability);
+    [[nodiscard]] bool Happens(double percent);
 
     TftpFaults mFaults;
     std::mt19937_64 mRandom;

@@ -43,24 +43,29 @@ std::string BindFailure(const TftpEndpoint& endpoint, const std::string& interfa
 }  // namespace
 
 TftpServer::TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
-                       TftpObserver observer)
-    : mFiles(files), mSettings(settings), mFaults(faults), mObserver(std::move(observer)) {}
+                       TftpObserver observer, const std::atomic<bool>* muted)
+    : mFiles(files),
+      mSettings(settings),
+      mFaults(faults),
+      mObserver(std::move(observer)),
+      mMuted(muted) {}
 
 TftpServer::~TftpServer() {
     Stop();
 }
 
-bool TftpServer::Start(const NetworkPlace& place, std::string& why) {
+bool TftpServer::Start(const std::string& address, const std::string& interfaceName,
+                       std::string& why) {
     Stop();
-    const std::optional<TftpEndpoint> endpoint = TftpEndpoint::Parse(place.address, mSettings.port);
+    const std::optional<TftpEndpoint> endpoint = TftpEndpoint::Parse(address, mSettings.port);
     if (!endpoint) {
-        why = "\"" + place.address + "\" is no IPv4 address";
+        why = "\"" + address + "\" is no IPv4 address";
         return false;
     }
     int error = 0;
-    mSocket = TftpSocket::Open(*endpoint, place.interfaceName, error);
+    mSocket = TftpSocket::Open(*endpoint, interfaceName, error);
     if (!mSocket) {
-        why = BindFailure(*endpoint, place.interfaceName, error);
+        why = BindFailure(*endpoint, interfaceName, error);
         return false;
     }
     mWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -69,7 +74,7 @@ bool TftpServer::Start(const NetworkPlace& place, std::string& why) {
         mSocket.reset();
         return false;
     }
-    mPlace = place;
+    mInterfaceName = interfaceName;
     mEndpoint = *endpoint;
     mPort = mSocket->Port();
     mStopping = false;
@@ -149,19 +154,20 @@ void TftpServer::Answer(std::span<const std::uint8_t> request, const TftpEndpoin
     }
     int error = 0;
     std::optional<TftpSocket> socket =
-        TftpSocket::Open({mEndpoint.address, 0}, mPlace.interfaceName, error);
+        TftpSocket::Open({mEndpoint.address, 0}, mInterfaceName, error);
     if (!socket || !MakeRoom()) {
         return;
     }
     // Half of the buffer: what waits in it is charged more than its own bytes.
-    const TftpSession::Context context{mFiles, mSettings, mFaults, socket->ReceiveBuffer() / 2};
+    const TftpSession::Context context{mFiles, mSettings, mFaults, socket->ReceiveBuffer() / 2,
+                                       mMuted};
     std::unique_ptr<TftpSession> session = DispatchTftpRequest(context, request);
     if (session == nullptr) {
         return;
     }
     std::optional<TftpSocket> stranger;
     if (mFaults.foreignPort) {
-        stranger = TftpSocket::Open({mEndpoint.address, 0}, mPlace.interfaceName, error);
+        stranger = TftpSocket::Open({mEndpoint.address, 0}, mInterfaceName, error);
     }
     mConnections.emplace_back(std::move(*socket), std::move(stranger), from,
                               TftpSession::Bytes(request.begin(), request.end()),

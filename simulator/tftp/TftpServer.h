@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "../DeviceService.h"
 #include "TftpConnection.h"
 #include "TftpFaults.h"
 #include "TftpFiles.h"
@@ -18,17 +17,23 @@ namespace simulator {
 
 /// A TFTP server (RFC 1350, 2347, 2348, 2349, 7440) for octet mode, on one address of one
 /// interface. Several clients may be served at a time; a client that falls silent is given up.
-class TftpServer : public DeviceService {
+class TftpServer {
   public:
     /// @param files must outlive the server
     /// @param observer told of every transfer that has ended; may be empty
+    /// @param muted while set, nothing is sent; may be null, must outlive the server
     TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
-               TftpObserver observer);
-    ~TftpServer() override;
+               TftpObserver observer, const std::atomic<bool>* muted = nullptr);
+    ~TftpServer();
 
-    [[nodiscard]] std::string Name() const override { return "tftp"; }
-    [[nodiscard]] bool Start(const NetworkPlace& place, std::string& why) override;
-    void Stop() override;
+    /// Returns once requests are answered.
+    /// @param address IPv4, dotted
+    /// @param interfaceName every socket is bound to it (SO_BINDTODEVICE)
+    /// @param[out] why one line that says what to do, set when false is returned
+    [[nodiscard]] bool Start(const std::string& address, const std::string& interfaceName,
+                             std::string& why);
+    /// Returns once every socket is closed; transfers under way are dropped.
+    void Stop();
 
     /// The port that it answers on, between Start and Stop.
     [[nodiscard]] std::uint16_t Port() const { return mPort; }
@@ -48,8 +53,9 @@ class TftpServer : public DeviceService {
     const TftpSettings mSettings;
     const TftpFaults mFaults;
     const TftpObserver mObserver;
+    const std::atomic<bool>* const mMuted;
 
-    NetworkPlace mPlace;
+    std::string mInterfaceName;
     TftpEndpoint mEndpoint;
     std::uint16_t mPort = 0;
     std::optional<TftpSocket> mSocket;

@@ -96,7 +96,8 @@ bool TftpSession::MeetsFaultAt(std::uint64_t bytes) {
 }
 
 void TftpSession::Send(Bytes datagram) {
-    if (!mSilent) {
+    const bool muted = mContext.muted != nullptr && *mContext.muted;
+    if (!mSilent && !muted) {
         mOutgoing.push_back(std::move(datagram));
     }
 }

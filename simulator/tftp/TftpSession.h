@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -28,7 +29,8 @@ class TftpSession {
         TftpFiles& files;
         TftpSettings settings;
         TftpFaults faults;
-        unsigned int receiveBuffer = 1U << 18U;  ///< bytes
+        unsigned int receiveBuffer = 1U << 18U;    ///< bytes
+        const std::atomic<bool>* muted = nullptr;  ///< while set, nothing is sent; may be null
     };
 
     TftpSession(Context context, const TftpPacket& request);

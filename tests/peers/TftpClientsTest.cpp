@@ -128,7 +128,7 @@ TEST_P(TftpClientsTest, CopiesFilesOfAllSizesBothWays) {
     MemoryTftpFiles files;
     simulator::TftpServer server(files, {}, {}, {});
     std::string why;
-    ASSERT_TRUE(server.Start({kHost, "lo"}, why)) << why;
+    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
     unsigned int number = 0;
     for (const std::size_t size : {std::size_t{1}, client.blockSize - std::size_t{1},
                                    std::size_t{client.blockSize}, client.blockSize + std::size_t{1},
@@ -155,7 +155,7 @@ TEST_P(TftpClientsTest, CopiesAnEmptyFileBothWays) {
     settings.grantTransferSize = !client.name.starts_with("curl");
     simulator::TftpServer server(files, settings, {}, {});
     std::string why;
-    ASSERT_TRUE(server.Start({kHost, "lo"}, why)) << why;
+    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
     Run(client.put(folder.Write("up", ""), "empty"));
     Run(client.get(folder.Write("down", ""), "empty"));
     EXPECT_EQ(ReadFile(folder.Path() / "down"), "");
@@ -173,8 +173,9 @@ TEST_P(TftpClientsTest, UpdatesADeviceAndReadsItsStatus) {
     options.flashTime = std::chrono::milliseconds(200);
     const auto store = simulator::FirmwareStore::Open(options, events, why);
     ASSERT_NE(store, nullptr) << why;
-    simulator::DeviceTftp device(*store, events, {}, {});
-    ASSERT_TRUE(device.Start({kHost, "lo"}, why)) << why;
+    const std::atomic<bool> muted{false};
+    simulator::DeviceTftp device(*store, events, muted, {}, {}, {});
+    ASSERT_TRUE(device.Start(why)) << why;
     const std::string body = RandomBytes(200000, 7);
     Run(client.put(folder.Write("camera.dfw", Payload{.body = body}.Encode()), "RemoteUpdateDfw"));
     Run(client.get((folder.Path() / "verdict").string(), "status"));
@@ -194,7 +195,7 @@ TEST_P(TftpLargeFileTest, CopiesOver65535BlocksBothWaysWhereNumbersWrapToZero) {
     files.readable["large"] = content;
     simulator::TftpServer server(files, {}, {}, {});
     std::string why;
-    ASSERT_TRUE(server.Start({kHost, "lo"}, why)) << why;
+    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
     Run(client.put(folder.Write("up", content), "large"));
     Run(client.get((folder.Path() / "down").string(), "large"));
     EXPECT_TRUE(ReadFile(folder.Path() / "down") == content);
@@ -215,7 +216,7 @@ TEST(TftpHpaClientTest, IsToldThatOnlyBinaryModeIsServed) {
     files.readable["file"] = "content";
     simulator::TftpServer server(files, {}, {}, {});
     std::string why;
-    ASSERT_TRUE(server.Start({kHost, "lo"}, why)) << why;
+    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
     const TemporaryFolder folder;
     const ProcessResult result = Process::Run({"tftp", "-m", "ascii", kHost, "69", "-c", "get",
                                                "file", (folder.Path() / "down").string()});
@@ -229,7 +230,7 @@ TEST(AtftpClientTest, GetsAWindowThatTheServersReceiveBufferHolds) {
         transfers.push_back(transfer);
     });
     std::string why;
-    ASSERT_TRUE(server.Start({kHost, "lo"}, why)) << why;
+    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
     const TemporaryFolder folder;
     const std::string content = RandomBytes(8000000, 3);
     const ProcessResult result =

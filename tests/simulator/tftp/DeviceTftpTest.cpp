@@ -21,8 +21,9 @@ class DeviceTftpTest : public testing::Test {
         std::string why;
         store = FirmwareStore::Open(options, events, why);
         ASSERT_NE(store, nullptr) << why;
-        device = std::make_unique<DeviceTftp>(*store, events, settings, faults);
-        ASSERT_TRUE(device->Start({"127.0.0.1", "lo"}, why)) << why;
+        device =
+            std::make_unique<DeviceTftp>(*store, events, muted, NetworkPlace{}, settings, faults);
+        ASSERT_TRUE(device->Start(why)) << why;
     }
 
     /// Sends a payload in blocks of 512 bytes; returns the last answer.
@@ -67,6 +68,7 @@ class DeviceTftpTest : public testing::Test {
     FirmwareStore::Options options;
     TftpSettings settings{.port = 0};
     TftpFaults faults;
+    std::atomic<bool> muted{false};
     std::unique_ptr<FirmwareStore> store;
     std::unique_ptr<DeviceTftp> device;
     RawClient client;
@@ -162,6 +164,14 @@ TEST_F(DeviceTftpTest, TellsThatTheFlashIsWrittenWhereItDoesNotHoldTheStatusBack
     EXPECT_EQ(ReadStatus(), FirmwareStore::kBusyStatus);
     EXPECT_EQ(Write("more"),
               TftpPacket::Error({TftpErrorCode::kNotDefined, FirmwareStore::kBusyStatus}));
+}
+
+TEST_F(DeviceTftpTest, SaysNothingWhileTheDeviceIsMute) {
+    Start();
+    muted = true;
+    client.Send(device->Port(),
+                TftpPacket::Request(TftpOpcode::kReadRequest, "status", "octet", {}));
+    EXPECT_TRUE(client.Receive(milliseconds(200)).empty());
 }
 
 TEST_F(DeviceTftpTest, FillsTheStatusUpAsAFault) {

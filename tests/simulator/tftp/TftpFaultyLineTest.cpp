@@ -33,16 +33,16 @@ TEST(TftpFaultyLineTest, PassesEverythingWithoutFaults) {
     EXPECT_THAT(Through(line, 4), ElementsAre(0, 1, 2, 3));
 }
 
-TEST(TftpFaultyLineTest, LosesEverythingAtProbabilityOne) {
+TEST(TftpFaultyLineTest, LosesEverythingAtAHundredPercent) {
     TftpFaults faults;
-    faults.loss = 1;
+    faults.lossPercent = 100;
     TftpFaultyLine line(faults, 0);
     EXPECT_THAT(Through(line, 4), IsEmpty());
 }
 
 TEST(TftpFaultyLineTest, LosesAboutTheGivenShare) {
     TftpFaults faults;
-    faults.loss = 0.25;
+    faults.lossPercent = 25;
     TftpFaultyLine line(faults, 0);
     const std::size_t passed = Through(line, 200).size();
     EXPECT_GT(passed, 120U);
@@ -51,21 +51,21 @@ TEST(TftpFaultyLineTest, LosesAboutTheGivenShare) {
 
 TEST(TftpFaultyLineTest, DoublesInPlace) {
     TftpFaults faults;
-    faults.duplication = 1;
+    faults.duplicatePercent = 100;
     TftpFaultyLine line(faults, 0);
     EXPECT_THAT(Through(line, 2), ElementsAre(0, 0, 1, 1));
 }
 
 TEST(TftpFaultyLineTest, SwapsNeighbours) {
     TftpFaults faults;
-    faults.reordering = 1;
+    faults.reorderPercent = 100;
     TftpFaultyLine line(faults, 0);
     EXPECT_THAT(Through(line, 4), ElementsAre(1, 0, 3, 2));
 }
 
 TEST(TftpFaultyLineTest, LetsAHeldBackDatagramGoWhenNoneOvertakesIt) {
     TftpFaults faults;
-    faults.reordering = 1;
+    faults.reorderPercent = 100;
     TftpFaultyLine line(faults, 0);
     line.Put({7}, kStart);
     EXPECT_THAT(line.Take(kStart), IsEmpty());
@@ -75,7 +75,7 @@ TEST(TftpFaultyLineTest, LetsAHeldBackDatagramGoWhenNoneOvertakesIt) {
 
 TEST(TftpFaultyLineTest, SendsACopyLater) {
     TftpFaults faults;
-    faults.delayedDuplication = 1;
+    faults.lateCopyPercent = 100;
     faults.delay = milliseconds(70);
     TftpFaultyLine line(faults, 0);
     line.Put({7}, kStart);
@@ -87,9 +87,9 @@ TEST(TftpFaultyLineTest, SendsACopyLater) {
 
 TEST(TftpFaultyLineTest, RepeatsItselfWithTheSameSeedAndDiffersWithAnother) {
     TftpFaults faults;
-    faults.loss = 0.2;
-    faults.duplication = 0.2;
-    faults.reordering = 0.2;
+    faults.lossPercent = 20;
+    faults.duplicatePercent = 20;
+    faults.reorderPercent = 20;
     faults.seed = 42;
     TftpFaultyLine first(faults, 3);
     TftpFaultyLine again(faults, 3);

@@ -27,7 +27,7 @@ class TftpServerTest : public testing::Test {
                                                   transfers.push_back(transfer);
                                               });
         std::string why;
-        ASSERT_TRUE(server->Start({"127.0.0.1", "lo"}, why)) << why;
+        ASSERT_TRUE(server->Start("127.0.0.1", "lo", why)) << why;
     }
 
     std::vector<TftpTransfer> Transfers() {
@@ -220,7 +220,7 @@ TEST_F(TftpServerTest, StopsInTheMiddleOfATransferAndStartsAgain) {
     EXPECT_EQ(files.dropped, 1U);
     EXPECT_EQ(Transfers().at(0).failure, "the device went away");
     std::string why;
-    ASSERT_TRUE(server->Start({"127.0.0.1", "lo"}, why)) << why;
+    ASSERT_TRUE(server->Start("127.0.0.1", "lo", why)) << why;
     EXPECT_TRUE(WriteShortFile(client));
 }
 
@@ -229,7 +229,7 @@ TEST_F(TftpServerTest, SaysWhatToDoWhenThePortIsTaken) {
     settings.port = server->Port();
     TftpServer second(files, settings, {}, {});
     std::string why;
-    EXPECT_FALSE(second.Start({"127.0.0.1", "lo"}, why));
+    EXPECT_FALSE(second.Start("127.0.0.1", "lo", why));
     EXPECT_THAT(why, AllOf(HasSubstr("UDP port " + std::to_string(settings.port) + " of 127.0.0.1"),
                            HasSubstr("Address already in use"), HasSubstr("--tftp-port"),
                            HasSubstr("--no-tftp")));
@@ -238,9 +238,9 @@ TEST_F(TftpServerTest, SaysWhatToDoWhenThePortIsTaken) {
 TEST_F(TftpServerTest, SaysWhichAddressOrInterfaceItCannotServe) {
     TftpServer unusable(files, settings, {}, {});
     std::string why;
-    EXPECT_FALSE(unusable.Start({"camera.local", "lo"}, why));
+    EXPECT_FALSE(unusable.Start("camera.local", "lo", why));
     EXPECT_EQ(why, "\"camera.local\" is no IPv4 address");
-    EXPECT_FALSE(unusable.Start({"127.0.0.1", "nosuch0"}, why));
+    EXPECT_FALSE(unusable.Start("127.0.0.1", "nosuch0", why));
     EXPECT_THAT(why, HasSubstr("(nosuch0): No such device"));
 }
 
