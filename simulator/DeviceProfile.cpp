@@ -32,6 +32,12 @@ bool AreUsable(const DatagramFaults& faults) {
            faults.delay.count() >= 0;
 }
 
+bool AreUsable(const TftpFaults& faults) {
+    return IsPercentage(faults.lossPercent) && IsPercentage(faults.duplicatePercent) &&
+           IsPercentage(faults.reorderPercent) && IsPercentage(faults.lateCopyPercent) &&
+           faults.delay.count() >= 0;
+}
+
 int HexDigit(char character) {
     if (character >= '0' && character <= '9') {
         return character - '0';
@@ -104,8 +110,11 @@ std::string WhyUnusable(const DeviceOptions& options) {
     }
     if (!AreUsable(options.faults.received) || !AreUsable(options.faults.sent) ||
         !IsPercentage(options.faults.staleAckPercent) ||
-        !IsPercentage(options.faults.busyPercent)) {
+        !IsPercentage(options.faults.busyPercent) || !AreUsable(options.faults.tftp)) {
         return "percentages must be from 0 to 100";
+    }
+    if (options.tftp.rollover > 1) {
+        return "TFTP block numbers roll over to 0 or 1";
     }
     return {};
 }

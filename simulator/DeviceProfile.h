@@ -8,6 +8,7 @@
 #include "DeviceService.h"
 #include "FaultOptions.h"
 #include "FirmwareStore.h"
+#include "tftp/TftpSettings.h"
 
 namespace simulator {
 
@@ -58,6 +59,9 @@ struct DeviceOptions {
     /// Time that starting a file operation takes; beyond what a client waits, PENDING_ACK is sent.
     std::chrono::milliseconds executeLatency{0};
     std::uint32_t heartbeatTimeout = 3000;  ///< ms, until an application sets another
+
+    bool serveTftp = true;
+    TftpSettings tftp;
 
     FirmwareStore::Options firmware;
     /// How long the device is gone when it reboots.

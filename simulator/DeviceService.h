@@ -35,7 +35,7 @@ class DeviceService {
     [[nodiscard]] virtual std::string Name() const = 0;
     /// Returns once requests are answered.
     /// @param[out] why one line, set when false is returned
-    [[nodiscard]] virtual bool Start(std::string& why) = 0;
+    [[nodiscard]] virtual bool Start(const NetworkPlace& place, std::string& why) = 0;
     /// Returns once every socket is closed and no thread runs; a transfer under way is dropped.
     virtual void Stop() = 0;
 };

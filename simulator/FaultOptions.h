@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "tftp/TftpFaults.h"
+
 namespace simulator {
 
 /// What happens to datagrams in one direction: percentages, 0 to 100, each drawn for itself.
@@ -29,6 +31,8 @@ struct FaultOptions {
     double staleAckPercent = 0;  ///< the acknowledge of an earlier command goes first
     double busyPercent = 0;      ///< answered BUSY, not carried out
     bool refuseControl = false;  ///< as if another application had control
+
+    TftpFaults tftp;  ///< drawn with `seed`, not with its own
 
     // When this many bytes of a payload have come, whatever the bus; each strikes once.
     std::optional<std::uint64_t> muteAtByte;    ///< no answer any more, until power-on

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "GvcpService.h"
+#include "tftp/DeviceTftp.h"
 
 namespace simulator {
 
@@ -52,6 +53,10 @@ void SimulatedDevice::MakeServices() {
     mServices.clear();
     const DeviceContext context{mOptions, *mFirmware, mEvents, mMuted,
                                 [this] { ResetRequested(); }};
+    if (mOptions.serveTftp) {
+        // Before GVCP: a device that answers discovery takes firmware at once.
+        mServices.push_back(std::make_unique<DeviceTftp>(context));
+    }
     mServices.push_back(std::make_unique<GvcpService>(context, mGvcpCounters));
 }
 

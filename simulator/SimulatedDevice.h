@@ -38,7 +38,7 @@ class SimulatedDevice : private FirmwareListener {
 
     /// Whether it is on: false before Start, after Stop, while it reboots, when it is unplugged.
     [[nodiscard]] bool IsServing() const;
-    /// What answers, e.g. {"gvcp"}.
+    /// What answers, e.g. {"tftp", "gvcp"}.
     [[nodiscard]] std::vector<std::string> ServiceNames() const;
 
     [[nodiscard]] const DeviceOptions& Options() const { return mOptions; }
@@ -124,6 +124,8 @@ class SimulatedDevice::Builder {
     Builder& stateFolder(std::filesystem::path value) {
         return mOptions.firmware.folder = std::move(value), *this;
     }
+    Builder& serveTftp(bool value) { return mOptions.serveTftp = value, *this; }
+    Builder& tftp(const TftpSettings& value) { return mOptions.tftp = value, *this; }
     Builder& faults(const FaultOptions& value) { return mOptions.faults = value, *this; }
     /// Everything at once, also what has no operation of its own here.
     Builder& options(DeviceOptions value) { return mOptions = std::move(value), *this; }

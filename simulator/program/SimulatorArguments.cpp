@@ -5,6 +5,8 @@
 #include <map>
 #include <optional>
 
+#include "TftpArguments.h"
+
 using simulator::DatagramFaults;
 using simulator::DeviceOptions;
 using simulator::FaultOptions;
@@ -191,6 +193,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
     AddFirmware(app, device);
     AddAccess(app, device);
     AddFaults(app, device);
+    AddTftpOptions(app, device);
     try {
         app.parse(argumentCount, arguments);
     } catch (const CLI::Success& success) {

@@ -1,5 +1,6 @@
 #include "DeviceTftp.h"
 
+#include "../DeviceProfile.h"
 #include "../EventLog.h"
 
 namespace simulator {
@@ -14,6 +15,12 @@ std::string Printable(std::string text) {
         }
     }
     return text;
+}
+
+TftpFaults WithSeed(const FaultOptions& faults) {
+    TftpFaults seeded = faults.tftp;
+    seeded.seed = faults.seed;
+    return seeded;
 }
 
 void Record(EventLog& events, const TftpTransfer& transfer) {
@@ -32,13 +39,11 @@ void Record(EventLog& events, const TftpTransfer& transfer) {
 
 }  // namespace
 
-DeviceTftp::DeviceTftp(FirmwareStore& store, EventLog& events, const std::atomic<bool>& muted,
-                       const NetworkPlace& place, const TftpSettings& settings,
-                       const TftpFaults& faults)
-    : mPlace(place),
-      mFiles(store, settings, faults),
+DeviceTftp::DeviceTftp(const DeviceContext& context)
+    : mFiles(context.firmware, context.options.tftp, context.options.faults.tftp),
       mServer(
-          mFiles, settings, faults,
-          [&events](const TftpTransfer& transfer) { Record(events, transfer); }, &muted) {}
+          mFiles, context.options.tftp, WithSeed(context.options.faults),
+          [&events = context.events](const TftpTransfer& transfer) { Record(events, transfer); },
+          &context.muted) {}
 
 }  // namespace simulator

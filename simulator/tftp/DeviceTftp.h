@@ -10,21 +10,17 @@ namespace simulator {
 /// TftpTransfer.
 class DeviceTftp : public DeviceService {
   public:
-    /// @param store, events, muted must outlive this object
-    /// @param muted while set, nothing is sent
-    DeviceTftp(FirmwareStore& store, EventLog& events, const std::atomic<bool>& muted,
-               const NetworkPlace& place, const TftpSettings& settings, const TftpFaults& faults);
+    explicit DeviceTftp(const DeviceContext& context);
 
     [[nodiscard]] std::string Name() const override { return "tftp"; }
-    [[nodiscard]] bool Start(std::string& why) override {
-        return mServer.Start(mPlace.address, mPlace.interfaceName, why);
+    [[nodiscard]] bool Start(const NetworkPlace& place, std::string& why) override {
+        return mServer.Start(place.address, place.interfaceName, why);
     }
     void Stop() override { mServer.Stop(); }
     /// The port that it answers on, between Start and Stop.
     [[nodiscard]] std::uint16_t Port() const { return mServer.Port(); }
 
   private:
-    const NetworkPlace mPlace;
     DeviceTftpFiles mFiles;
     TftpServer mServer;
 };

@@ -4,9 +4,8 @@
 #include "Payload.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
-#include "simulator/EventLog.h"
-#include "simulator/FirmwareStore.h"
-#include "simulator/tftp/DeviceTftp.h"
+#include "simulator/SimulatedDevice.h"
+#include "simulator/tftp/TftpServer.h"
 
 namespace {
 
@@ -166,24 +165,23 @@ TEST_P(TftpClientsTest, CopiesAnEmptyFileBothWays) {
 
 TEST_P(TftpClientsTest, UpdatesADeviceAndReadsItsStatus) {
     const Client& client = GetParam();
-    simulator::EventLog events;
+    const auto folderOfCamera = folder.Path() / "camera";
+    const auto camera = simulator::SimulatedDevice::Builder()
+                            .stateFolder(folderOfCamera)
+                            .flashTime(std::chrono::milliseconds(200))
+                            .build();
     std::string why;
-    simulator::FirmwareStore::Options options;
-    options.folder = folder.Path() / "camera";
-    options.flashTime = std::chrono::milliseconds(200);
-    const auto store = simulator::FirmwareStore::Open(options, events, why);
-    ASSERT_NE(store, nullptr) << why;
-    const std::atomic<bool> muted{false};
-    simulator::DeviceTftp device(*store, events, muted, {}, {}, {});
-    ASSERT_TRUE(device.Start(why)) << why;
+    ASSERT_TRUE(camera->Start(why)) << why;
     const std::string body = RandomBytes(200000, 7);
     Run(client.put(folder.Write("camera.dfw", Payload{.body = body}.Encode()), "RemoteUpdateDfw"));
     Run(client.get((folder.Path() / "verdict").string(), "status"));
     EXPECT_EQ(ReadFile(folder.Path() / "verdict"), "Firmware applied: MirskoSim 2.1");
-    EXPECT_TRUE(ReadFile(options.folder / "firmware.bin") == body);
+    EXPECT_TRUE(ReadFile(folderOfCamera / "firmware.bin") == body);
     Run(client.put(folder.Write("id", Payload{.kind = 2, .body = "left"}.Encode()),
                    "RemoteUpdateDfw"));
-    EXPECT_EQ(store->DeviceId(), "left");
+    EXPECT_EQ(camera->Firmware().DeviceId(), "left");
+    Run(client.put(folder.Write("reset", Payload{.kind = 3}.Encode()), "RemoteUpdateDfw"));
+    EXPECT_TRUE(WaitUntil([&] { return camera->Firmware().RunningVersion().Text() == "2.1"; }));
 }
 
 using TftpLargeFileTest = TftpClientsTest;

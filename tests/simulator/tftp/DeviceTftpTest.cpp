@@ -6,6 +6,7 @@
 #include "Payload.h"
 #include "Process.h"
 #include "RawClient.h"
+#include "simulator/DeviceProfile.h"
 #include "simulator/EventLog.h"
 #include "simulator/FirmwareStore.h"
 
@@ -19,11 +20,12 @@ class DeviceTftpTest : public testing::Test {
   protected:
     void Start() {
         std::string why;
-        store = FirmwareStore::Open(options, events, why);
+        options.tftp.port = 0;
+        store = FirmwareStore::Open(options.firmware, events, why);
         ASSERT_NE(store, nullptr) << why;
-        device =
-            std::make_unique<DeviceTftp>(*store, events, muted, NetworkPlace{}, settings, faults);
-        ASSERT_TRUE(device->Start(why)) << why;
+        const DeviceContext context{options, *store, events, muted, [] {}};
+        device = std::make_unique<DeviceTftp>(context);
+        ASSERT_TRUE(device->Start({}, why)) << why;
     }
 
     /// Sends a payload in blocks of 512 bytes; returns the last answer.
@@ -65,9 +67,7 @@ class DeviceTftpTest : public testing::Test {
     }
 
     EventLog events;
-    FirmwareStore::Options options;
-    TftpSettings settings{.port = 0};
-    TftpFaults faults;
+    DeviceOptions options;
     std::atomic<bool> muted{false};
     std::unique_ptr<FirmwareStore> store;
     std::unique_ptr<DeviceTftp> device;
@@ -123,8 +123,8 @@ TEST_F(DeviceTftpTest, RefusesASecondWriteWhileOneIsUnderWay) {
 }
 
 TEST_F(DeviceTftpTest, ALateCopyOfARequestLeavesTheStatusAlone) {
-    settings.initialTimeout = milliseconds(10);
-    settings.maxTimeout = milliseconds(10);
+    options.tftp.initialTimeout = milliseconds(10);
+    options.tftp.maxTimeout = milliseconds(10);
     Start();
     Write(Payload{.body = "new"}.Encode());
     client.Send(device->Port(),
@@ -134,9 +134,9 @@ TEST_F(DeviceTftpTest, ALateCopyOfARequestLeavesTheStatusAlone) {
 }
 
 TEST_F(DeviceTftpTest, ABrokenTransferLeavesTheOldFirmware) {
-    settings.initialTimeout = milliseconds(10);
-    settings.maxTimeout = milliseconds(10);
-    settings.minTimeout = milliseconds(10);
+    options.tftp.initialTimeout = milliseconds(10);
+    options.tftp.maxTimeout = milliseconds(10);
+    options.tftp.minTimeout = milliseconds(10);
     Start();
     client.Send(device->Port(),
                 TftpPacket::Request(TftpOpcode::kWriteRequest, "RemoteUpdateDfw", "octet", {}));
@@ -150,15 +150,15 @@ TEST_F(DeviceTftpTest, ABrokenTransferLeavesTheOldFirmware) {
 }
 
 TEST_F(DeviceTftpTest, HoldsTheStatusBackWhileTheFlashIsWritten) {
-    options.flashTime = milliseconds(300);
+    options.firmware.flashTime = milliseconds(300);
     Start();
     Write(Payload{.body = "new"}.Encode());
     EXPECT_EQ(ReadStatus(), "Firmware applied: MirskoSim 2.1");
 }
 
 TEST_F(DeviceTftpTest, TellsThatTheFlashIsWrittenWhereItDoesNotHoldTheStatusBack) {
-    options.flashTime = std::chrono::hours(1);
-    settings.holdStatusWhileFlashing = false;
+    options.firmware.flashTime = std::chrono::hours(1);
+    options.tftp.holdStatusWhileFlashing = false;
     Start();
     Write(Payload{.body = "new"}.Encode());
     EXPECT_EQ(ReadStatus(), FirmwareStore::kBusyStatus);
@@ -175,7 +175,7 @@ TEST_F(DeviceTftpTest, SaysNothingWhileTheDeviceIsMute) {
 }
 
 TEST_F(DeviceTftpTest, FillsTheStatusUpAsAFault) {
-    faults.statusSize = 3000;
+    options.faults.tftp.statusSize = 3000;
     Start();
     Write(Payload{.body = "new"}.Encode());
     const std::string status = ReadStatus();
