@@ -10,9 +10,11 @@ set(MIRSKO_ARROWS_update sdk_headers firmware_file transfer)
 set(MIRSKO_ARROWS_app sdk_headers firmware_file update)
 # The simulator shares no code with the SDK: a misreading of a protocol must not cancel out.
 set(MIRSKO_ARROWS_simulator "")
+set(MIRSKO_ARROWS_simulator_u3v simulator)
 
 set(MIRSKO_OWN_TARGETS NyUtilsLib NxBase NxSystem NxGenICam NxDevice sdk_headers sdk_internal
-    compat_miniz firmware_file transfer update app simulator fake_sdk)
+    compat_miniz firmware_file transfer update app simulator simulator_u3v
+    fake_sdk)
 
 # Fails the configure step when a target links one of ours that the table does not allow it.
 function(mirsko_check_dependency_arrows)

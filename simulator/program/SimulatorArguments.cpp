@@ -185,8 +185,10 @@ void AddFaults(CLI::App& app, DeviceOptions& device) {
 
 SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** arguments) {
     CLI::App app(
-        "Plays a GigE Vision device that can be updated. Runs until SIGTERM or SIGINT.\n"
-        "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 wrong use.",
+        "Plays a GigE Vision device that can be updated. Runs until SIGTERM or SIGINT;\n"
+        "with --u3v it plays a USB3 Vision device for as long as a command runs.\n"
+        "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 wrong use;\n"
+        "with --u3v the command's.",
         "mirsko-simulator");
     AddPlace(app, *this);
     AddIdentity(app, device);
@@ -194,6 +196,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
     AddAccess(app, device);
     AddFaults(app, device);
     AddTftpOptions(app, device);
+    usb.AddTo(app);
     try {
         app.parse(argumentCount, arguments);
     } catch (const CLI::Success& success) {
@@ -203,7 +206,10 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         (void)app.exit(error);
         return Outcome::kWrong;
     }
-    const std::string why = simulator::WhyUnusable(device);
+    std::string why = simulator::WhyUnusable(device);
+    if (why.empty()) {
+        why = usb.Complete();
+    }
     if (!why.empty()) {
         std::cerr << why << "\n";
         return Outcome::kWrong;

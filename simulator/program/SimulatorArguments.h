@@ -3,6 +3,7 @@
 #include <string>
 
 #include "simulator/DeviceProfile.h"
+#include "simulator/u3v/UsbArguments.h"
 
 /// What mirsko-simulator was told on its command line.
 struct SimulatorArguments {
@@ -13,6 +14,7 @@ struct SimulatorArguments {
     };
 
     simulator::DeviceOptions device;
+    simulator::UsbArguments usb;
     std::string readyFile;
     std::string eventFile;
 

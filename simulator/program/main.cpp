@@ -52,6 +52,21 @@ int Serve(const SimulatorArguments& arguments, const sigset_t& endSignals) {
     return kEnded;
 }
 
+int RunCommand(const SimulatorArguments& arguments) {
+    simulator::UsbMachine machine(arguments.device, arguments.usb.machine);
+    if (!arguments.eventFile.empty() && !machine.Events().OpenFile(arguments.eventFile)) {
+        std::cerr << "cannot write " << arguments.eventFile << "\n";
+        return kFailed;
+    }
+    int status = 0;
+    std::string why;
+    if (!machine.Run(status, why)) {
+        std::cerr << why << "\n";
+        return kFailed;
+    }
+    return status;
+}
+
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
@@ -63,6 +78,9 @@ int main(int argumentCount, char** arguments) {
             return kWrongUse;
         case SimulatorArguments::Outcome::kRun:
             break;
+    }
+    if (parsed.usb.enabled) {
+        return RunCommand(parsed);
     }
     // Blocked before any thread is made, so that only sigwait gets them.
     sigset_t endSignals;

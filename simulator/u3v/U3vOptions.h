@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+/// How a simulated USB3 Vision device differs from others of its kind, and what goes wrong with it.
+/// The byte-triggered faults of FaultOptions hold for it as well.
+struct U3vOptions {
+    std::uint32_t maxCommand = 65548;  ///< bytes, header included (SBRM +0x14)
+    std::uint32_t maxAck = 65548;      ///< bytes, header included (SBRM +0x18)
+    /// The longest time that the device says it takes for an answer; beyond it, PENDING_ACK.
+    std::chrono::milliseconds responseTime{200};
+
+    /// Every so many commands the acknowledge comes this much later than responseTime; 0: never.
+    std::uint32_t lateEvery = 0;
+    std::chrono::milliseconds lateBy{500};
+    /// Every so many commands PENDING_ACK is sent, and the acknowledge this much later; 0: never.
+    std::uint32_t pendingEvery = 0;
+    std::chrono::milliseconds pendingTime{300};
+    /// When this many bytes of a payload have come, both control endpoints stall.
+    std::optional<std::uint64_t> stallAtByte;
+    /// Stalled endpoints stall again as soon as they were cleared.
+    bool stallForGood = false;
+};
+
+}  // namespace simulator
