@@ -46,7 +46,10 @@ std::string Archive::Open(const std::string& path) {
             (stat.valid & ZIP_STAT_NAME) == 0) {
             return "member " + std::to_string(index) + " cannot be read";
         }
-        mMembers.push_back({stat.name, stat.size, stat.comp_size});
+        const bool readable =
+            stat.encryption_method == ZIP_EM_NONE &&
+            (stat.comp_method == ZIP_CM_STORE || stat.comp_method == ZIP_CM_DEFLATE);
+        mMembers.push_back({stat.name, stat.size, stat.comp_size, readable});
     }
     return {};
 }
@@ -64,6 +67,9 @@ std::string Archive::Read(std::size_t member, const Take& take) const {
     const std::string name = mMembers.at(member).name;
     if (!name.empty() && name.back() == '/') {
         return "it is a folder";
+    }
+    if (!mMembers[member].isReadable) {
+        return "it is encrypted, or compressed by another method than deflate";
     }
     const std::unique_ptr<zip_file_t, Closer> file(zip_fopen_index(mImpl->zip.get(), member, 0));
     if (!file) {

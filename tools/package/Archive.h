@@ -14,6 +14,7 @@ class Archive {
         std::string name;  ///< as stored, folders included
         std::uint64_t size = 0;
         std::uint64_t compressedSize = 0;
+        bool isReadable = true;  ///< by the updater: stored or deflated, and not encrypted
     };
 
     Archive();
