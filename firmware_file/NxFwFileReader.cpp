@@ -1,7 +1,6 @@
 #include "NxFwFileReader.h"
 
 #include <fstream>
-#include <iterator>
 
 NxFwFileReader::NxFwFileReader(const std::string& aAuxiliary, const std::string& aFilePath)
     : mFilePath(aFilePath), mAuxiliary(aAuxiliary) {}
@@ -14,8 +13,8 @@ std::string NxFwFileReader::ExtractFile(const std::string& aName) {
 
 std::string NxFwFileReader::GetFileContent() const {
     std::ifstream stream(mFilePath);
-    const std::string content{std::istreambuf_iterator<char>(stream),
-                              std::istreambuf_iterator<char>()};
-    // Cut at the first zero byte on purpose: what is asked for is the text of a text file.
-    return std::string(content.c_str());
+    // To the first zero byte only, on purpose: what is asked for is the text of a text file.
+    std::string text;
+    (void)std::getline(stream, text, '\0');
+    return text;
 }
