@@ -1,0 +1,275 @@
+#include <NxDevice/NxDfwPayload.h>
+
+#include "PackageFiles.h"
+#include "PackageTool.h"
+#include "ZipFile.h"
+
+class CheckCommandTest : public PackageTool {
+  protected:
+    /// Checks a package with this manifest and a good a.dfw.
+    void ExpectFindings(const std::string& manifest, const std::string& findings) const {
+        ZipFile zip;
+        zip.Add("Manifest.xml", manifest);
+        zip.Add("a.dfw", GoodPayload());
+        ExpectFindings(zip, findings);
+    }
+
+    void ExpectFindings(const ZipFile& zip, const std::string& findings) const {
+        mFolder.Write("p.zip", zip.Bytes());
+        Expect({"check", "@p.zip"}, 1, findings, "");
+    }
+
+    static std::string WithCondition(const std::string& condition) {
+        std::string manifest = GoodManifest();
+        return manifest.replace(manifest.find("</Update>"), 0, condition);
+    }
+};
+
+TEST_F(CheckCommandTest, FindsNothingInAGoodPackage) {
+    ZipFile zip;
+    zip.Add("Manifest.xml", GoodManifest());
+    zip.Add("a.dfw", GoodPayload());
+    mFolder.Write("p.zip", zip.Bytes());
+    Expect({"check", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
+    Expect({"check", "--model", "M", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
+}
+
+TEST_F(CheckCommandTest, TellsWhatIsNoPackage) {
+    Expect({"check", "@p.zip"}, 1, "error: @p.zip: No such file\n", "");
+    mFolder.Write("p.zip", "no archive at all, though long enough to be one");
+    Expect({"check", "@p.zip"}, 1, "error: @p.zip: Not a zip archive\n", "");
+    mFolder.Write("p.zip", ZipFile().Bytes());
+    Expect({"check", "@p.zip"}, 1, "error: @p.zip: no member is named \"Manifest.xml\"\n", "");
+}
+
+TEST_F(CheckCommandTest, TellsWhereAManifestBreaksTheGrammar) {
+    ExpectFindings(
+        "<FirmwareUpdate>\n</Firmware>",
+        "error: Manifest.xml:2:1: element \"FirmwareUpdate\" is ended as \"Firmware\"\n");
+}
+
+TEST_F(CheckCommandTest, TellsOfAManifestThatIsTooLarge) {
+    ExpectFindings(std::string(2000000, ' '),
+                   "error: Manifest.xml: it is larger than 1048576 bytes\n");
+}
+
+TEST_F(CheckCommandTest, TellsOfBytesThatTheUpdaterDoesNotRead) {
+    ExpectFindings(GoodManifest() + std::string("\0<more/>", 8),
+                   "warning: Manifest.xml holds a zero byte; the updater reads only what stands "
+                   "before it\n");
+}
+
+TEST_F(CheckCommandTest, FindsAMissingMember) {
+    ExpectFindings(GoodManifest(Upload("a.dfw") + Upload("b.dfw")),
+                   "error: b.dfw: the package holds no such file\n");
+}
+
+TEST_F(CheckCommandTest, TellsWhichMembersTheUpdaterTakes) {
+    ZipFile zip;
+    zip.Add("fw/old-a.dfw", GoodPayload());
+    zip.Add("Manifest.xml.old", GoodManifest());
+    zip.Add("Manifest.xml", "<a/>");
+    zip.Add("a.dfw", GoodPayload());
+    ExpectFindings(zip,
+                   "warning: the updater takes the member \"Manifest.xml.old\" for the manifest, "
+                   "since it is the first whose name holds \"Manifest.xml\"\n"
+                   "error: a.dfw: the updater takes the member \"fw/old-a.dfw\" for it, since it "
+                   "is the first whose name holds \"a.dfw\"\n");
+}
+
+TEST_F(CheckCommandTest, AllowsMembersInFoldersWithAWarning) {
+    ZipFile zip;
+    zip.Add("Manifest.xml", GoodManifest());
+    zip.Add("fw/a.dfw", GoodPayload());
+    ExpectFindings(zip, "warning: a.dfw: the updater takes the member \"fw/a.dfw\" for it\n");
+}
+
+TEST_F(CheckCommandTest, FindsDamagedMembers) {
+    const std::string payload = GoodPayload(std::string(100, 'f'));
+    ZipFile zip;
+    zip.Add("Manifest.xml", GoodManifest());
+    zip.Add("a.dfw", payload);
+    std::string bytes = zip.Bytes();
+    bytes[bytes.find("ffff")] = 'g';
+    mFolder.Write("p.zip", bytes);
+    Expect({"check", "@p.zip"}, 1, "error: a.dfw: CRC error\n", "");
+}
+
+TEST_F(CheckCommandTest, FindsMembersThatTheUpdaterCannotUnpack) {
+    const std::string finding =
+        "error: a.dfw: it is encrypted, or compressed by another method than deflate\n";
+    ZipFile encrypted;
+    encrypted.Add("Manifest.xml", GoodManifest());
+    encrypted.Add("a.dfw", GoodPayload(), 0, 1);
+    ExpectFindings(encrypted, finding);
+    ZipFile bzip2;
+    bzip2.Add("Manifest.xml", GoodManifest());
+    bzip2.Add("a.dfw", GoodPayload(), 12);
+    ExpectFindings(bzip2, finding);
+    ZipFile folder;
+    folder.Add("Manifest.xml", GoodManifest());
+    folder.Add("a.dfw/", "");
+    ExpectFindings(folder,
+                   "warning: a.dfw: the updater takes the member \"a.dfw/\" for it\n"
+                   "error: a.dfw/: it is a folder\n");
+}
+
+TEST_F(CheckCommandTest, FindsDamagedPayloads) {
+    const auto findings = [this](const std::string& payload, const std::string& text) {
+        ZipFile zip;
+        zip.Add("Manifest.xml", GoodManifest());
+        zip.Add("a.dfw", payload);
+        ExpectFindings(zip, text);
+        EXPECT_EQ(Files(), std::vector<std::string>{"p.zip"});
+    };
+    std::string damaged = GoodPayload();
+    damaged.back() = 'x';
+    findings(damaged, "error: a.dfw is not a firmware payload: its body's checksum is wrong\n");
+    findings(GoodPayload() + "x",
+             "error: a.dfw is not a firmware payload: its body has 9 bytes, its header says 8\n");
+    findings("just bytes",
+             "warning: a.dfw: it has no payload header; the updater transfers it as it stands, but "
+             "cannot set a device ID or reset the device over TFTP\n");
+}
+
+TEST_F(CheckCommandTest, FindsRecordsInThePlaceOfFirmware) {
+    mFolder.Write("firmware.dfw", GoodPayload());
+    std::string record(128, '\0');
+    unsigned int length = 0;
+    ASSERT_TRUE(NxDfwPayload::GetResetRecord(Path("firmware.dfw"),
+                                             reinterpret_cast<unsigned char*>(record.data()), 128,
+                                             length)
+                    .IsOK());
+    mFolder.Write("reset.dfw", record.substr(0, length));
+    Expect({"check", "@reset.dfw"}, 1,
+           "error: @reset.dfw: it is a device-ID or reset record, not firmware\n", "");
+}
+
+TEST_F(CheckCommandTest, WarnsOfStepsThatTheUpdaterRefuses) {
+    ExpectFindings(
+        GoodManifest(Upload("a.dfw") +
+                     "<DeviceReset/>"
+                     "<FeatureWrite><FeatureName>F</FeatureName><Value>v</Value></FeatureWrite>"
+                     "<FeatureExecute><FeatureName>F</FeatureName></FeatureExecute>"),
+        "warning: procedure \"p\", step 2, DeviceReset: the updater answers with code 16, which "
+        "ends the update; it resets the device by itself after an upload by TFTP\n"
+        "warning: procedure \"p\", step 3, FeatureWrite: the updater answers with code 1540, which "
+        "ends the update\n"
+        "warning: procedure \"p\", step 4, FeatureExecute: the updater answers with code 1540, "
+        "which ends the update\n");
+}
+
+TEST_F(CheckCommandTest, WarnsOfAnUploadToADeviceThatIsRestarting) {
+    ExpectFindings(GoodManifest(Upload("a.dfw", "TFTP") + Upload("a.dfw")),
+                   "warning: procedure \"p\", step 2, FileUpload: the updater resets the device "
+                   "after the upload by TFTP before it, unless it is given --noreset, and the "
+                   "device may not be back yet\n");
+}
+
+TEST_F(CheckCommandTest, WarnsOfWordsThatTheUpdaterTakesOtherwise) {
+    ExpectFindings(
+        GoodManifest("<FileUpload Transport=\"tftp\"><FileName>a.dfw</FileName>"
+                     "<DeviceFileName>UserSet1</DeviceFileName></FileUpload>"),
+        "warning: procedure \"p\", step 1, FileUpload: the transport \"tftp\" means GenICam file "
+        "access to the updater\n"
+        "warning: procedure \"p\", step 1, FileUpload: the updater writes the device file "
+        "\"RemoteUpdateDfw\", never \"UserSet1\"\n");
+}
+
+TEST_F(CheckCommandTest, WarnsOfFeaturesThatTheUpdaterAnswersWithTheModel) {
+    ExpectFindings(WithCondition("<Condition Feature=\"DeviceVersion\">1.*</Condition>"),
+                   "warning: update 1: the updater answers every feature with the model name, "
+                   "\"DeviceVersion\" too\n");
+    ExpectFindings(GoodManifest("<FeatureAssert><FeatureName>Lens</FeatureName><AssertPattern>x"
+                                "</AssertPattern><Message>m</Message></FeatureAssert>" +
+                                Upload("a.dfw")),
+                   "warning: procedure \"p\", step 1, FeatureAssert: the updater answers every "
+                   "feature with the model name, \"Lens\" too\n");
+}
+
+TEST_F(CheckCommandTest, WarnsOfWhatIsMissingOrNeverRun) {
+    std::string manifest = GoodManifest();
+    manifest.replace(manifest.find("<Update "), 0,
+                     "<Procedure Id=\"q\">" + Upload("a.dfw") + "</Procedure>");
+    const std::string version = "<Info Name=\"Version\">2.1</Info>";
+    manifest.replace(manifest.find(version), version.size(), "");
+    ExpectFindings(manifest,
+                   "warning: procedure \"q\": no update runs it\n"
+                   "warning: update 1: the info \"Version\" is missing\n");
+}
+
+TEST_F(CheckCommandTest, ExpectsAnUpdateForEachModelNamed) {
+    ZipFile zip;
+    zip.Add("Manifest.xml", GoodManifest());
+    zip.Add("a.dfw", GoodPayload());
+    mFolder.Write("p.zip", zip.Bytes());
+    Expect({"check", "--model", "M", "--model", "N", "@p.zip"}, 1,
+           "error: N: No update in this package is for N\n", "");
+}
+
+TEST_F(CheckCommandTest, ComparesModelTagsWithTheConditions) {
+    const std::string name = "zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw";
+    const auto findings = [&](const std::string& pattern, int status, const std::string& text) {
+        std::string manifest = GoodManifest(Upload(name));
+        manifest.replace(manifest.find(">M<"), 3, ">" + pattern + "<");
+        ZipFile zip;
+        zip.Add("Manifest.xml", manifest);
+        zip.Add(name, GoodPayload());
+        mFolder.Write("p.zip", zip.Bytes());
+        Expect({"check", "@p.zip"}, status, text, "");
+    };
+    findings("zELKA-QRm-LanX-FK02-TC3MN03-128kD", 0, "@p.zip: nothing found\n");
+    findings("M", 1,
+             "warning: " + name +
+                 ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
+                 "manifest does not upload it to that model\n");
+    findings("zELKA-.*", 1,
+             "error: " + name +
+                 ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
+                 "manifest uploads it to zELKA-QRm-H-FK02-TC3MN01-128kD too\n"
+                 "error: " +
+                 name +
+                 ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
+                 "manifest uploads it to zELKA-QRm-H-FK02-TC3MN02-128kD too\n");
+}
+
+TEST_F(CheckCommandTest, ChecksPlainPayloads) {
+    mFolder.Write("a.dfw", GoodPayload());
+    Expect({"check", "@a.dfw"}, 0, "@a.dfw: nothing found\n", "");
+    mFolder.Write("b.dfw", GoodPayload().substr(0, 70));
+    Expect({"check", "@b.dfw"}, 1,
+           "error: @b.dfw is not a firmware payload: its body has 6 bytes, its header says 8\n",
+           "");
+}
+
+TEST_F(CheckCommandTest, ComparesModelTagsOfPlainPayloadsWithTheModelsNamed) {
+    mFolder.Write("zelka_qrm_h_fk02_3.dfw", GoodPayload());
+    Expect({"check", "@zelka_qrm_h_fk02_3.dfw"}, 1,
+           "error: @zelka_qrm_h_fk02_3.dfw: the updater refuses a payload whose path holds "
+           "\"zelka_qrm_h_fk02\" for every device\n",
+           "");
+    mFolder.Write("zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw", GoodPayload());
+    Expect({"check", "--model", "M", "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw"}, 1,
+           "error: M: the updater takes a payload whose path holds "
+           "\"zelka_qrm_lanx_fk02_tc3mn03_128kd\" only for zELKA-QRm-LanX-FK02-TC3MN03-128kD\n",
+           "");
+    Expect({"check", "--model", "zELKA-QRm-LanX-FK02-TC3MN03-128kD",
+            "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw"},
+           0, "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw: nothing found\n", "");
+}
+
+TEST_F(CheckCommandTest, ShowsNoControlCharactersOfAMembersName) {
+    ZipFile zip;
+    zip.Add("Manifest.xml", GoodManifest());
+    zip.Add("\x1B[2Ja.dfw", GoodPayload());
+    ExpectFindings(zip, "warning: a.dfw: the updater takes the member \"?[2Ja.dfw\" for it\n");
+}
+
+TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {
+    ZipFile zip;
+    zip.Add("Manifest.xml", GoodManifest());
+    zip.Add("a.dfw", GoodPayload());
+    mFolder.Write("p.ZIP", zip.Bytes());
+    Expect({"check", "@p.ZIP"}, 1,
+           "warning: @p.ZIP: the updater takes only packages whose name ends in \".zip\"\n", "");
+}
