@@ -24,6 +24,10 @@ class SimulatedCamera {
     ProcessResult PowerOff();
     [[nodiscard]] Process& Program() { return *mProcess; }
 
+    /// A file of the camera's state folder, e.g. "firmware.bin".
+    [[nodiscard]] std::filesystem::path StateFile(const std::string& name) const {
+        return mFolder.Path() / "state" / name;
+    }
     /// What state.json holds.
     [[nodiscard]] nlohmann::json State() const;
     /// The body of the firmware that was flashed last; empty when there is none.
