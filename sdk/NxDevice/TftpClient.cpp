@@ -113,37 +113,38 @@ NxResult TftpClient::SendData(std::span<const std::byte> data) {
 }
 
 NxResult TftpClient::Send(TftpSource& source) {
-    UdpSocket socket;
-    if (mRemoteFileName.empty()) {
-        return NxResult(kNxInvalidArgument, "No server was named for the transfer");
-    }
-    NxResult result = socket.Open(mServer.interfaceName, 0);
-    if (!result.IsOK()) {
-        return result;
-    }
-    mMonitor.Start(source.Size());
-    TftpSession session(socket, {mServer.address, mSettings.port}, ServerName(), mMonitor);
-    TftpWriter writer(session, source);
-    result = writer.Run(mRemoteFileName, WantedOptions());
-    mMonitor.End();
-    return result;
+    return Run(source.Size(), [&](TftpSession& session) {
+        return TftpWriter(session, source).Run(mRemoteFileName, WantedOptions());
+    });
 }
 
 NxResult TftpClient::GetData(std::span<std::byte> buffer, std::size_t& received) {
-    UdpSocket socket;
     received = 0;
+    return Run(0, [&](TftpSession& session) {
+        TftpReader reader(session, buffer);
+        NxResult result = reader.Run(mRemoteFileName, WantedOptions());
+        received = reader.Received();
+        return result;
+    });
+}
+
+template <typename Transfer>
+NxResult TftpClient::Run(std::uint64_t size, const Transfer& transfer) {
     if (mRemoteFileName.empty()) {
         return NxResult(kNxInvalidArgument, "No server was named for the transfer");
     }
+    UdpSocket socket;
     NxResult result = socket.Open(mServer.interfaceName, 0);
     if (!result.IsOK()) {
         return result;
     }
-    mMonitor.Start(0);
+    mMonitor.Start(size);
     TftpSession session(socket, {mServer.address, mSettings.port}, ServerName(), mMonitor);
-    TftpReader reader(session, buffer);
-    result = reader.Run(mRemoteFileName, WantedOptions());
-    received = reader.Received();
+    if (mServerIsSilent) {
+        session.SetAnswerLimit(TftpTimer::kAnswerLimitOfSilentServer);
+    }
+    result = transfer(session);
+    mServerIsSilent = !session.HasAnswered();
     mMonitor.End();
     return result;
 }

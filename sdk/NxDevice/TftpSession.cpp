@@ -101,7 +101,7 @@ NxResult TftpSession::Open(TftpOpcode request, const std::string& fileName,
 NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opcode,
                               bool withOptions, TftpTimer& timer, TftpPacket& answer) {
     const TimePoint start = Now();
-    const TimePoint giveUp = start + TftpTimer::kSilenceLimit;
+    const TimePoint giveUp = start + mAnswerLimit;
     timer.EndBackOff();
     for (;;) {
         const TimePoint sentAt = Now();
@@ -110,8 +110,9 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
             return Failure(result.GetCode(), result.GetDescription().GetAscii());
         }
         bool timedOut = false;
-        result = AwaitAnswer(opcode, withOptions, std::min(sentAt + timer.Timeout(), giveUp),
-                             answer, timedOut);
+        result = AwaitAnswer(opcode, withOptions,
+                             // No back-off: a lost request is the likeliest cause of silence.
+                             std::min(sentAt + TftpTimer::kFirstTimeout, giveUp), answer, timedOut);
         if (!result.IsOK()) {
             return result;
         }
@@ -219,9 +220,11 @@ NxResult TftpSession::Failure(unsigned int resultCode, const std::string& reason
 }
 
 NxResult TftpSession::NoAnswer() const {
-    return Failure(kNxTimeout,
-                   "its TFTP server has not answered for 10 s; check cable, power and "
-                   "address");
+    return Failure(
+        kNxTimeout,
+        "its TFTP server has not answered for " +
+            std::to_string(std::chrono::duration_cast<std::chrono::seconds>(mAnswerLimit).count()) +
+            " s; check cable, power and address");
 }
 
 NxResult TftpSession::ServerError(const TftpPacket& packet) const {

@@ -36,11 +36,14 @@ class NX_API TftpClient {
 
   private:
     NxResult Send(TftpSource& source);
+    template <typename Transfer>
+    NxResult Run(std::uint64_t size, const Transfer& transfer);
     [[nodiscard]] TftpOptions WantedOptions() const;
     [[nodiscard]] std::string ServerName() const;
 
     TftpClientSettings mSettings;
     ConnectionId mServer;
-    std::string mRemoteFileName;  ///< empty: not initialised
+    std::string mRemoteFileName;   ///< empty: not initialised
+    bool mServerIsSilent = false;  ///< it did not answer the last request
     TftpMonitor mMonitor;
 };

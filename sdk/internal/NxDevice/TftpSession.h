@@ -26,6 +26,11 @@ class NX_API TftpSession {
     TftpSession(DatagramSocket& socket, const Endpoint& server, std::string serverName,
                 TftpMonitor& monitor);
 
+    /// How long a request may stay unanswered; TftpTimer::kAnswerLimit unless set.
+    void SetAnswerLimit(TftpTimer::Duration limit) { mAnswerLimit = limit; }
+    /// Whether the server has answered at all.
+    [[nodiscard]] bool HasAnswered() const { return mPeer.has_value(); }
+
     /// Sends the request, without options if the server refuses those, and waits for the answer.
     /// @param agreed receives the options that hold
     /// @param answer receives the first packet: OACK, or ACK 0 to a write request, or DATA 1 to a
@@ -66,7 +71,8 @@ class NX_API TftpSession {
     Endpoint mServer;
     std::string mServerName;
     TftpMonitor& mMonitor;
-    std::string mAction;            ///< "send RemoteUpdateDfw to 192.168.1.20 on eth1"
+    std::string mAction;  ///< "send RemoteUpdateDfw to 192.168.1.20 on eth1"
+    TftpTimer::Duration mAnswerLimit = TftpTimer::kAnswerLimit;
     std::optional<Endpoint> mPeer;  ///< where the server's transfer ID is known: what to talk to
     Endpoint mLastSender;
     TimePoint mStart;
