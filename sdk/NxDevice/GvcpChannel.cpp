@@ -24,6 +24,22 @@ constexpr milliseconds kLongestBusyPause{200};
 // Sending on an interface that is down fails at once; it may come up again.
 constexpr milliseconds kPauseAfterSocketFailure{100};
 
+// What a write changes; of size 0 for a read. Blocks of data are larger than any register.
+StrayWrites::Write DescribeWrite(GvcpPacket::Command command, std::span<const std::byte> packet,
+                                 std::uint16_t id, std::uint32_t address) {
+    constexpr std::size_t kLargestRegister = 8;
+    constexpr std::size_t kBytesBeforeData = 12;
+    StrayWrites::Write write{.id = id, .address = address};
+    if (command == GvcpPacket::Command::kWriteRegister) {
+        write.size = 4;
+        write.mayStartOperation = true;
+    } else if (command == GvcpPacket::Command::kWriteMemory) {
+        write.size = packet.size() - kBytesBeforeData;
+        write.mayStartOperation = write.size <= kLargestRegister;
+    }
+    return write;
+}
+
 }  // namespace
 
 GvcpChannel::GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device,
@@ -95,35 +111,39 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
 
 NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
                                std::uint16_t id, std::uint32_t address, GvcpPacket::Ack& ack) {
+    const StrayWrites::Write write = DescribeWrite(command, packet, id, address);
+    if (write.size > 0) {
+        WaitForStrays(write);
+    }
     RetransmissionTimer& timer = TimerOf(command);
-    RetransmissionTimer::Duration wait = timer.First();
     mStart = mSocket->Now();
     mGiveUp = std::min(mStart + kPatience, mDeadline);
     mWasPending = false;
     mSocketFailure = NxResult();
-    int sendings = 0;
+    mSendings = 0;
     do {
-        ++sendings;
+        const RetransmissionTimer::Duration wait = timer.Wait(++mSendings);
         const NxResult sent = mSocket->Send(mDevice, packet);
-        const Clock::time_point now = mSocket->Now();
+        mLastSent = mSocket->Now();
         if (sent.IsOK()) {
-            mWaitEnd = std::min(now + wait, mGiveUp);
+            mWaitEnd = std::min(mLastSent + wait, mGiveUp);
         } else {
             mSocketFailure = sent;
-            mWaitEnd =
-                std::min(now + std::max<Clock::duration>(wait, kPauseAfterSocketFailure), mGiveUp);
+            mWaitEnd = std::min(
+                mLastSent + std::max<Clock::duration>(wait, kPauseAfterSocketFailure), mGiveUp);
         }
         if (WaitForAck(command, id, ack) == Wait::kAnswered) {
-            mLastAnswer = mSocket->Now();
-            if (sendings > 1) {
-                timer.LearnFromResend(wait);
-            } else if (!mWasPending) {
-                timer.Learn(std::chrono::duration_cast<RetransmissionTimer::Duration>(mLastAnswer -
-                                                                                      mStart));
+            const Clock::time_point now = mSocket->Now();
+            if (mSendings == 1 && !mWasPending) {
+                timer.Learn(
+                    std::chrono::duration_cast<RetransmissionTimer::Duration>(now - mStart));
+            }
+            mStrays.Add(write, mSendings - 1, mStart, mLastSent);
+            if (write.size > 0) {
+                mLastWrite = ack.status == GvcpPacket::kStatusSuccess ? now : mLastWrite;
             }
             return {};
         }
-        wait = timer.Next(wait);
     } while (mSocket->Now() < mGiveUp);
     if (!mSocketFailure.IsOK()) {
         return NxResult(kNxSocket, mDeviceName + " cannot be reached: " +
@@ -132,7 +152,35 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     return NxResult(kNxTimeout,
                     mDeviceName + " does not answer (GVCP " + GvcpPacket::CommandName(command) +
                         " at " + GvcpPacket::Hexadecimal(address, 8) + ", sent " +
-                        std::to_string(sendings) + " times); check its power, cable and address");
+                        std::to_string(mSendings) + " times); check its power, cable and address");
+}
+
+void GvcpChannel::WaitForStrays(const StrayWrites::Write& write) {
+    while (true) {
+        const Clock::time_point now = mSocket->Now();
+        const Clock::time_point safe = mStrays.SafeTime(write, now);
+        if (safe <= now) {
+            return;
+        }
+        std::size_t length = 0;
+        Endpoint from;
+        bool timedOut = false;
+        if (!mSocket->Receive(mBuffer, safe, length, from, timedOut).IsOK()) {
+            std::this_thread::sleep_for(milliseconds(1));
+        } else if (!timedOut && from == mDevice) {
+            if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {
+                NoteLateAck(*ack);
+            }
+        }
+    }
+}
+
+void GvcpChannel::NoteLateAck(const GvcpPacket::Ack& ack) {
+    if (ack.code != GvcpPacket::kPendingAck && mStrays.NoteLateAck(ack.id, mSocket->Now())) {
+        const bool ofRegister =
+            ack.code == static_cast<std::uint16_t>(GvcpPacket::Command::kWriteRegister) + 1;
+        (ofRegister ? mWriteTimer : mTimer).WasTooShort();
+    }
 }
 
 GvcpChannel::Wait GvcpChannel::WaitForAck(GvcpPacket::Command command, std::uint16_t id,
@@ -154,8 +202,11 @@ GvcpChannel::Wait GvcpChannel::WaitForAck(GvcpPacket::Command command, std::uint
             continue;
         }
         const auto answer = GvcpPacket::ParseAck(std::span(mBuffer).first(length));
-        // Any other id is the late answer to an earlier command or to an earlier sending.
-        if (!answer.has_value() || answer->id != id) {
+        if (!answer.has_value()) {
+            continue;
+        }
+        if (answer->id != id) {
+            NoteLateAck(*answer);
             continue;
         }
         if (answer->code == GvcpPacket::kPendingAck) {

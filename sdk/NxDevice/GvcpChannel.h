@@ -12,6 +12,7 @@
 
 #include "GvcpPacket.h"
 #include "RetransmissionTimer.h"
+#include "StrayWrites.h"
 
 /// Commands to one device and their acknowledges, over a network that loses, repeats and reorders
 /// datagrams. One thread at a time.
@@ -24,7 +25,7 @@ class GvcpChannel {
 
     /// Sends a command until it is answered.
     /// @param packet without its request id
-    /// @param address what the command accesses, for descriptions of failures
+    /// @param address what the command accesses first
     /// @param payload of the acknowledge; valid until the next command
     /// @return kNxAccessDenied and kNxDeviceError for a status that is no success; once a command
     ///         goes unanswered, kNxTimeout or kNxSocket, and the same again for every later one
@@ -39,8 +40,8 @@ class GvcpChannel {
     void Fail(NxResult failure);
     [[nodiscard]] bool IsAlive() const { return mFailure.IsOK(); }
     [[nodiscard]] const NxResult& Failure() const { return mFailure; }
-    /// When the device answered last.
-    [[nodiscard]] Clock::time_point LastAnswer() const { return mLastAnswer; }
+    /// When the device carried out a write last.
+    [[nodiscard]] Clock::time_point LastWrite() const { return mLastWrite; }
     [[nodiscard]] Clock::time_point Now() const { return mSocket->Now(); }
     /// Waits; answers that come meanwhile are stale.
     void Pause(Clock::duration time);
@@ -56,6 +57,9 @@ class GvcpChannel {
                       std::uint16_t id, std::uint32_t address, GvcpPacket::Ack& ack);
     Wait WaitForAck(GvcpPacket::Command command, std::uint16_t id, GvcpPacket::Ack& ack);
     void HonourPending(const GvcpPacket::Ack& ack);
+    void NoteLateAck(const GvcpPacket::Ack& ack);
+    /// Waits until no copy of an earlier write can spoil this one.
+    void WaitForStrays(const StrayWrites::Write& write);
     std::uint16_t NextId();
     RetransmissionTimer& TimerOf(GvcpPacket::Command command);
 
@@ -66,14 +70,17 @@ class GvcpChannel {
     std::uint16_t mStatus = 0;
     NxResult mFailure;
     Clock::time_point mDeadline = Clock::time_point::max();
-    Clock::time_point mLastAnswer{};
+    Clock::time_point mLastWrite{};
     // Writing a register may start an operation and then takes longer than moving data.
     RetransmissionTimer mTimer;
     RetransmissionTimer mWriteTimer;
+    StrayWrites mStrays;
     std::array<std::byte, GvcpPacket::kLargestDatagram> mBuffer{};
 
     // Of the command that is being sent.
     Clock::time_point mStart;
+    Clock::time_point mLastSent;
+    int mSendings = 0;
     Clock::time_point mWaitEnd;
     Clock::time_point mGiveUp;
     bool mWasPending = false;

@@ -329,7 +329,7 @@ NxResult GvcpPort::LoseControl(const std::string& sign) {
 void GvcpPort::KeepControl() {
     std::unique_lock lock(mMutex);
     while (mChannel->IsAlive()) {
-        const auto idle = mChannel->Now() - mChannel->LastAnswer();
+        const auto idle = mChannel->Now() - mChannel->LastWrite();
         const auto wait = std::clamp<GvcpChannel::Clock::duration>(
             mHeartbeatInterval - idle, milliseconds(1), mHeartbeatInterval);
         if (mStopSignal.wait_for(lock, wait, [this] { return mStops; })) {
@@ -339,9 +339,9 @@ void GvcpPort::KeepControl() {
     }
 }
 
-// Every command of the controller counts as a heartbeat.
+// A write that was carried out shows both ends that control goes on.
 void GvcpPort::BeatIfIdle() {
-    if (!mChannel->IsAlive() || mChannel->Now() - mChannel->LastAnswer() < mHeartbeatInterval) {
+    if (!mChannel->IsAlive() || mChannel->Now() - mChannel->LastWrite() < mHeartbeatInterval) {
         return;
     }
     std::uint32_t privilege = 0;

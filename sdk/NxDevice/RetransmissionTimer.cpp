@@ -6,8 +6,10 @@ RetransmissionTimer::Duration RetransmissionTimer::Limit() const {
     return std::max(kLongest, 2 * mSmoothed);
 }
 
-RetransmissionTimer::Duration RetransmissionTimer::Next(Duration previous) const {
-    return std::min(previous * 2, Limit());
+// One loss is likelier than a network that has become slower, so the first resend is not delayed.
+RetransmissionTimer::Duration RetransmissionTimer::Wait(int sending) const {
+    const int doublings = std::clamp(sending - 2, 0, 16);
+    return std::min(mTimeout * (1 << doublings), Limit());
 }
 
 void RetransmissionTimer::Learn(Duration answerTime) {
@@ -22,8 +24,8 @@ void RetransmissionTimer::Learn(Duration answerTime) {
     mTimeout = std::clamp(mSmoothed + 4 * mVariation, kShortest, Limit());
 }
 
-// A device that has become slow is never answering the first sending in time: the longer wait is
-// kept until it does (Karn's algorithm). Bounded, since a lost datagram looks the same.
-void RetransmissionTimer::LearnFromResend(Duration last) {
-    mTimeout = std::min(last, Limit());
+// Until an answer comes in time and is learned from: a resent command's cannot be, since it may be
+// the answer to either sending (Karn's algorithm).
+void RetransmissionTimer::WasTooShort() {
+    mTimeout = std::min(mTimeout * 2, Limit());
 }

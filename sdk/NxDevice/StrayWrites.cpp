@@ -1,0 +1,58 @@
+#include "StrayWrites.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::chrono::milliseconds kShortestPatience{20};
+constexpr std::chrono::milliseconds kLongestPatience{1000};
+
+bool Overlaps(const StrayWrites::Write& one, const StrayWrites::Write& other) {
+    return one.address < other.address + other.size && other.address < one.address + one.size;
+}
+
+}  // namespace
+
+void StrayWrites::Add(const Write& write, int copies, Time firstSent, Time lastSent) {
+    if (copies > 0) {
+        mStrays.push_back({.write = write,
+                           .firstSent = firstSent,
+                           .lastSent = lastSent,
+                           .end = lastSent + mPatience});
+    }
+}
+
+bool StrayWrites::NoteLateAck(std::uint16_t id, Time now) {
+    const auto found = std::find_if(mStrays.begin(), mStrays.end(),
+                                    [id](const Stray& stray) { return stray.write.id == id; });
+    if (found == mStrays.end()) {
+        return false;
+    }
+    // This is how late things may be in this network.
+    mPatience = std::clamp<Duration>((now - found->firstSent) * 3 / 2, mPatience, kLongestPatience);
+    // Not taken for the end of it: acknowledges are repeated on their way, too.
+    for (Stray& stray : mStrays) {
+        stray.end = std::max(stray.end, stray.lastSent + mPatience);
+    }
+    return true;
+}
+
+StrayWrites::Time StrayWrites::SafeTime(const Write& next, Time now) {
+    Forget(now);
+    Time safe = now;
+    for (const Stray& stray : mStrays) {
+        if (stray.write.size > 0 &&
+            (stray.write.mayStartOperation || Overlaps(stray.write, next))) {
+            safe = std::max(safe, stray.end);
+        }
+    }
+    return safe;
+}
+
+// Copies that never come were lost: the more of them, the less lateness is to be expected.
+void StrayWrites::Forget(Time now) {
+    const auto lost = std::erase_if(mStrays, [now](const Stray& s) { return s.end <= now; });
+    for (std::size_t i = 0; i < lost; ++i) {
+        mPatience = std::max<Duration>(mPatience * 7 / 8, kShortestPatience);
+    }
+}
