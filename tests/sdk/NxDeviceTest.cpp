@@ -75,7 +75,8 @@ class NxDeviceTest : public testing::Test {
     std::uint64_t Commands() {
         std::uint64_t sum = 0;
         for (const auto& [kind, count] : simulated->GvcpCounts()) {
-            sum += kind != "HEARTBEAT" && kind != "DISCOVERY" ? count : 0;
+            // A busy machine answers some commands late; they are sent again then.
+            sum += kind != "HEARTBEAT" && kind != "REPEATED" ? count : 0;
         }
         return sum;
     }
