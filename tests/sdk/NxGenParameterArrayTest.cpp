@@ -1,0 +1,256 @@
+#include <NxGenICam/NxGenParameterArray.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <NxBase/NxResultCodes.h>
+#include <NxGenICam/NxGenEnum.h>
+#include <NxGenICam/NxGenEnumEntry.h>
+#include <NxGenICam/ParameterArrayFactory.h>
+
+#include "GenXml.h"
+#include "MemoryPort.h"
+
+using testing::HasSubstr;
+using testing::StrEq;
+
+namespace {
+
+class NxGenParameterArrayTest : public testing::Test {
+  protected:
+    void Load(const std::string& nodes, int schemaMinor = 1) {
+        result = MakeParameterArray(port, GenXml::Description(nodes, 1, schemaMinor), parameters);
+        ASSERT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
+    }
+    std::string Text(const std::string& name) {
+        NxString text("untouched");
+        result = parameters->GetStringValue(NxString(name), text);
+        return text.GetAscii();
+    }
+    std::string EntryName(const std::string& enumeration, unsigned int index) {
+        NxGenEnumEntry entry;
+        NxString name("untouched");
+        result = parameters->GetEnum(NxString(enumeration))->GetEntryByIndex(index, entry);
+        if (result.IsOK()) {
+            result = entry.GetName(name);
+        }
+        return name.GetAscii();
+    }
+    NxResult LoadXml(const std::string& xml) { return MakeParameterArray(port, xml, parameters); }
+
+    std::shared_ptr<MemoryPort> port = std::make_shared<MemoryPort>();
+    std::unique_ptr<NxGenParameterArray> parameters;
+    NxResult result;
+};
+
+std::string StringRegister(const std::string& name, unsigned int address,
+                           const std::string& length) {
+    return "<StringReg Name=\"" + name + "\"><Address>" + std::to_string(address) +
+           "</Address><Length>" + length +
+           "</Length><AccessMode>RO</AccessMode><pPort>Device</pPort></StringReg>";
+}
+
+TEST_F(NxGenParameterArrayTest, ReadsATextThatFillsItsRegister) {
+    Load(StringRegister("Model", 0x100, "8"));
+    port->Store(0x100, "12345678rest");
+    EXPECT_EQ(Text("Model"), "12345678");
+    EXPECT_TRUE(result.IsOK());
+}
+
+TEST_F(NxGenParameterArrayTest, LeavesTheValueAloneWhenATextCannotBeRead) {
+    Load(StringRegister("Model", 0x100, "8"));
+    port->failure = NxResult(kNxTimeout, "nobody answers");
+    EXPECT_EQ(Text("Model"), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_THAT(result.GetDescription().GetAscii(), StrEq("nobody answers"));
+}
+
+TEST_F(NxGenParameterArrayTest, ReadsNumbersAndBooleansAsTexts) {
+    Load(GenXml::Register("Width", 0x100) + GenXml::Integer("Height", "<pValue>Width</pValue>") +
+         "<Boolean Name=\"Flag\"><pValue>FlagReg</pValue></Boolean>" +
+         GenXml::Register("FlagReg", 0x104) +
+         "<SwissKnife Name=\"Half\"><pVariable Name=\"W\">Width</pVariable>"
+         "<Formula>W / 2.0</Formula></SwissKnife>");
+    port->StoreBig(0x100, 641);
+    port->StoreBig(0x104, 1);
+    EXPECT_EQ(Text("Width"), "641");
+    EXPECT_EQ(Text("Height"), "641");
+    EXPECT_EQ(Text("Flag"), "true");
+    EXPECT_EQ(Text("Half"), "320.5");
+}
+
+TEST_F(NxGenParameterArrayTest, ReadsAnEnumerationWithoutThePrefixOfItsEntries) {
+    Load(GenXml::Enumeration("Mode", GenXml::Entry("EnumEntry_Mode_On", 1) +
+                                         GenXml::Entry("Off", 0) + "<pValue>ModeReg</pValue>") +
+         GenXml::Register("ModeReg", 0x100));
+    port->StoreBig(0x100, 1);
+    EXPECT_EQ(Text("Mode"), "On");
+    port->StoreBig(0x100, 0);
+    EXPECT_EQ(Text("Mode"), "Off");
+    port->StoreBig(0x100, 7);
+    EXPECT_EQ(Text("Mode"), "untouched");
+    EXPECT_FALSE(result.IsOK());
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesNodesThatCannotBeRead) {
+    Load(GenXml::Register("Secret", 0x100, "WO") + "<Category Name=\"Root\"></Category>");
+    EXPECT_EQ(Text("Nonsense"), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxNoSuchNode);
+    EXPECT_EQ(Text("Secret"), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxNodeAccess);
+    EXPECT_EQ(Text("Root"), "untouched");
+    EXPECT_FALSE(result.IsOK());
+}
+
+TEST_F(NxGenParameterArrayTest, TreatsANodeThatIsNotImplementedAsAbsent) {
+    Load(GenXml::Enumeration("Mode", "<pIsImplemented>Has</pIsImplemented>" +
+                                         GenXml::Entry("On", 1) + "<pValue>ModeReg</pValue>") +
+         GenXml::Register("ModeReg", 0x100) + GenXml::Register("Has", 0x104));
+    EXPECT_EQ(parameters->GetEnum("Mode"), nullptr);
+    EXPECT_EQ(Text("Mode"), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxNoSuchNode);
+    port->StoreBig(0x104, 1);
+    EXPECT_NE(parameters->GetEnum("Mode"), nullptr);
+}
+
+TEST_F(NxGenParameterArrayTest, ListsImplementedEntriesInTheOrderOfTheXml) {
+    Load(GenXml::Enumeration(
+             "Files", GenXml::Entry("EnumEntry_Files_First", 3) +
+                          GenXml::Entry("Hidden", 2, "<pIsImplemented>Has</pIsImplemented>") +
+                          GenXml::Entry("Last", 1) + "<pValue>Reg</pValue>") +
+         GenXml::Register("Reg", 0x100) + GenXml::Register("Has", 0x104));
+    NxGenEnum* files = parameters->GetEnum("Files");
+    ASSERT_NE(files, nullptr);
+    EXPECT_EQ(files->GetEntryCount(), 2U);
+    EXPECT_EQ(EntryName("Files", 0), "First");
+    EXPECT_EQ(EntryName("Files", 1), "Last");
+    EXPECT_EQ(EntryName("Files", 2), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxNoSuchNode);
+    NxGenEnumEntry entry;
+    EXPECT_FALSE(files->GetEntryByName("Hidden", entry).IsOK());
+    EXPECT_TRUE(files->GetEntryByName("First", entry).IsOK());
+    port->StoreBig(0x104, 1);
+    EXPECT_EQ(EntryName("Files", 1), "Hidden");
+}
+
+TEST_F(NxGenParameterArrayTest, ShowsAnEntrysNameWhereItHasNoDisplayName) {
+    Load(
+        GenXml::Enumeration("Load", GenXml::Entry("A", 0, "<DisplayName>BackupLoad</DisplayName>") +
+                                        GenXml::Entry("B", 1) + "<Value>0</Value>"));
+    NxGenEnum* loads = parameters->GetEnum("Load");
+    ASSERT_NE(loads, nullptr);
+    NxGenEnumEntry entry;
+    NxString text;
+    EXPECT_FALSE(entry.GetDisplayName(text).IsOK());
+    ASSERT_TRUE(loads->GetEntryByIndex(0, entry).IsOK());
+    EXPECT_TRUE(entry.GetDisplayName(text).IsOK());
+    EXPECT_THAT(text.GetAscii(), StrEq("BackupLoad"));
+    ASSERT_TRUE(loads->GetEntryByIndex(1, entry).IsOK());
+    EXPECT_TRUE(entry.GetDisplayName(text).IsOK());
+    EXPECT_THAT(text.GetAscii(), StrEq("B"));
+}
+
+TEST_F(NxGenParameterArrayTest, HasNoEnumerationOfAnotherKindOfNode) {
+    Load(GenXml::Register("Width", 0x100));
+    EXPECT_EQ(parameters->GetEnum("Width"), nullptr);
+    EXPECT_EQ(parameters->GetEnum("Nonsense"), nullptr);
+}
+
+TEST_F(NxGenParameterArrayTest, SeesWhatTheDeviceChangedMeanwhile) {
+    Load(GenXml::Register("Width", 0x100));
+    port->StoreBig(0x100, 1);
+    EXPECT_EQ(Text("Width"), "1");
+    port->StoreBig(0x100, 2);
+    EXPECT_EQ(Text("Width"), "2");
+}
+
+TEST_F(NxGenParameterArrayTest, UsesRegisterCommandsForDescriptionsBelowSchemaOneOne) {
+    for (const int schemaMinor : {0, 1}) {
+        for (const bool hasRegisterCommands : {false, true}) {
+            port->hasRegisterCommands = hasRegisterCommands;
+            port->log.clear();
+            Load(GenXml::Register("Width", 0x100), schemaMinor);
+            port->StoreBig(0x100, 77);
+            EXPECT_EQ(Text("Width"), "77");
+            EXPECT_THAT(port->log, testing::ElementsAre(schemaMinor == 0 && hasRegisterCommands
+                                                            ? "READREG 1"
+                                                            : "READMEM 4"));
+        }
+    }
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesATextOfAbsurdLength) {
+    std::string text = StringRegister("Model", 0x100, "8");
+    text.replace(text.find("<Length>8</Length>"), 18, "<pLength>Size</pLength>");
+    Load(text + GenXml::Register("Size", 0x200));
+    port->StoreBig(0x200, 0xFFFFFFF0U);
+    EXPECT_EQ(Text("Model"), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxBadDescription);
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesADescriptionThatIsCutShortAnywhere) {
+    const std::string whole = GenXml::Description(GenXml::Register("Width", 0x100));
+    ASSERT_TRUE(LoadXml(whole).IsOK());
+    for (std::size_t length = 0; length + 2 < whole.size(); ++length) {
+        EXPECT_EQ(LoadXml(whole.substr(0, length)).GetCode(), kNxBadDescription) << length;
+    }
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesDescriptionsThatWouldHarmTheProcess) {
+    const std::string circle =
+        GenXml::Integer("A", "<pValue>B</pValue>") + GenXml::Integer("B", "<pValue>A</pValue>");
+    EXPECT_THAT(LoadXml(GenXml::Description(circle)).GetDescription().GetAscii(),
+                HasSubstr("depends on itself"));
+    std::string chain;
+    for (int i = 0; i < 1000; ++i) {
+        chain += GenXml::Integer("N" + std::to_string(i),
+                                 "<pValue>N" + std::to_string(i + 1) + "</pValue>");
+    }
+    EXPECT_EQ(LoadXml(GenXml::Description(chain)).GetCode(), kNxBadDescription);
+    std::string bush;
+    for (int i = 0; i < 40; ++i) {
+        const std::string next = "N" + std::to_string(i + 1);
+        bush += "<IntSwissKnife Name=\"N" + std::to_string(i) + "\"><pVariable Name=\"X\">" + next +
+                "</pVariable><pVariable Name=\"Y\">" + next +
+                "</pVariable><Formula>X + Y</Formula></IntSwissKnife>";
+    }
+    EXPECT_EQ(LoadXml(GenXml::Description(bush)).GetCode(), kNxBadDescription);
+    EXPECT_EQ(
+        LoadXml(GenXml::Description(StringRegister("Model", 0x100, "0x7fffffffffff"))).GetCode(),
+        kNxBadDescription);
+    EXPECT_EQ(LoadXml(GenXml::Description(StringRegister("Model", 0x100, "-1"))).GetCode(),
+              kNxBadDescription);
+    std::string entities = GenXml::Description(GenXml::Integer("A", "<Value>&lol;</Value>"));
+    entities.insert(entities.find("<RegisterDescription"),
+                    "<!DOCTYPE x [<!ENTITY lol \"1\"><!ENTITY lol2 \"&lol;&lol;\">]>");
+    EXPECT_EQ(LoadXml(entities).GetCode(), kNxBadDescription);
+    EXPECT_EQ(LoadXml("<Other/>").GetCode(), kNxBadDescription);
+    EXPECT_EQ(LoadXml(std::string(1000, '\0')).GetCode(), kNxBadDescription);
+    std::string deep;
+    for (int i = 0; i < 100000; ++i) {
+        deep += "<Group>";
+    }
+    EXPECT_EQ(LoadXml(GenXml::Description(deep)).GetCode(), kNxBadDescription);
+}
+
+TEST_F(NxGenParameterArrayTest, AcceptsAnEntryThatIsNamedLikeItsEnumeration) {
+    Load(GenXml::Enumeration("Test", GenXml::Entry("Test", 0) + "<pValue>Reg</pValue>") +
+         GenXml::Register("Reg", 0x100));
+    EXPECT_EQ(Text("Test"), "Test");
+}
+
+TEST_F(NxGenParameterArrayTest, LetsNoLibraryPrint) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(LoadXml("<RegisterDescription><unclosed>").IsOK());
+    Load(GenXml::Integer("Dangling", "<pValue>Nowhere</pValue>") +
+         "<IntSwissKnife Name=\"Broken\"><Formula>((1 +</Formula></IntSwissKnife>" +
+         GenXml::Enumeration("Mode", GenXml::Entry("On", 1) + "<pValue>Gone</pValue>"));
+    (void)Text("Broken");
+    (void)Text("Dangling");
+    (void)Text("Mode");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+}  // namespace
