@@ -103,8 +103,12 @@ U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
     mBootstrap.emplace(mMemory, mOptions, mTexts, xml.size(), device.zippedXml,
                        [this](const std::string& name) { return mFirmware.SetDeviceId(name); });
     mMemory.Add<ReadOnlyRegion>(std::uint64_t{features::kXml}, std::move(xml));
-    mFeatures.emplace(mMemory, device, firmware, events, std::endian::little,
-                      FeatureRegisters::Hooks{[this] { mResetting = true; }, nullptr});
+    mFeatures.emplace(
+        mMemory, device, firmware, events, std::endian::little,
+        FeatureRegisters::Hooks{[this] { mResetting = true; },
+                                [this](const std::string& what) {
+                                    mEvents.Add("file_" + what, {{"commands", mCommands}});
+                                }});
     mFirmware.SetListener(this);
 }
 
