@@ -35,6 +35,16 @@ constexpr std::uint32_t kSmallestTransfer = 64;
 constexpr std::uint64_t kMostManifestEntries = 64;
 constexpr std::uint64_t kManifestEntryLength = 64;
 constexpr std::uint64_t kLongestDescription = 16U << 20U;
+constexpr std::size_t kRegisterLength = 4;
+
+std::size_t CountNeighbours(std::span<const GenPort::Register> registers) {
+    std::size_t count = 1;
+    while (count < registers.size() &&
+           registers[count].address == registers[count - 1].address + kRegisterLength) {
+        ++count;
+    }
+    return count;
+}
 
 }  // namespace
 
@@ -83,13 +93,30 @@ NxResult U3vPort::WriteMemory(std::uint64_t address, std::span<const std::byte> 
 
 NxResult U3vPort::ReadRegisters(std::span<Register> registers) {
     const std::lock_guard lock(mMutex);
-    for (Register& one : registers) {
-        const NxResult result = mChannel.Read(one.address, one.bytes);
-        if (!result.IsOK()) {
+    while (!registers.empty()) {
+        const std::span<Register> together =
+            registers.first(mReadsNeighbours ? CountNeighbours(registers) : 1);
+        const NxResult result = ReadTogether(together);
+        if (result.IsOK()) {
+            registers = registers.subspan(together.size());
+            continue;
+        }
+        // Some devices take one register per command only.
+        if (together.size() == 1 || result.GetCode() != kNxDeviceError || !mChannel.IsAlive()) {
             return result;
         }
+        mReadsNeighbours = false;
     }
     return NxResult();
+}
+
+NxResult U3vPort::ReadTogether(std::span<Register> neighbours) {
+    std::vector<std::byte> bytes(neighbours.size() * kRegisterLength);
+    const NxResult result = mChannel.Read(neighbours.front().address, bytes);
+    for (std::size_t i = 0; result.IsOK() && i < neighbours.size(); ++i) {
+        std::copy_n(&bytes[i * kRegisterLength], kRegisterLength, neighbours[i].bytes.begin());
+    }
+    return result;
 }
 
 NxResult U3vPort::WriteRegisters(std::span<const Register> registers) {

@@ -35,6 +35,7 @@ class U3vPort : public DevicePort {
     [[nodiscard]] bool IsAlive() const override;
 
   private:
+    NxResult ReadTogether(std::span<Register> neighbours);
     NxResult ReadNumber(std::uint64_t address, std::uint32_t& number);
     NxResult ReadNumber(std::uint64_t address, std::uint64_t& number);
     NxResult FindDescription(std::uint64_t& address, std::size_t& length);
@@ -43,4 +44,5 @@ class U3vPort : public DevicePort {
     mutable std::mutex mMutex;
     U3vChannel mChannel;
     std::uint64_t mManifestAddress = 0;
+    bool mReadsNeighbours = true;
 };

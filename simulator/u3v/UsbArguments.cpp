@@ -31,6 +31,8 @@ void UsbArguments::AddTo(CLI::App& app) {
                    "Controller n has the buses 2n-1 (USB 2) and 2n (USB 3)")
         ->type_name("PLACE")
         ->expected(1)
+        // Else the "--" before COMMAND would be taken for the end of a list of ports.
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->capture_default_str()
         ->group(kGroup);
