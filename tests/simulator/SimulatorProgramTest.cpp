@@ -1,0 +1,180 @@
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <nlohmann/json.hpp>
+
+#include "GvcpClient.h"
+#include "Payload.h"
+#include "Process.h"
+#include "TemporaryFolder.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+namespace {
+
+class SimulatorProgramTest : public testing::Test {
+  protected:
+    [[nodiscard]] std::string File(const std::string& name) const {
+        return (mFolder.Path() / name).string();
+    }
+
+    std::unique_ptr<Process> Start(const std::vector<std::string>& options = {}) {
+        std::vector<std::string> command{Program("mirsko-simulator"),
+                                         "--state",
+                                         File("state"),
+                                         "--ready-file",
+                                         File("ready"),
+                                         "--events",
+                                         File("events")};
+        command.insert(command.end(), options.begin(), options.end());
+        auto process = std::make_unique<Process>(command);
+        EXPECT_TRUE(WaitUntil(
+            [&] { return std::filesystem::exists(File("ready")) || !process->IsRunning(); }));
+        EXPECT_TRUE(process->IsRunning()) << process->Wait(std::chrono::seconds(1)).err;
+        return process;
+    }
+
+    std::vector<json> Events() {
+        std::vector<json> events;
+        std::ifstream file(File("events"));
+        for (std::string line; std::getline(file, line);) {
+            events.push_back(json::parse(line));
+        }
+        return events;
+    }
+
+    TemporaryFolder mFolder;
+};
+
+}  // namespace
+
+TEST_F(SimulatorProgramTest, SaysWhenItIsReadyAndEndsCleanlyOnSigterm) {
+    const auto process = Start({"--profile", "main-load", "--mac", "02:00:00:00:00:07"});
+    const json ready = json::parse(ReadFile(File("ready")));
+    EXPECT_EQ(ready["address"], "127.0.0.1");
+    EXPECT_EQ(ready["interface"], "lo");
+    EXPECT_EQ(ready["mac"], "02:00:00:00:00:07");
+    EXPECT_EQ(ready["profile"], "main-load");
+    EXPECT_EQ(ready["pid"], process->Id());
+    EXPECT_THAT(ready["serves"].get<std::vector<std::string>>(), testing::Contains("gvcp"));
+    EXPECT_EQ(ready["state_folder"], File("state"));
+    EXPECT_EQ(GvcpClient().Read(0x24), 0x7f000001U);
+    const ProcessResult result = process->Terminate();
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "");
+    EXPECT_FALSE(std::filesystem::exists(File("ready")));
+    EXPECT_EQ(Events().back()["event"], "power_off");
+}
+
+TEST_F(SimulatorProgramTest, RunsTheStoredFirmwareAfterAPowerCycle) {
+    {
+        const auto process = Start({"--user-name", "before"});
+        GvcpClient client;
+        ASSERT_TRUE(client.Upload(Payload{.body = "image"}.Encode(), 4096));
+        ASSERT_TRUE(client.Upload(Payload{.kind = 2, .body = "after"}.Encode(), 4096));
+        EXPECT_EQ(process->Terminate().exitStatus, 0);
+    }
+    json state = json::parse(ReadFile(File("state/state.json")));
+    EXPECT_EQ(state["running_version"], "1.0");
+    EXPECT_EQ(state["stored_version"], "2.1");
+    EXPECT_EQ(state["transfers"], 2);
+    const auto process = Start({"--user-name", "before", "--firmware-version", "1.5"});
+    GvcpClient client;
+    EXPECT_THAT(client.Ask("0084", "0000008800000004"), HasSubstr("322e3100"));
+    EXPECT_EQ(process->Terminate().exitStatus, 0);
+    state = json::parse(ReadFile(File("state/state.json")));
+    EXPECT_EQ(state["running_version"], "2.1");
+    EXPECT_EQ(state["device_id"], "after");
+    EXPECT_EQ(ReadFile(File("state/firmware.bin")), "image");
+}
+
+TEST_F(SimulatorProgramTest, KeepsTheOldFirmwareWhenKilledWhileFlashing) {
+    {
+        const auto process = Start({"--flash-time", "60000"});
+        GvcpClient client;
+        ASSERT_TRUE(client.Upload(Payload{.body = "image"}.Encode(), 4096));
+        process->Signal(SIGKILL);
+        (void)process->Wait(std::chrono::seconds(10));
+    }
+    std::filesystem::remove(File("ready"));
+    const auto process = Start();
+    const json state = json::parse(ReadFile(File("state/state.json")));
+    EXPECT_EQ(state["running_version"], "1.0");
+    EXPECT_EQ(state["stored_version"], "1.0");
+    EXPECT_EQ(state["last_status"], "Flash write interrupted, firmware 1.0 kept");
+    EXPECT_FALSE(std::filesystem::exists(File("state/firmware.bin")));
+}
+
+TEST_F(SimulatorProgramTest, WritesWhatHappenedWithTheCommandsCounted) {
+    const auto process = Start();
+    GvcpClient client;
+    ASSERT_TRUE(client.Upload(Payload{.body = std::string(3000, 'x')}.Encode(), 1072));
+    EXPECT_EQ(process->Terminate().exitStatus, 0);
+    std::map<std::string, json> last;
+    for (const json& event : Events()) {
+        EXPECT_TRUE(event["time_ms"].is_number());
+        last[event["event"]] = event;
+    }
+    EXPECT_EQ(last.at("control_taken")["privilege"], 2);
+    EXPECT_EQ(last.at("transfer")["bytes"], 3064);
+    EXPECT_EQ(last.at("flashed")["version"], "2.1");
+    EXPECT_EQ(last.at("status")["text"], "Firmware applied: MirskoSim 2.1");
+    EXPECT_EQ(last.at("gvcp_commands")["commands"]["WRITEMEM"], 6);
+    EXPECT_EQ(last.at("file_close")["commands"]["WRITEMEM"].get<int>() -
+                  last.at("file_open")["commands"].value("WRITEMEM", 0),
+              6);
+}
+
+TEST_F(SimulatorProgramTest, RefusesWrongUseWithStatus2AndSaysWhy) {
+    const std::vector<std::vector<std::string>> wrong{
+        {"--nonsense"},
+        {"--profile", "none"},
+        {"--address", "here"},
+        {"--mac", "02:00"},
+        {"--buffer-size", "3"},
+        {"--buffer-size", "many"},
+        {"--firmware-version", "2"},
+        {"--loss", "101"},
+        {"--busy", "-1"},
+        {"--flash-time", "-5"},
+        {"extra"},
+    };
+    for (const auto& options : wrong) {
+        std::vector<std::string> command{Program("mirsko-simulator")};
+        command.insert(command.end(), options.begin(), options.end());
+        const ProcessResult result = Process::Run(command, std::chrono::seconds(10));
+        EXPECT_EQ(result.exitStatus, 2) << options[0];
+        EXPECT_EQ(result.out, "");
+        EXPECT_NE(result.err, "") << options[0];
+    }
+}
+
+TEST_F(SimulatorProgramTest, EndsWithStatus1WhenTheDeviceCannotBeOn) {
+    const auto first = Start();
+    const ProcessResult taken = Process::Run({Program("mirsko-simulator")});
+    EXPECT_EQ(taken.exitStatus, 1);
+    EXPECT_EQ(taken.err, "cannot bind 127.0.0.1:3956 on lo: Address already in use\n");
+    const std::string broken = mFolder.Write("broken/state.json", "{");
+    const ProcessResult state = Process::Run(
+        {Program("mirsko-simulator"), "--address", "127.0.0.2", "--state", File("broken")});
+    EXPECT_EQ(state.exitStatus, 1);
+    EXPECT_THAT(state.err, HasSubstr(broken));
+    const ProcessResult ready = Process::Run({Program("mirsko-simulator"), "--address", "127.0.0.2",
+                                              "--ready-file", File("none/ready")});
+    EXPECT_EQ(ready.exitStatus, 1);
+    EXPECT_EQ(ready.err, "cannot write " + File("none/ready") + "\n");
+}
+
+TEST_F(SimulatorProgramTest, ExplainsItself) {
+    const ProcessResult result = Process::Run({Program("mirsko-simulator"), "--help"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.err, "");
+    for (const char* text : {"--profile", "selector-without-dfw", "--state", "--loss", "SIGTERM"}) {
+        EXPECT_THAT(result.out, HasSubstr(text));
+    }
+}
