@@ -1,8 +1,12 @@
 #include "EventLog.h"
 
-#include <algorithm>
-
 namespace simulator {
+
+namespace {
+
+constexpr std::size_t kMaxKept = 10000;
+
+}  // namespace
 
 EventLog::EventLog() : mStart(std::chrono::steady_clock::now()) {}
 
@@ -21,19 +25,22 @@ void EventLog::Add(const std::string& name, nlohmann::json fields) {
         // Texts may hold whatever bytes a peer sent; they must not make the log throw.
         mFile << fields.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) << std::endl;
     }
+    ++mCounts[name];
     mEvents.push_back(std::move(fields));
+    if (mEvents.size() > kMaxKept) {
+        mEvents.pop_front();
+    }
 }
 
 std::vector<nlohmann::json> EventLog::All() const {
     const std::lock_guard lock(mMutex);
-    return mEvents;
+    return {mEvents.begin(), mEvents.end()};
 }
 
 std::size_t EventLog::Count(const std::string& name) const {
     const std::lock_guard lock(mMutex);
-    return static_cast<std::size_t>(
-        std::count_if(mEvents.begin(), mEvents.end(),
-                      [&name](const nlohmann::json& event) { return event["event"] == name; }));
+    const auto found = mCounts.find(name);
+    return found == mCounts.end() ? 0 : found->second;
 }
 
 }  // namespace simulator

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <deque>
 #include <fstream>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -10,9 +12,9 @@
 
 namespace simulator {
 
-/// What happened to the device, in order: kept in memory and, when a file was opened, written as
-/// JSON lines. Each event is an object with "time_ms" (since this log was made), "event" (its name)
-/// and members of its own. May be used from any thread.
+/// What happened to the device, in order: the last 10000 are kept in memory and, when a file was
+/// opened, all of them written as JSON lines. Each event is an object with "time_ms" (since this
+/// log was made), "event" (its name) and members of its own. May be used from any thread.
 class EventLog {
   public:
     EventLog();
@@ -29,7 +31,8 @@ class EventLog {
   private:
     const std::chrono::steady_clock::time_point mStart;
     mutable std::mutex mMutex;
-    std::vector<nlohmann::json> mEvents;
+    std::deque<nlohmann::json> mEvents;
+    std::map<std::string, std::size_t> mCounts;
     std::ofstream mFile;
 };
 

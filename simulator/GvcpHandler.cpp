@@ -84,7 +84,9 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
                                            mBootstrap.DiscoveryPayload()),
                          true};
     }
-    if (mOptions.profile == Profile::kLoader || request.command == gvcp::kPacketResend) {
+    // Nothing is streamed, so nothing is resent; and the address is the host's.
+    if (mOptions.profile == Profile::kLoader || request.command == gvcp::kPacketResend ||
+        request.command == gvcp::kForceIp) {
         CountCommand(request);
         return std::nullopt;
     }

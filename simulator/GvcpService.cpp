@@ -122,6 +122,10 @@ void GvcpService::Drain(const BoundSocket& socket) {
             Serve(*datagram);
             continue;
         }
+        // Only discovery may be broadcast; other commands are for one device.
+        if (&socket != &mSockets.front()) {
+            continue;
+        }
         for (const Datagram& arrived : mReceived->Pass(std::move(*datagram), Clock::now())) {
             Serve(arrived);
         }

@@ -310,6 +310,7 @@ TEST_F(GvcpHandlerTest, IgnoresWhatIsNoCommandAndRefusesWhatItDoesNotKnow) {
                "00000000"))
         << "an acknowledge";
     EXPECT_FALSE(Handle("4200004000000001")) << "nothing is streamed, so nothing is resent";
+    EXPECT_FALSE(Handle("4201000400000001")) << "its address is set on the command line only";
     EXPECT_EQ(Ask("4201010000000001"), "8001010100000001");
     EXPECT_EQ(Ask("4201008000080002"
                   "00000024"),

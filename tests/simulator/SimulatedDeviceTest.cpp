@@ -28,6 +28,10 @@ void Start(SimulatedDevice& device) {
     ASSERT_TRUE(device.Start(why)) << why;
 }
 
+SimulatedDevice::Builder GvcpOnly() {
+    return SimulatedDevice::Builder().serveTftp(false);
+}
+
 std::string StoredBytes(SimulatedDevice& device) {
     return ReadFile(device.Firmware().Folder() / "firmware.bin");
 }
@@ -55,6 +59,17 @@ TEST(SimulatedDeviceTest, AnswersDiscoveryByUnicastAndBothBroadcasts) {
     device->Stop();
     EXPECT_FALSE(device->IsServing());
     EXPECT_THAT(Discover(client, "255.255.255.255"), SizeIs(0));
+}
+
+TEST(SimulatedDeviceTest, TakesNothingButDiscoveryFromABroadcast) {
+    const auto device = SimulatedDevice::Builder().build();
+    Start(*device);
+    GvcpClient client;
+    client.SendTo("255.255.255.255",
+                  "4201008000040001"
+                  "00000024");
+    EXPECT_THAT(Discover(client, "255.255.255.255"), SizeIs(1));
+    EXPECT_EQ(device->GvcpCounts().count("READREG"), 0U);
 }
 
 TEST(SimulatedDeviceTest, SharesAnInterfaceWithOtherDevices) {
@@ -89,24 +104,24 @@ TEST(SimulatedDeviceTest, KeepsToItsInterface) {
 }
 
 TEST(SimulatedDeviceTest, SaysWhyItCannotStart) {
-    const auto first = SimulatedDevice::Builder().build();
+    const auto first = GvcpOnly().build();
     Start(*first);
     std::string why;
-    EXPECT_FALSE(SimulatedDevice::Builder().build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().build()->Start(why));
     EXPECT_EQ(why, "cannot bind 127.0.0.1:3956 on lo: Address already in use");
-    EXPECT_FALSE(SimulatedDevice::Builder().address("10.1.2.3").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().address("10.1.2.3").build()->Start(why));
     EXPECT_EQ(why, "cannot bind 10.1.2.3:3956 on lo: Cannot assign requested address");
-    EXPECT_FALSE(SimulatedDevice::Builder().interfaceName("none").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().interfaceName("none").build()->Start(why));
     EXPECT_THAT(why, HasSubstr("cannot use the interface for 127.0.0.1:3956 on none"));
-    EXPECT_FALSE(SimulatedDevice::Builder().address("host").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().address("host").build()->Start(why));
     EXPECT_EQ(why, "\"host\" is not an IPv4 address");
-    EXPECT_FALSE(SimulatedDevice::Builder().mac("02:00").build()->Start(why));
-    EXPECT_FALSE(SimulatedDevice::Builder().bufferSize(510).build()->Start(why));
-    EXPECT_FALSE(SimulatedDevice::Builder().model("a\n").build()->Start(why));
-    EXPECT_FALSE(SimulatedDevice::Builder().family("").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().mac("02:00").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().bufferSize(510).build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().model("a\n").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().family("").build()->Start(why));
     FaultOptions faults;
     faults.sent.lossPercent = 101;
-    EXPECT_FALSE(SimulatedDevice::Builder().faults(faults).build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().faults(faults).build()->Start(why));
     EXPECT_FALSE(first->Start(why));
     EXPECT_EQ(why, "the device is on already");
 }

@@ -156,7 +156,7 @@ TEST_F(SimulatorProgramTest, RefusesWrongUseWithStatus2AndSaysWhy) {
 
 TEST_F(SimulatorProgramTest, EndsWithStatus1WhenTheDeviceCannotBeOn) {
     const auto first = Start();
-    const ProcessResult taken = Process::Run({Program("mirsko-simulator")});
+    const ProcessResult taken = Process::Run({Program("mirsko-simulator"), "--no-tftp"});
     EXPECT_EQ(taken.exitStatus, 1);
     EXPECT_EQ(taken.err, "cannot bind 127.0.0.1:3956 on lo: Address already in use\n");
     const std::string broken = mFolder.Write("broken/state.json", "{");

@@ -1,0 +1,180 @@
+// The simulated device, judged by programs that are not ours: Aravis's client and Wireshark's
+// dissector.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "GvcpClient.h"
+#include "Process.h"
+#include "TemporaryFolder.h"
+#include "simulator/SimulatedDevice.h"
+
+using simulator::FirmwareVersion;
+using simulator::Profile;
+using simulator::RegisterLayout;
+using simulator::SimulatedDevice;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const std::string kName = "--name=Mirsko-Simulated Camera-SIM-0001";
+
+void Start(SimulatedDevice& device) {
+    std::string why;
+    ASSERT_TRUE(device.Start(why)) << why;
+}
+
+ProcessResult ArvTool(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "arv-tool-0.8");
+    const ProcessResult result = Process::Run(arguments);
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    return result;
+}
+
+std::string Control(const std::string& feature) {
+    return ArvTool({kName, "control", feature}).out;
+}
+
+/// Records what passes over loopback from construction to Stop.
+class Recording {
+  public:
+    Recording()
+        : mFile(mFolder.Path() / "session.pcap"),
+          mProcess({"tcpdump", "--interface=lo", "--immediate-mode", "--packet-buffered", "-w",
+                    mFile.string(), "udp", "port", "3956"}) {
+        // The file's header is written when the recording has begun.
+        EXPECT_TRUE(WaitUntil([this] {
+            std::error_code error;
+            return std::filesystem::file_size(mFile, error) >= 24 && !error;
+        }));
+    }
+
+    /// What was on its way to the file when the recording ends would be lost, so it ends with a
+    /// discovery command of its own, and waits for that.
+    void Stop() {
+        GvcpClient().Send("420100020000abcd");
+        const std::string_view marker("\x42\x01\x00\x02\x00\x00\xab\xcd", 8);
+        EXPECT_TRUE(WaitUntil([&] { return ReadFile(mFile).find(marker) != std::string::npos; }));
+        (void)mProcess.Terminate();
+    }
+
+    [[nodiscard]] std::string Dissect(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"tshark", "-r", mFile.string()});
+        const ProcessResult result = Process::Run(arguments);
+        EXPECT_EQ(result.exitStatus, 0) << result.err;
+        return result.out;
+    }
+
+    [[nodiscard]] std::size_t Count(const std::string& filter) const {
+        const std::string lines = Dissect({"-Y", filter});
+        return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n'));
+    }
+
+  private:
+    TemporaryFolder mFolder;
+    std::filesystem::path mFile;
+    Process mProcess;
+};
+
+}  // namespace
+
+TEST(SimulatorPeersTest, IsListedByAravis) {
+    const auto first = SimulatedDevice::Builder().build();
+    const auto second = SimulatedDevice::Builder().address("127.0.0.2").serial("SIM-0002").build();
+    Start(*first);
+    Start(*second);
+    const std::string list = ArvTool({}).out;
+    EXPECT_THAT(list, HasSubstr("Mirsko-Simulated Camera-SIM-0001 (127.0.0.1)\n"));
+    EXPECT_THAT(list, HasSubstr("Mirsko-Simulated Camera-SIM-0002 (127.0.0.2)\n"));
+}
+
+TEST(SimulatorPeersTest, IsReadAndWrittenByAravis) {
+    const auto device = SimulatedDevice::Builder().userName("left").version({3, 4}).build();
+    Start(*device);
+    EXPECT_THAT(Control("DeviceModelName"), HasSubstr("DeviceModelName = Simulated Camera\n"));
+    EXPECT_THAT(Control("DeviceFirmwareVersion"), HasSubstr("DeviceFirmwareVersion = 3.4\n"));
+    EXPECT_THAT(Control("DeviceUserID"), HasSubstr("DeviceUserID = left\n"));
+    EXPECT_THAT(Control("Width=1024"), HasSubstr("Width = 1024"));
+    EXPECT_THAT(Control("Width"), HasSubstr("Width = 1024"));
+    EXPECT_THAT(Control("DeviceUserID=right"), HasSubstr("DeviceUserID = right\n"));
+    EXPECT_EQ(device->Firmware().DeviceId(), "right");
+    EXPECT_THAT(Control("FileOperationSelector=Close"),
+                HasSubstr("FileOperationSelector = Close\n"));
+}
+
+TEST(SimulatorPeersTest, ShowsAravisItsFileFeaturesInEveryForm) {
+    for (const bool zipped : {false, true}) {
+        for (const RegisterLayout layout :
+             {RegisterLayout::kPlain, RegisterLayout::kSelectorDependent}) {
+            const auto device = SimulatedDevice::Builder()
+                                    .zippedXml(zipped)
+                                    .layout(layout)
+                                    .concatenation(!zipped)
+                                    .build();
+            Start(*device);
+            EXPECT_THAT(Control("FileSelector=StatusTxt"), HasSubstr("FileSelector = StatusTxt\n"));
+            EXPECT_THAT(Control("FileOpenMode=Write"), HasSubstr("FileOpenMode = Write\n"));
+            EXPECT_THAT(ArvTool({kName, "values"}).out, HasSubstr("'FileOperationStatus'"));
+        }
+    }
+}
+
+TEST(SimulatorPeersTest, OpensAFileForAravisAndShowsWhatCameOfIt) {
+    for (const RegisterLayout layout :
+         {RegisterLayout::kPlain, RegisterLayout::kSelectorDependent}) {
+        const auto device = SimulatedDevice::Builder().layout(layout).build();
+        Start(*device);
+        const auto openFor = [](const std::string& file, const std::string& mode) {
+            return ArvTool({kName, "control", "FileSelector=" + file, "FileOperationSelector=Open",
+                            "FileOpenMode=" + mode, "FileOperationExecute", "FileOperationStatus"})
+                .out;
+        };
+        EXPECT_THAT(openFor("StatusTxt", "Read"), HasSubstr("FileOperationStatus = Success\n"));
+        EXPECT_THAT(openFor("StatusTxt", "Write"), HasSubstr("FileOperationStatus = Failure\n"));
+    }
+}
+
+TEST(SimulatorPeersTest, ComesBackForAravisAfterADeviceReset) {
+    const auto device =
+        SimulatedDevice::Builder().rebootTime(std::chrono::milliseconds(100)).build();
+    Start(*device);
+    (void)Control("DeviceReset");
+    ASSERT_TRUE(WaitUntil([&] { return device->Events().Count("power_on") == 2; }));
+    ASSERT_TRUE(WaitUntil([&] { return device->IsServing(); }));
+    EXPECT_THAT(Control("DeviceModelName"), HasSubstr("DeviceModelName = Simulated Camera\n"));
+}
+
+TEST(SimulatorPeersTest, IsSeenAsALoaderWithoutAravisGettingIn) {
+    const auto device = SimulatedDevice::Builder().profile(Profile::kLoader).build();
+    Start(*device);
+    EXPECT_THAT(ArvTool({}).out, HasSubstr("Mirsko-Simulated Camera-SIM-0001 (127.0.0.1)\n"));
+}
+
+TEST(SimulatorPeersTest, SpeaksGvcpThatWiresharkFindsNoFaultWith) {
+    const auto device =
+        SimulatedDevice::Builder().executeLatency(std::chrono::milliseconds(300)).build();
+    Start(*device);
+    Recording recording;
+    (void)ArvTool({});
+    (void)ArvTool({kName, "values"});
+    (void)Control("Width=800");
+    (void)ArvTool({kName, "control", "FileSelector=StatusTxt", "FileOpenMode=Read",
+                   "FileOperationExecute", "FileOperationStatus"});
+    recording.Stop();
+
+    EXPECT_GT(recording.Count("gvcp"), 100U);
+    EXPECT_EQ(recording.Count("!gvcp"), 0U) << recording.Dissect({"-Y", "!gvcp"});
+    EXPECT_EQ(recording.Count("_ws.malformed"), 0U) << recording.Dissect({"-Y", "_ws.malformed"});
+    EXPECT_EQ(recording.Count("_ws.expert.severity >= 0x800000"), 0U);
+    const std::string commands = recording.Dissect({"-T", "fields", "-e", "_ws.col.Info"});
+    for (const char* kind : {"DISCOVERY_ACK (Mirsko, SIM-0001)", "READREG_ACK", "WRITEREG_ACK",
+                             "READMEM_ACK", "WRITEMEM_ACK", "PENDING_ACK"}) {
+        EXPECT_THAT(commands, HasSubstr(kind));
+    }
+    const std::string names = recording.Dissect(
+        {"-Y", "gvcp.ack == 0x0003", "-T", "fields", "-e", "gvcp.bootstrap.modelname"});
+    EXPECT_THAT(names, HasSubstr("Simulated Camera"));
+}
