@@ -63,6 +63,7 @@ function(mirsko_test name)
     endif()
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} test_support GTest::gmock_main)
+    target_precompile_headers(${name} REUSE_FROM test_precompiled)
     set_target_properties(${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     if(arg_ISOLATED)
