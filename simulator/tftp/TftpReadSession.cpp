@@ -12,8 +12,8 @@ constexpr std::size_t kDataHeader = 4;
 
 }  // namespace
 
-TftpReadSession::TftpReadSession(Context context, const TftpPacket& request)
-    : TftpSession(std::move(context), request) {}
+TftpReadSession::TftpReadSession(const Context& context, const TftpPacket& request)
+    : TftpSession(context, request) {}
 
 void TftpReadSession::Start(Time now) {
     mHoldEnd = now + mContext.settings.maxHold;

@@ -12,7 +12,7 @@ namespace simulator {
 /// (RFC 1123, section 4.2.3.1). A file that cannot be read yet lets the client wait.
 class TftpReadSession : public TftpSession {
   public:
-    TftpReadSession(Context context, const TftpPacket& request);
+    TftpReadSession(const Context& context, const TftpPacket& request);
 
     void Start(Time now) override;
     void MeetRepeatedRequest(Time now) override;

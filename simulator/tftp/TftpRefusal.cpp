@@ -4,8 +4,8 @@
 
 namespace simulator {
 
-TftpRefusal::TftpRefusal(Context context, const TftpPacket& request, TftpError error)
-    : TftpSession(std::move(context), request), mError(std::move(error)) {}
+TftpRefusal::TftpRefusal(const Context& context, const TftpPacket& request, TftpError error)
+    : TftpSession(context, request), mError(std::move(error)) {}
 
 void TftpRefusal::Start(Time) {
     Fail(mError);

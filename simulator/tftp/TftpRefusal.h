@@ -7,7 +7,7 @@ namespace simulator {
 /// Answers a request with ERROR, and is over.
 class TftpRefusal : public TftpSession {
   public:
-    TftpRefusal(Context context, const TftpPacket& request, TftpError error);
+    TftpRefusal(const Context& context, const TftpPacket& request, TftpError error);
 
     void Start(Time now) override;
     void MeetRepeatedRequest(Time now) override;

@@ -18,8 +18,8 @@ void Replace(TftpOptionList& options, const std::string& name, const std::string
 
 }  // namespace
 
-TftpSession::TftpSession(Context context, const TftpPacket& request)
-    : mContext(std::move(context)),
+TftpSession::TftpSession(const Context& context, const TftpPacket& request)
+    : mContext(context),
       mRequested(request.options),
       mNumbers(mContext.settings.rollover),
       mTimer(mContext.settings) {

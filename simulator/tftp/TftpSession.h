@@ -33,7 +33,7 @@ class TftpSession {
         const std::atomic<bool>* muted = nullptr;  ///< while set, nothing is sent; may be null
     };
 
-    TftpSession(Context context, const TftpPacket& request);
+    TftpSession(const Context& context, const TftpPacket& request);
     virtual ~TftpSession();
     TftpSession(const TftpSession&) = delete;
     TftpSession& operator=(const TftpSession&) = delete;

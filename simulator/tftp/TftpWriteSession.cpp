@@ -12,8 +12,8 @@ constexpr unsigned int kMaxLastAcks = 100;
 
 }  // namespace
 
-TftpWriteSession::TftpWriteSession(Context context, const TftpPacket& request)
-    : TftpSession(std::move(context), request) {}
+TftpWriteSession::TftpWriteSession(const Context& context, const TftpPacket& request)
+    : TftpSession(context, request) {}
 
 void TftpWriteSession::Start(Time now) {
     if (!Negotiate(std::nullopt)) {

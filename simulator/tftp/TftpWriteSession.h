@@ -11,7 +11,7 @@ namespace simulator {
 /// again. The last acknowledgement is repeated on demand for a while.
 class TftpWriteSession : public TftpSession {
   public:
-    TftpWriteSession(Context context, const TftpPacket& request);
+    TftpWriteSession(const Context& context, const TftpPacket& request);
 
     void Start(Time now) override;
     void MeetRepeatedRequest(Time now) override;
