@@ -23,14 +23,16 @@ TftpWriter::TftpWriter(TftpSession& session, TftpSource& source)
     : mSession(session), mSource(source), mTimer(kShortestTimeout), mPacing(1) {}
 
 NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
-    // At least one acknowledgement is to come before the last window: see MayHaveEnded.
-    const std::uint64_t blocks = mSource.Size() / wanted.blockSize + 1;
-    wanted.windowSize =
-        static_cast<unsigned int>(std::min<std::uint64_t>(wanted.windowSize, (blocks + 1) / 2));
     wanted.transferSize = mSource.Size();
-    TftpPacket answer;
-    NxResult result =
-        mSession.Open(TftpOpcode::kWriteRequest, fileName, wanted, mTimer, mOptions, answer);
+    wanted.windowSize = LongestWindow(wanted);
+    NxResult result = Open(fileName, wanted);
+    if (result.IsOK() && mOptions.windowSize > LongestWindow(mOptions)) {
+        // Smaller blocks were granted, and so there are too many of them for windows.
+        (void)mSession.Abort(TftpErrorCode::kOptionsRefused, kNxProtocol,
+                             "No windows with that many blocks");
+        wanted.windowSize = 1;
+        result = Open(fileName, wanted);
+    }
     if (!result.IsOK()) {
         return result;
     }
@@ -49,6 +51,22 @@ NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
         }
     }
     return NxResult();
+}
+
+NxResult TftpWriter::Open(const std::string& fileName, const TftpOptions& wanted) {
+    TftpPacket answer;
+    return mSession.Open(TftpOpcode::kWriteRequest, fileName, wanted, mTimer, mOptions, answer);
+}
+
+unsigned int TftpWriter::LongestWindow(const TftpOptions& options) const {
+    const std::uint64_t blocks = mSource.Size() / options.blockSize + 1;
+    // Where a window goes beyond number 65535, the second block after it could have the number
+    // that the server expects of the first one.
+    if (blocks > TftpBlockNumbers::kLastBeforeRollover) {
+        return 1;
+    }
+    // At least one acknowledgement is to come before the last window: see MayHaveEnded.
+    return static_cast<unsigned int>(std::min<std::uint64_t>(options.windowSize, (blocks + 1) / 2));
 }
 
 NxResult TftpWriter::SendBurst() {
@@ -136,7 +154,6 @@ void TftpWriter::Acknowledge(std::uint64_t block) {
     mNext = std::max(mNext, block + 1);
     mMovedAt = now;
     mTimer.EndBackOff();
-    mRolloverKnown = mRolloverKnown || block > TftpBlockNumbers::kLastBeforeRollover;
     if (wholeWindow && block > mRepeatedUpTo) {
         mTimer.AddSample(now - mSentAt);
         mPacing.OnCleanWindow();
@@ -169,9 +186,8 @@ NxResult TftpWriter::OnTimeout() {
     mSession.Monitor().Stall(
         mSession.ServerName() + " to acknowledge byte " + std::to_string(BytesIn(mAcknowledged)),
         mMovedAt, mTimer.Retry());
-    const bool atRollover = mAcknowledged <= TftpBlockNumbers::kLastBeforeRollover &&
-                            mHighest > TftpBlockNumbers::kLastBeforeRollover;
-    if (atRollover && !mRolloverKnown && mTimer.Retry() > kRetriesBeforeOtherRollover &&
+    if (mAcknowledged == TftpBlockNumbers::kLastBeforeRollover &&
+        mTimer.Retry() > kRetriesBeforeOtherRollover &&
         now - mMovedAt >= kWaitBeforeOtherRollover) {
         mNumbers.SetRollover(mNumbers.GetRollover() == TftpBlockNumbers::Rollover::kToZero
                                  ? TftpBlockNumbers::Rollover::kToOne

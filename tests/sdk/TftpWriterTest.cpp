@@ -1,6 +1,5 @@
 #include <NxDevice/TftpWriter.h>
 
-#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -9,8 +8,8 @@
 
 #include <NxBase/NxResultCodes.h>
 
-#include "Bytes.h"
 #include "ScriptedSocket.h"
+#include "TextSource.h"
 #include "TftpScript.h"
 
 namespace {
@@ -18,26 +17,6 @@ namespace {
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using namespace TftpScript;
-
-class TextSource : public TftpSource {
-  public:
-    explicit TextSource(std::string text) : mText(std::move(text)) {}
-
-    [[nodiscard]] std::uint64_t Size() const override { return mText.size(); }
-    NxResult Read(std::uint64_t offset, std::span<std::byte> buffer) override {
-        if (offset >= failsAt) {
-            return NxResult(kNxLocalFile, "the disk is gone");
-        }
-        std::copy_n(BytesOf(mText).begin() + static_cast<std::ptrdiff_t>(offset), buffer.size(),
-                    buffer.begin());
-        return NxResult();
-    }
-
-    std::uint64_t failsAt = UINT64_MAX;
-
-  private:
-    std::string mText;
-};
 
 class TftpWriterTest : public testing::Test {
   protected:

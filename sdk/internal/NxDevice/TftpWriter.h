@@ -23,6 +23,8 @@ class NX_API TftpWriter {
     NxResult Run(const std::string& fileName, TftpOptions wanted);
 
   private:
+    NxResult Open(const std::string& fileName, const TftpOptions& wanted);
+    [[nodiscard]] unsigned int LongestWindow(const TftpOptions& options) const;
     NxResult SendBurst();
     NxResult SendBlock(std::uint64_t block);
     NxResult AwaitAcknowledgement();
@@ -40,7 +42,6 @@ class NX_API TftpWriter {
     TftpTimer mTimer;
     TftpPacing mPacing;
     TftpBlockNumbers mNumbers;
-    bool mRolloverKnown = false;
 
     // Blocks are counted from 1; the last one is shorter than a block, perhaps empty.
     std::uint64_t mBlockCount = 0;

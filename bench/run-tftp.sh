@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Compares this project's TFTP client with curl, tftp-hpa and atftp on tftpd-hpa and atftpd, with
+# client and server on the same CPU and on different ones, in a network of its own.
+#   bench/run-tftp.sh [MiB [rounds]]
+set -eu
+cd "$(dirname "$0")/.."
+if [ "${1:-}" != --isolated ]; then
+    scripts/fetch-peers.sh
+    exec tests/isolated.sh "$0" --isolated "$@"
+fi
+size=${2:-32}
+rounds=${3:-5}
+program=$PWD/build/release/bin/bench-tftp
+[ -x "$program" ] || { echo "Build the release preset first" >&2; exit 1; }
+peers=$PWD/build/peers
+
+# tftpd-hpa resolves its address only where some interface has one that is not 127.x.
+ip address add 10.99.99.1/32 dev lo
+mkdir -m 777 /tmp/tftpd-hpa /tmp/atftpd
+head -c "$((size * 1024 * 1024))" /dev/urandom >/tmp/file
+
+serve() { # CPU of the servers
+    taskset -c "$1" "$peers/tftpd-hpa/usr/sbin/in.tftpd" -L -4 -c -p -u root \
+        -a 127.0.0.1:69 -s /tmp/tftpd-hpa &
+    hpa=$!
+    taskset -c "$1" "$peers/atftpd/usr/sbin/atftpd" --daemon --no-fork --user root --group root \
+        --bind-address 127.0.0.2 --port 69 --logfile /dev/null /tmp/atftpd &
+    at=$!
+    until [ "$(grep -c ':0045 ' /proc/net/udp)" = 2 ]; do sleep 0.1; done
+}
+stop() {
+    kill "$hpa" "$at"
+    wait "$hpa" "$at" 2>/dev/null || true
+}
+compare() { # address, name, further options
+    "$program" --address "$1" --server-name "$2" --file /tmp/file \
+        --remote-file "/tmp/$2/upload" --cpu 0 --rounds "$rounds" "${@:3}"
+}
+
+echo "server     block  window  MB/s, best of $rounds; ratio of ours to the fastest other one"
+for cpu in 0 1; do
+    [ "$cpu" = 0 ] && echo "same CPU" || echo "different CPUs"
+    serve "$cpu"
+    compare 127.0.0.1 tftpd-hpa
+    compare 127.0.0.2 atftpd
+    compare 127.0.0.2 atftpd --windows 16,64 --blocks 1428
+    compare 127.0.0.2 atftpd --windows 8,16 --blocks 8192
+    stop
+done
