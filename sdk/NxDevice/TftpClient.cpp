@@ -96,6 +96,7 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
             kNxInvalidArgument,
             "The remote file's name must have 1 to 255 bytes, not " + std::to_string(name.size()));
     }
+    mServerIsSilent = mServerIsSilent && server.address == mServer.address;
     mServer = server;
     mRemoteFileName = name;
     return NxResult();

@@ -188,16 +188,16 @@ TEST(TftpBoundsTest, DuplicateAcksCauseNoDuplicateData) {
     EXPECT_LT(server.RepeatedBlocks(), 900U);
 }
 
-TEST(TftpBoundsTest, AServerThatNeverAnswersIsGivenUpAfterTenSeconds) {
+TEST(TftpBoundsTest, AServerThatNeverAnswersIsGivenUpAfterSevenSeconds) {
     FakeTftpServer server({.muteAfterBlock = 0});
     const Outcome outcome = Write(server, {}, 1, "content", 512, 1);
     EXPECT_EQ(outcome.result.GetCode(), kNxTimeout);
-    EXPECT_EQ(outcome.duration, 10s);
+    EXPECT_EQ(outcome.duration, 7s);
 }
 
 TEST(TftpBoundsTest, StrangersCannotKeepItWaiting) {
     FakeTftpServer server({.muteAfterBlock = 0});
-    for (const auto every : std::vector<std::chrono::microseconds>{10us, 1ms, 900ms}) {
+    for (const auto every : std::vector<std::chrono::microseconds>{100us, 1ms, 900ms}) {
         const Outcome outcome = Write(server, {.foreignEvery = every}, 1, "content", 512, 1);
         EXPECT_EQ(outcome.result.GetCode(), kNxTimeout);
         EXPECT_LT(outcome.duration, 11s);
@@ -228,7 +228,7 @@ TEST(TftpBoundsTest, AServerThatStopsInTheMiddleIsGivenUpAfterTenSeconds) {
 }
 
 TEST(TftpBoundsTest, ASlowDripIsGivenUp) {
-    FakeTftpServer server({.answerDelay = 8s});
+    FakeTftpServer server({.answerDelay = 6s});
     const Outcome outcome = Write(server, {}, 1, std::string(80'000, 'x'), 512, 1);
     EXPECT_EQ(outcome.result.GetCode(), kNxTimeout);
     EXPECT_NE(

@@ -74,7 +74,6 @@ class NX_API TftpSession {
     std::string mAction;  ///< "send RemoteUpdateDfw to 192.168.1.20 on eth1"
     TftpTimer::Duration mAnswerLimit = TftpTimer::kAnswerLimit;
     std::optional<Endpoint> mPeer;  ///< where the server's transfer ID is known: what to talk to
-    Endpoint mLastSender;
     TimePoint mStart;
     std::vector<std::byte> mBuffer;
 };
