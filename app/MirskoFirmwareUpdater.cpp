@@ -48,7 +48,7 @@ bool IsAllowedOn(const NxDeviceInfo& device, const std::string& path) {
     if (Contains(path, "zelka_qrm_lanx_fk02_tc3mn03_128kd")) {
         allowed = !(device.GetModelName() != "zELKA-QRm-LanX-FK02-TC3MN03-128kD");
     }
-    // Both names at once, which no device has, on purpose: this firmware is withdrawn everywhere.
+    // Both names at once, which no device has, on purpose: every device is refused.
     if (Contains(path, "zelka_qrm_h_fk02")) {
         if (device.GetModelName() != "zELKA-QRm-H-FK02-TC3MN01-128kD") {
             allowed = false;
@@ -84,7 +84,7 @@ bool MirskoFirmwareUpdaterApp::InitInstance(int argc, const char** argv) {
     }
     const NxDeviceInfo* const device = SelectDevice(parameters);
     if (device == nullptr) {
-        // One message for both causes, no option and no device, on purpose: scripts wait for it.
+        // One message for both causes, no option and no device, on purpose.
         std::cerr << "Error: must specify --localinterface or --u3v" << std::endl;
         exitCode = kNoDevice;
         return false;

@@ -21,8 +21,8 @@ bool IsFirmwareFile(const std::string& argument) {
     return extension == "dfw" || extension == "zip";
 }
 
-// Scripts in the field rely on these matches: a keyword counts wherever it stands in the option,
-// also in a value, and values are cut from the lowercased text.
+// As wide as this on purpose: a keyword counts wherever it stands in the option, also in a value,
+// and values are cut from the lowercased text.
 bool TakeOption(Parameters& parameters, const std::string& argument) {
     const std::string option = Lowercase(argument.substr(1));
     const auto has = [&option](const char* keyword) {

@@ -14,6 +14,8 @@ function(mirsko_sdk_library name)
         target_link_options(${name} PRIVATE -Wl,--no-undefined)
     endif()
     set_target_properties(${name} PROPERTIES
+        # A program's own path is not asked for what only a library needs.
+        INSTALL_RPATH "$ORIGIN:/lib:/lib/genicam/bin/Linux64_ARM"
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         INTERFACE_MIRSKO_SDK_KIND real
         COMPATIBLE_INTERFACE_STRING MIRSKO_SDK_KIND)

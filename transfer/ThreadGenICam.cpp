@@ -93,8 +93,7 @@ NxResult ThreadGenICam::GetStatus(NxString& status) {
         if (!result.IsOK()) {
             return result;
         }
-        // Not cleared on purpose: devices end a text with a zero byte or send the whole file, and
-        // those that rewrite only its head depend on the tail read before.
+        // Not cleared on purpose: after a shorter text the tail of the one before still follows.
         result = file->Read(buffer.data(), kStatusSize, read);
         if (!result.IsOK()) {
             return result;

@@ -91,7 +91,7 @@ Result MirskoFirmwareUpdaterDlg::ReadGenStringValue(const std::string& nodeName,
     if (!device->GetParameters()->GetStringValue(nodeName, text).IsOK()) {
         return Result(kCannotRead);
     }
-    // The model name whatever was asked for, on purpose: packages in the field are written for it.
+    // The model name whatever was asked for, on purpose: packages tell devices apart by model.
     value = deviceInfo->GetModelName().GetAscii();
     return Result(kDone);
 }

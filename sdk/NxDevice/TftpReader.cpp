@@ -30,11 +30,8 @@ NxResult TftpReader::Run(const std::string& fileName, TftpOptions wanted) {
     }
     mMovedAt = mSession.Now();
     if (answer.opcode == TftpOpcode::kOptionAck) {
-        const std::uint64_t size = mOptions.transferSize.value_or(0);
-        if (size > mBuffer.size()) {
-            return TooLong();
-        }
-        mSession.Monitor().SetTotal(size);
+        mSession.Monitor().SetTotal(
+            std::min<std::uint64_t>(mOptions.transferSize.value_or(0), mBuffer.size()));
         result = SendAck();
     } else {
         result = OnData(answer);
@@ -90,7 +87,7 @@ NxResult TftpReader::OnData(const TftpPacket& packet) {
     const std::uint64_t block = FindBlock(packet.number);
     if (block == mBlocks + 1) {
         NxResult result = Store(packet.data);
-        if (!result.IsOK()) {
+        if (!result.IsOK() || mIsCut) {
             return result;
         }
         return mComplete || mBlocksSinceAck == mOptions.windowSize ? SendAck() : NxResult();
@@ -123,11 +120,13 @@ NxResult TftpReader::Store(std::span<const std::byte> data) {
                                   " bytes where " + std::to_string(mOptions.blockSize) +
                                   " were agreed");
     }
-    if (data.size() > mBuffer.size() - mReceived) {
-        return TooLong();
+    const auto kept = data.first(std::min(data.size(), mBuffer.size() - mReceived));
+    std::copy(kept.begin(), kept.end(), mBuffer.begin() + static_cast<std::ptrdiff_t>(mReceived));
+    mReceived += kept.size();
+    if (kept.size() < data.size()) {
+        CutOff();
+        return NxResult();
     }
-    std::copy(data.begin(), data.end(), mBuffer.begin() + static_cast<std::ptrdiff_t>(mReceived));
-    mReceived += data.size();
     ++mBlocks;
     ++mBlocksSinceAck;
     mGapReported = false;
@@ -159,8 +158,10 @@ NxResult TftpReader::SendAck() {
     return mSession.Send(TftpEncoder::Ack(mNumbers.NumberOf(mBlocks)));
 }
 
-NxResult TftpReader::TooLong() {
-    return mSession.Abort(TftpErrorCode::kDiskFull, kNxBufferTooSmall,
-                          "the file is longer than the " + std::to_string(mBuffer.size()) +
-                              " bytes that it may have");
+// The beginning of a text is worth more to the user than a complaint about its length.
+void TftpReader::CutOff() {
+    mIsCut = true;
+    mComplete = true;
+    (void)mSession.Abort(TftpErrorCode::kDiskFull, kNxBufferTooSmall,
+                         "only the first " + std::to_string(mBuffer.size()) + " bytes are wanted");
 }

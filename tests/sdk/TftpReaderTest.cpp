@@ -95,26 +95,36 @@ TEST_F(TftpReaderTest, AsksAgainWithoutOptionsWhenTheyAreRefused) {
     EXPECT_EQ(mText, "abc");
 }
 
-TEST_F(TftpReaderTest, RefusesAFileThatIsAnnouncedTooLong) {
-    mSocket.ExpectSend(kServer, ReadRequest({"tsize", "0", "blksize", "8"}))
-        .Reply(kPeer, OptionAck({"tsize", "17", "blksize", "8"}))
-        .ExpectSend(kPeer, Error(3, "the file is longer than the 16 bytes that it may have"));
-    const NxResult result = Read(16);
-    EXPECT_EQ(result.GetCode(), kNxBufferTooSmall);
-    EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot read file from 192.168.1.20 on eth1: the file is longer than the 16 bytes "
-                 "that it may have");
+TEST_F(TftpReaderTest, CutsAFileThatIsLongerThanTheBuffer) {
+    for (const char* announced : {"17", "0"}) {
+        mSocket.ExpectSend(kServer, ReadRequest({"tsize", "0", "blksize", "8"}))
+            .Reply(kPeer, OptionAck({"tsize", announced, "blksize", "8"}))
+            .ExpectSend(kPeer, Ack(0));
+        Exchange(1, "01234567");
+        mSocket.Reply(kPeer, Data(2, "89abcdef"))
+            .ExpectSend(kPeer, Error(3, "only the first 12 bytes are wanted"));
+        ASSERT_TRUE(Read(12).IsOK());
+        EXPECT_EQ(mText, "0123456789ab");
+    }
 }
 
-TEST_F(TftpReaderTest, RefusesAFileThatTurnsOutTooLong) {
-    mSocket.ExpectSend(kServer, ReadRequest({"tsize", "0", "blksize", "8"}))
-        .Reply(kPeer, OptionAck({"blksize", "8"}))
-        .ExpectSend(kPeer, Ack(0));
+TEST_F(TftpReaderTest, CutsAFileOfWhichOnlyWholeBlocksFit) {
+    OpenWithBlocksOfEight("17");
     Exchange(1, "01234567");
-    mSocket.Reply(kPeer, Data(2, "89abc"))
-        .ExpectSend(kPeer, Error(3, "the file is longer than the 12 bytes that it may have"));
-    EXPECT_EQ(Read(12).GetCode(), kNxBufferTooSmall);
-    EXPECT_EQ(mText, "01234567");
+    Exchange(2, "89abcdef");
+    mSocket.Reply(kPeer, Data(3, "g"))
+        .ExpectSend(kPeer, Error(3, "only the first 16 bytes are wanted"));
+    ASSERT_TRUE(Read(16).IsOK());
+    EXPECT_EQ(mText, "0123456789abcdef");
+}
+
+TEST_F(TftpReaderTest, TakesAFileThatJustFillsTheBuffer) {
+    OpenWithBlocksOfEight("16");
+    Exchange(1, "01234567");
+    Exchange(2, "89abcdef");
+    Exchange(3, "");
+    ASSERT_TRUE(Read(16).IsOK());
+    EXPECT_EQ(mText, "0123456789abcdef");
 }
 
 TEST_F(TftpReaderTest, RefusesABlockLongerThanAgreed) {

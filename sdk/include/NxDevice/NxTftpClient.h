@@ -25,7 +25,7 @@ class NX_API NxTftpClient {
     NxResult SendFile(const NxString& localPath);
     NxResult SendData(const unsigned char* data, unsigned int length);
     /// Receives the remote file.
-    /// @param size number of bytes at `buffer`; a longer file fails with kNxBufferTooSmall
+    /// @param size number of bytes at `buffer`; a longer file is cut there
     /// @param received number of bytes put into `buffer`; may be null
     NxResult GetData(unsigned char* buffer, unsigned int size, unsigned int* received);
     /// Bytes that the server has acknowledged (or sent) and bytes in all, of the last transfer.

@@ -16,7 +16,7 @@
 /// Receives a file from a server. One object makes one transfer.
 class NX_API TftpReader {
   public:
-    /// @param buffer receives the file; a longer one fails with kNxBufferTooSmall
+    /// @param buffer receives the file; a longer one is cut at its end, and the server told so
     TftpReader(TftpSession& session, std::span<std::byte> buffer);
 
     NxResult Run(const std::string& fileName, TftpOptions wanted);
@@ -30,7 +30,7 @@ class NX_API TftpReader {
     NxResult Store(std::span<const std::byte> data);
     NxResult OnTimeout();
     NxResult SendAck();
-    NxResult TooLong();
+    void CutOff();
     [[nodiscard]] std::uint64_t FindBlock(std::uint16_t number);
 
     TftpSession& mSession;
@@ -44,6 +44,7 @@ class NX_API TftpReader {
     unsigned int mBlocksSinceAck = 0;
     bool mGapReported = false;  ///< since the last block that came in order
     bool mComplete = false;
+    bool mIsCut = false;  ///< the file is longer than the buffer
     TftpSession::TimePoint mAckedAt;
     TftpSession::TimePoint mMovedAt;
 };
