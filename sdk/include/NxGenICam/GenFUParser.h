@@ -23,8 +23,7 @@ class NX_API GenFUParser {
     /// Checks the whole text first; the builder is called only when nothing is wrong with it.
     /// @param text XML in UTF-8, at most 256 KiB
     /// @return code 0, or kNxBadManifest and a message "Manifest.xml:line:column: what is wrong";
-    /// line and column
-    ///         count from 1, the column in bytes
+    ///         line and column count from 1, the column in bytes
     NyUtilsLib::Result Build(const std::string& text);
 
   private:
