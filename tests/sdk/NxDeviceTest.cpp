@@ -1,9 +1,9 @@
 #include <NxDevice/NxDevice.h>
 
+#include <array>
 #include <chrono>
-
-#include <sys/wait.h>
-#include <unistd.h>
+#include <span>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@
 #include <NxGenICam/NxGenEnumEntry.h>
 #include <NxGenICam/NxGenFile.h>
 #include <NxGenICam/NxGenParameterArray.h>
+#include <NxSystem/UdpSocket.h>
 
 #include "../simulator/Payload.h"
 #include "Process.h"
@@ -313,6 +314,30 @@ TEST_F(NxDeviceTest, SharesControlBetweenConnectionsOfOneProcess) {
     ExpectUpdated();
 }
 
+TEST_F(NxDeviceTest, LetsOtherThreadsAskForProgressAndUseTheDeviceMeanwhile) {
+    StartAndConnect(Builder());
+    NxDevice* second = Connect();
+    ASSERT_NE(second, nullptr) << result.GetDescription().GetAscii();
+    const std::string path = folder.Write("payload.dfw", RandomBytes(200000, 3));
+    NxGenFile file;
+    ExpectOK(file.Open(device->GetParameters(), "RemoteUpdateDfw", NxGenOpenMode::kWrite));
+    std::thread writer([&] { ExpectOK(file.WriteFrom(path)); });
+    long done = 0;
+    long total = 0;
+    EXPECT_TRUE(WaitUntil([&] {
+        const long before = done;
+        ExpectOK(file.GetProgress(done, total));
+        EXPECT_GE(done, before);
+        NxString model;
+        ExpectOK(second->GetParameters()->GetStringValue("DeviceModelName", model));
+        return done == 200000;
+    }));
+    EXPECT_EQ(total, 200000);
+    writer.join();
+    ExpectOK(file.Close());
+    NxDevice::Free(second);
+}
+
 TEST_F(NxDeviceTest, GivesControlUpWithTheLastConnection) {
     StartAndConnect(Builder());
     NxDevice::Free(device);
@@ -350,17 +375,22 @@ TEST_F(NxDeviceTest, NoticesWhileIdleThatTheDeviceWasRestarted) {
 
 TEST_F(NxDeviceTest, TakesOverFromAProgramThatDiedAsSoonAsTheDeviceLetsGo) {
     StartDevice(Builder());
-    // A child that connects and dies without giving control up.
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        NxResult childResult;
-        (void)NxDevice::CreateAndConnect(NxString(kId), &childResult);
-        _exit(childResult.IsOK() ? 0 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_EQ(status, 0);
+    // Takes control (WRITEREG 2 to 0x0A00) and is not heard of again.
+    UdpSocket dead;
+    ASSERT_TRUE(dead.Open("lo", 0).IsOK());
+    const std::string command("\x42\x01\x00\x82\x00\x08\x00\x01\x00\x00\x0A\x00\x00\x00\x00\x02",
+                              16);
+    ASSERT_TRUE(dead.Send({0x7F000001, 3956}, std::as_bytes(std::span(command))).IsOK());
+    std::array<std::byte, 64> answer{};
+    std::size_t length = 0;
+    Endpoint from;
+    bool timedOut = false;
+    ASSERT_TRUE(
+        dead.Receive(answer, UdpSocket::Clock::now() + milliseconds(5000), length, from, timedOut)
+            .IsOK());
+    ASSERT_EQ(length, 12U);
+    ASSERT_EQ(answer[0], std::byte{0});
+    // Its control ends with the heartbeat timeout of 3 seconds.
     device = Connect();
     EXPECT_NE(device, nullptr) << result.GetDescription().GetAscii();
 }
