@@ -113,7 +113,8 @@ NxString::NxString(const wchar_t* text)
     : NxString(ToNarrow(text != nullptr ? std::wstring(text) : std::wstring())) {}
 
 // Cut at a zero byte: both forms are handed out as zero-terminated texts and must agree.
-NxString::NxString(const std::string& text) : mNarrow(text, 0, text.find('\0')), mWide(ToWide(mNarrow)) {}
+NxString::NxString(const std::string& text)
+    : mNarrow(text, 0, text.find('\0')), mWide(ToWide(mNarrow)) {}
 
 const char* NxString::GetAscii() const {
     return mNarrow.c_str();

@@ -31,7 +31,7 @@ struct TftpSettings {
     unsigned int maxRetries = 6;  ///< without any progress, then the transfer is over
     std::chrono::milliseconds maxSilence{30000};  ///< likewise, whatever time-out was negotiated
     std::chrono::milliseconds dally{1500};        ///< the last ACK is repeated as long as this
-    std::chrono::milliseconds maxHold{5000};     ///< for a file that cannot be read yet
+    std::chrono::milliseconds maxHold{5000};      ///< for a file that cannot be read yet
 };
 
 }  // namespace simulator

@@ -30,7 +30,7 @@ enum NxResultCode : unsigned int {
     kNxNotAPayload = 0x10f,         ///< the file does not begin with a valid firmware header
     kNxBufferTooSmall = 0x110,      ///< the caller's buffer cannot hold the answer
     kNxNotSupported = 0x111,        ///< this kind of device has no such operation
-    kNxBadManifest = 0x120,      ///< a package's manifest breaks the grammar
-    kNxNoUpdate = 0x121,         ///< no update of the package is for this device
-    kNxAssertFailed = 0x122,     ///< a device value that an update asks for is not there
+    kNxBadManifest = 0x120,         ///< a package's manifest breaks the grammar
+    kNxNoUpdate = 0x121,            ///< no update of the package is for this device
+    kNxAssertFailed = 0x122,        ///< a device value that an update asks for is not there
 };
