@@ -127,6 +127,9 @@ TEST_F(CheckCommandTest, FindsDamagedPayloads) {
     findings(damaged, "error: a.dfw is not a firmware payload: its body's checksum is wrong\n");
     findings(GoodPayload() + "x",
              "error: a.dfw is not a firmware payload: its body has 9 bytes, its header says 8\n");
+    findings("MDFW and then nothing that a header could be",
+             "error: a.dfw is not a firmware payload: it has 44 bytes, fewer than the 64 of a "
+             "header\n");
     findings("just bytes",
              "warning: a.dfw: it has no payload header; the updater transfers it as it stands, but "
              "cannot set a device ID or reset the device over TFTP\n");

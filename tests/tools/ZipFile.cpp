@@ -6,8 +6,8 @@ namespace {
 
 std::string Little(std::size_t value, int bytes) {
     std::string text;
-    for (int index = 0; index < bytes; ++index) {
-        text += static_cast<char>(value >> (8 * index) & 0xFFU);
+    for (int index = 0; index < bytes; ++index, value >>= 8U) {
+        text += static_cast<char>(value & 0xFFU);
     }
     return text;
 }

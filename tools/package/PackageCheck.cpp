@@ -1,7 +1,9 @@
 #include "PackageCheck.h"
 
 #include <algorithm>
+#include <fstream>
 
+#include "MemberHeader.h"
 #include "ModelProbe.h"
 #include "ModelTags.h"
 #include "PayloadCheck.h"
@@ -140,14 +142,39 @@ void PackageCheck::CheckFile(const std::string& name) {
     } else if (stored != name) {
         Warn(name + ": the updater takes the member " + Quoted(stored) + " for it");
     }
-    const TemporaryFile copy;
-    const std::string error = copy.Path().empty() ? "a temporary file cannot be made"
-                                                  : archive.Extract(*member, copy.Path());
-    if (!error.empty()) {
-        Error(stored + ": " + error);
+    CheckMember(*member);
+}
+
+void PackageCheck::CheckMember(std::size_t member) {
+    const Archive& archive = mPackage.GetArchive();
+    const Archive::Member& stored = archive.Members()[member];
+    const auto header = ReadMemberHeader(archive, member);
+    if (header && header->bodyLength + NxDfwHeader::kSize != stored.size) {
+        Error(stored.name + " is not a firmware payload: its body has " +
+              std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, its header says " +
+              std::to_string(header->bodyLength));
         return;
     }
-    const std::vector<Finding> findings = CheckPayload(copy.Path(), stored);
+    // What is no payload is read for its checksum only: it may unpack to more than the disk holds.
+    std::string head;
+    const TemporaryFile copy;
+    std::string error =
+        header ? archive.Extract(member, copy.Path())
+               : archive.Read(member, [&head](const char* bytes, std::size_t count) {
+                     head.append(bytes,
+                                 std::min<std::size_t>(count, NxDfwHeader::kSize - head.size()));
+                     return std::string();
+                 });
+    if (!header && error.empty()) {
+        std::ofstream file(copy.Path(), std::ios::binary);
+        file.write(head.data(), static_cast<std::streamsize>(head.size()));
+        error = file.flush() ? "" : "a temporary file cannot be written";
+    }
+    if (!error.empty()) {
+        Error(stored.name + ": " + error);
+        return;
+    }
+    const std::vector<Finding> findings = CheckPayload(copy.Path(), stored.name);
     mFindings.insert(mFindings.end(), findings.begin(), findings.end());
 }
 

@@ -20,6 +20,7 @@ class PackageCheck {
     void CheckUpload(const PackageStep& step, const std::string& place);
     void CheckUpdate(const PackageUpdate& update, std::size_t number);
     void CheckFile(const std::string& name);
+    void CheckMember(std::size_t member);
     void CheckModelTags();
     void CheckModelTag(const std::string& fileName);
     void Error(const std::string& text);
