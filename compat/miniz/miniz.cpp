@@ -16,7 +16,7 @@ namespace {
 
 // An end-of-central-directory record without anything else (PKWARE APPNOTE 6.3, section 4.3.16).
 constexpr off_t kSmallestArchive = 22;
-constexpr std::size_t kChunkSize = 256 * 1024;
+constexpr std::size_t kChunkSize = 256UL * 1024;
 constexpr zip_uint32_t kDosDirectory = 0x10;
 
 zip_t* Handle(const mz_zip_archive* archive) {
