@@ -1,0 +1,137 @@
+#include <NxDevice/NxTftpClient.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "Process.h"
+#include "TemporaryFolder.h"
+#include "UdpTftpServer.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Options = FakeTftpServer::Behaviour::Options;
+
+const char* const kConnectionId = "127.0.0.1%lo";
+
+NxResult Send(NxTftpClient& client, const std::string& content) {
+    NxResult result = client.Init(kConnectionId, "RemoteUpdateDfw");
+    return result.IsOK() ? client.SendData(reinterpret_cast<const unsigned char*>(content.data()),
+                                           static_cast<unsigned int>(content.size()))
+                         : result;
+}
+
+TEST(NxTftpClientTest, InitTakesNetworkDevicesOnly) {
+    NxTftpClient client;
+    EXPECT_TRUE(client.Init("192.168.1.20%eth1", "status").IsOK());
+    EXPECT_TRUE(client.Init("192.168.1.20", "status").IsOK());
+    const NxResult result = client.Init("u3v:012345678abc", "status");
+    EXPECT_EQ(result.GetCode(), kNxNotSupported);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "TFTP needs a network device, which u3v:012345678abc is not");
+    EXPECT_EQ(client.Init("no device", "status").GetCode(), kNxInvalidArgument);
+    EXPECT_EQ(client.Init("192.168.1.20", "").GetCode(), kNxInvalidArgument);
+    EXPECT_EQ(client.Init("192.168.1.20", std::string(256, 'n')).GetCode(), kNxInvalidArgument);
+}
+
+TEST(NxTftpClientTest, RefusesToWorkWithoutAServerAndWithoutData) {
+    NxTftpClient client;
+    unsigned char byte = 0;
+    EXPECT_EQ(client.SendData(&byte, 1).GetCode(), kNxInvalidArgument);
+    EXPECT_EQ(client.GetData(&byte, 1, nullptr).GetCode(), kNxInvalidArgument);
+    ASSERT_TRUE(client.Init(kConnectionId, "status").IsOK());
+    EXPECT_EQ(client.SendData(nullptr, 1).GetCode(), kNxInvalidArgument);
+    EXPECT_EQ(client.GetData(nullptr, 1, nullptr).GetCode(), kNxInvalidArgument);
+    EXPECT_EQ(client.SendFile("/absent/firmware.dfw").GetCode(), kNxLocalFile);
+}
+
+TEST(NxTftpClientTest, NamesAnInterfaceThatIsNotThere) {
+    NxTftpClient client;
+    unsigned char byte = 0;
+    ASSERT_TRUE(client.Init("127.0.0.1%nowhere0", "status").IsOK());
+    const NxResult result = client.SendData(&byte, 1);
+    EXPECT_EQ(result.GetCode(), kNxSocket);
+    EXPECT_NE(std::string(result.GetDescription().GetAscii()).find("nowhere0"), std::string::npos);
+}
+
+TEST(NxTftpClientTest, SendsAFileThroughAFaultyNetwork) {
+    const TemporaryFolder folder;
+    const std::string content = RandomBytes(2'000'000, 1);
+    const std::string file = folder.Write("firmware.dfw", content);
+    UdpTftpServer server({}, {.loss = 0.1, .duplication = 0.1, .reordering = 0.1}, 1);
+    NxTftpClient client;
+    ASSERT_TRUE(client.Init(kConnectionId, "RemoteUpdateDfw").IsOK());
+    const NxResult result = client.SendFile(file);
+    ASSERT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
+    ASSERT_FALSE(server.Files().empty());
+    EXPECT_TRUE(server.Files().front() == content);
+    long done = 0;
+    long total = 0;
+    ASSERT_TRUE(client.GetProgress(done, total).IsOK());
+    EXPECT_EQ(total, 2'000'000);
+}
+
+TEST(NxTftpClientTest, SendsPlainBlocksThroughAFaultyNetwork) {
+    for (const Options options : {Options::kIgnored, Options::kRefused}) {
+        const std::string content = RandomBytes(40'000, 2);
+        UdpTftpServer server({.options = options},
+                             {.loss = 0.05, .duplication = 0.2, .reordering = 0.1}, 2);
+        NxTftpClient client;
+        const NxResult result = Send(client, content);
+        ASSERT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
+        ASSERT_FALSE(server.Files().empty());
+        EXPECT_TRUE(server.Files().front() == content);
+    }
+}
+
+TEST(NxTftpClientTest, ReadsAFileThroughAFaultyNetwork) {
+    const std::string content = RandomBytes(100'000, 3);
+    UdpTftpServer server({}, {.loss = 0.1, .duplication = 0.1, .reordering = 0.1}, 3, content);
+    NxTftpClient client;
+    ASSERT_TRUE(client.Init(kConnectionId, "status").IsOK());
+    std::vector<unsigned char> buffer(100'000);
+    unsigned int received = 0;
+    const NxResult result = client.GetData(buffer.data(), 100'000, &received);
+    ASSERT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
+    EXPECT_EQ(received, 100'000U);
+    EXPECT_TRUE(std::equal(buffer.begin(), buffer.end(), content.begin(),
+                           [](auto a, char b) { return a == static_cast<unsigned char>(b); }));
+}
+
+TEST(NxTftpClientTest, ProgressAndWarningCanBeAskedForMeanwhile) {
+    UdpTftpServer server({.muteAfterBlock = 1}, {}, 4);
+    NxTftpClient client;
+    std::atomic<bool> ended = false;
+    NxResult result;
+    std::thread transfer([&] {
+        result = Send(client, RandomBytes(200'000, 4));
+        ended = true;
+    });
+    NxString warning;
+    EXPECT_TRUE(WaitUntil([&] {
+        EXPECT_TRUE(client.GetWarning(warning).IsOK());
+        return warning != "" || ended;
+    }));
+    long done = -1;
+    long total = 0;
+    EXPECT_TRUE(client.GetProgress(done, total).IsOK());
+    transfer.join();
+    EXPECT_NE(std::string(warning.GetAscii()).find("s for 127.0.0.1 on lo to acknowledge byte 0"),
+              std::string::npos)
+        << warning.GetAscii();
+    EXPECT_EQ(done, 0);
+    EXPECT_EQ(total, 200'000);
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    ASSERT_TRUE(client.GetWarning(warning).IsOK());
+    EXPECT_STREQ(warning.GetAscii(), "");
+}
+
+}  // namespace
