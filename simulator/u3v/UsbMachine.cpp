@@ -150,7 +150,6 @@ bool UsbMachine::PlugIn(Camera& camera, std::string& why) {
         why = "cannot plug a camera into " + camera.place;
         return false;
     }
-    camera.plugged = true;
     mEvents.Add("usb_plugged_in", {{"place", camera.place}});
     return true;
 }
@@ -173,7 +172,6 @@ void UsbMachine::HandleDepartures() {
     }
     for (const auto& [camera, departure] : departures) {
         mBed->Unplug(camera->place);
-        camera->plugged = false;
         camera->firmware->PowerOff(departure == U3vFunction::Departure::kReset);
         if (departure != U3vFunction::Departure::kUnplugged) {
             camera->returns = Clock::now() + camera->options.rebootTime;

@@ -58,7 +58,6 @@ class UsbMachine {
         std::unique_ptr<FirmwareStore> firmware;
         // The last is plugged in; programs may still have the earlier ones open.
         std::vector<std::unique_ptr<U3vFunction>> functions;
-        bool plugged = false;
         Clock::time_point returns = Clock::time_point::max();
     };
     struct Departed {

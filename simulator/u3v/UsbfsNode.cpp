@@ -21,9 +21,6 @@ namespace {
 constexpr std::uint32_t kCapabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
                                         USBDEVFS_CAP_BULK_SCATTER_GATHER |
                                         USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
-// The kernel's own limit of what one usbfs transfer may hold.
-constexpr int kLongestTransfer = 16 << 20;
-constexpr std::size_t kSetupLength = 8;
 
 gboolean OnIoctl(UMockdevIoctlBase* /*handler*/, UMockdevIoctlClient* client, gpointer node) {
     return static_cast<UsbfsNode*>(node)->HandleIoctl(client) ? TRUE : FALSE;
@@ -49,17 +46,8 @@ gboolean DispatchTimer(GSource* /*source*/, GSourceFunc callback, gpointer node)
 
 GSourceFuncs gTimerFunctions = {nullptr, nullptr, DispatchTimer, nullptr, nullptr, nullptr};
 
-/// Memory of the program that called ioctl(); what is changed here is changed there when the call
-/// ends. Null when the program is gone.
-UMockdevIoctlData* Fetch(UMockdevIoctlData* holder, std::size_t offset, std::size_t length) {
-    GError* error = nullptr;
-    UMockdevIoctlData* data = umockdev_ioctl_data_resolve(holder, offset, length, &error);
-    g_clear_error(&error);
-    return data;
-}
-
 bool FetchNumber(UMockdevIoctlData* argument, unsigned int& number) {
-    UMockdevIoctlData* data = Fetch(argument, 0, sizeof number);
+    UMockdevIoctlData* data = FetchMemory(argument, 0, sizeof number);
     if (data == nullptr) {
         return false;
     }
@@ -69,33 +57,6 @@ bool FetchNumber(UMockdevIoctlData* argument, unsigned int& number) {
 }
 
 }  // namespace
-
-struct UsbfsNode::Urb {
-    UMockdevIoctlClient* client = nullptr;  // not owned: its end is noticed
-    std::uintptr_t address = 0;             // in the program
-    UMockdevIoctlData* data = nullptr;
-    UMockdevIoctlData* buffer = nullptr;  // null when it is empty
-
-    Urb() = default;
-    Urb(const Urb&) = delete;
-    Urb& operator=(const Urb&) = delete;
-    ~Urb() {
-        g_clear_object(&buffer);
-        g_clear_object(&data);
-    }
-
-    [[nodiscard]] usbdevfs_urb& Fields() const {
-        return *reinterpret_cast<usbdevfs_urb*>(data->data);
-    }
-    [[nodiscard]] Bytes Buffer() const {
-        return buffer == nullptr ? Bytes()
-                                 : Bytes(buffer->data, static_cast<std::size_t>(buffer->data_len));
-    }
-    void Finish(int status, std::size_t length) const {
-        Fields().status = status;
-        Fields().actual_length = static_cast<int>(length);
-    }
-};
 
 UsbfsNode::UsbfsNode(UsbFunction& function, const UsbfsFaults& faults, std::function<void()> opened)
     : mFunction(function), mFaults(faults), mOpened(std::move(opened)) {}
@@ -128,6 +89,7 @@ UsbfsNode::~UsbfsNode() {
 }
 
 bool UsbfsNode::Attach(UMockdevTestbed* bed, const std::string& path) {
+    const std::lock_guard lock(mMutex);
     // poll() must tell when a transfer can be reaped. A pipe of one page does: with a byte in it
     // nothing can be written, without it something can.
     gchar* root = umockdev_testbed_get_root_dir(bed);
@@ -149,6 +111,7 @@ bool UsbfsNode::Attach(UMockdevTestbed* bed, const std::string& path) {
 }
 
 void UsbfsNode::Detach() {
+    const std::lock_guard lock(mMutex);
     for (UMockdevIoctlClient* client : mClients) {
         g_object_weak_unref(G_OBJECT(client), OnClose, this);
     }
@@ -165,11 +128,13 @@ void UsbfsNode::Wake() {
 }
 
 void UsbfsNode::HandleTimer() {
+    const std::lock_guard lock(mMutex);
     g_source_set_ready_time(mTimer, -1);
     Serve();
 }
 
 void UsbfsNode::HandleOpen(UMockdevIoctlClient* client) {
+    const std::lock_guard lock(mMutex);
     if (mTimer == nullptr) {
         GSource* timer = g_source_new(&gTimerFunctions, sizeof(GSource));
         g_source_set_callback(timer, OnTimer, this, nullptr);
@@ -182,8 +147,9 @@ void UsbfsNode::HandleOpen(UMockdevIoctlClient* client) {
 }
 
 void UsbfsNode::HandleClose(UMockdevIoctlClient* client) {
-    const auto isTheirs = [client](const std::unique_ptr<Urb>& urb) {
-        return urb->client == client;
+    const std::lock_guard lock(mMutex);
+    const auto isTheirs = [client](const std::unique_ptr<UsbfsUrb>& urb) {
+        return urb->Client() == client;
     };
     std::erase(mClients, client);
     mPending.remove_if(isTheirs);
@@ -196,8 +162,12 @@ void UsbfsNode::HandleClose(UMockdevIoctlClient* client) {
 }
 
 bool UsbfsNode::HandleIoctl(UMockdevIoctlClient* client) {
-    const int result = Answer(client, umockdev_ioctl_client_get_request(client),
-                              umockdev_ioctl_client_get_arg(client));
+    int result = 0;
+    {
+        const std::lock_guard lock(mMutex);
+        result = Answer(client, umockdev_ioctl_client_get_request(client),
+                        umockdev_ioctl_client_get_arg(client));
+    }
     umockdev_ioctl_client_complete(client, result < 0 ? -1 : result, result < 0 ? -result : 0);
     return true;
 }
@@ -213,7 +183,7 @@ int UsbfsNode::Answer(UMockdevIoctlClient* client, unsigned long request,
     unsigned int number = 0;
     switch (request) {
         case USBDEVFS_GET_CAPABILITIES: {
-            UMockdevIoctlData* data = Fetch(argument, 0, sizeof kCapabilities);
+            UMockdevIoctlData* data = FetchMemory(argument, 0, sizeof kCapabilities);
             if (data == nullptr) {
                 return -EFAULT;
             }
@@ -277,33 +247,15 @@ int UsbfsNode::Release(UMockdevIoctlClient* client, unsigned int interface) {
 }
 
 int UsbfsNode::Submit(UMockdevIoctlClient* client, UMockdevIoctlData* argument) {
-    auto urb = std::make_unique<Urb>();
-    urb->client = client;
-    std::memcpy(&urb->address, argument->data, sizeof urb->address);
-    urb->data = Fetch(argument, 0, sizeof(usbdevfs_urb));
-    if (urb->data == nullptr) {
-        return -EFAULT;
+    auto urb = std::make_unique<UsbfsUrb>();
+    const int error = urb->Fetch(client, argument);
+    if (error != 0) {
+        return error;
     }
-    const int length = urb->Fields().buffer_length;
-    if (length < 0 || length > kLongestTransfer) {
-        return -EINVAL;
-    }
-    if (length > 0) {
-        urb->buffer =
-            Fetch(urb->data, offsetof(usbdevfs_urb, buffer), static_cast<std::size_t>(length));
-        if (urb->buffer == nullptr) {
-            return -EFAULT;
-        }
-    }
-    const unsigned char type = urb->Fields().type;
-    if (type == USBDEVFS_URB_TYPE_BULK &&
+    if (urb->Fields().type == USBDEVFS_URB_TYPE_BULK &&
         std::none_of(mClaims.begin(), mClaims.end(),
                      [client](const auto& claim) { return claim.second == client; })) {
         return mClaims.empty() && !mFaults.interfaceBusy ? -ENOENT : -EBUSY;
-    }
-    if (type != USBDEVFS_URB_TYPE_BULK &&
-        (type != USBDEVFS_URB_TYPE_CONTROL || urb->Buffer().size() < kSetupLength)) {
-        return -EINVAL;
     }
     mPending.push_back(std::move(urb));
     Serve();
@@ -312,15 +264,15 @@ int UsbfsNode::Submit(UMockdevIoctlClient* client, UMockdevIoctlData* argument) 
 
 int UsbfsNode::Reap(UMockdevIoctlClient* client, UMockdevIoctlData* argument) {
     const auto urb = std::find_if(mDone.begin(), mDone.end(),
-                                  [client](const auto& done) { return done->client == client; });
+                                  [client](const auto& done) { return done->Client() == client; });
     if (urb == mDone.end()) {
         return mFunction.IsPresent() ? -EAGAIN : -ENODEV;
     }
-    UMockdevIoctlData* pointer = Fetch(argument, 0, sizeof(void*));
+    UMockdevIoctlData* pointer = FetchMemory(argument, 0, sizeof(void*));
     if (pointer == nullptr) {
         return -EFAULT;
     }
-    (void)umockdev_ioctl_data_set_ptr(pointer, 0, (*urb)->data);
+    (void)umockdev_ioctl_data_set_ptr(pointer, 0, (*urb)->Memory());
     g_object_unref(pointer);
     mDone.erase(urb);
     ShowReadiness();
@@ -329,7 +281,7 @@ int UsbfsNode::Reap(UMockdevIoctlClient* client, UMockdevIoctlData* argument) {
 
 int UsbfsNode::Discard(UMockdevIoctlClient* client, std::uintptr_t address) {
     const auto urb = std::find_if(mPending.begin(), mPending.end(), [&](const auto& pending) {
-        return pending->client == client && pending->address == address;
+        return pending->Client() == client && pending->Address() == address;
     });
     if (urb == mPending.end()) {
         return -EINVAL;
@@ -340,50 +292,6 @@ int UsbfsNode::Discard(UMockdevIoctlClient* client, std::uintptr_t address) {
     return 0;
 }
 
-bool UsbfsNode::TryFinish(Urb& urb) {
-    if (!mFunction.IsPresent()) {
-        urb.Finish(-ESHUTDOWN, 0);
-        return true;
-    }
-    if (urb.Fields().type == USBDEVFS_URB_TYPE_CONTROL) {
-        FinishControl(urb);
-        return true;
-    }
-    const std::uint8_t endpoint = urb.Fields().endpoint;
-    const Bytes buffer = urb.Buffer();
-    std::vector<std::uint8_t> bytes;
-    const bool in = (endpoint & USB_DIR_IN) != 0;
-    switch (in ? mFunction.In(endpoint, bytes) : mFunction.Out(endpoint, buffer)) {
-        case UsbFunction::Transfer::kDone:
-            std::copy_n(bytes.begin(), std::min(bytes.size(), buffer.size()), buffer.begin());
-            urb.Finish(bytes.size() > buffer.size() ? -EOVERFLOW : 0,
-                       in ? std::min(bytes.size(), buffer.size()) : buffer.size());
-            return true;
-        case UsbFunction::Transfer::kStalled:
-            urb.Finish(-EPIPE, 0);
-            return true;
-        case UsbFunction::Transfer::kNotReady:
-            break;
-    }
-    return false;
-}
-
-void UsbfsNode::FinishControl(Urb& urb) {
-    const Bytes buffer = urb.Buffer();
-    const auto word = [&](std::size_t at) {
-        return static_cast<std::uint16_t>(buffer[at] | (buffer[at + 1] << 8U));
-    };
-    const std::optional<std::vector<std::uint8_t>> answer =
-        mFunction.Control({buffer[0], buffer[1], word(2), word(4), word(6)});
-    if (!answer.has_value()) {
-        urb.Finish(-EPIPE, 0);
-        return;
-    }
-    const std::size_t length = std::min(answer->size(), buffer.size() - kSetupLength);
-    std::copy_n(answer->begin(), length, buffer.begin() + kSetupLength);
-    urb.Finish(0, length);
-}
-
 void UsbfsNode::Serve() {
     std::vector<unsigned char> waiting;  // endpoints whose earlier transfer is not done yet
     for (auto next = mPending.begin(); next != mPending.end();) {
@@ -392,7 +300,7 @@ void UsbfsNode::Serve() {
         if (std::find(waiting.begin(), waiting.end(), endpoint) != waiting.end()) {
             continue;
         }
-        if (TryFinish(**urb)) {
+        if ((*urb)->TryFinish(mFunction)) {
             mDone.splice(mDone.end(), mPending, urb);
             // A command that was just taken may be what an earlier transfer waits for.
             if ((endpoint & USB_DIR_IN) == 0) {

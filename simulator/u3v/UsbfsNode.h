@@ -5,6 +5,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +13,7 @@
 #include <umockdev.h>
 
 #include "UsbFunction.h"
+#include "UsbfsUrb.h"
 
 namespace simulator {
 
@@ -21,7 +23,7 @@ struct UsbfsFaults {
 };
 
 /// The kernel's side of one device node, /dev/bus/usb/BUS/DEVICE: answers the USBDEVFS ioctls of
-/// the programs in a test bed. Lives on the test bed's own thread, but for its making.
+/// the programs in a test bed. Its handlers are called on the test bed's own thread.
 class UsbfsNode {
   public:
     /// @param function outlives the node
@@ -45,8 +47,7 @@ class UsbfsNode {
     void HandleTimer();
 
   private:
-    struct Urb;
-    using Urbs = std::list<std::unique_ptr<Urb>>;
+    using Urbs = std::list<std::unique_ptr<UsbfsUrb>>;
 
     int Answer(UMockdevIoctlClient* client, unsigned long request, UMockdevIoctlData* argument);
     int Claim(UMockdevIoctlClient* client, unsigned int interface);
@@ -54,12 +55,13 @@ class UsbfsNode {
     int Submit(UMockdevIoctlClient* client, UMockdevIoctlData* argument);
     int Reap(UMockdevIoctlClient* client, UMockdevIoctlData* argument);
     int Discard(UMockdevIoctlClient* client, std::uintptr_t address);
-    bool TryFinish(Urb& urb);
-    void FinishControl(Urb& urb);
     void Serve();
     void ShowReadiness();
     void Detach();
 
+    // What another thread makes is handed to the bed's thread by it: GLib's own locks would do,
+    // but a thread sanitizer does not see those.
+    std::mutex mMutex;
     UsbFunction& mFunction;
     const UsbfsFaults mFaults;
     const std::function<void()> mOpened;
