@@ -46,8 +46,11 @@ nlohmann::json SimulatedCamera::State() const {
 }
 
 std::string SimulatedCamera::Firmware() const {
-    const std::filesystem::path file = mFolder.Path() / "state" / "firmware.bin";
-    return std::filesystem::exists(file) ? ReadFile(file) : std::string();
+    return std::filesystem::exists(FirmwareFile()) ? ReadFile(FirmwareFile()) : std::string();
+}
+
+std::string SimulatedCamera::FirmwareFile() const {
+    return mFolder.Path() / "state" / "firmware.bin";
 }
 
 std::vector<nlohmann::json> SimulatedCamera::Events(const std::string& name) const {

@@ -32,6 +32,7 @@ class SimulatedCamera {
     [[nodiscard]] nlohmann::json State() const;
     /// The body of the firmware that was flashed last; empty when there is none.
     [[nodiscard]] std::string Firmware() const;
+    [[nodiscard]] std::string FirmwareFile() const;
     /// The events of that name so far.
     [[nodiscard]] std::vector<nlohmann::json> Events(const std::string& name) const;
     [[nodiscard]] bool HasEvent(const std::string& name) const { return !Events(name).empty(); }
