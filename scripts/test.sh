@@ -11,15 +11,35 @@ scripts/lint.sh
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(dev asan tsan)
 
-for preset in "${presets[@]}"; do
-    echo "== $preset: build"
-    cmake --preset "$preset" >build-"$preset".log 2>&1 && cmake --build --preset "$preset" >>build-"$preset".log 2>&1 || {
-        tail -n 60 build-"$preset".log
-        exit 1
-    }
-    rm -f build-"$preset".log
-done
-for preset in "${presets[@]}"; do
-    echo "== $preset: tests"
-    ctest --preset "$preset" --parallel 4
+# build PRESET: its output is shown only when it fails
+build() {
+    local log
+    log=$(mktemp)
+    if cmake --preset "$1" >"$log" 2>&1 && cmake --build --preset "$1" >>"$log" 2>&1; then
+        rm -f "$log"
+        return 0
+    fi
+    tail -n 60 "$log"
+    rm -f "$log"
+    return 1
+}
+
+# Most tests wait rather than compute: the next preset is built, at low priority, while one is tested.
+building=
+trap '[ -z "$building" ] || kill -- "-$building" 2>/dev/null || true' EXIT
+echo "== ${presets[0]}: build"
+build "${presets[0]}"
+for i in "${!presets[@]}"; do
+    next=${presets[i + 1]:-}
+    if [ -n "$next" ]; then
+        setsid nice -n 10 bash -c "$(declare -f build); build $next" &
+        building=$!
+    fi
+    echo "== ${presets[i]}: tests"
+    ctest --preset "${presets[i]}" --parallel 6
+    if [ -n "$next" ]; then
+        echo "== $next: build"
+        wait "$building"
+        building=
+    fi
 done

@@ -240,7 +240,9 @@ TEST(AtftpClientTest, GetsAWindowThatTheServersReceiveBufferHolds) {
     ASSERT_EQ(transfers.size(), 1U);
     EXPECT_EQ(transfers[0].blockSize, 8192U);
     EXPECT_GT(transfers[0].windowSize, 4U);
-    EXPECT_LT(transfers[0].windowSize, 64U);
+    // How large a receive buffer may be differs between machines.
+    const unsigned long limit = std::stoul(ReadFile("/proc/sys/net/core/rmem_max"));
+    EXPECT_LE(transfers[0].windowSize, limit / transfers[0].blockSize);
     EXPECT_EQ(transfers[0].repetitions, 0U);
 }
 
