@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Throughput of an update over USB3 Vision, against a plain Aravis client in the same emulated bed.
-# MB/s, medians of five rounds in turn; the last columns are quotients.
+# MB/s, medians of five rounds in turn; the last columns are quotients. Everything runs on one CPU:
+# each command goes to and fro between two processes, and where these are put decides over a factor of
+# three otherwise.
 #   bench/run-u3v.sh [MEBIBYTES]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -20,7 +22,7 @@ for limits in 1044/1036 4108/4108 16404/16396 65548/65548; do
     block=$(((block < 65515 ? block : 65515) & ~3))
     for buffer in 4096 65536; do
         printf '%7s %7s %7s ' "$command" "$ack" "$buffer"
-        "$bin/mirsko-simulator" --u3v --max-command "$command" --max-ack "$ack" \
+        taskset --cpu-list 0 "$bin/mirsko-simulator" --u3v --max-command "$command" --max-ack "$ack" \
             --buffer-size "$buffer" -- "$bin/bench-u3v" "${guid#u3v:}" "$work/camera.dfw" "$block"
     done
 done

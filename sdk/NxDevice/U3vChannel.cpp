@@ -33,6 +33,10 @@ std::size_t BufferLength(std::size_t ackLength) {
     return (ackLength + kPacket - 1) / kPacket * kPacket;
 }
 
+milliseconds TimeUntil(U3vChannel::Clock::time_point deadline) {
+    return std::chrono::ceil<milliseconds>(deadline - U3vChannel::Clock::now());
+}
+
 std::string Hexadecimal(std::uint64_t number) {
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
@@ -136,16 +140,19 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
 
 NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCommand,
                               std::size_t ackLength, U3vPackets::Ack& ack) {
+    mReceived.resize(BufferLength(ackLength));
     const Clock::time_point busyUntil = After(kPatience);
     while (mFailure.IsOK()) {
         const std::uint16_t id = mNextId++;
         ByteOrder::StoreLittle16(&command[10], id);
-        const auto patience = std::chrono::ceil<milliseconds>(After(kPatience) - Clock::now());
-        const int error = mPipe->Send(command, patience);
+        const Clock::time_point deadline = After(kPatience);
+        std::size_t length = 0;
+        bool sent = false;
+        const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sent);
         if (error != LIBUSB_SUCCESS) {
-            return FailTransfer(error, "take a command");
+            return FailTransfer(error, sent ? "answer a command" : "take a command");
         }
-        const NxResult result = AwaitAck(id, ackCommand, ackLength, ack);
+        const NxResult result = AwaitAck(id, ackCommand, deadline, length, ack);
         // A busy device has not executed the command.
         if (!result.IsOK() || ack.status != U3vPackets::kStatusBusy ||
             Clock::now() + kBusyPause >= busyUntil) {
@@ -156,43 +163,43 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
     return mFailure;
 }
 
-NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand, std::size_t ackLength,
+NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
+                              Clock::time_point deadline, std::size_t length,
                               U3vPackets::Ack& ack) {
-    mReceived.resize(BufferLength(ackLength));
     const Clock::time_point pendingUntil = After(kPendingPatience);
-    Clock::time_point deadline = After(kPatience);
     for (;;) {
-        const auto patience = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-        if (patience.count() <= 0) {
-            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "answer a command");
+        const NxResult result = ParseAck(length, ack);
+        if (!result.IsOK()) {
+            return result;
         }
-        std::size_t length = 0;
-        const int error = mPipe->Receive(mReceived, patience, length);
-        if (error != LIBUSB_SUCCESS) {
-            return FailTransfer(error, "answer a command");
+        const bool isOurs = length != 0 && ack.id == id;
+        if (isOurs && ack.command == ackCommand) {
+            return NxResult();
         }
-        // The empty packet that ends an acknowledge of full packets only.
-        if (length == 0) {
-            continue;
-        }
-        if (!U3vPackets::ParseAck(std::span(mReceived).first(length), ack)) {
-            return Fail(kNxProtocol,
-                        "sent " + std::to_string(length) + " bytes that are no acknowledge");
-        }
-        if (ack.id != id) {
-            continue;
-        }
-        if (ack.command == U3vPackets::kPendingAck && ack.payload.size() >= 4) {
+        if (isOurs && ack.command == U3vPackets::kPendingAck && ack.payload.size() >= 4) {
             const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
             deadline = std::min(After(announced + kPatience), pendingUntil);
-            continue;
-        }
-        if (ack.command != ackCommand) {
+        } else if (isOurs) {
             return Fail(kNxProtocol,
                         "answered a command with acknowledge " + Hexadecimal(ack.command));
         }
-        return NxResult();
+        if (Clock::now() >= deadline) {
+            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "answer a command");
+        }
+        const int error = mPipe->Receive(mReceived, TimeUntil(deadline), length);
+        if (error != LIBUSB_SUCCESS) {
+            return FailTransfer(error, "answer a command");
+        }
     }
+}
+
+NxResult U3vChannel::ParseAck(std::size_t length, U3vPackets::Ack& ack) {
+    // Nothing is the empty packet that ends an acknowledge of full packets only.
+    if (length != 0 && !U3vPackets::ParseAck(std::span(mReceived).first(length), ack)) {
+        return Fail(kNxProtocol,
+                    "sent " + std::to_string(length) + " bytes that are no acknowledge");
+    }
+    return NxResult();
 }
 
 U3vChannel::Clock::time_point U3vChannel::After(milliseconds patience) const {

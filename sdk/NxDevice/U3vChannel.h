@@ -45,8 +45,9 @@ class U3vChannel {
     NxResult WriteBlock(std::uint64_t address, std::span<const std::byte> data);
     NxResult Exchange(std::span<std::byte> command, std::uint16_t ackCommand, std::size_t ackLength,
                       U3vPackets::Ack& ack);
-    NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, std::size_t ackLength,
-                      U3vPackets::Ack& ack);
+    NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, Clock::time_point deadline,
+                      std::size_t length, U3vPackets::Ack& ack);
+    NxResult ParseAck(std::size_t length, U3vPackets::Ack& ack);
     [[nodiscard]] Clock::time_point After(std::chrono::milliseconds patience) const;
     NxResult Fail(unsigned int code, const std::string& reason);
     NxResult FailTransfer(int error, const std::string& stage);

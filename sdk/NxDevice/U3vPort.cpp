@@ -215,7 +215,7 @@ NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port)
             continue;
         }
         auto pipe = std::make_unique<UsbBulkPipe>();
-        const int error = pipe->Open(device, descriptor);
+        const int error = pipe->Open(usb->Get(), device, descriptor);
         if (error != LIBUSB_SUCCESS) {
             return DescribeU3vOpenFailure(identity, error);
         }

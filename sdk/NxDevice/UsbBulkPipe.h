@@ -16,14 +16,19 @@ class UsbBulkPipe : public UsbPipe {
 
     /// Opens the device and claims its control interface.
     /// @return a libusb error code; LIBUSB_ERROR_BUSY when another program holds the interface
-    [[nodiscard]] int Open(libusb_device* device, const U3vDescriptor& descriptor);
+    /// @param context that the device belongs to; outlives the pipe
+    [[nodiscard]] int Open(libusb_context* context, libusb_device* device,
+                           const U3vDescriptor& descriptor);
 
     [[nodiscard]] int Send(std::span<const std::byte> bytes, Milliseconds timeout) override;
     [[nodiscard]] int Receive(std::span<std::byte> buffer, Milliseconds timeout,
                               std::size_t& length) override;
+    [[nodiscard]] int Exchange(std::span<const std::byte> bytes, std::span<std::byte> buffer,
+                               Milliseconds timeout, std::size_t& length, bool& sent) override;
     void ClearStall() override;
 
   private:
+    libusb_context* mContext = nullptr;
     libusb_device_handle* mHandle = nullptr;
     U3vDescriptor mDescriptor;
     bool mClaimed = false;

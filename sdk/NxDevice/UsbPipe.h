@@ -17,6 +17,11 @@ class UsbPipe {
     /// @param length number of bytes received
     [[nodiscard]] virtual int Receive(std::span<std::byte> buffer, Milliseconds timeout,
                                       std::size_t& length) = 0;
+    /// Send, then Receive. A pipe may ask for the answer before it sends, which saves time.
+    /// @param sent whether the device took all of `bytes`, also on failure
+    [[nodiscard]] virtual int Exchange(std::span<const std::byte> bytes,
+                                       std::span<std::byte> buffer, Milliseconds timeout,
+                                       std::size_t& length, bool& sent);
     /// Lets both endpoints work again after a stall.
     virtual void ClearStall() = 0;
 };

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include <libusb.h>
+
+/// One bulk transfer that libusb carries out while others are under way. Its device and its bytes
+/// must outlive it; it waits for its end before it goes.
+class UsbTransfer {
+  public:
+    UsbTransfer(libusb_context* context, libusb_device_handle* device, std::uint8_t endpoint,
+                std::span<std::byte> bytes);
+    ~UsbTransfer();
+    UsbTransfer(const UsbTransfer&) = delete;
+    UsbTransfer& operator=(const UsbTransfer&) = delete;
+
+    /// @return a libusb error code
+    [[nodiscard]] int Submit();
+    /// Ends it early; returns when it has ended.
+    void Cancel();
+
+    [[nodiscard]] bool IsUnderWay() const { return mUnderWay; }
+    /// A libusb error code; LIBUSB_ERROR_TIMEOUT when it was cancelled. Once it has ended.
+    [[nodiscard]] int GetError() const;
+    /// Number of bytes moved. Once it has ended.
+    [[nodiscard]] std::size_t GetLength() const;
+
+  private:
+    static void LIBUSB_CALL OnEnd(libusb_transfer* transfer);
+
+    libusb_context* mContext;
+    libusb_transfer* mTransfer;
+    bool mUnderWay = false;
+};
