@@ -8,7 +8,7 @@ say() { printf '\n\033[1m%s\033[0m\n' "$*"; }
 
 # show COMMAND…: prints the command as a user would type it, then runs it
 show() {
-    printf '$ %s\n' "$*"
+    printf '$%s\n' "$(printf ' %q' "$@")"
     "$@"
 }
 
