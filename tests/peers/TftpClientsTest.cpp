@@ -125,19 +125,19 @@ class TftpClientsTest : public testing::TestWithParam<Client> {
 TEST_P(TftpClientsTest, CopiesFilesOfAllSizesBothWays) {
     const Client& client = GetParam();
     MemoryTftpFiles files;
-    simulator::TftpServer server(files, {}, {}, {});
-    std::string why;
-    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
-    unsigned int number = 0;
     for (const std::size_t size : {std::size_t{1}, client.blockSize - std::size_t{1},
                                    std::size_t{client.blockSize}, client.blockSize + std::size_t{1},
                                    std::size_t{client.blockSize} * 128, std::size_t{100001}}) {
-        const std::string content = RandomBytes(size, ++number);
-        const std::string name = "file" + std::to_string(number);
-        files.readable[name] = content;
+        const auto number = static_cast<unsigned int>(files.readable.size() + 1);
+        files.readable["file" + std::to_string(number)] = RandomBytes(size, number);
+    }
+    simulator::TftpServer server(files, {}, {}, {});
+    std::string why;
+    ASSERT_TRUE(server.Start(kHost, "lo", why)) << why;
+    for (const auto& [name, content] : files.readable) {
         Run(client.put(folder.Write("up", content), name));
         Run(client.get((folder.Path() / "down").string(), name));
-        EXPECT_TRUE(ReadFile(folder.Path() / "down") == content) << size;
+        EXPECT_TRUE(ReadFile(folder.Path() / "down") == content) << content.size();
     }
     server.Stop();
     for (const auto& [name, content] : files.readable) {
