@@ -13,15 +13,16 @@ fi
 # Process 1 of the new namespaces from here on. A checkout that lives in /tmp stays visible.
 repository=$(dirname "$(dirname "$(readlink -f "$0")")")
 here=$PWD
-exec 9<"$repository"
+case $repository in
+/tmp/*) mount --rbind "$repository" /mnt ;;
+esac
 mount -t tmpfs -o mode=1777 tmpfs /tmp
 case $repository in
 /tmp/*)
     mkdir -p "$repository"
-    mount --bind /proc/self/fd/9 "$repository"
+    mount --rbind /mnt "$repository"
     ;;
 esac
-exec 9<&-
 mount -t proc proc /proc
 ip link set lo up
 cd "$here"
