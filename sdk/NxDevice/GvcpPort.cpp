@@ -4,7 +4,6 @@
 #include <array>
 #include <utility>
 
-#include <NxBase/ByteOrder.h>
 #include <NxBase/NxResultCodes.h>
 #include <NxSystem/NetworkInterface.h>
 #include <NxSystem/UdpSocket.h>
@@ -14,7 +13,6 @@
 
 namespace {
 
-using GvcpPacket::Command;
 using std::chrono::milliseconds;
 
 // Bootstrap registers (GigE Vision 2.0, section 28).
@@ -45,7 +43,9 @@ bool HasControl(std::uint32_t privilege) {
 }  // namespace
 
 GvcpPort::GvcpPort(std::unique_ptr<GvcpChannel> channel)
-    : mDeviceName(channel->DeviceName()), mChannel(std::move(channel)) {}
+    : mDeviceName(channel->DeviceName()),
+      mChannel(std::move(channel)),
+      mSpace(*mChannel, mDeviceName) {}
 
 GvcpPort::~GvcpPort() {
     {
@@ -59,7 +59,7 @@ GvcpPort::~GvcpPort() {
     if (mIsController && mChannel->IsAlive()) {
         mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
         // A device that misses it gives the control up when the heartbeat stays away.
-        (void)WriteNumber(kControlChannelPrivilege, 0);
+        (void)mSpace.WriteNumber(kControlChannelPrivilege, 0);
     }
 }
 
@@ -70,14 +70,14 @@ NxResult GvcpPort::Start(milliseconds patience) {
         return result;
     }
     std::uint32_t capability = 0;
-    NxResult result = ReadNumber(kCapability, capability);
+    NxResult result = mSpace.ReadNumber(kCapability, capability);
     if (!mChannel->IsAlive()) {
         return result;
     }
     // Optional registers: a device without them combines nothing and has the usual timeout.
-    mCombinesRegisters = result.IsOK() && (capability & kConcatenation) != 0;
+    mSpace.CombineRegisters(result.IsOK() && (capability & kConcatenation) != 0);
     std::uint32_t timeout = 0;
-    result = ReadNumber(kHeartbeatTimeout, timeout);
+    result = mSpace.ReadNumber(kHeartbeatTimeout, timeout);
     if (!mChannel->IsAlive()) {
         return result;
     }
@@ -91,7 +91,7 @@ NxResult GvcpPort::Start(milliseconds patience) {
 NxResult GvcpPort::TakeControl() {
     const GvcpChannel::Clock::time_point end = mChannel->Now() + kRefusalPatience;
     while (true) {
-        const NxResult result = WriteNumber(kControlChannelPrivilege, kControlAccess);
+        const NxResult result = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
         if (result.IsOK()) {
             mIsController = true;
             return {};
@@ -117,183 +117,24 @@ bool GvcpPort::IsAlive() const {
     return mChannel->IsAlive();
 }
 
-NxResult GvcpPort::Broken(Command command, std::uint32_t address) const {
-    return NxResult(kNxProtocol, mDeviceName + " answers GVCP " + GvcpPacket::CommandName(command) +
-                                     " at " + GvcpPacket::Hexadecimal(address, 8) +
-                                     " with the wrong number of bytes");
-}
-
-NxResult GvcpPort::ReadNumber(std::uint32_t address, std::uint32_t& value) {
-    std::span<const std::byte> payload;
-    if (NxResult result =
-            mChannel->Transact(Command::kReadRegister,
-                               GvcpPacket::ReadRegisters(std::array{address}), address, payload);
-        !result.IsOK()) {
-        return result;
-    }
-    if (payload.size() != 4) {
-        return Broken(Command::kReadRegister, address);
-    }
-    value = ByteOrder::LoadBig32(payload.data());
-    return {};
-}
-
-NxResult GvcpPort::WriteNumber(std::uint32_t address, std::uint32_t value) {
-    std::span<const std::byte> payload;
-    const std::array registers{GvcpPacket::RegisterValue{.address = address, .value = value}};
-    return mChannel->Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(registers),
-                              address, payload);
-}
-
-NxResult GvcpPort::ReadBlock(std::uint32_t address, std::span<std::byte> buffer) {
-    const std::size_t count = (buffer.size() + 3) / 4 * 4;
-    std::span<const std::byte> payload;
-    if (NxResult result = mChannel->Transact(
-            Command::kReadMemory, GvcpPacket::ReadMemory(address, count), address, payload);
-        !result.IsOK()) {
-        return result;
-    }
-    if (payload.size() != 4 + count || ByteOrder::LoadBig32(payload.data()) != address) {
-        return Broken(Command::kReadMemory, address);
-    }
-    std::copy_n(payload.begin() + 4, buffer.size(), buffer.begin());
-    return {};
-}
-
-NxResult GvcpPort::ReadBytes(std::uint64_t address, std::span<std::byte> buffer) {
-    if (address > 0xFFFFFFFFU || buffer.size() > 0x100000000U - address) {
-        return NxResult(kNxInvalidArgument,
-                        "An address of " + mDeviceName + " lies beyond 32 bits");
-    }
-    // Only multiples of four can be addressed.
-    const std::size_t lead = address % 4;
-    if (lead != 0) {
-        std::array<std::byte, 4> word{};
-        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address - lead), word);
-            !result.IsOK()) {
-            return result;
-        }
-        const std::size_t part = std::min<std::size_t>(4 - lead, buffer.size());
-        std::copy_n(word.begin() + static_cast<std::ptrdiff_t>(lead), part, buffer.begin());
-        address += part;
-        buffer = buffer.subspan(part);
-    }
-    while (!buffer.empty()) {
-        const std::size_t part = std::min(buffer.size(), GvcpPacket::kLargestBlock);
-        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address), buffer.first(part));
-            !result.IsOK()) {
-            return result;
-        }
-        address += part;
-        buffer = buffer.subspan(part);
-    }
-    return {};
-}
-
 NxResult GvcpPort::ReadMemory(std::uint64_t address, std::span<std::byte> buffer) {
     const std::lock_guard lock(mMutex);
-    return ReadBytes(address, buffer);
+    return mSpace.ReadBytes(address, buffer);
 }
 
 NxResult GvcpPort::WriteMemory(std::uint64_t address, std::span<const std::byte> data) {
-    if (address % 4 != 0 || address > 0xFFFFFFFFU || data.size() > 0x100000000U - address) {
-        return NxResult(kNxInvalidArgument, "An address of " + mDeviceName +
-                                                " is no multiple of four or beyond 32 bits");
-    }
     const std::lock_guard lock(mMutex);
-    while (!data.empty()) {
-        const std::size_t part = std::min(data.size(), GvcpPacket::kLargestBlock);
-        if (NxResult result = WriteBlock(static_cast<std::uint32_t>(address), data.first(part));
-            !result.IsOK()) {
-            return result;
-        }
-        address += part;
-        data = data.subspan(part);
-    }
-    return {};
-}
-
-NxResult GvcpPort::WriteBlock(std::uint32_t address, std::span<const std::byte> data) {
-    if (mWritesMemory) {
-        std::span<const std::byte> payload;
-        NxResult result = mChannel->Transact(
-            Command::kWriteMemory, GvcpPacket::WriteMemory(address, data), address, payload);
-        if (result.IsOK() || mChannel->Status() != GvcpPacket::kStatusNotImplemented ||
-            !mChannel->IsAlive()) {
-            return ExplainRefusedWrite(std::move(result));
-        }
-        // WRITEMEM is optional in GigE Vision 1.x.
-        mWritesMemory = false;
-    }
-    return WriteBlockAsRegisters(address, data);
-}
-
-NxResult GvcpPort::WriteBlockAsRegisters(std::uint32_t address, std::span<const std::byte> data) {
-    std::vector<GvcpPacket::RegisterValue> registers;
-    for (std::size_t at = 0; at < data.size(); at += 4) {
-        std::array<std::byte, 4> word{};
-        std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(at),
-                    std::min<std::size_t>(4, data.size() - at), word.begin());
-        registers.push_back({.address = address + static_cast<std::uint32_t>(at),
-                             .value = ByteOrder::LoadBig32(word.data())});
-    }
-    return SendRegisters(registers);
-}
-
-NxResult GvcpPort::SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers) {
-    const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostWriteRegisters : 1;
-    std::span<const GvcpPacket::RegisterValue> rest(registers);
-    while (!rest.empty()) {
-        const auto part = rest.first(std::min(rest.size(), atOnce));
-        std::span<const std::byte> payload;
-        if (NxResult result =
-                mChannel->Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(part),
-                                   part.front().address, payload);
-            !result.IsOK()) {
-            return ExplainRefusedWrite(std::move(result));
-        }
-        rest = rest.subspan(part.size());
-    }
-    return {};
-}
-
-NxResult GvcpPort::WriteRegisters(std::span<const Register> registers) {
-    std::vector<GvcpPacket::RegisterValue> values;
-    values.reserve(registers.size());
-    for (const Register& one : registers) {
-        values.push_back({.address = static_cast<std::uint32_t>(one.address),
-                          .value = ByteOrder::LoadBig32(one.bytes.data())});
-    }
-    const std::lock_guard lock(mMutex);
-    return SendRegisters(values);
+    return ExplainRefusedWrite(mSpace.WriteBytes(address, data));
 }
 
 NxResult GvcpPort::ReadRegisters(std::span<Register> registers) {
     const std::lock_guard lock(mMutex);
-    const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostReadRegisters : 1;
-    while (!registers.empty()) {
-        const auto part = registers.first(std::min(registers.size(), atOnce));
-        std::vector<std::uint32_t> addresses;
-        for (const Register& one : part) {
-            addresses.push_back(static_cast<std::uint32_t>(one.address));
-        }
-        std::span<const std::byte> payload;
-        if (NxResult result =
-                mChannel->Transact(Command::kReadRegister, GvcpPacket::ReadRegisters(addresses),
-                                   addresses.front(), payload);
-            !result.IsOK()) {
-            return result;
-        }
-        if (payload.size() != 4 * part.size()) {
-            return Broken(Command::kReadRegister, addresses.front());
-        }
-        for (std::size_t i = 0; i < part.size(); ++i) {
-            std::copy_n(payload.begin() + static_cast<std::ptrdiff_t>(4 * i), 4,
-                        part[i].bytes.begin());
-        }
-        registers = registers.subspan(part.size());
-    }
-    return {};
+    return mSpace.ReadRegisters(registers);
+}
+
+NxResult GvcpPort::WriteRegisters(std::span<const Register> registers) {
+    const std::lock_guard lock(mMutex);
+    return ExplainRefusedWrite(mSpace.WriteRegisters(registers));
 }
 
 // A refused write is how a device shows that it has another controller by now; its privilege
@@ -303,13 +144,14 @@ NxResult GvcpPort::ExplainRefusedWrite(NxResult refusal) {
         return refusal;
     }
     std::uint32_t privilege = 0;
-    if (NxResult result = ReadNumber(kControlChannelPrivilege, privilege); !mChannel->IsAlive()) {
+    if (NxResult result = mSpace.ReadNumber(kControlChannelPrivilege, privilege);
+        !mChannel->IsAlive()) {
         return result;
     }
     if (!HasControl(privilege)) {
         return LoseControl("the device was restarted or missed the heartbeat");
     }
-    const NxResult again = WriteNumber(kControlChannelPrivilege, kControlAccess);
+    const NxResult again = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
     if (!mChannel->IsAlive()) {
         return again;
     }
@@ -345,7 +187,7 @@ void GvcpPort::BeatIfIdle() {
         return;
     }
     std::uint32_t privilege = 0;
-    if (ReadNumber(kControlChannelPrivilege, privilege).IsOK() && !HasControl(privilege)) {
+    if (mSpace.ReadNumber(kControlChannelPrivilege, privilege).IsOK() && !HasControl(privilege)) {
         (void)LoseControl("the device was restarted or missed the heartbeat");
     }
 }
@@ -362,7 +204,8 @@ NxResult GvcpPort::ReadDescription(std::string& xml) {
 
 NxResult GvcpPort::ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml) {
     std::string url(kUrlSize, '\0');
-    if (NxResult result = ReadBytes(locationRegister, std::as_writable_bytes(std::span(url)));
+    if (NxResult result =
+            mSpace.ReadBytes(locationRegister, std::as_writable_bytes(std::span(url)));
         !result.IsOK()) {
         return result;
     }
@@ -377,7 +220,7 @@ NxResult GvcpPort::ReadLocatedDescription(std::uint32_t locationRegister, std::s
                                                shown + "\")");
     }
     std::vector<std::byte> stored(location.length);
-    if (NxResult result = ReadBytes(location.address, stored); !result.IsOK()) {
+    if (NxResult result = mSpace.ReadBytes(location.address, stored); !result.IsOK()) {
         return result;
     }
     if (!UnpackDescription(stored, xml)) {

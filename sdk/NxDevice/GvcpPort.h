@@ -6,11 +6,11 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <NxSystem/ConnectionId.h>
 
 #include "DevicePort.h"
+#include "GvcpAddressSpace.h"
 #include "GvcpChannel.h"
 
 /// The registers of one GigE Vision device, controlled by this process: the control channel
@@ -30,7 +30,7 @@ class GvcpPort : public DevicePort {
     NxResult ReadRegisters(std::span<Register> registers) override;
     NxResult WriteRegisters(std::span<const Register> registers) override;
     [[nodiscard]] std::string DeviceName() const override { return mDeviceName; }
-    [[nodiscard]] bool CombinesRegisters() const override { return mCombinesRegisters; }
+    [[nodiscard]] bool CombinesRegisters() const override { return mSpace.CombinesRegisters(); }
     [[nodiscard]] bool HasRegisterCommands() const override { return true; }
 
     NxResult ReadDescription(std::string& xml) override;
@@ -39,17 +39,9 @@ class GvcpPort : public DevicePort {
   private:
     // All with the mutex held.
     NxResult TakeControl();
-    NxResult ReadNumber(std::uint32_t address, std::uint32_t& value);
-    NxResult WriteNumber(std::uint32_t address, std::uint32_t value);
-    NxResult ReadBlock(std::uint32_t address, std::span<std::byte> buffer);
-    NxResult ReadBytes(std::uint64_t address, std::span<std::byte> buffer);
-    NxResult WriteBlock(std::uint32_t address, std::span<const std::byte> data);
-    NxResult WriteBlockAsRegisters(std::uint32_t address, std::span<const std::byte> data);
-    NxResult SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers);
     NxResult ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml);
     NxResult ExplainRefusedWrite(NxResult refusal);
     NxResult LoseControl(const std::string& sign);
-    [[nodiscard]] NxResult Broken(GvcpPacket::Command command, std::uint32_t address) const;
 
     void KeepControl();
     void BeatIfIdle();
@@ -57,8 +49,7 @@ class GvcpPort : public DevicePort {
     std::string mDeviceName;
     mutable std::mutex mMutex;
     std::unique_ptr<GvcpChannel> mChannel;
-    bool mCombinesRegisters = false;
-    bool mWritesMemory = true;
+    GvcpAddressSpace mSpace;
     bool mIsController = false;
 
     std::chrono::milliseconds mHeartbeatInterval{1000};

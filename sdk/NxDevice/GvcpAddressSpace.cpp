@@ -1,0 +1,202 @@
+#include "GvcpAddressSpace.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+#include <NxBase/ByteOrder.h>
+#include <NxBase/NxResultCodes.h>
+
+using GvcpPacket::Command;
+
+namespace {
+
+bool LiesBeyond32Bits(const GenPort::Register& one) {
+    return one.address > 0xFFFFFFFFU;
+}
+
+}  // namespace
+
+GvcpAddressSpace::GvcpAddressSpace(GvcpChannel& channel, std::string deviceName)
+    : mChannel(channel), mDeviceName(std::move(deviceName)) {}
+
+NxResult GvcpAddressSpace::Broken(Command command, std::uint32_t address) const {
+    return NxResult(kNxProtocol, mDeviceName + " answers GVCP " + GvcpPacket::CommandName(command) +
+                                     " at " + GvcpPacket::Hexadecimal(address, 8) +
+                                     " with the wrong number of bytes");
+}
+
+NxResult GvcpAddressSpace::ReadNumber(std::uint32_t address, std::uint32_t& value) {
+    std::span<const std::byte> payload;
+    if (NxResult result =
+            mChannel.Transact(Command::kReadRegister,
+                              GvcpPacket::ReadRegisters(std::array{address}), address, payload);
+        !result.IsOK()) {
+        return result;
+    }
+    if (payload.size() != 4) {
+        return Broken(Command::kReadRegister, address);
+    }
+    value = ByteOrder::LoadBig32(payload.data());
+    return {};
+}
+
+NxResult GvcpAddressSpace::WriteNumber(std::uint32_t address, std::uint32_t value) {
+    std::span<const std::byte> payload;
+    const std::array registers{GvcpPacket::RegisterValue{.address = address, .value = value}};
+    return mChannel.Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(registers),
+                             address, payload);
+}
+
+NxResult GvcpAddressSpace::ReadBlock(std::uint32_t address, std::span<std::byte> buffer) {
+    const std::size_t count = (buffer.size() + 3) / 4 * 4;
+    std::span<const std::byte> payload;
+    if (NxResult result = mChannel.Transact(
+            Command::kReadMemory, GvcpPacket::ReadMemory(address, count), address, payload);
+        !result.IsOK()) {
+        return result;
+    }
+    if (payload.size() != 4 + count || ByteOrder::LoadBig32(payload.data()) != address) {
+        return Broken(Command::kReadMemory, address);
+    }
+    std::copy_n(payload.begin() + 4, buffer.size(), buffer.begin());
+    return {};
+}
+
+NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte> buffer) {
+    if (address > 0xFFFFFFFFU || buffer.size() > 0x100000000U - address) {
+        return NxResult(kNxInvalidArgument,
+                        "An address of " + mDeviceName + " lies beyond 32 bits");
+    }
+    // Only multiples of four can be addressed.
+    const std::size_t lead = address % 4;
+    if (lead != 0) {
+        std::array<std::byte, 4> word{};
+        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address - lead), word);
+            !result.IsOK()) {
+            return result;
+        }
+        const std::size_t part = std::min<std::size_t>(4 - lead, buffer.size());
+        std::copy_n(word.begin() + static_cast<std::ptrdiff_t>(lead), part, buffer.begin());
+        address += part;
+        buffer = buffer.subspan(part);
+    }
+    while (!buffer.empty()) {
+        const std::size_t part = std::min(buffer.size(), GvcpPacket::kLargestBlock);
+        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address), buffer.first(part));
+            !result.IsOK()) {
+            return result;
+        }
+        address += part;
+        buffer = buffer.subspan(part);
+    }
+    return {};
+}
+
+NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std::byte> data) {
+    if (address % 4 != 0 || address > 0xFFFFFFFFU || data.size() > 0x100000000U - address) {
+        return NxResult(kNxInvalidArgument, "An address of " + mDeviceName +
+                                                " is no multiple of four or beyond 32 bits");
+    }
+    while (!data.empty()) {
+        const std::size_t part = std::min(data.size(), GvcpPacket::kLargestBlock);
+        if (NxResult result = WriteBlock(static_cast<std::uint32_t>(address), data.first(part));
+            !result.IsOK()) {
+            return result;
+        }
+        address += part;
+        data = data.subspan(part);
+    }
+    return {};
+}
+
+NxResult GvcpAddressSpace::WriteBlock(std::uint32_t address, std::span<const std::byte> data) {
+    if (mWritesMemory) {
+        std::span<const std::byte> payload;
+        NxResult result = mChannel.Transact(
+            Command::kWriteMemory, GvcpPacket::WriteMemory(address, data), address, payload);
+        if (result.IsOK() || mChannel.Status() != GvcpPacket::kStatusNotImplemented ||
+            !mChannel.IsAlive()) {
+            return result;
+        }
+        // WRITEMEM is optional in GigE Vision 1.x.
+        mWritesMemory = false;
+    }
+    return WriteBlockAsRegisters(address, data);
+}
+
+NxResult GvcpAddressSpace::WriteBlockAsRegisters(std::uint32_t address,
+                                                 std::span<const std::byte> data) {
+    std::vector<GvcpPacket::RegisterValue> registers;
+    for (std::size_t at = 0; at < data.size(); at += 4) {
+        std::array<std::byte, 4> word{};
+        std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(at),
+                    std::min<std::size_t>(4, data.size() - at), word.begin());
+        registers.push_back({.address = address + static_cast<std::uint32_t>(at),
+                             .value = ByteOrder::LoadBig32(word.data())});
+    }
+    return SendRegisters(registers);
+}
+
+NxResult GvcpAddressSpace::SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers) {
+    const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostWriteRegisters : 1;
+    std::span<const GvcpPacket::RegisterValue> rest(registers);
+    while (!rest.empty()) {
+        const auto part = rest.first(std::min(rest.size(), atOnce));
+        std::span<const std::byte> payload;
+        if (NxResult result =
+                mChannel.Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(part),
+                                  part.front().address, payload);
+            !result.IsOK()) {
+            return result;
+        }
+        rest = rest.subspan(part.size());
+    }
+    return {};
+}
+
+NxResult GvcpAddressSpace::WriteRegisters(std::span<const Register> registers) {
+    if (std::ranges::any_of(registers, LiesBeyond32Bits)) {
+        return NxResult(kNxInvalidArgument,
+                        "A register of " + mDeviceName + " lies beyond 32 bits");
+    }
+    std::vector<GvcpPacket::RegisterValue> values;
+    values.reserve(registers.size());
+    for (const Register& one : registers) {
+        values.push_back({.address = static_cast<std::uint32_t>(one.address),
+                          .value = ByteOrder::LoadBig32(one.bytes.data())});
+    }
+    return SendRegisters(values);
+}
+
+NxResult GvcpAddressSpace::ReadRegisters(std::span<Register> registers) {
+    if (std::ranges::any_of(registers, LiesBeyond32Bits)) {
+        return NxResult(kNxInvalidArgument,
+                        "A register of " + mDeviceName + " lies beyond 32 bits");
+    }
+    const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostReadRegisters : 1;
+    while (!registers.empty()) {
+        const auto part = registers.first(std::min(registers.size(), atOnce));
+        std::vector<std::uint32_t> addresses;
+        for (const Register& one : part) {
+            addresses.push_back(static_cast<std::uint32_t>(one.address));
+        }
+        std::span<const std::byte> payload;
+        if (NxResult result =
+                mChannel.Transact(Command::kReadRegister, GvcpPacket::ReadRegisters(addresses),
+                                  addresses.front(), payload);
+            !result.IsOK()) {
+            return result;
+        }
+        if (payload.size() != 4 * part.size()) {
+            return Broken(Command::kReadRegister, addresses.front());
+        }
+        for (std::size_t i = 0; i < part.size(); ++i) {
+            std::copy_n(payload.begin() + static_cast<std::ptrdiff_t>(4 * i), 4,
+                        part[i].bytes.begin());
+        }
+        registers = registers.subspan(part.size());
+    }
+    return {};
+}
