@@ -47,7 +47,8 @@ bool DeviceMemory::IsMapped(std::uint64_t address, std::uint64_t size) const {
     return true;
 }
 
-MemoryStatus DeviceMemory::ReadMemory(std::uint64_t address, Bytes bytes) {
+template <typename ByteSpan, typename Visit>
+MemoryStatus DeviceMemory::ForEachRegion(std::uint64_t address, ByteSpan bytes, Visit visit) {
     if (!IsMapped(address, bytes.size())) {
         return MemoryStatus::kInvalidAddress;
     }
@@ -55,7 +56,7 @@ MemoryStatus DeviceMemory::ReadMemory(std::uint64_t address, Bytes bytes) {
         MemoryRegion* const region = Find(address);
         const std::uint64_t offset = address - region->Address();
         const std::uint64_t count = std::min<std::uint64_t>(bytes.size(), region->Size() - offset);
-        const MemoryStatus status = region->Read(offset, bytes.first(count));
+        const MemoryStatus status = visit(*region, offset, bytes.first(count));
         if (status != MemoryStatus::kOk) {
             return status;
         }
@@ -65,22 +66,18 @@ MemoryStatus DeviceMemory::ReadMemory(std::uint64_t address, Bytes bytes) {
     return MemoryStatus::kOk;
 }
 
+MemoryStatus DeviceMemory::ReadMemory(std::uint64_t address, Bytes bytes) {
+    return ForEachRegion(address, bytes,
+                         [](MemoryRegion& region, std::uint64_t offset, Bytes part) {
+                             return region.Read(offset, part);
+                         });
+}
+
 MemoryStatus DeviceMemory::WriteMemory(std::uint64_t address, ConstBytes bytes) {
-    if (!IsMapped(address, bytes.size())) {
-        return MemoryStatus::kInvalidAddress;
-    }
-    while (!bytes.empty()) {
-        MemoryRegion* const region = Find(address);
-        const std::uint64_t offset = address - region->Address();
-        const std::uint64_t count = std::min<std::uint64_t>(bytes.size(), region->Size() - offset);
-        const MemoryStatus status = region->Write(offset, bytes.first(count));
-        if (status != MemoryStatus::kOk) {
-            return status;
-        }
-        bytes = bytes.subspan(count);
-        address += count;
-    }
-    return MemoryStatus::kOk;
+    return ForEachRegion(address, bytes,
+                         [](MemoryRegion& region, std::uint64_t offset, ConstBytes part) {
+                             return region.Write(offset, part);
+                         });
 }
 
 }  // namespace simulator

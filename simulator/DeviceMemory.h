@@ -66,6 +66,9 @@ class DeviceMemory {
     void Insert(std::unique_ptr<MemoryRegion> region);
     [[nodiscard]] MemoryRegion* Find(std::uint64_t address) const;
     [[nodiscard]] bool IsMapped(std::uint64_t address, std::uint64_t size) const;
+    // Visits the part that falls into each region, in order; stops at the first that is not kOk.
+    template <typename ByteSpan, typename Visit>
+    MemoryStatus ForEachRegion(std::uint64_t address, ByteSpan bytes, Visit visit);
 
     std::vector<std::unique_ptr<MemoryRegion>> mRegions;  // by address
 };

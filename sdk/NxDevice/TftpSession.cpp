@@ -1,6 +1,7 @@
 #include <NxDevice/TftpSession.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <utility>
 
@@ -14,29 +15,15 @@ constexpr std::size_t kLargestDatagram = 65536;
 constexpr std::chrono::seconds kPaceGrace{60};
 constexpr std::uint64_t kSlowestBytesPerSecond = 4096;
 
+// By the ERROR packet's code (RFC 1350, appendix; RFC 2347 for the last).
+constexpr std::array kMeanings{
+    "not defined",         "file not found",    "access violation",
+    "disk full",           "illegal operation", "unknown transfer",
+    "file already exists", "no such user",      "options refused",
+};
+
 const char* Meaning(std::uint16_t errorCode) {
-    switch (static_cast<TftpErrorCode>(errorCode)) {
-        case TftpErrorCode::kNotDefined:
-            return "not defined";
-        case TftpErrorCode::kFileNotFound:
-            return "file not found";
-        case TftpErrorCode::kAccessViolation:
-            return "access violation";
-        case TftpErrorCode::kDiskFull:
-            return "disk full";
-        case TftpErrorCode::kIllegalOperation:
-            return "illegal operation";
-        case TftpErrorCode::kUnknownTransferId:
-            return "unknown transfer";
-        case TftpErrorCode::kFileExists:
-            return "file already exists";
-        case TftpErrorCode::kNoSuchUser:
-            return "no such user";
-        case TftpErrorCode::kOptionsRefused:
-            return "options refused";
-        default:
-            return "unknown code";
-    }
+    return errorCode < kMeanings.size() ? kMeanings[errorCode] : "unknown code";
 }
 
 bool IsFirstAnswer(TftpOpcode request, bool withOptions, const TftpPacket& packet) {
