@@ -20,12 +20,11 @@ struct DatagramFaults {
     bool operator==(const DatagramFaults&) const = default;
 };
 
-/// What goes wrong, on purpose and repeatably. Discovery is spared from all but being off: what is
-/// tried here is how an update fares, not whether its device is found.
+/// What goes wrong, on purpose and repeatably.
 struct FaultOptions {
     std::uint32_t seed = 1;
 
-    // The GigE Vision control channel.
+    // The GigE Vision control channel, discovery included.
     DatagramFaults received;
     DatagramFaults sent;
     double staleAckPercent = 0;  ///< the acknowledge of an earlier command goes first

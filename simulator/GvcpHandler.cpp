@@ -81,8 +81,7 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
         return GvcpReply{{},
                          {},
                          gvcp::Acknowledge(gvcp::kSuccess, request.command, request.id,
-                                           mBootstrap.DiscoveryPayload()),
-                         true};
+                                           mBootstrap.DiscoveryPayload())};
     }
     // Nothing is streamed, so nothing is resent; and the address is the host's.
     if (mOptions.profile == Profile::kLoader || request.command == gvcp::kPacketResend ||

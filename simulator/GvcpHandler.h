@@ -23,7 +23,6 @@ struct GvcpReply {
     std::vector<std::vector<std::uint8_t>> first;  ///< sent at once, e.g. PENDING_ACK
     std::chrono::microseconds delay{0};            ///< before the acknowledge
     std::vector<std::uint8_t> acknowledge;
-    bool discovery = false;
 };
 
 /// A GigE Vision device's answers to GVCP datagrams, without sockets: given what came from whom and

@@ -118,12 +118,8 @@ void GvcpService::Drain(const BoundSocket& socket) {
         if (!datagram) {
             return;
         }
-        if (IsDiscovery(datagram->bytes)) {
-            Serve(*datagram);
-            continue;
-        }
         // Only discovery may be broadcast; other commands are for one device.
-        if (&socket != &mSockets.front()) {
+        if (&socket != &mSockets.front() && !IsDiscovery(datagram->bytes)) {
             continue;
         }
         for (const Datagram& arrived : mReceived->Pass(std::move(*datagram), Clock::now())) {
@@ -141,21 +137,17 @@ void GvcpService::Serve(const Datagram& datagram) {
         return;
     }
     for (std::vector<std::uint8_t>& packet : reply->first) {
-        Send({datagram.peer, std::move(packet)}, false);
+        Send({datagram.peer, std::move(packet)});
     }
     if (reply->delay.count() > 0 && !Wait(reply->delay, false)) {
         return;
     }
-    Send({datagram.peer, std::move(reply->acknowledge)}, reply->discovery);
+    Send({datagram.peer, std::move(reply->acknowledge)});
 }
 
-void GvcpService::Send(Datagram datagram, bool spared) {
+void GvcpService::Send(Datagram datagram) {
     // A device that went mute while it carried a command out does not answer that one either.
     if (mContext.muted) {
-        return;
-    }
-    if (spared) {
-        mSockets.front().Send(datagram);
         return;
     }
     for (const Datagram& leaving : mSent->Pass(std::move(datagram), Clock::now())) {

@@ -32,7 +32,7 @@ class GvcpService : public DeviceService {
     void Run();
     void Drain(const BoundSocket& socket);
     void Serve(const Datagram& datagram);
-    void Send(Datagram datagram, bool spared);
+    void Send(Datagram datagram);
     void SendDue();
     /// @return false when it was woken up to stop
     [[nodiscard]] bool Wait(std::chrono::nanoseconds time, bool forDatagrams);

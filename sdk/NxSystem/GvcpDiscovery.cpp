@@ -25,9 +25,11 @@ using std::chrono::milliseconds;
 
 constexpr Endpoint kEverybody{0xffffffffU, 3956};
 
-// Four: a fifth of all datagrams lost in each direction then hides a device once in 60 searches.
-constexpr std::array<milliseconds, 4> kSendTimes{milliseconds(0), milliseconds(200),
-                                                 milliseconds(400), milliseconds(600)};
+// So often that a fifth of all datagrams lost in each direction hides a device once in 3500
+// searches.
+constexpr std::array<milliseconds, 8> kSendTimes{
+    milliseconds(0),   milliseconds(100), milliseconds(200), milliseconds(300),
+    milliseconds(400), milliseconds(500), milliseconds(600), milliseconds(700)};
 constexpr milliseconds kWindow(1000);
 
 // More devices than any subnet of cameras holds; bounds what a flood of answers can make us keep.
