@@ -49,6 +49,21 @@ TEST(UsbUpdateTest, WritesTheFirmwareIntoTheCamera) {
     EXPECT_TRUE(camera.Events("u3v_bad_command").empty());
 }
 
+// Its name is longer than the 32 bytes that GigE Vision discovery carries.
+TEST(UsbUpdateTest, UpdatesTheModelThatAPayloadIsRestrictedTo) {
+    const std::string name = "zelka_qrm_lanx_fk02_tc3mn03_128kd-2.1.dfw";
+    const std::string body = RandomBytes(5000, 3);
+    UsbCamera camera({"--model", "zELKA-QRm-LanX-FK02-TC3MN03-128kD"});
+    ExpectSuccess(camera.Update({"--u3v", camera.Write(name, MakePayload(body))}));
+    EXPECT_EQ(camera.Firmware(), body);
+
+    UsbCamera other({"--model", "zELKA-QRm-LanX-FK02-TC3MN03-64kD"});
+    const ProcessResult refused = other.Update({"--u3v", other.Write(name, MakePayload(body))});
+    EXPECT_EQ(refused.exitStatus, 103);
+    EXPECT_EQ(refused.out + refused.err, "");
+    EXPECT_EQ(other.Firmware(), "");
+}
+
 TEST(UsbUpdateTest, LabelsTheProgressOfTheTransfer) {
     UsbCamera camera({"--max-command", "1024", "--max-ack", "1024"});
     const std::string payload = MakePayload(RandomBytes(2 * 1024 * 1024, 2));

@@ -1,4 +1,4 @@
-#include <NxDevice/TftpWriter.h>
+#include "TftpWriterFixture.h"
 
 #include <chrono>
 #include <string>
@@ -17,46 +17,6 @@ namespace {
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using namespace TftpScript;
-
-class TftpWriterTest : public testing::Test {
-  protected:
-    NxResult Write(const std::string& text, const TftpOptions& wanted) {
-        TextSource source(text);
-        return Write(source, wanted);
-    }
-    NxResult Write(TftpSource& source, const TftpOptions& wanted) {
-        TftpSession session(mSocket, kServer, "192.168.1.20 on eth1", mMonitor);
-        TftpWriter writer(session, source);
-        const auto start = mSocket.Now();
-        NxResult result = writer.Run("file", wanted);
-        mDuration = mSocket.Now() - start;
-        return result;
-    }
-    static TftpOptions Blocks(unsigned int size, unsigned int window = 1) {
-        TftpOptions wanted;
-        wanted.blockSize = size;
-        wanted.windowSize = window;
-        return wanted;
-    }
-    // The request for eight-byte blocks, and the answer that grants them.
-    void OpenWithBlocksOfEight(const std::string& size) {
-        mSocket.ExpectSend(kServer, WriteRequest({"tsize", size, "blksize", "8"}))
-            .Reply(kPeer, OptionAck({"blksize", "8"}));
-    }
-    void OpenWithWindow(const std::string& size, const std::string& window) {
-        mSocket
-            .ExpectSend(kServer,
-                        WriteRequest({"tsize", size, "blksize", "8", "windowsize", window}))
-            .Reply(kPeer, OptionAck({"windowsize", window, "blksize", "8"}));
-    }
-    void Exchange(std::uint16_t block, const std::string& data) {
-        mSocket.ExpectSend(kPeer, Data(block, data)).Reply(kPeer, Ack(block));
-    }
-
-    ScriptedSocket mSocket;
-    TftpMonitor mMonitor;
-    DatagramSocket::Clock::duration mDuration{};
-};
 
 TEST_F(TftpWriterTest, SendsAnEmptyFileAsOneEmptyBlock) {
     OpenWithBlocksOfEight("0");
@@ -298,116 +258,6 @@ TEST_F(TftpWriterTest, HandsOnSocketFailures) {
     EXPECT_EQ(result.GetCode(), kNxSocket);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
                  "Cannot send file to 192.168.1.20 on eth1: as scripted");
-}
-
-TEST_F(TftpWriterTest, SendsAWindowForEachAck) {
-    OpenWithWindow("36", "2");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .Reply(kPeer, Ack(2))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
-        .ExpectSend(kPeer, Data(4, "opqrstuv"))
-        .Reply(kPeer, Ack(4))
-        .ExpectSend(kPeer, Data(5, "wxyz"))
-        .Reply(kPeer, Ack(5));
-    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz", Blocks(8, 2)).IsOK());
-}
-
-TEST_F(TftpWriterTest, AsksForAWindowOfHalfTheBlocksAtMost) {
-    OpenWithWindow("20", "2");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .Reply(kPeer, Ack(2));
-    Exchange(3, "ghij");
-    EXPECT_TRUE(Write("0123456789abcdefghij", Blocks(8, 64)).IsOK());
-}
-
-TEST_F(TftpWriterTest, GoesBackToTheBlockThatTheServerLacks) {
-    OpenWithWindow("40", "3");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
-        .Reply(kPeer, Ack(1))
-        .TimeOut({}, 10ms)
-        // The window goes on from there, at first in smaller bursts.
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .TimeOut({}, 10ms)
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
-        .TimeOut({}, 10ms)
-        .ExpectSend(kPeer, Data(4, "opqrstuv"))
-        .Reply(kPeer, Ack(4))
-        .ExpectSend(kPeer, Data(5, "wxyz0123"))
-        .TimeOut({}, 10ms)
-        .ExpectSend(kPeer, Data(6, ""))
-        .Reply(kPeer, Ack(6));
-    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
-}
-
-TEST_F(TftpWriterTest, DoesNotGoBackForAServerThatAnswersEveryBlock) {
-    OpenWithWindow("40", "3");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
-        .Reply(kPeer, Ack(1))
-        .Reply(kPeer, Ack(2))
-        .Reply(kPeer, Ack(3))
-        .ExpectSend(kPeer, Data(4, "opqrstuv"))
-        .ExpectSend(kPeer, Data(5, "wxyz0123"))
-        .ExpectSend(kPeer, Data(6, ""))
-        .Reply(kPeer, Ack(4))
-        .Reply(kPeer, Ack(6));
-    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
-}
-
-TEST_F(TftpWriterTest, AsksWithOneBlockWhatArrivedWhenAWindowTimesOut) {
-    OpenWithWindow("40", "3");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
-        .TimeOut(20ms, 20ms)
-        .ExpectSend(kPeer, Data(1, "01234567"))
-        .Reply(kPeer, Ack(3))  // all had arrived; the ACK was lost
-        .ExpectSend(kPeer, Data(4, "opqrstuv"))
-        .TimeOut({}, 10ms)
-        .ExpectSend(kPeer, Data(5, "wxyz0123"))
-        .TimeOut({}, 10ms)
-        .ExpectSend(kPeer, Data(6, ""))
-        .Reply(kPeer, Ack(6));
-    EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
-}
-
-TEST_F(TftpWriterTest, AServerThatDiesBeforeTheFirstWindowIsAFailure) {
-    OpenWithWindow("20", "2");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567")).ExpectSend(kPeer, Data(2, "89abcdef"));
-    mSocket.TimeOut();
-    for (int i = 0; i < 10; ++i) {
-        mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-            .TimeOut()
-            .ExpectSend(kPeer, Data(2, "89abcdef"))
-            .TimeOut();
-    }
-    EXPECT_EQ(Write("0123456789abcdefghij", Blocks(8, 2)).GetCode(), kNxTimeout);
-    EXPECT_LE(mDuration, 10200ms);
-}
-
-TEST_F(TftpWriterTest, EndlessDuplicatesCannotStallIt) {
-    OpenWithBlocksOfEight("9");
-    Exchange(1, "01234567");
-    // Eleven time-outs' worth of copies of the first acknowledgement, 15 ms apart.
-    mSocket.ExpectSend(kPeer, Data(2, "8"));
-    std::chrono::milliseconds total{};
-    for (auto wait : {20ms, 40ms, 80ms, 160ms, 320ms, 640ms, 1280ms, 2000ms, 2000ms, 2000ms}) {
-        for (auto waited = 0ms; waited < wait; waited += 20ms) {
-            mSocket.Reply(kPeer, Ack(1), 20ms);
-        }
-        mSocket.ExpectSend(kPeer, Data(2, "8"));
-        total += wait;
-    }
-    for (; total < 10000ms; total += 20ms) {
-        mSocket.Reply(kPeer, Ack(1), 20ms);
-    }
-    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
-    EXPECT_LE(mDuration, 10100ms);
 }
 
 TEST_F(TftpWriterTest, CountsAcknowledgedBytesAndWarnsWhileItWaits) {
