@@ -22,6 +22,8 @@ start_simulator --profile file-access --family SIMCAM --firmware-version 1.0
 after=$(version)
 echo "Firmware version before: $before"
 echo "Firmware version after:  $after"
-[ "$before" = 1.0 ] && [ "$after" = 2.1 ] && same_firmware "$work/camera-2.1.dfw"
+[ "$before" = 1.0 ]
+[ "$after" = 2.1 ]
+same_firmware "$work/camera-2.1.dfw"
 stop_simulator
 say "The camera holds the new firmware."

@@ -29,7 +29,8 @@ say "After the second payload the updater has reset the camera by TFTP"
 wait_for_version 2.2
 echo "Firmware version before: $before"
 echo "Firmware version after:  $(version)"
-[ "$before" = 1.0 ] && same_firmware "$work/camera-2.2.dfw"
+[ "$before" = 1.0 ]
+same_firmware "$work/camera-2.2.dfw"
 [ -z "$(ls /tmp/dfw-* /tmp/xml-* 2>/dev/null)" ]
 stop_simulator
 say "The camera holds the firmware of the package."

@@ -29,5 +29,7 @@ with_camera "$bin/mirsko-devices"
 after=$(camera_version)
 echo "Firmware version before: $before"
 echo "Firmware version after:  $after"
-[ "$before" = 1.0 ] && [ "$after" = 2.1 ] && same_firmware "$work/camera-2.1.dfw"
+[ "$before" = 1.0 ]
+[ "$after" = 2.1 ]
+same_firmware "$work/camera-2.1.dfw"
 say "The camera holds the new firmware."
