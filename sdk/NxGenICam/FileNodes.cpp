@@ -52,7 +52,10 @@ NxResult WaitUntilDone(NodeMap& nodes, const std::string& operation) {
 }  // namespace
 
 NxResult FileNodes::FindCommandState(NodeMap& nodes, CommandState& state) {
-    ArvGcFeatureNode* command = nodes.Find(kExecute);
+    ArvGcFeatureNode* command = nullptr;
+    if (NxResult result = nodes.Find(kExecute, command); !result.IsOK()) {
+        return result;
+    }
     if (command == nullptr || !ARV_IS_GC_COMMAND(command)) {
         return NxResult(kNxNoSuchNode, std::string("The device has no command ") + kExecute);
     }

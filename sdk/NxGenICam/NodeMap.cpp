@@ -88,24 +88,37 @@ NxResult NodeMap::IsImplemented(ArvGcFeatureNode* node, bool& implemented) {
     return result;
 }
 
-ArvGcFeatureNode* NodeMap::Find(const std::string& name) {
+NxResult NodeMap::Find(const std::string& name, ArvGcFeatureNode*& node) {
     QuietLibraries();
-    ArvGcNode* node = arv_gc_get_node(mGenicam, name.c_str());
-    if (node == nullptr || !ARV_IS_GC_FEATURE_NODE(node)) {
-        return nullptr;
+    ArvGcNode* found = arv_gc_get_node(mGenicam, name.c_str());
+    if (found == nullptr || !ARV_IS_GC_FEATURE_NODE(found)) {
+        node = nullptr;
+        return {};
     }
-    auto* feature = ARV_GC_FEATURE_NODE(node);
+    auto* feature = ARV_GC_FEATURE_NODE(found);
     bool implemented = false;
-    return IsImplemented(feature, implemented).IsOK() && implemented ? feature : nullptr;
+    NxResult result = IsImplemented(feature, implemented);
+    if (result.IsOK()) {
+        node = implemented ? feature : nullptr;
+    }
+    return result;
 }
 
-ArvGcEnumeration* NodeMap::FindEnumeration(const std::string& name) {
-    ArvGcFeatureNode* node = Find(name);
-    return node != nullptr && ARV_IS_GC_ENUMERATION(node) ? ARV_GC_ENUMERATION(node) : nullptr;
+NxResult NodeMap::FindEnumeration(const std::string& name, ArvGcEnumeration*& node) {
+    ArvGcFeatureNode* found = nullptr;
+    NxResult result = Find(name, found);
+    if (result.IsOK()) {
+        node =
+            found != nullptr && ARV_IS_GC_ENUMERATION(found) ? ARV_GC_ENUMERATION(found) : nullptr;
+    }
+    return result;
 }
 
 NxResult NodeMap::FindReadable(const std::string& name, ArvGcFeatureNode*& node) {
-    ArvGcFeatureNode* found = Find(name);
+    ArvGcFeatureNode* found = nullptr;
+    if (NxResult result = Find(name, found); !result.IsOK()) {
+        return result;
+    }
     if (found == nullptr) {
         return NoSuchNode(name);
     }
@@ -125,7 +138,10 @@ NxResult NodeMap::FindReadable(const std::string& name, ArvGcFeatureNode*& node)
 }
 
 NxResult NodeMap::FindWritable(const std::string& name, ArvGcFeatureNode*& node) {
-    ArvGcFeatureNode* found = Find(name);
+    ArvGcFeatureNode* found = nullptr;
+    if (NxResult result = Find(name, found); !result.IsOK()) {
+        return result;
+    }
     if (found == nullptr) {
         return NoSuchNode(name);
     }
@@ -297,7 +313,10 @@ NxResult NodeMap::Execute(const std::string& name) {
 }
 
 NxResult NodeMap::ReadRegisterAddress(const std::string& name, std::uint64_t& address) {
-    ArvGcFeatureNode* node = Find(name);
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = Find(name, node); !result.IsOK()) {
+        return result;
+    }
     if (node == nullptr || !ARV_IS_GC_REGISTER(node)) {
         return NoSuchNode(name + " that is a register");
     }
@@ -311,7 +330,10 @@ NxResult NodeMap::ReadRegisterAddress(const std::string& name, std::uint64_t& ad
 }
 
 NxResult NodeMap::ReadRegisterLength(const std::string& name, std::uint64_t& length) {
-    ArvGcFeatureNode* node = Find(name);
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = Find(name, node); !result.IsOK()) {
+        return result;
+    }
     if (node == nullptr || !ARV_IS_GC_REGISTER(node)) {
         return NoSuchNode(name + " that is a register");
     }

@@ -21,10 +21,11 @@ class NodeMap {
     NodeMap& operator=(const NodeMap&) = delete;
 
     [[nodiscard]] GenDevice& Device() { return mDevice; }
-    /// Null when the node is absent or not implemented.
-    [[nodiscard]] ArvGcFeatureNode* Find(const std::string& name);
+    /// @param node null when the node is absent or not implemented, which is OK
+    /// @return not OK, `node` untouched, when the device could not be asked whether it has it
+    NxResult Find(const std::string& name, ArvGcFeatureNode*& node);
     /// The same for an enumeration; null also when the node is something else.
-    [[nodiscard]] ArvGcEnumeration* FindEnumeration(const std::string& name);
+    NxResult FindEnumeration(const std::string& name, ArvGcEnumeration*& node);
     /// Whether the device has that node or entry; OK and false when it has not.
     NxResult IsImplemented(ArvGcFeatureNode* node, bool& implemented);
 

@@ -90,13 +90,21 @@ NxResult NxGenFile::Impl::Open(NodeMap& nodes, const std::string& name, NxGenOpe
 NxResult NxGenFile::Impl::OpenOnce(NxGenOpenMode mode) {
     for (const char* feature :
          {FileNodes::kOffset, FileNodes::kLength, FileNodes::kStatus, FileNodes::kResult}) {
-        if (mNodes->Find(feature) == nullptr) {
+        ArvGcFeatureNode* node = nullptr;
+        if (NxResult result = mNodes->Find(feature, node); !result.IsOK()) {
+            return result;
+        }
+        if (node == nullptr) {
             return NxResult(kNxNoSuchNode, mNodes->Device().Port().DeviceName() +
                                                " has no GenICam feature " + feature);
         }
     }
+    ArvGcFeatureNode* selector = nullptr;
+    if (NxResult result = mNodes->Find(FileNodes::kSelector, selector); !result.IsOK()) {
+        return result;
+    }
     // Without a selector the device has one file, whatever its name.
-    if (mNodes->Find(FileNodes::kSelector) != nullptr) {
+    if (selector != nullptr) {
         if (NxResult result = mNodes->WriteEntry(FileNodes::kSelector, mName); !result.IsOK()) {
             return result;
         }
@@ -116,8 +124,7 @@ NxResult NxGenFile::Impl::OpenOnce(NxGenOpenMode mode) {
 // Optional, and dynamic texts are often said to be empty: only a positive size is believed.
 void NxGenFile::Impl::FindFileSize() {
     std::int64_t size = 0;
-    if (mNodes->Find(FileNodes::kSize) != nullptr &&
-        mNodes->ReadInteger(FileNodes::kSize, size).IsOK() && size > 0) {
+    if (mNodes->ReadInteger(FileNodes::kSize, size).IsOK() && size > 0) {
         mFileSize = static_cast<std::uint64_t>(size);
     }
 }
@@ -279,9 +286,12 @@ bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
         return false;
     }
     NodeMap& nodes = parameters->GetImpl().Nodes();
-    return nodes.Find(FileNodes::kOperationSelector) != nullptr &&
-           nodes.Find(FileNodes::kExecute) != nullptr &&
-           nodes.Find(FileNodes::kOpenMode) != nullptr && nodes.Find(FileNodes::kBuffer) != nullptr;
+    const auto hasNode = [&nodes](const char* name) {
+        ArvGcFeatureNode* node = nullptr;
+        return nodes.Find(name, node).IsOK() && node != nullptr;
+    };
+    return hasNode(FileNodes::kOperationSelector) && hasNode(FileNodes::kExecute) &&
+           hasNode(FileNodes::kOpenMode) && hasNode(FileNodes::kBuffer);
 }
 
 NxResult NxGenFile::Open(NxGenParameterArray* parameters, const NxString& fileName,

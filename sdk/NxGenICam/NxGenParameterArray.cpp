@@ -8,8 +8,8 @@
 #include "ParameterArrayImpl.h"
 
 NxGenEnum* NxGenParameterArray::Impl::FindEnum(const std::string& name) {
-    ArvGcEnumeration* node = mNodes->FindEnumeration(name);
-    if (node == nullptr) {
+    ArvGcEnumeration* node = nullptr;
+    if (!mNodes->FindEnumeration(name, node).IsOK() || node == nullptr) {
         return nullptr;
     }
     std::unique_ptr<NxGenEnum>& known = mEnums[name];

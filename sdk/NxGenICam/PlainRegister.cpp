@@ -52,8 +52,10 @@ bool PlainRegister::IsSteady(ArvGcNode* registerNode, const std::vector<ArvGcNod
 
 bool PlainRegister::Resolve(NodeMap& nodes, const char* feature,
                             const std::vector<ArvGcNode*>& steady, PlainRegister& plain) {
-    ArvGcFeatureNode* node = nodes.Find(feature);
-    ArvGcNode* end = node != nullptr ? FindIntegerRegister(ARV_GC_NODE(node)) : nullptr;
+    ArvGcFeatureNode* node = nullptr;
+    ArvGcNode* end = nodes.Find(feature, node).IsOK() && node != nullptr
+                         ? FindIntegerRegister(ARV_GC_NODE(node))
+                         : nullptr;
     if (end == nullptr || !IsSteady(end, steady)) {
         return false;
     }

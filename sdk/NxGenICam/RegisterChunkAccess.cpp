@@ -12,7 +12,8 @@ std::vector<ArvGcNode*> FindSteadyNodes(NodeMap& nodes) {
     std::vector<ArvGcNode*> steady;
     for (const char* name :
          {FileNodes::kSelector, FileNodes::kOperationSelector, FileNodes::kOpenMode}) {
-        if (ArvGcFeatureNode* selector = nodes.Find(name); selector != nullptr) {
+        ArvGcFeatureNode* selector = nullptr;
+        if (nodes.Find(name, selector).IsOK() && selector != nullptr) {
             steady.push_back(NodeLinks::FollowValue(ARV_GC_NODE(selector)));
         }
     }
@@ -29,26 +30,26 @@ std::unique_ptr<RegisterChunkAccess> RegisterChunkAccess::Resolve(NodeMap& nodes
     const auto resolve = [&nodes, &steady](const char* feature, PlainRegister& plain) {
         return PlainRegister::Resolve(nodes, feature, steady, plain);
     };
-    ArvGcFeatureNode* buffer = nodes.Find(FileNodes::kBuffer);
+    ArvGcFeatureNode* buffer = nullptr;
     FileNodes::CommandState command;
-    const bool isPlain = buffer != nullptr && ARV_IS_GC_REGISTER(buffer) &&
-                         PlainRegister::IsSteady(ARV_GC_NODE(buffer), steady) &&
-                         nodes.ReadRegisterAddress(FileNodes::kBuffer, access->mBuffer).IsOK() &&
-                         access->mBuffer % 4 == 0 && resolve(FileNodes::kOffset, access->mOffset) &&
-                         resolve(FileNodes::kLength, access->mLength) &&
-                         resolve(FileNodes::kExecute, access->mExecute) &&
-                         resolve(FileNodes::kStatus, access->mStatus) &&
-                         resolve(FileNodes::kResult, access->mResult) &&
-                         FileNodes::FindCommandState(nodes, command).IsOK() &&
-                         access->ResolveStatus(nodes);
+    const bool isPlain =
+        nodes.Find(FileNodes::kBuffer, buffer).IsOK() && buffer != nullptr &&
+        ARV_IS_GC_REGISTER(buffer) && PlainRegister::IsSteady(ARV_GC_NODE(buffer), steady) &&
+        nodes.ReadRegisterAddress(FileNodes::kBuffer, access->mBuffer).IsOK() &&
+        access->mBuffer % 4 == 0 && resolve(FileNodes::kOffset, access->mOffset) &&
+        resolve(FileNodes::kLength, access->mLength) &&
+        resolve(FileNodes::kExecute, access->mExecute) &&
+        resolve(FileNodes::kStatus, access->mStatus) &&
+        resolve(FileNodes::kResult, access->mResult) &&
+        FileNodes::FindCommandState(nodes, command).IsOK() && access->ResolveStatus(nodes);
     access->mCommandValue = command.commandValue;
     access->mExecuteIsReadable = command.isReadable;
     return isPlain ? std::move(access) : nullptr;
 }
 
 bool RegisterChunkAccess::ResolveStatus(NodeMap& nodes) {
-    ArvGcEnumeration* status = nodes.FindEnumeration(FileNodes::kStatus);
-    if (status == nullptr) {
+    ArvGcEnumeration* status = nullptr;
+    if (!nodes.FindEnumeration(FileNodes::kStatus, status).IsOK() || status == nullptr) {
         return false;
     }
     for (const GSList* item = arv_gc_enumeration_get_entries(status); item != nullptr;

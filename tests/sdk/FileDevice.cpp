@@ -9,6 +9,7 @@ namespace {
 constexpr unsigned int kFile = 0x1000;
 constexpr unsigned int kOperation = 0x1004;
 constexpr unsigned int kMode = 0x1008;
+constexpr unsigned int kHasSelector = FileDevice::kHasSelectorAddress;
 constexpr unsigned int kPlainBase = 0x2000;
 constexpr unsigned int kExecute = 0x00;
 constexpr unsigned int kOffset = 0x10;
@@ -24,6 +25,7 @@ enum Operation : std::uint32_t { kOpen, kClose, kRead, kWrite };
 }  // namespace
 
 FileDevice::FileDevice(Layout layout) : mLayout(std::move(layout)) {
+    port->StoreBig(kHasSelector, 1);
     port->onWrite = [this](std::uint64_t address) {
         if (address == Base() + kExecute && port->LoadBig(address) == 1) {
             Execute();
@@ -121,10 +123,13 @@ std::string FileDevice::Xml() const {
         for (const auto& [name, content] : files) {
             entries += GenXml::Entry("EnumEntry_FileSelector_" + name, value++);
         }
-        nodes += GenXml::Enumeration("FileSelector", entries + "<pValue>FileReg</pValue>");
+        const std::string optional =
+            mLayout.selectorIsOptional ? "<pIsImplemented>HasSelectorReg</pIsImplemented>" : "";
+        nodes +=
+            GenXml::Enumeration("FileSelector", optional + entries + "<pValue>FileReg</pValue>");
     }
     nodes += GenXml::Register("FileReg", kFile) + GenXml::Register("OperationReg", kOperation) +
-             GenXml::Register("ModeReg", kMode);
+             GenXml::Register("ModeReg", kMode) + GenXml::Register("HasSelectorReg", kHasSelector);
     nodes += GenXml::Enumeration("FileOperationSelector",
                                  GenXml::Entry("Open", 0) + GenXml::Entry("Close", 1) +
                                      GenXml::Entry("Read", 2) + GenXml::Entry("Write", 3) +

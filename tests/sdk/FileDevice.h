@@ -14,12 +14,16 @@ class FileDevice {
         bool dependsOnSelectors = false;  ///< registers lie elsewhere for each file and operation
         bool executeIsWriteOnly = false;
         bool hasSelector = true;
+        bool selectorIsOptional = false;  ///< a register tells whether FileSelector is implemented
         bool hasFileSize = true;
         std::string statusTag = "IntReg";  ///< "MaskedIntReg": not a plain register
     };
 
     explicit FileDevice(Layout layout);
     FileDevice() : FileDevice(Layout{}) {}
+
+    /// Of the register that tells whether FileSelector is implemented.
+    static constexpr std::uint64_t kHasSelectorAddress = 0x100c;
 
     [[nodiscard]] std::string Xml() const;
     std::shared_ptr<MemoryPort> port = std::make_shared<MemoryPort>();

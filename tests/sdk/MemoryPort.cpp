@@ -20,7 +20,8 @@ NxResult MemoryPort::ReadMemory(std::uint64_t address, std::span<std::byte> buff
     const std::string bytes = Load(address, buffer.size());
     std::transform(bytes.begin(), bytes.end(), buffer.begin(),
                    [](char byte) { return static_cast<std::byte>(byte); });
-    return failure;
+    const auto failed = failedReads.find(address);
+    return failed != failedReads.end() ? failed->second : failure;
 }
 
 NxResult MemoryPort::WriteMemory(std::uint64_t address, std::span<const std::byte> data) {

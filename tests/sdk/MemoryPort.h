@@ -28,10 +28,11 @@ class MemoryPort : public GenPort {
 
     bool combinesRegisters = true;
     bool hasRegisterCommands = true;
-    NxResult failure;                            ///< of every access, when not OK
-    std::function<void(std::uint64_t)> onWrite;  ///< after a write that began at that address
-    std::function<void(std::uint64_t)> onRead;   ///< before a read that begins at that address
-    std::vector<std::string> log;                ///< "READREG 2", "WRITEMEM 536", …
+    NxResult failure;                               ///< of every access, when not OK
+    std::map<std::uint64_t, NxResult> failedReads;  ///< of reads that begin at that address
+    std::function<void(std::uint64_t)> onWrite;     ///< after a write that began at that address
+    std::function<void(std::uint64_t)> onRead;      ///< before a read that begins at that address
+    std::vector<std::string> log;                   ///< "READREG 2", "WRITEMEM 536", …
 
   private:
     std::map<std::uint64_t, std::byte> mBytes;

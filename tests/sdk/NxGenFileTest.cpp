@@ -264,6 +264,21 @@ TEST_F(NxGenFileTest, SaysWhichFileTheDeviceDoesNotHave) {
     EXPECT_EQ(device->operations, 0);
 }
 
+TEST_F(NxGenFileTest, OpensNoFileWhenItCannotBeToldWhetherTheDeviceHasSeveral) {
+    Connect({.selectorIsOptional = true});
+    device->port->failedReads[FileDevice::kHasSelectorAddress] =
+        NxResult(kNxDeviceError, "BUSY 0x8007");
+    const NxResult result = file.Open(parameters.get(), "RemoteUpdateDfw", NxGenOpenMode::kWrite);
+    EXPECT_EQ(result.GetCode(), kNxDeviceError);
+    EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("BUSY 0x8007"));
+    EXPECT_EQ(device->operations, 0);
+    EXPECT_FALSE(parameters->GetEnum("FileSelector") != nullptr);
+
+    device->port->failedReads.clear();
+    ExpectOK(WriteFile("the right file"));
+    EXPECT_EQ(device->files["RemoteUpdateDfw"], "the right file");
+}
+
 TEST_F(NxGenFileTest, ReadsUntilTheEndOfTheFileWhateverTheBuffersSize) {
     for (const bool hasFileSize : {true, false}) {
         for (const std::size_t size : {1U, 511U, 512U, 513U, 1023U, 1024U, 3000U}) {
