@@ -17,6 +17,8 @@
 namespace {
 
 constexpr std::size_t kLargestDescription = std::size_t{32} << 20U;
+constexpr const char* kStructRegister = "StructReg";
+constexpr const char* kStructEntry = "StructEntry";
 constexpr long long kLongestRegister = 16LL << 20U;
 
 // The references that are followed when a node is read, as opposed to those that list features.
@@ -72,10 +74,12 @@ class DescriptionReader {
 
   private:
     struct Element {
+        std::string tag;
+        std::string name;  ///< of the node
+        std::string text;  ///< what is directly in it, in one piece
         std::size_t node = 0;
-        bool isNamed = false;
+        bool isNode = false;
         bool isReference = false;
-        bool isLength = false;
     };
 
     static void NoteError(void* context, xmlErrorPtr error) {
@@ -95,10 +99,14 @@ class DescriptionReader {
                 return Start();
             case XML_READER_TYPE_TEXT:
             case XML_READER_TYPE_CDATA:
-                return Text();
-            case XML_READER_TYPE_END_ELEMENT:
-                mOpen.pop_back();
+            case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
+            case XML_READER_TYPE_WHITESPACE:
+                if (!mOpen.empty()) {
+                    mOpen.back().text += View(xmlTextReaderConstValue(mReader.get()));
+                }
                 return {};
+            case XML_READER_TYPE_END_ELEMENT:
+                return End();
             default:
                 return {};
         }
@@ -114,17 +122,25 @@ class DescriptionReader {
             facts.schemaMinor = Version("SchemaMinorVersion");
         }
         Element element;
+        element.tag = tag;
         for (const std::string_view reference : kReadReferences) {
             element.isReference = element.isReference || tag == reference;
         }
-        element.isLength = tag == "Length";
         const std::string name = Attribute("Name");
         // The Name of a pVariable is the variable's, not a node's.
         if (!name.empty() && !mOpen.empty() && !element.isReference && IsNode(tag)) {
-            element.isNamed = true;
-            element.node = mGraph.Add(name);
+            StartNode(element, name);
             facts.anyNodeName = name;
-            Refer(name);
+        } else if (tag == kStructRegister) {
+            // Has no name, but an address, which each of its entries is read at.
+            StartNode(element, "<StructReg> " + std::to_string(mGraph.Size()));
+        }
+        // The step of an index may be another node's value.
+        if (const std::string step = Trim(Attribute("pOffset")); !step.empty()) {
+            Refer(step);
+            for (const Element& open : mOpen) {
+                facts.nodesWithSteps.insert(open.name);
+            }
         }
         if (xmlTextReaderIsEmptyElement(mReader.get()) == 0) {
             mOpen.push_back(element);
@@ -138,15 +154,26 @@ class DescriptionReader {
         return tag != "Constant" && tag != "Expression" && tag != "Group" && tag != "EnumEntry";
     }
 
-    NxResult Text() {
-        if (mOpen.empty()) {
-            return {};
+    void StartNode(Element& element, const std::string& name) {
+        element.isNode = true;
+        element.name = name;
+        element.node = mGraph.Add(Trim(name));
+        if (element.tag != kStructEntry) {
+            Refer(Trim(name));
+        } else if (mOpen.back().tag == kStructRegister) {
+            // It is read where the register that it is a part of lies, not the other way round.
+            mGraph.AddReference(element.node, Trim(mOpen.back().name));
         }
-        const std::string text = Trim(View(xmlTextReaderConstValue(mReader.get())));
-        if (mOpen.back().isReference && !text.empty()) {
+    }
+
+    NxResult End() {
+        const Element element = std::move(mOpen.back());
+        mOpen.pop_back();
+        const std::string text = Trim(element.text);
+        if (element.isReference && !text.empty()) {
             Refer(text);
         }
-        if (mOpen.back().isLength) {
+        if (element.tag == "Length") {
             char* end = nullptr;
             const long long length = std::strtoll(text.c_str(), &end, 0);
             if (*end != '\0' || length < 0 || length > kLongestRegister) {
@@ -158,9 +185,12 @@ class DescriptionReader {
 
     // Every enclosing node depends on it: an address formula is a node within the register's.
     void Refer(const std::string& name) {
-        for (const Element& element : mOpen) {
-            if (element.isNamed) {
-                mGraph.AddReference(element.node, name);
+        for (auto element = mOpen.rbegin(); element != mOpen.rend(); ++element) {
+            if (element->isNode) {
+                mGraph.AddReference(element->node, name);
+            }
+            if (element->tag == kStructEntry) {
+                return;
             }
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 #include <NxBase/NxResult.h>
@@ -8,7 +9,8 @@
 struct DescriptionFacts {
     unsigned int schemaMajor = 1;
     unsigned int schemaMinor = 1;
-    std::string anyNodeName;  ///< the name of one node that it defines
+    std::string anyNodeName;               ///< the name of one node that it defines
+    std::set<std::string> nodesWithSteps;  ///< those that hold a pIndex with the attribute pOffset
 };
 
 /// Refuses a GenICam XML that could not be used or would harm the process that evaluates it: not

@@ -1,12 +1,11 @@
 #include "NodeLinks.h"
 
-#include <algorithm>
 #include <cstddef>
+#include <unordered_set>
 
 namespace {
 
 constexpr int kLongestChain = 64;
-constexpr std::size_t kMostSources = 256;
 
 bool IsRead(ArvGcPropertyNodeType type) {
     switch (type) {
@@ -55,25 +54,26 @@ std::string NodeLinks::StripEntryPrefix(const std::string& enumeration, const st
 std::vector<ArvGcNode*> NodeLinks::AddressSources(ArvGcNode* registerNode) {
     std::vector<ArvGcNode*> sources;
     std::vector<ArvDomNode*> parts{ARV_DOM_NODE(registerNode)};
-    for (std::size_t i = 0; i < parts.size() && i < kMostSources; ++i) {
+    std::unordered_set<ArvDomNode*> known{parts.front()};
+    const auto addPart = [&parts, &known](ArvDomNode* part) {
+        if (known.insert(part).second) {
+            parts.push_back(part);
+        }
+    };
+    for (std::size_t i = 0; i < parts.size(); ++i) {
         for (ArvDomNode* child = arv_dom_node_get_first_child(parts[i]); child != nullptr;
              child = arv_dom_node_get_next_sibling(child)) {
-            ArvDomNode* part = nullptr;
             if (ARV_IS_GC_PROPERTY_NODE(child)) {
                 auto* property = ARV_GC_PROPERTY_NODE(child);
                 ArvGcNode* linked = IsRead(arv_gc_property_node_get_node_type(property))
                                         ? arv_gc_property_node_get_linked_node(property)
                                         : nullptr;
-                if (linked == nullptr) {
-                    continue;
+                if (linked != nullptr) {
+                    sources.push_back(linked);
+                    addPart(ARV_DOM_NODE(linked));
                 }
-                sources.push_back(linked);
-                part = ARV_DOM_NODE(linked);
             } else if (ARV_IS_GC_SWISS_KNIFE_NODE(child) || ARV_IS_GC_INT_SWISS_KNIFE_NODE(child)) {
-                part = child;
-            }
-            if (part != nullptr && std::find(parts.begin(), parts.end(), part) == parts.end()) {
-                parts.push_back(part);
+                addPart(child);
             }
         }
     }

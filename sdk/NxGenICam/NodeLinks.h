@@ -14,7 +14,8 @@ ArvGcPropertyNode* FindProperty(ArvGcNode* node, ArvGcPropertyNodeType type);
 ArvGcNode* FollowValue(ArvGcNode* node);
 /// "Write" of "EnumEntry_FileOperationSelector_Write"; other names as they are.
 std::string StripEntryPrefix(const std::string& enumeration, const std::string& entry);
-/// Every node that the address and length of a register are computed from, in the end.
+/// Every node that the address and length of a register are computed from, in the end; without the
+/// nodes named in pOffset attributes, which Aravis does not tell (DescriptionFacts does).
 std::vector<ArvGcNode*> AddressSources(ArvGcNode* registerNode);
 
 }  // namespace NodeLinks

@@ -59,8 +59,16 @@ NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
         (facts.schemaMajor < 1 || (facts.schemaMajor == 1 && facts.schemaMinor < 1))) {
         loaded->mDevice.UseRegisterCommands();
     }
+    loaded->mNodesWithSteps = std::move(facts.nodesWithSteps);
     map = std::move(loaded);
     return {};
+}
+
+bool NodeMap::HasIndexStep(ArvGcNode* node) const {
+    const char* name = ARV_IS_GC_FEATURE_NODE(node)
+                           ? arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node))
+                           : nullptr;
+    return name != nullptr && mNodesWithSteps.contains(name);
 }
 
 NxResult NodeMap::Check(const std::string& what, GError* error) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 
 #include <arv.h>
@@ -28,6 +29,9 @@ class NodeMap {
     NxResult FindEnumeration(const std::string& name, ArvGcEnumeration*& node);
     /// Whether the device has that node or entry; OK and false when it has not.
     NxResult IsImplemented(ArvGcFeatureNode* node, bool& implemented);
+
+    /// Whether the place of that register is computed with the value of a pOffset attribute's node.
+    [[nodiscard]] bool HasIndexStep(ArvGcNode* node) const;
 
     NxResult ReadText(const std::string& name, std::string& text);
     NxResult ReadInteger(const std::string& name, std::int64_t& value);
@@ -57,4 +61,5 @@ class NodeMap {
 
     GenDevice mDevice;
     ArvGc* mGenicam = nullptr;
+    std::set<std::string> mNodesWithSteps;
 };

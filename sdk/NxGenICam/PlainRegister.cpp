@@ -39,14 +39,16 @@ bool IsDevicePort(ArvGcNode* registerNode) {
 
 }  // namespace
 
-bool PlainRegister::IsSteady(ArvGcNode* registerNode, const std::vector<ArvGcNode*>& steady) {
-    if (!IsDevicePort(registerNode)) {
+bool PlainRegister::IsSteady(const NodeMap& nodes, ArvGcNode* registerNode,
+                             const std::vector<ArvGcNode*>& steady) {
+    if (!IsDevicePort(registerNode) || nodes.HasIndexStep(registerNode)) {
         return false;
     }
     const std::vector<ArvGcNode*> sources = NodeLinks::AddressSources(registerNode);
-    return std::all_of(sources.begin(), sources.end(), [&steady](ArvGcNode* source) {
-        return !ARV_IS_GC_REGISTER(source) ||
-               std::find(steady.begin(), steady.end(), source) != steady.end();
+    return std::all_of(sources.begin(), sources.end(), [&nodes, &steady](ArvGcNode* source) {
+        const bool isRead = ARV_IS_GC_REGISTER(source) || ARV_IS_GC_STRUCT_ENTRY_NODE(source);
+        return !nodes.HasIndexStep(source) &&
+               (!isRead || std::find(steady.begin(), steady.end(), source) != steady.end());
     });
 }
 
@@ -56,7 +58,7 @@ bool PlainRegister::Resolve(NodeMap& nodes, const char* feature,
     ArvGcNode* end = nodes.Find(feature, node).IsOK() && node != nullptr
                          ? FindIntegerRegister(ARV_GC_NODE(node))
                          : nullptr;
-    if (end == nullptr || !IsSteady(end, steady)) {
+    if (end == nullptr || !IsSteady(nodes, end, steady)) {
         return false;
     }
     GError* error = nullptr;

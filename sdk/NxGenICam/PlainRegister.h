@@ -18,7 +18,8 @@ class PlainRegister {
                         PlainRegister& plain);
     /// Whether the register's address depends on nothing but constants and `steady`, and whether
     /// it is reached through the device's own port.
-    static bool IsSteady(ArvGcNode* registerNode, const std::vector<ArvGcNode*>& steady);
+    static bool IsSteady(const NodeMap& nodes, ArvGcNode* registerNode,
+                         const std::vector<ArvGcNode*>& steady);
 
     /// Number of four-byte registers that it takes: 1 or 2.
     [[nodiscard]] std::size_t Count() const { return mLength / 4; }

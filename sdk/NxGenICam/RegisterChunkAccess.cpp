@@ -34,7 +34,7 @@ std::unique_ptr<RegisterChunkAccess> RegisterChunkAccess::Resolve(NodeMap& nodes
     FileNodes::CommandState command;
     const bool isPlain =
         nodes.Find(FileNodes::kBuffer, buffer).IsOK() && buffer != nullptr &&
-        ARV_IS_GC_REGISTER(buffer) && PlainRegister::IsSteady(ARV_GC_NODE(buffer), steady) &&
+        ARV_IS_GC_REGISTER(buffer) && PlainRegister::IsSteady(nodes, ARV_GC_NODE(buffer), steady) &&
         nodes.ReadRegisterAddress(FileNodes::kBuffer, access->mBuffer).IsOK() &&
         access->mBuffer % 4 == 0 && resolve(FileNodes::kOffset, access->mOffset) &&
         resolve(FileNodes::kLength, access->mLength) &&

@@ -10,6 +10,7 @@
 #include <NxGenICam/ParameterArrayFactory.h>
 
 #include "FileDevice.h"
+#include "GenXml.h"
 #include "TemporaryFolder.h"
 
 using testing::HasSubstr;
@@ -157,6 +158,20 @@ TEST_F(NxGenFileTest, WritesThroughTheNodeMapWhereARegisterIsNotPlain) {
     ExpectOK(WriteFile(content));
     EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
     // Nothing of the fast road: registers are reached one at a time.
+    EXPECT_THAT(device->port->log, testing::Not(testing::Contains("READREG 3")));
+}
+
+TEST_F(NxGenFileTest, WritesThroughTheNodeMapWhereARegistersStepIsADevicesRegister) {
+    Connect();
+    std::string xml = device->Xml();
+    const std::string address = "<Address>0x2010</Address>";
+    xml.insert(xml.find(address) + address.size(), "<pIndex pOffset=\"StepReg\">One</pIndex>");
+    xml.insert(xml.find("<Port "),
+               GenXml::Register("StepReg", 0x3000) + GenXml::Integer("One", "<Value>1</Value>"));
+    Load(xml);
+    const std::string content = RandomBytes(1234, 3);
+    ExpectOK(WriteFile(content));
+    EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
     EXPECT_THAT(device->port->log, testing::Not(testing::Contains("READREG 3")));
 }
 

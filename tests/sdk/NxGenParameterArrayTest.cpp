@@ -233,6 +233,49 @@ TEST_F(NxGenParameterArrayTest, RefusesDescriptionsThatWouldHarmTheProcess) {
     EXPECT_EQ(LoadXml(GenXml::Description(deep)).GetCode(), kNxBadDescription);
 }
 
+TEST_F(NxGenParameterArrayTest, RefusesCirclesThatAreHardToSee) {
+    const std::string step = GenXml::Register("I", 0x200);
+    const std::vector<std::string> circles = {
+        // The step of an index is the register itself.
+        GenXml::Register("R", 0x100, "RW", "<pIndex pOffset=\"R\">I</pIndex>") + step,
+        GenXml::Register("R", 0x100, "RW", "<pIndex pOffset=\"S\">I</pIndex>") + step +
+            GenXml::Integer("S", "<pValue>R</pValue>"),
+        // The register that an entry is a part of lies where the entry says.
+        "<StructReg Comment=\"x\"><Address>0x100</Address><Length>4</Length>"
+        "<AccessMode>RW</AccessMode><pPort>Device</pPort><Endianess>BigEndian</Endianess>"
+        "<StructEntry Name=\"R\"><LSB>31</LSB><MSB>0</MSB></StructEntry>"
+        "<pAddress>R</pAddress></StructReg>",
+        // Names in pieces, and with space around them.
+        GenXml::Integer("R1", "<pValue>R<!-- -->2</pValue>") +
+            GenXml::Integer("R2", "<pValue>R<!-- -->1</pValue>"),
+        GenXml::Integer(" R", "<pValue> R</pValue>"),
+    };
+    for (const std::string& circle : circles) {
+        const NxResult refused = LoadXml(GenXml::Description(circle));
+        EXPECT_EQ(refused.GetCode(), kNxBadDescription) << circle;
+        EXPECT_THAT(refused.GetDescription().GetAscii(), HasSubstr("depends on itself")) << circle;
+    }
+}
+
+TEST_F(NxGenParameterArrayTest, ReadsEntriesOfAStructureAndIndicesWithASteppingNode) {
+    Load(
+        "<StructReg Comment=\"x\"><Address>0x100</Address><pAddress>Base</pAddress>"
+        "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Device</pPort>"
+        "<Endianess>BigEndian</Endianess>"
+        "<StructEntry Name=\"High\"><LSB>15</LSB><MSB>0</MSB></StructEntry>"
+        "<StructEntry Name=\"Low\"><LSB>31</LSB><MSB>16</MSB></StructEntry></StructReg>" +
+        GenXml::Integer("Base", "<Value>0x40</Value>") +
+        GenXml::Register("R", 0x200, "RW", "<pIndex pOffset=\"Step\">Index</pIndex>") +
+        GenXml::Register("Step", 0x300) + GenXml::Register("Index", 0x304));
+    port->StoreBig(0x140, 0x00030007);
+    EXPECT_EQ(Text("High"), "3");
+    EXPECT_EQ(Text("Low"), "7");
+    port->StoreBig(0x300, 8);
+    port->StoreBig(0x304, 2);
+    port->StoreBig(0x210, 99);
+    EXPECT_EQ(Text("R"), "99");
+}
+
 TEST_F(NxGenParameterArrayTest, AcceptsAnEntryThatIsNamedLikeItsEnumeration) {
     Load(GenXml::Enumeration("Test", GenXml::Entry("Test", 0) + "<pValue>Reg</pValue>") +
          GenXml::Register("Reg", 0x100));
