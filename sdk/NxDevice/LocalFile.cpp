@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/UnnamedPayload.h>
 
 namespace {
 
@@ -25,6 +26,9 @@ LocalFile::~LocalFile() {
 
 NxResult LocalFile::Open(const NxString& path) {
     mPath = path.GetAscii();
+    if (mPath.empty()) {
+        return NxResult(kNxLocalFile, kUnnamedPayload);
+    }
     // Non-blocking: a named pipe must be refused below, not waited for.
     const int descriptor = ::open(mPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) {

@@ -63,7 +63,9 @@ FUXmlChecker::FUXmlChecker(std::string_view text) : mText(text) {}
 
 bool FUXmlChecker::Check() {
     if (mText.empty()) {
-        return Fail(0, "it is empty, or the package does not hold it");
+        return Fail(0,
+                    "it is empty, or the package does not hold it, or it cannot be unpacked "
+                    "(damaged, encrypted, or /tmp is full)");
     }
     if (mText.size() > kMaximumSize) {
         return Fail(0, "it is larger than " + std::to_string(kMaximumSize) + " bytes");

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/UnnamedPayload.h>
 
 namespace {
 
@@ -20,6 +21,9 @@ NxResult SystemFailure(const std::string& path) {
 }  // namespace
 
 NxResult LocalPayload::Open(const std::string& path) {
+    if (path.empty()) {
+        return NxResult(kNxLocalFile, kUnnamedPayload);
+    }
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
         return SystemFailure(path);

@@ -10,7 +10,9 @@ std::string With(const std::string& part, const std::string& replacement) {
 
 std::vector<ManifestCase> MalformedXml() {
     return {
-        {"EmptyText", "", "1:1: it is empty, or the package does not hold it"},
+        {"EmptyText", "",
+         "1:1: it is empty, or the package does not hold it, or it cannot be unpacked (damaged, "
+         "encrypted, or /tmp is full)"},
         {"OnlySpaces", "  \n \n", "3:1: there is no element"},
         {"PlainText", "firmware", "1:1: text is not allowed outside the root element"},
         {"OnlyAComment", "<!-- nothing -->", "1:17: there is no element"},

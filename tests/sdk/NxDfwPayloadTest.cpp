@@ -324,6 +324,10 @@ TEST_F(NxDfwPayloadTest, NamesTheFileAndTheReasonWhenItCannotBeRead) {
     result = NxDfwPayload::ReadHeader(mFolder.Path().string(), header);
     EXPECT_EQ(result.GetDescription(),
               NxString("Cannot open " + mFolder.Path().string() + ": not a regular file"));
+    // The path that a package reader gives for a member that it cannot hand out.
+    EXPECT_EQ(NxDfwPayload::ReadHeader("", header).GetDescription(),
+              NxString("Cannot read the payload: the package does not hold it, or it cannot be "
+                       "unpacked (damaged, encrypted, or /tmp is full)"));
 }
 
 TEST_F(NxDfwPayloadTest, DoesNotWaitForANamedPipe) {

@@ -355,6 +355,10 @@ TEST_F(NxGenFileTest, SaysWhyALocalFileCannotBeRead) {
     EXPECT_THAT(file.WriteFrom("/nowhere/x.dfw").GetDescription().GetAscii(),
                 StrEq("Cannot read /nowhere/x.dfw: No such file or directory"));
     EXPECT_EQ(file.WriteFrom(folder.Path().string()).GetCode(), kNxLocalFile);
+    // The path that a package reader gives for a member that it cannot hand out.
+    EXPECT_THAT(file.WriteFrom("").GetDescription().GetAscii(),
+                StrEq("Cannot read the payload: the package does not hold it, or it cannot be "
+                      "unpacked (damaged, encrypted, or /tmp is full)"));
 }
 
 TEST_F(NxGenFileTest, HandsThePortsFailureOnWithItsCode) {
