@@ -11,6 +11,7 @@
 #include <NxDevice/NxDevice.h>
 #include <NxGenICam/GenFUControl.h>
 #include <NxGenICam/GenFUParser.h>
+#include <NxGenICam/GenFUUpdaterCodes.h>
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenEnumEntry.h>
 #include <NxGenICam/NxGenFile.h>
@@ -24,14 +25,12 @@
 
 namespace {
 
+using NxGenICamLib::kGenFUDone;
+using NxGenICamLib::kGenFUFailed;
+using NxGenICamLib::kGenFUNotProvided;
+using NxGenICamLib::kGenFUNoTransfer;
+using NxGenICamLib::kGenFUUnreadable;
 using NyUtilsLib::Result;
-
-// Codes that the firmware-update model is answered with.
-constexpr unsigned int kDone = 0;
-constexpr unsigned int kFailed = 1;
-constexpr unsigned int kNoWorker = 16;
-constexpr unsigned int kCannotRead = 25;
-constexpr unsigned int kNotProvided = 1540;
 
 constexpr std::int32_t kTransferFailed = 103;
 constexpr std::int32_t kValidationFailed = 104;
@@ -89,23 +88,23 @@ Result MirskoFirmwareUpdaterDlg::ReadGenStringValue(const std::string& nodeName,
                                                     std::string& value) {
     NxString text;
     if (!device->GetParameters()->GetStringValue(nodeName, text).IsOK()) {
-        return Result(kCannotRead);
+        return Result(kGenFUUnreadable);
     }
     // The model name whatever was asked for, on purpose: packages tell devices apart by model.
     value = deviceInfo->GetModelName().GetAscii();
-    return Result(kDone);
+    return Result(kGenFUDone);
 }
 
 Result MirskoFirmwareUpdaterDlg::WriteGenStringValue(const std::string&, const std::string&) {
-    return Result(kNotProvided);
+    return Result(kGenFUNotProvided);
 }
 
 Result MirskoFirmwareUpdaterDlg::ExecuteGenCommand(const std::string&) {
-    return Result(kNotProvided);
+    return Result(kGenFUNotProvided);
 }
 
 Result MirskoFirmwareUpdaterDlg::GetGenEnumEntries(const std::string&, std::list<std::string>&) {
-    return Result(kNotProvided);
+    return Result(kGenFUNotProvided);
 }
 
 Result MirskoFirmwareUpdaterDlg::Write(const std::string& fileName, const std::string& transport) {
@@ -126,16 +125,16 @@ Result MirskoFirmwareUpdaterDlg::Write(const std::string& fileName, const std::s
             thread = new ThreadGenICam(connectionId, path);
         }
     }
-    return thread != nullptr ? WaitForUpdate() : Result(kFailed);
+    return thread != nullptr ? WaitForUpdate() : Result(kGenFUFailed);
 }
 
 Result MirskoFirmwareUpdaterDlg::Reset() {
     // After a Write there is never a worker left; the reset that matters is CompleteUpdate's.
     if (thread == nullptr) {
-        return Result(kNoWorker);
+        return Result(kGenFUNoTransfer);
     }
     (void)thread->Reset();
-    return Result(kDone);
+    return Result(kGenFUDone);
 }
 
 bool MirskoFirmwareUpdaterDlg::OnInitDialog() {
@@ -156,11 +155,11 @@ Result MirskoFirmwareUpdaterDlg::WaitForUpdate() {
     // one.
     if (status != 0) {
         std::cout << "Update failed." << std::endl;
-        return Result(kFailed);
+        return Result(kGenFUFailed);
     }
     std::cout << "Firmware upload complete." << std::endl;
     UpdateLabel();
-    return Result(kDone);
+    return Result(kGenFUDone);
 }
 
 void MirskoFirmwareUpdaterDlg::ValidateUpdate() {
@@ -214,7 +213,7 @@ void MirskoFirmwareUpdaterDlg::UpdateProgress() {
 
 bool MirskoFirmwareUpdaterDlg::UpdateFromPayload() {
     const std::string modelName = deviceInfo->GetModelName().GetAscii();
-    if (Write(reader->GetFilePath(), modelName).GetCode() != kDone) {
+    if (Write(reader->GetFilePath(), modelName).GetCode() != kGenFUDone) {
         std::cerr << "Writing payload file to device failed!" << std::endl;
         return false;
     }
@@ -234,7 +233,7 @@ bool MirskoFirmwareUpdaterDlg::UpdateFromPackage() {
     auto* const control = KeepForever(new NxGenICamLib::GenFUControl(this));
     auto* const parser = KeepForever(new NxGenICamLib::GenFUParser(control));
     const Result built = parser->Build(manifest);
-    if (built.GetCode() != kDone) {
+    if (built.GetCode() != kGenFUDone) {
         std::cerr << built.GetMessage() << std::endl;
         // Left open on purpose: the device stays under control until the process ends.
         (void)KeepForever(device);
@@ -242,7 +241,7 @@ bool MirskoFirmwareUpdaterDlg::UpdateFromPackage() {
     }
     const Result run = control->Run();
     NxDevice::Free(device);
-    if (run.GetCode() != kDone) {
+    if (run.GetCode() != kGenFUDone) {
         std::cerr << run.GetMessage() << std::endl;
         return false;
     }

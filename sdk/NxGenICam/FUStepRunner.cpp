@@ -3,10 +3,31 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxGenICam/GenFUUpdaterCodes.h>
 
 #include "FUUnicode.h"
 
 namespace NxGenICamLib {
+
+namespace {
+
+/// Empty for a code that the list does not hold.
+std::string MeaningOf(unsigned int code) {
+    switch (code) {
+        case kGenFUFailed:
+            return "the file was not transferred, or the device did not accept it";
+        case kGenFUNoTransfer:
+            return "no transfer is running whose device could be reset";
+        case kGenFUUnreadable:
+            return "the device does not have this feature, or it cannot be read";
+        case kGenFUNotProvided:
+            return "the updater does not provide this operation";
+        default:
+            return {};
+    }
+}
+
+}  // namespace
 
 FUStepRunner::FUStepRunner(IGenFUUpdater& updater, std::string place)
     : mUpdater(updater), mPlace(std::move(place)) {}
@@ -59,7 +80,9 @@ NyUtilsLib::Result FUStepRunner::Report(const NyUtilsLib::Result& result,
 
 std::string DescribeFailure(const NyUtilsLib::Result& result) {
     const std::string failed = " failed with code " + std::to_string(result.GetCode());
-    return result.GetMessage().empty() ? failed : failed + ": " + result.GetMessage();
+    const std::string meaning =
+        result.GetMessage().empty() ? MeaningOf(result.GetCode()) : result.GetMessage();
+    return meaning.empty() ? failed : failed + ": " + meaning;
 }
 
 }  // namespace NxGenICamLib

@@ -28,7 +28,7 @@ class FUStepRunner {
     std::string mPlace;
 };
 
-/// " failed with code 25", followed by the result's own message when it has one.
+/// " failed with code 25: " and the result's own message, or else what the code means.
 std::string DescribeFailure(const NyUtilsLib::Result& result);
 
 }  // namespace NxGenICamLib

@@ -115,7 +115,7 @@ TEST_F(GenFUControlTest, TellsWhichFeatureCouldNotBeReadWhenNoUpdateSuits) {
     EXPECT_EQ(result.GetCode(), 25U);
     EXPECT_EQ(result.GetMessage(),
               "No update in this package is for this device: reading \"DeviceModelName\" failed "
-              "with code 25");
+              "with code 25: the device does not have this feature, or it cannot be read");
 }
 
 TEST_F(GenFUControlTest, KeepsControlCharactersOfTheModelFromTheTerminal) {
@@ -153,21 +153,26 @@ TEST_F(GenFUControlTest, EndsWithTheCodeAndNameOfTheStepThatFails) {
     Result result = Run(manifest);
     EXPECT_EQ(result.GetCode(), 1U);
     EXPECT_EQ(result.GetMessage(),
-              "Step 1 of procedure \"p\", FileUpload of \"a.dfw\" by TFTP, failed with code 1");
+              "Step 1 of procedure \"p\", FileUpload of \"a.dfw\" by TFTP, failed with code 1: the "
+              "file was not transferred, or the device did not accept it");
     EXPECT_EQ(mUpdater.calls.back(), "Upload a.dfw TFTP");
 
     mUpdater.uploadResult = Result();
     result = mControl.Run();
     EXPECT_EQ(result.GetCode(), 25U);
-    EXPECT_EQ(result.GetMessage(),
-              "Step 2 of procedure \"p\", FeatureAssert of \"F\", failed with code 25");
+    EXPECT_EQ(
+        result.GetMessage(),
+        "Step 2 of procedure \"p\", FeatureAssert of \"F\", failed with code 25: the device does "
+        "not have this feature, or it cannot be read");
 
     mUpdater.features["F"] = "x";
     mUpdater.writeResult = Result(1540);
     result = mControl.Run();
     EXPECT_EQ(result.GetCode(), 1540U);
-    EXPECT_EQ(result.GetMessage(),
-              "Step 3 of procedure \"p\", FeatureWrite of \"F\", failed with code 1540");
+    EXPECT_EQ(
+        result.GetMessage(),
+        "Step 3 of procedure \"p\", FeatureWrite of \"F\", failed with code 1540: the updater "
+        "does not provide this operation");
 
     mUpdater.writeResult = Result();
     mUpdater.executeResult = Result(1540, "no such thing");
@@ -180,7 +185,13 @@ TEST_F(GenFUControlTest, EndsWithTheCodeAndNameOfTheStepThatFails) {
     mUpdater.resetResult = Result(16);
     result = mControl.Run();
     EXPECT_EQ(result.GetCode(), 16U);
-    EXPECT_EQ(result.GetMessage(), "Step 5 of procedure \"p\", DeviceReset, failed with code 16");
+    EXPECT_EQ(result.GetMessage(),
+              "Step 5 of procedure \"p\", DeviceReset, failed with code 16: no transfer is running "
+              "whose device could be reset");
+
+    mUpdater.resetResult = Result(77);
+    EXPECT_EQ(mControl.Run().GetMessage(),
+              "Step 5 of procedure \"p\", DeviceReset, failed with code 77");
 }
 
 TEST_F(GenFUControlTest, GivesUpOnAPatternThatTakesTooLong) {

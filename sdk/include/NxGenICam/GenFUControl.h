@@ -24,9 +24,11 @@ class NX_API GenFUControl : public IGenFUModel, public IGenFUModelBuilder {
     GenFUControl(const GenFUControl&) = delete;
     GenFUControl& operator=(const GenFUControl&) = delete;
 
-    /// @return code 0 when every step was done; kNxNoUpdate and "No update in this package is for
-    ///         <model>" when no update's conditions all hold; kNxAssertFailed and the assert's own
-    ///         message when its feature does not match
+    /// @return code 0 when every step was done; the code of the step that failed; kNxAssertFailed
+    ///         and the assert's own message when its feature does not match. When no update's
+    ///         conditions all hold, "No update in this package is for <model>" with kNxNoUpdate,
+    ///         or, where a condition's feature could not be read, with the code of that reading
+    ///         (kGenFUUnreadable from the updater) and the feature's name
     NyUtilsLib::Result Run() override;
 
     NyUtilsLib::Result Clear() override;

@@ -9,7 +9,9 @@
 namespace NxGenICamLib {
 
 /// What a firmware-update run asks of the program that updates the device. Code 0 is success;
-/// any other code ends the run.
+/// any other code ends the run, except that a condition whose feature cannot be read does not hold.
+/// GenFUUpdaterCodes.h lists the codes whose meaning is told to the user; a result with a message
+/// of its own is told with that.
 class NX_API IGenFUUpdater {
   public:
     virtual ~IGenFUUpdater();
