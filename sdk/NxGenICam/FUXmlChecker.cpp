@@ -314,14 +314,13 @@ bool FUXmlChecker::Text() {
 bool FUXmlChecker::Reference() {
     static constexpr std::array<std::string_view, 5> kEntities = {"amp", "lt", "gt", "quot",
                                                                   "apos"};
-    static constexpr std::size_t kLongest = 16;
     const std::size_t start = mPosition;
-    const std::size_t end = mText.substr(start, kLongest).find(';');
+    const std::size_t end = mText.find(';', start);
     if (end != std::string_view::npos) {
-        const std::string_view name = mText.substr(start + 1, end - 1);
+        const std::string_view name = mText.substr(start + 1, end - start - 1);
         if (std::find(kEntities.begin(), kEntities.end(), name) != kEntities.end() ||
             IsCharacterReference(name)) {
-            mPosition = start + end + 1;
+            mPosition = end + 1;
             return true;
         }
     }

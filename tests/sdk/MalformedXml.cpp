@@ -52,6 +52,8 @@ std::vector<ManifestCase> MalformedXml() {
          "4:85: \"&\" must begin a known reference, or be written as \"&amp;\""},
         {"ReferenceToNoCharacter", With(">m<", ">&#1;<"),
          "4:85: \"&\" must begin a known reference, or be written as \"&amp;\""},
+        {"ReferenceToNoCharacterWithLeadingZeros", With(">m<", ">&#x0000000000000001;<"),
+         "4:85: \"&\" must begin a known reference, or be written as \"&amp;\""},
         {"ReferenceBeyondUnicode", With(">m<", ">&#x110000;<"),
          "4:85: \"&\" must begin a known reference, or be written as \"&amp;\""},
         {"ReferenceNotClosed", With(">m<", ">&amp m<"),

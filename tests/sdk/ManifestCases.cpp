@@ -103,6 +103,8 @@ std::vector<ManifestCase> GoodManifests() {
         {"CommentWithinText", with(">a.dfw<", ">a<!-- . -->.dfw<"), ""},
         {"TextAsCdata", with(">m<", "><![CDATA[<a> & ]] > ]]>b<"), ""},
         {"References", with(">m<", ">&lt;&amp;&gt;&quot;&apos;&#65;&#x20ac;<"), ""},
+        {"ReferencesWithLeadingZeros", with(">m<", ">&#x0000000000041;&#0000000000000000000065;<"),
+         ""},
         {"SchemaHint",
          with("MinorVersion=\"0\"",
               "MinorVersion=\"0\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-"
