@@ -3,7 +3,9 @@
 #include <array>
 #include <charconv>
 #include <cstdlib>
+#include <map>
 #include <memory>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -82,6 +84,12 @@ class DescriptionReader {
         bool isReference = false;
     };
 
+    // What a node of that name is, by all of its definitions.
+    struct NodeValue {
+        std::set<std::string> constants;
+        std::set<std::string> links;
+    };
+
     static void NoteError(void* context, xmlErrorPtr error) {
         auto* self = static_cast<DescriptionReader*>(context);
         if (error != nullptr && self->mErrorLine == 0) {
@@ -154,6 +162,16 @@ class DescriptionReader {
         return tag != "Constant" && tag != "Expression" && tag != "Group" && tag != "EnumEntry";
     }
 
+    // "pIsImplemented" and the like; lists of features are not read.
+    static bool IsLink(std::string_view tag) {
+        return tag.size() > 1 && tag[0] == 'p' && tag[1] >= 'A' && tag[1] <= 'Z' &&
+               tag != "pFeature" && tag != "pSelected" && tag != "pInvalidator" && tag != "pPort";
+    }
+
+    void Link(const std::string& from, const std::string& to) {
+        facts.links.AddReference(facts.links.Add(Trim(from)), to);
+    }
+
     void StartNode(Element& element, const std::string& name) {
         element.isNode = true;
         element.name = name;
@@ -163,6 +181,8 @@ class DescriptionReader {
         } else if (mOpen.back().tag == kStructRegister) {
             // It is read where the register that it is a part of lies, not the other way round.
             mGraph.AddReference(element.node, Trim(mOpen.back().name));
+            facts.links.AddReference(facts.links.Add(Trim(name)), Trim(mOpen.back().name));
+            mStructures.emplace_back(name, mOpen.back().name);
         }
     }
 
@@ -172,12 +192,63 @@ class DescriptionReader {
         const std::string text = Trim(element.text);
         if (element.isReference && !text.empty()) {
             Refer(text);
+        } else if (IsLink(element.tag)) {
+            for (const Element& open : mOpen) {
+                if (open.isNode) {
+                    Link(open.name, text);
+                }
+            }
         }
-        if (element.tag == "Length") {
-            char* end = nullptr;
-            const long long length = std::strtoll(text.c_str(), &end, 0);
-            if (*end != '\0' || length < 0 || length > kLongestRegister) {
-                return Bad("a register's length is \"" + text.substr(0, 40) + "\"");
+        if (element.tag == "Length" && !IsRegisterLength(text)) {
+            return Bad("a register's length is \"" + text.substr(0, 40) + "\"");
+        }
+        if (element.tag == "pLength") {
+            mLengths.insert(text);
+            NoteVariableLength();
+        }
+        if (!mOpen.empty() && mOpen.back().isNode) {
+            NodeValue& value = mValues[Trim(mOpen.back().name)];
+            if (element.tag == "Value") {
+                value.constants.insert(text);
+            } else if (element.tag == "pValue") {
+                value.links.insert(text);
+            }
+        }
+        return {};
+    }
+
+    void NoteVariableLength() {
+        for (const Element& element : mOpen) {
+            if (element.tag == kStructRegister) {
+                mVariableStructures.insert(element.name);
+            }
+            if (element.isNode) {
+                facts.variableLengths[Trim(element.name)].insert(element.name);
+            }
+        }
+    }
+
+    static bool IsRegisterLength(const std::string& text) {
+        char* end = nullptr;
+        const long long length = std::strtoll(text.c_str(), &end, 0);
+        return *end == '\0' && length >= 0 && length <= kLongestRegister;
+    }
+
+    // The lengths that are told by other nodes, as far as these are constants.
+    NxResult CheckLengths() {
+        std::vector<std::string> names(mLengths.begin(), mLengths.end());
+        while (!names.empty()) {
+            const NodeValue& value = mValues[names.back()];
+            names.pop_back();
+            for (const std::string& constant : value.constants) {
+                if (!IsRegisterLength(constant)) {
+                    return Bad("a register's length is \"" + constant.substr(0, 40) + "\"");
+                }
+            }
+            for (const std::string& link : value.links) {
+                if (mLengths.insert(link).second) {
+                    names.push_back(link);
+                }
             }
         }
         return {};
@@ -188,6 +259,7 @@ class DescriptionReader {
         for (auto element = mOpen.rbegin(); element != mOpen.rend(); ++element) {
             if (element->isNode) {
                 mGraph.AddReference(element->node, name);
+                Link(element->name, name);
             }
             if (element->tag == kStructEntry) {
                 return;
@@ -198,6 +270,14 @@ class DescriptionReader {
     NxResult Finish() {
         if (mGraph.Size() == 0) {
             return Bad("it defines no node");
+        }
+        if (NxResult result = CheckLengths(); !result.IsOK()) {
+            return result;
+        }
+        for (const auto& [entry, structure] : mStructures) {
+            if (mVariableStructures.contains(structure)) {
+                facts.variableLengths[Trim(entry)].insert(entry);
+            }
         }
         std::string culprit;
         if (!mGraph.IsEvaluable(culprit)) {
@@ -222,6 +302,10 @@ class DescriptionReader {
 
     std::unique_ptr<xmlTextReader, void (*)(xmlTextReaderPtr)> mReader;
     NodeGraph mGraph;
+    std::map<std::string, NodeValue> mValues;
+    std::vector<std::pair<std::string, std::string>> mStructures;  ///< entry and structure
+    std::set<std::string> mVariableStructures;
+    std::set<std::string> mLengths;  ///< names of the nodes that registers have their lengths from
     std::vector<Element> mOpen;
     int mErrorLine = 0;
     std::string mError = "not well-formed";

@@ -2,9 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <utility>
 
+#include <NxBase/NxResultCodes.h>
+
 namespace {
+
+// No register of a description that is accepted has more.
+constexpr guint32 kLongestRead = 16U << 20U;
 
 struct PortDevice {
     ArvDevice parent;
@@ -30,6 +36,9 @@ gboolean Report(const NxResult& result, GError** error) {
 
 gboolean ReadMemory(ArvDevice* device, guint64 address, guint32 size, void* buffer,
                     GError** error) {
+    if (size > kLongestRead) {
+        return Report(OwnerOf(device).RefuseRead(size), error);
+    }
     const std::span<std::byte> bytes(static_cast<std::byte*>(buffer), size);
     // What a failed read leaves is used by some callers before they look at the error.
     std::fill(bytes.begin(), bytes.end(), std::byte{0});
@@ -75,6 +84,12 @@ NxResult GenDevice::Read(std::uint64_t address, std::span<std::byte> buffer) {
     NxResult result = mPort->ReadRegisters(one);
     std::copy(one[0].bytes.begin(), one[0].bytes.end(), buffer.begin());
     return Note(std::move(result));
+}
+
+NxResult GenDevice::RefuseRead(std::uint64_t size) {
+    return Note(NxResult(kNxBadDescription, mPort->DeviceName() + " has a register of " +
+                                                std::to_string(size) +
+                                                " bytes; 16 MiB is the most"));
 }
 
 NxResult GenDevice::Write(std::uint64_t address, std::span<const std::byte> data) {

@@ -24,6 +24,8 @@ class GenDevice {
     [[nodiscard]] bool UsesRegisterCommands() const { return mUsesRegisterCommands; }
 
     NxResult Read(std::uint64_t address, std::span<std::byte> buffer);
+    /// Notes that a read of so many bytes was not done.
+    NxResult RefuseRead(std::uint64_t size);
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
     /// The port's failure since the last call, or OK.
     NxResult TakeFailure();

@@ -33,6 +33,32 @@ bool NodeGraph::IsEvaluable(std::string& culprit) {
     return true;
 }
 
+std::vector<std::string> NodeGraph::ListReachable(const std::string& from) const {
+    std::vector<std::string> reached;
+    const auto start = mNumbers.find(from);
+    if (start == mNumbers.end()) {
+        return reached;
+    }
+    std::vector<bool> seen(mNodes.size());
+    std::vector<std::pair<std::size_t, std::size_t>> path{{start->second, 0}};
+    seen[start->second] = true;
+    while (!path.empty()) {
+        auto& [number, next] = path.back();
+        const Node& node = mNodes[number];
+        if (next == node.references.size()) {
+            reached.push_back(node.name);
+            path.pop_back();
+            continue;
+        }
+        const std::size_t target = node.references[next++];
+        if (!seen[target]) {
+            seen[target] = true;
+            path.emplace_back(target, 0);
+        }
+    }
+    return reached;
+}
+
 // Depth first without recursion: the depth is the device's to choose.
 bool NodeGraph::Walk(std::size_t start, std::string& culprit) {
     std::vector<std::pair<std::size_t, std::size_t>> path{{start, 0}};

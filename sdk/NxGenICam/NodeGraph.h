@@ -18,6 +18,10 @@ class NodeGraph {
     /// @param culprit name of a node that cannot
     [[nodiscard]] bool IsEvaluable(std::string& culprit);
 
+    /// Every node that can be reached from that one and itself, each after those that it refers to
+    /// except where they refer to each other.
+    [[nodiscard]] std::vector<std::string> ListReachable(const std::string& from) const;
+
   private:
     struct Node {
         std::string name;

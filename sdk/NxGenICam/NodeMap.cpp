@@ -7,13 +7,13 @@
 
 #include <NxBase/NxResultCodes.h>
 
-#include "DescriptionCheck.h"
 #include "NodeLinks.h"
 #include "QuietLibraries.h"
 
 namespace {
 
 constexpr std::uint64_t kLongestText = 1U << 20U;
+constexpr std::uint64_t kLongestRegister = 16U << 20U;
 
 NxResult NoSuchNode(const std::string& name) {
     return NxResult(kNxNoSuchNode, "The device has no GenICam feature " + name);
@@ -59,7 +59,10 @@ NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
         (facts.schemaMajor < 1 || (facts.schemaMajor == 1 && facts.schemaMinor < 1))) {
         loaded->mDevice.UseRegisterCommands();
     }
-    loaded->mNodesWithSteps = std::move(facts.nodesWithSteps);
+    loaded->mFacts = std::move(facts);
+    if (loaded->mFacts.variableLengths.empty()) {
+        loaded->mFacts.links = NodeGraph();
+    }
     map = std::move(loaded);
     return {};
 }
@@ -68,7 +71,7 @@ bool NodeMap::HasIndexStep(ArvGcNode* node) const {
     const char* name = ARV_IS_GC_FEATURE_NODE(node)
                            ? arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node))
                            : nullptr;
-    return name != nullptr && mNodesWithSteps.contains(name);
+    return name != nullptr && mFacts.nodesWithSteps.contains(name);
 }
 
 NxResult NodeMap::Check(const std::string& what, GError* error) {
@@ -103,6 +106,9 @@ NxResult NodeMap::Find(const std::string& name, ArvGcFeatureNode*& node) {
         node = nullptr;
         return {};
     }
+    if (NxResult result = CheckLengths(name); !result.IsOK()) {
+        return result;
+    }
     auto* feature = ARV_GC_FEATURE_NODE(found);
     bool implemented = false;
     NxResult result = IsImplemented(feature, implemented);
@@ -110,6 +116,42 @@ NxResult NodeMap::Find(const std::string& name, ArvGcFeatureNode*& node) {
         node = implemented ? feature : nullptr;
     }
     return result;
+}
+
+// Aravis allocates as many bytes as a register is said to have, and ends the program when it
+// cannot.
+NxResult NodeMap::CheckLengths(const std::string& name) {
+    if (mFacts.variableLengths.empty()) {
+        return {};
+    }
+    const auto [known, isNew] = mLengthsReadBy.try_emplace(name);
+    if (isNew) {
+        for (const std::string& read : mFacts.links.ListReachable(name)) {
+            if (const auto found = mFacts.variableLengths.find(read);
+                found != mFacts.variableLengths.end()) {
+                known->second.insert(known->second.end(), found->second.begin(),
+                                     found->second.end());
+            }
+        }
+    }
+    for (const std::string& one : known->second) {
+        ArvGcNode* node = arv_gc_get_node(mGenicam, one.c_str());
+        if (node != nullptr && ARV_IS_GC_STRUCT_ENTRY_NODE(node)) {
+            node = ARV_GC_NODE(arv_dom_node_get_parent_node(ARV_DOM_NODE(node)));
+        }
+        if (node == nullptr || !ARV_IS_GC_REGISTER(node)) {
+            continue;
+        }
+        GError* error = nullptr;
+        const std::uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(node), &error);
+        // One whose length cannot be read is not read either, and may not be needed now.
+        if (Check(one, error).IsOK() && length > kLongestRegister) {
+            return NxResult(kNxBadDescription,
+                            mDevice.Port().DeviceName() + " says that its register " + one +
+                                " has " + std::to_string(length) + " bytes; 16 MiB is the most");
+        }
+    }
+    return {};
 }
 
 NxResult NodeMap::FindEnumeration(const std::string& name, ArvGcEnumeration*& node) {

@@ -1,14 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
+#include <vector>
 
 #include <arv.h>
 
 #include <NxBase/NxResult.h>
 
+#include "DescriptionCheck.h"
 #include "GenDevice.h"
 
 /// Aravis's GenICam node map over a port, with its ways of failing turned into results.
@@ -57,9 +59,12 @@ class NodeMap {
 
     NxResult FindReadable(const std::string& name, ArvGcFeatureNode*& node);
     NxResult FindWritable(const std::string& name, ArvGcFeatureNode*& node);
+    NxResult CheckLengths(const std::string& name);
     NxResult CheckStringLength(ArvGcFeatureNode* node);
 
     GenDevice mDevice;
     ArvGc* mGenicam = nullptr;
-    std::set<std::string> mNodesWithSteps;
+    DescriptionFacts mFacts;
+    /// By the name of a node: the registers of variable length that an access to it may read.
+    std::map<std::string, std::vector<std::string>> mLengthsReadBy;
 };

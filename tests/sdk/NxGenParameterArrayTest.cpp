@@ -188,6 +188,58 @@ TEST_F(NxGenParameterArrayTest, RefusesATextOfAbsurdLength) {
     EXPECT_EQ(result.GetCode(), kNxBadDescription);
 }
 
+TEST_F(NxGenParameterArrayTest, RefusesRegistersOfAbsurdLength) {
+    const auto variable = [](const std::string& name, const std::string& length) {
+        std::string node = GenXml::Register(name, 0x100);
+        return node.replace(node.find("<Length>4</Length>"), 18, length);
+    };
+    const std::string huge = "<pLength>Size</pLength>";
+    for (const std::string& nodes :
+         {variable("R", "<Length>1<!-- -->7000000</Length>"),
+          variable("R", huge) + GenXml::Integer("Size", "<Value>0x8000000000000000</Value>"),
+          variable("R", huge) + GenXml::Integer("Size", "<pValue>More</pValue>") +
+              GenXml::Integer("More", "<Value>17000000</Value>"),
+          variable("R", huge) + GenXml::Integer("Size", "<Value>-1</Value>")}) {
+        EXPECT_THAT(LoadXml(GenXml::Description(nodes)).GetDescription().GetAscii(),
+                    HasSubstr("a register's length is"))
+            << nodes;
+    }
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesRegistersThatTheDeviceSaysAreOfAbsurdLength) {
+    std::string wide = GenXml::Register("Size", 0x200);
+    wide.replace(wide.find("<Length>4"), 9, "<Length>8");
+    std::string variable = GenXml::Register("R", 0x100);
+    variable.replace(variable.find("<Length>4</Length>"), 18, "<pLength>Size</pLength>");
+    Load(variable + wide +
+         GenXml::Integer("Hidden", "<pIsAvailable>R</pIsAvailable><Value>1</Value>") +
+         GenXml::Enumeration("Mode", GenXml::Entry("On", 0, "<pIsImplemented>R</pIsImplemented>") +
+                                         "<Value>0</Value>") +
+         "<StructReg Comment=\"x\"><Address>0x100</Address><pLength>Size</pLength>"
+         "<AccessMode>RW</AccessMode><pPort>Device</pPort><Endianess>BigEndian</Endianess>"
+         "<StructEntry Name=\"Part\"><LSB>31</LSB><MSB>16</MSB></StructEntry></StructReg>" +
+         GenXml::Register("Stepped", 0x300, "RW", "<pIndex pOffset=\"R\">Zero</pIndex>") +
+         GenXml::Integer("Zero", "<Value>0</Value>"));
+    port->StoreBig(0x100, 7);
+    port->StoreBig(0x204, 4);
+    EXPECT_EQ(Text("R"), "7");
+    EXPECT_EQ(Text("Part"), "7");
+    EXPECT_EQ(Text("Hidden"), "1");
+
+    port->StoreBig(0x200, 0x7FFFFFFF);
+    for (const char* name : {"R", "Hidden", "Mode", "Part", "Stepped"}) {
+        EXPECT_EQ(Text(name), "untouched") << name;
+        EXPECT_EQ(result.GetCode(), kNxBadDescription) << name;
+        EXPECT_THAT(result.GetDescription().GetAscii(),
+                    testing::AllOf(HasSubstr("192.0.2.7 on eth9"), HasSubstr("16 MiB")));
+    }
+    EXPECT_EQ(parameters->GetEnum("Mode"), nullptr);
+
+    port->failedReads[0x200] = NxResult(kNxDeviceError, "BUSY 0x8007");
+    EXPECT_EQ(Text("R"), "untouched");
+    EXPECT_EQ(result.GetCode(), kNxDeviceError);
+}
+
 TEST_F(NxGenParameterArrayTest, RefusesADescriptionThatIsCutShortAnywhere) {
     const std::string whole = GenXml::Description(GenXml::Register("Width", 0x100));
     ASSERT_TRUE(LoadXml(whole).IsOK());
