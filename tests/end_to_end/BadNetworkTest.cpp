@@ -23,8 +23,9 @@ TEST_P(BadNetworkTest, WritesEveryByte) {
     const TemporaryFolder folder;
     const std::string body = RandomBytes(200000, 5);
     const ProcessResult result = RunUpdater({kLoopback, folder.Write("c.dfw", MakePayload(body))});
-    EXPECT_TRUE(WithoutLabels(result.out).ends_with("Firmware upload complete.\n"))
-        << result.out << result.err;
+    EXPECT_TRUE(WithoutLabels(result.out).ends_with("Firmware upload complete.\n")) << result.out;
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.exitStatus, 0);
     EXPECT_TRUE(camera.Firmware() == body);
 }
 

@@ -10,6 +10,10 @@ SimulatedCamera::SimulatedCamera(std::vector<std::string> options, const Network
     Start();
 }
 
+SimulatedCamera::~SimulatedCamera() {
+    (void)PowerOff();
+}
+
 void SimulatedCamera::Start() {
     const auto path = [this](const char* name) { return (mFolder.Path() / name).string(); };
     std::filesystem::remove(path("ready"));
@@ -37,7 +41,8 @@ void SimulatedCamera::PowerCycle() {
 
 ProcessResult SimulatedCamera::PowerOff() {
     const ProcessResult result = mProcess->Terminate();
-    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(result.exitStatus, 0) << "signal " << result.signal;
+    EXPECT_EQ(result.err, "");
     return result;
 }
 

@@ -18,9 +18,14 @@ class SimulatedCamera {
     /// @param network when given, it runs on the far side of that network
     explicit SimulatedCamera(std::vector<std::string> options,
                              const NetworkPair* network = nullptr);
+    /// Switches it off.
+    ~SimulatedCamera();
+    SimulatedCamera(const SimulatedCamera&) = delete;
+    SimulatedCamera& operator=(const SimulatedCamera&) = delete;
 
     /// Switches it off and on again, with the same options.
     void PowerCycle();
+    /// Ends the program; a test failure when it does not end as it should, or has complained.
     ProcessResult PowerOff();
     [[nodiscard]] Process& Program() { return *mProcess; }
 

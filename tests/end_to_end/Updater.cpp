@@ -67,6 +67,8 @@ std::string MakePayload(const std::string& body, unsigned int major, unsigned in
 
 std::string DeviceField(const std::string& field) {
     const ProcessResult result = Process::Run({Program("mirsko-devices"), "--json"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.err, "");
     const auto interfaces = nlohmann::json::parse(result.out, nullptr, false);
     if (interfaces.is_discarded()) {
         ADD_FAILURE() << result.out << result.err;

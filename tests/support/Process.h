@@ -21,7 +21,8 @@ struct ProcessResult {
     std::chrono::milliseconds duration{0};
 };
 
-/// A child program with its output collected. Killed, if it still runs, with this object.
+/// A child program with its output collected. Killed, if it still runs, with this object. A
+/// sanitizer's report on its standard error is a test failure.
 class Process {
   public:
     using Milliseconds = std::chrono::milliseconds;
