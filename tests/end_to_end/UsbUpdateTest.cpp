@@ -138,13 +138,18 @@ TEST(UsbUpdateTest, ReadsAZippedDescriptionAndSelectorDependentRegisters) {
     EXPECT_EQ(camera.Firmware(), body);
 }
 
-TEST(UsbUpdateTest, HasNoOtherRoadToACameraWithoutFileAccess) {
-    UsbCamera camera({"--profile", "no-file-access"});
-    const ProcessResult result =
-        camera.Update({"--u3v", camera.Write("camera.dfw", MakePayload("x"))});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "Writing payload file to device failed!\n");
+TEST(UsbUpdateTest, HasNoOtherRoadToACameraWithoutFileAccessToItsFirmware) {
+    for (const char* profile : {"no-file-access", "backup-load", "selector-without-dfw"}) {
+        SCOPED_TRACE(profile);
+        UsbCamera camera({"--profile", profile});
+        const ProcessResult result = camera.Update(
+            {"--u3v", "--deviceid=new", camera.Write("camera.dfw", MakePayload("x"))});
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "Writing payload file to device failed!\n");
+        EXPECT_EQ(camera.Firmware(), "");
+        EXPECT_EQ(camera.State()["transfers"], 0);
+    }
 }
 
 TEST(UsbUpdateTest, WaitsForWhatTheCameraAnnouncesAsPending) {
