@@ -29,6 +29,12 @@ std::vector<TftpOption> TftpOptions::ToRequest() const {
     return options;
 }
 
+bool TftpOptions::AsksFor(std::string_view option) const {
+    return (option == "blksize" && blockSize != kPlainBlockSize) ||
+           (option == "windowsize" && windowSize != 1) || (option == "timeout" && timeout != 0) ||
+           (option == "tsize" && transferSize.has_value());
+}
+
 std::string TftpOptions::Agree(const TftpPacket& optionAck, TftpOptions& agreed) const {
     if (!optionAck.optionsValid) {
         return "its option acknowledgement is malformed";
@@ -44,29 +50,30 @@ std::string TftpOptions::Agree(const TftpPacket& optionAck, TftpOptions& agreed)
             }
             return "it answered with option " + shown + ", " + why;
         };
+        if (!AsksFor(option.name)) {
+            return refuse("which was not asked for");
+        }
         std::uint64_t value = 0;
         if (!ParseNumber(option.value, value)) {
             return refuse("which is no number");
         }
-        if (option.name == "blksize" && blockSize != kPlainBlockSize) {
+        if (option.name == "blksize") {
             if (value < kSmallestBlockSize || value > blockSize) {
                 return refuse("which is out of range");
             }
             result.blockSize = static_cast<unsigned int>(value);
-        } else if (option.name == "windowsize" && windowSize != 1) {
+        } else if (option.name == "windowsize") {
             if (value < 1 || value > windowSize) {
                 return refuse("which is out of range");
             }
             result.windowSize = static_cast<unsigned int>(value);
-        } else if (option.name == "timeout" && timeout != 0) {
+        } else if (option.name == "timeout") {
             if (value != timeout) {
                 return refuse("which is not what was asked for");
             }
             result.timeout = timeout;
-        } else if (option.name == "tsize" && transferSize.has_value()) {
-            result.transferSize = value;
         } else {
-            return refuse("which was not asked for");
+            result.transferSize = value;
         }
     }
     agreed = result;

@@ -75,8 +75,11 @@ TEST(TftpOptionsTest, RefusesValuesOutOfRange) {
 }
 
 TEST(TftpOptionsTest, RefusesOptionsThatWereNotAskedFor) {
-    for (const TftpOption& option : std::vector<TftpOption>{
-             {"blksize", "512"}, {"windowsize", "1"}, {"timeout", "1"}, {"tsize", "0"}}) {
+    for (const TftpOption& option : std::vector<TftpOption>{{"blksize", "512"},
+                                                            {"windowsize", "1"},
+                                                            {"timeout", "1"},
+                                                            {"tsize", "0"},
+                                                            {"multicast", "224.0.0.5,1758,1"}}) {
         TftpOptions agreed;
         EXPECT_EQ(TftpOptions().Agree(OptionAck({option}), agreed),
                   "it answered with option " + option.name + "=" + option.value +

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <NxBase/NxApi.h>
@@ -26,4 +27,7 @@ struct NX_API TftpOptions {
     /// @param agreed receives what holds then
     /// @return what is wrong with the answer, `agreed` then untouched; empty when nothing is
     [[nodiscard]] std::string Agree(const TftpPacket& optionAck, TftpOptions& agreed) const;
+
+  private:
+    [[nodiscard]] bool AsksFor(std::string_view option) const;
 };
