@@ -289,6 +289,23 @@ NxResult NodeMap::ReadInteger(const std::string& name, std::int64_t& value) {
     return result;
 }
 
+NxResult NodeMap::ReadMaximum(const std::string& name, std::int64_t& maximum) {
+    ArvGcFeatureNode* node = nullptr;
+    if (NxResult result = Find(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (node == nullptr || !ARV_IS_GC_INTEGER(node)) {
+        return NoSuchNode(name + " that is an integer");
+    }
+    GError* error = nullptr;
+    const std::int64_t number = arv_gc_integer_get_max(ARV_GC_INTEGER(node), &error);
+    NxResult result = Check("Cannot find the maximum of " + name, error);
+    if (result.IsOK()) {
+        maximum = number;
+    }
+    return result;
+}
+
 NxResult NodeMap::WriteInteger(const std::string& name, std::int64_t value) {
     ArvGcFeatureNode* node = nullptr;
     if (NxResult result = FindWritable(name, node); !result.IsOK()) {

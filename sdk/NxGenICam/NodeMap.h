@@ -37,6 +37,8 @@ class NodeMap {
 
     NxResult ReadText(const std::string& name, std::string& text);
     NxResult ReadInteger(const std::string& name, std::int64_t& value);
+    /// The largest value that an integer may be set to at the moment.
+    NxResult ReadMaximum(const std::string& name, std::int64_t& maximum);
     NxResult WriteInteger(const std::string& name, std::int64_t value);
     /// Sets an enumeration to the entry of that symbolic name.
     NxResult WriteEntry(const std::string& name, const std::string& entry);

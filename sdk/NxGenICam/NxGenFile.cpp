@@ -149,6 +149,7 @@ NxResult NxGenFile::Impl::Close() {
     return result.IsOK() ? result : Explain(result, "close", 0);
 }
 
+// The operation that is selected decides what FileAccessLength may be.
 NxResult NxGenFile::Impl::FindChunkSize(std::size_t& size) {
     std::uint64_t length = 0;
     if (NxResult result = mNodes->ReadRegisterLength(FileNodes::kBuffer, length); !result.IsOK()) {
@@ -158,7 +159,15 @@ NxResult NxGenFile::Impl::FindChunkSize(std::size_t& size) {
         return NxResult(kNxBadDescription,
                         mNodes->Device().Port().DeviceName() + " has an empty FileAccessBuffer");
     }
+    std::int64_t longest = 0;
+    if (NxResult result = mNodes->ReadMaximum(FileNodes::kLength, longest); !result.IsOK()) {
+        return result;
+    }
     size = static_cast<std::size_t>(std::min(length, kLargestChunk));
+    // With a maximum of 0 nothing could be moved at all: the device may refuse the length itself.
+    if (longest > 0) {
+        size = std::min(size, static_cast<std::size_t>(longest));
+    }
     return {};
 }
 

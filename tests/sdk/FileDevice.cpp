@@ -147,8 +147,9 @@ std::string FileDevice::Xml() const {
     nodes += reg("ExecuteReg", kExecute, mLayout.executeIsWriteOnly ? "WO" : "RW");
     nodes += GenXml::Integer("FileAccessOffset", "<pValue>OffsetReg</pValue>") +
              reg("OffsetReg", kOffset);
-    nodes += GenXml::Integer("FileAccessLength", "<pValue>LengthReg</pValue>") +
-             reg("LengthReg", kLength);
+    nodes +=
+        GenXml::Integer("FileAccessLength", mLayout.lengthLimit + "<pValue>LengthReg</pValue>") +
+        reg("LengthReg", kLength);
     std::string status = reg("StatusReg", kStatus, "RO");
     if (mLayout.statusTag == "MaskedIntReg") {
         status.replace(status.find("IntReg"), 6, "MaskedIntReg");

@@ -16,6 +16,7 @@ class FileDevice {
         bool hasSelector = true;
         bool selectorIsOptional = false;  ///< a register tells whether FileSelector is implemented
         bool hasFileSize = true;
+        std::string lengthLimit = {};      ///< "<Max>…" or "<pMax>…" of FileAccessLength
         std::string statusTag = "IntReg";  ///< "MaskedIntReg": not a plain register
     };
 

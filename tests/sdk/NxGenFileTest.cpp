@@ -117,6 +117,44 @@ TEST_F(NxGenFileTest, NeedsSixCommandsForABlockWhereRegistersAreNotCombined) {
                                      "READREG 1", "READREG 1"));
 }
 
+TEST_F(NxGenFileTest, MovesNoMoreAtOnceThanTheLengthMayBe) {
+    for (const char* tag : {"IntReg", "MaskedIntReg"}) {
+        Connect({.lengthLimit = "<Max>300</Max>", .statusTag = tag});
+        const std::string content = RandomBytes(700, 9);
+        ExpectOK(WriteFile(content));
+        EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+        EXPECT_THAT(device->port->log, testing::Contains("WRITEMEM 300"));
+        EXPECT_THAT(device->port->log, testing::Not(testing::Contains("WRITEMEM 512")));
+        ExpectOK(file.Close());
+        device->files["StatusTxt"] = content;
+        ExpectOK(file.Open(parameters.get(), "StatusTxt", NxGenOpenMode::kRead));
+        std::string buffer(1024, 'x');
+        long read = 0;
+        ExpectOK(file.Read(reinterpret_cast<unsigned char*>(buffer.data()), 1024, read));
+        EXPECT_EQ(buffer.substr(0, static_cast<std::size_t>(read)), content);
+    }
+}
+
+TEST_F(NxGenFileTest, AsksForTheLargestLengthOnceTheOperationIsSelected) {
+    // The operation's own number, 2 for Read and 3 for Write, times 100.
+    const std::string limit =
+        "<IntSwissKnife Name=\"Limit\"><pVariable Name=\"OPERATION\">OperationReg</pVariable>"
+        "<Formula>100 * OPERATION</Formula></IntSwissKnife>\n";
+    Connect({.lengthLimit = "<pMax>Limit</pMax>"});
+    std::string xml = device->Xml();
+    Load(xml.insert(xml.find("<Port "), limit));
+    const std::string content = RandomBytes(1000, 9);
+    ExpectOK(WriteFile(content));
+    EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+    EXPECT_THAT(device->port->log, testing::Contains("WRITEMEM 300"));
+}
+
+TEST_F(NxGenFileTest, BelievesNoMaximumThatAllowsNothing) {
+    Connect({.lengthLimit = "<Max>0</Max>"});
+    ExpectOK(WriteFile("content"));
+    EXPECT_EQ(device->files["RemoteUpdateDfw"], "content");
+}
+
 struct Cost {
     unsigned int bufferSize;
     bool combines;
