@@ -34,7 +34,7 @@ NxResult WaitUntilDone(NodeMap& nodes, const std::string& operation) {
         !result.IsOK() || !state.isReadable) {
         return result;
     }
-    OperationWait wait(operation + " on " + nodes.Device().Port().DeviceName());
+    OperationWait wait(operation, nodes.Device().Port().DeviceName());
     while (true) {
         std::int64_t value = 0;
         if (NxResult result = ReadLinkedInteger(nodes, state.valueNode, value); !result.IsOK()) {

@@ -8,25 +8,36 @@
 
 namespace {
 
-// A device that erases its flash first takes seconds; one that is still busy later hangs.
-constexpr std::chrono::seconds kLongestOperation{10};
+// A device may erase its flash within an operation: as long as it answers, it is at work.
+constexpr std::chrono::seconds kLongestOperation{60};
 constexpr std::chrono::microseconds kFirstPause{200};
 constexpr std::chrono::microseconds kLongestPause{50000};
 
 }  // namespace
 
-OperationWait::OperationWait(std::string what)
-    : mWhat(std::move(what)),
-      mDeadline(std::chrono::steady_clock::now() + kLongestOperation),
+OperationWait::OperationWait(std::string operation, std::string device, Clock::time_point now)
+    : mOperation(std::move(operation)),
+      mDevice(std::move(device)),
+      mDeadline(now + kLongestOperation),
       mNextPause(kFirstPause) {}
 
 NxResult OperationWait::Pause() {
-    if (std::chrono::steady_clock::now() >= mDeadline) {
-        return NxResult(kNxTimeout, mWhat + " was not done after " +
-                                        std::to_string(kLongestOperation.count()) +
-                                        " s; restart the device");
+    std::chrono::microseconds pause{};
+    NxResult result = Next(Clock::now(), pause);
+    if (result.IsOK()) {
+        std::this_thread::sleep_for(pause);
     }
-    std::this_thread::sleep_for(mNextPause);
+    return result;
+}
+
+NxResult OperationWait::Next(Clock::time_point now, std::chrono::microseconds& pause) {
+    if (now >= mDeadline) {
+        return NxResult(kNxTimeout,
+                        mDevice + " is still busy with " + mOperation + " after " +
+                            std::to_string(kLongestOperation.count()) +
+                            " s; leave it powered, look at its status and try again later");
+    }
+    pause = mNextPause;
     mNextPause = std::min(mNextPause * 2, kLongestPause);
     return {};
 }

@@ -5,19 +5,26 @@
 
 #include <NxBase/NxResult.h>
 
-/// The wait for a file operation that the device carries out: asked again at growing distances,
-/// bounded in time.
+/// The wait for a file operation of a device that answers and says that it is not done: asked again
+/// at growing distances for a minute at most. A device that answers no more is the port's to tell.
 class OperationWait {
   public:
-    /// @param what the operation and the device, for the failure's description
-    explicit OperationWait(std::string what);
+    using Clock = std::chrono::steady_clock;
+
+    /// @param operation for the failure's description, "Write"
+    /// @param device likewise, "192.168.1.20 on eth1"
+    OperationWait(std::string operation, std::string device, Clock::time_point now = Clock::now());
 
     /// Sleeps until it is time to ask again.
     /// @return kNxTimeout when the operation has taken too long
     NxResult Pause();
+    /// How long Pause has to sleep.
+    /// @return kNxTimeout, `pause` untouched, when the operation has taken too long by `now`
+    NxResult Next(Clock::time_point now, std::chrono::microseconds& pause);
 
   private:
-    std::string mWhat;
-    std::chrono::steady_clock::time_point mDeadline;
+    std::string mOperation;
+    std::string mDevice;
+    Clock::time_point mDeadline;
     std::chrono::microseconds mNextPause;
 };

@@ -156,7 +156,7 @@ NxResult RegisterChunkAccess::Finish(const char* operation, Outcome& outcome) {
 }
 
 NxResult RegisterChunkAccess::WaitUntilDone(const char* operation) {
-    OperationWait wait(std::string(operation) + " on " + mPort.DeviceName());
+    OperationWait wait(operation, mPort.DeviceName());
     while (true) {
         if (NxResult result = wait.Pause(); !result.IsOK()) {
             return result;
