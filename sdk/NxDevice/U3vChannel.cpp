@@ -19,11 +19,16 @@ constexpr milliseconds kPatience{5000};
 // Devices announce long work, such as erasing flash, with PENDING_ACK; not for ever, though.
 constexpr milliseconds kPendingPatience{60000};
 constexpr milliseconds kBusyPause{10};
+// What waits in the device comes at once.
+constexpr milliseconds kDrainPatience{20};
+constexpr int kMostDrained = 16;
 
 // Largest packet of a bulk endpoint (USB 3.0, section 8.12.1.4).
 constexpr std::size_t kPacket = 1024;
 // What every device takes before it has told its limits.
 constexpr std::size_t kSmallestLimit = 64;
+// What one acknowledge is at most, its 16-bit length field full.
+constexpr std::size_t kLongestAck = 65536 + kPacket;
 // Keeps a command's 16-bit length field, and the acknowledge's, from overflowing.
 constexpr std::size_t kLargestBlock = 65515;
 
@@ -56,6 +61,23 @@ U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
       // must not look like one to ours.
       mNextId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)) {
     SetLimits(kSmallestLimit, kSmallestLimit);
+}
+
+NxResult U3vChannel::Start() {
+    mHasAnswered = false;
+    mPipe->ClearStall();
+    mReceived.resize(kLongestAck);
+    for (int i = 0; i < kMostDrained && mFailure.IsOK() && Clock::now() < mDeadline; ++i) {
+        std::size_t length = 0;
+        const int error = mPipe->Receive(mReceived, kDrainPatience, length);
+        if (error == LIBUSB_ERROR_NO_DEVICE) {
+            return FailTransfer(error, "answer a command");
+        }
+        if (error != LIBUSB_SUCCESS && length == 0) {
+            break;
+        }
+    }
+    return mFailure;
 }
 
 void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
@@ -140,7 +162,7 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
 
 NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCommand,
                               std::size_t ackLength, U3vPackets::Ack& ack) {
-    mReceived.resize(BufferLength(ackLength));
+    mReceived.resize(mHasAnswered ? BufferLength(ackLength) : kLongestAck);
     const Clock::time_point busyUntil = After(kPatience);
     while (mFailure.IsOK()) {
         const std::uint16_t id = mNextId++;
@@ -173,6 +195,7 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
             return result;
         }
         const bool isOurs = length != 0 && ack.id == id;
+        mHasAnswered = mHasAnswered || isOurs;
         if (isOurs && ack.command == ackCommand) {
             return NxResult();
         }
@@ -193,12 +216,16 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
     }
 }
 
-NxResult U3vChannel::ParseAck(std::size_t length, U3vPackets::Ack& ack) {
+NxResult U3vChannel::ParseAck(std::size_t& length, U3vPackets::Ack& ack) {
     // Nothing is the empty packet that ends an acknowledge of full packets only.
-    if (length != 0 && !U3vPackets::ParseAck(std::span(mReceived).first(length), ack)) {
+    if (length == 0 || U3vPackets::ParseAck(std::span(mReceived).first(length), ack)) {
+        return NxResult();
+    }
+    if (mHasAnswered) {
         return Fail(kNxProtocol,
                     "sent " + std::to_string(length) + " bytes that are no acknowledge");
     }
+    length = 0;
     return NxResult();
 }
 

@@ -28,6 +28,11 @@ class U3vChannel {
     /// Until then, and no longer, commands of a connection in the making are waited for.
     void SetDeadline(Clock::time_point deadline) { mDeadline = deadline; }
     void ClearDeadline() { mDeadline = Clock::time_point::max(); }
+    /// Makes the endpoints work again after a stall and takes what still waits in the device: a
+    /// program that was killed may have left an acknowledge of 64 KiB there. For the beginning of a
+    /// connection.
+    /// @return kNxDeviceGone when the device was unplugged
+    NxResult Start();
     /// Upper limits of a command and of an acknowledge, in bytes with their headers.
     void SetLimits(std::size_t longestCommand, std::size_t longestAck);
 
@@ -47,7 +52,8 @@ class U3vChannel {
                       U3vPackets::Ack& ack);
     NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, Clock::time_point deadline,
                       std::size_t length, U3vPackets::Ack& ack);
-    NxResult ParseAck(std::size_t length, U3vPackets::Ack& ack);
+    /// @param length 0 afterwards when the bytes are to be dropped
+    NxResult ParseAck(std::size_t& length, U3vPackets::Ack& ack);
     [[nodiscard]] Clock::time_point After(std::chrono::milliseconds patience) const;
     NxResult Fail(unsigned int code, const std::string& reason);
     NxResult FailTransfer(int error, const std::string& stage);
@@ -59,5 +65,7 @@ class U3vChannel {
     std::uint16_t mNextId = 0;
     Clock::time_point mDeadline = Clock::time_point::max();
     std::vector<std::byte> mReceived;
+    bool mHasAnswered =
+        false;  ///< since Start; what is no acknowledge is another program's until then
     NxResult mFailure;
 };

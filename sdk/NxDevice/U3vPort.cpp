@@ -57,7 +57,10 @@ NxResult U3vPort::Start(U3vChannel::Clock::time_point deadline) {
     std::uint64_t sbrm = 0;
     std::uint32_t longestCommand = 0;
     std::uint32_t longestAck = 0;
-    NxResult result = ReadNumber(kManifestAddressRegister, mManifestAddress);
+    NxResult result = mChannel.Start();
+    if (result.IsOK()) {
+        result = ReadNumber(kManifestAddressRegister, mManifestAddress);
+    }
     if (result.IsOK()) {
         result = ReadNumber(kSbrmAddressRegister, sbrm);
     }

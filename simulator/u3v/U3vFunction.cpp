@@ -175,8 +175,11 @@ std::optional<UsbFunction::Clock::time_point> U3vFunction::ReadyAt() const {
 }
 
 void U3vFunction::ClearStall(std::uint8_t endpoint) {
+    if (!mStalled) {
+        return;
+    }
     mEvents.Add("usb_stall_cleared", {{"endpoint", endpoint}});
-    mStalled = mStalled && mOptions.stallForGood;
+    mStalled = mOptions.stallForGood;
     mAnswers.clear();
 }
 

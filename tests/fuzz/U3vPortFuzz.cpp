@@ -34,9 +34,14 @@ class FuzzedPipe : public UsbPipe {
 
     int Send(std::span<const std::byte> bytes, Milliseconds) override {
         std::copy_n(bytes.begin(), std::min(bytes.size(), mCommand.size()), mCommand.begin());
+        mIsAsked = true;
         return LIBUSB_SUCCESS;
     }
     int Receive(std::span<std::byte> buffer, Milliseconds, std::size_t& length) override {
+        // Nothing waits in it before it is asked.
+        if (!mIsAsked) {
+            return LIBUSB_ERROR_TIMEOUT;
+        }
         if (mInput.empty()) {
             return LIBUSB_ERROR_NO_DEVICE;
         }
@@ -80,6 +85,7 @@ class FuzzedPipe : public UsbPipe {
     }
 
     Input mInput;
+    bool mIsAsked = false;
     std::array<std::byte, U3vPackets::kReadCommandLength> mCommand{};
 };
 

@@ -54,7 +54,7 @@ class ScriptedPipe : public UsbPipe {
         if (answer.error != LIBUSB_SUCCESS) {
             return answer.error;
         }
-        const Bytes bytes = answer.bytes(mLog.commands.back());
+        const Bytes bytes = answer.bytes(mLog.commands.empty() ? Bytes(12) : mLog.commands.back());
         if (bytes.size() > buffer.size()) {
             return LIBUSB_ERROR_OVERFLOW;
         }
@@ -66,6 +66,11 @@ class ScriptedPipe : public UsbPipe {
     void ClearStall() override { ++mLog.clearedStalls; }
 
     static Answer Error(int error) { return {nullptr, error}; }
+
+    /// These bytes, whatever was asked.
+    static Answer Raw(const Bytes& bytes) {
+        return {[=](const Bytes&) { return bytes; }, LIBUSB_SUCCESS};
+    }
 
     /// An acknowledge to the command: its id plus `idOffset`, and the payload given.
     static Answer Ack(int command, const Bytes& payload, int status = 0, int idOffset = 0) {

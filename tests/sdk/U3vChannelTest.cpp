@@ -65,6 +65,44 @@ TEST_F(U3vChannelTest, IgnoresAcknowledgesOfOtherCommandsAndEmptyTransfers) {
     EXPECT_EQ(mLog.commands.size(), 1U);
 }
 
+TEST_F(U3vChannelTest, TakesWhatAKilledProgramLeftInTheDeviceBeforeTheFirstCommand) {
+    mLog.answers = {ScriptedPipe::Raw(Bytes(65548, std::byte{0x55})), ScriptedPipe::Raw(Bytes(40)),
+                    ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT), ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Start().IsOK());
+    EXPECT_EQ(mLog.clearedStalls, 1);
+    EXPECT_EQ(mLog.answers.size(), 1U);
+    EXPECT_TRUE(mLog.commands.empty());
+    EXPECT_LT(mLog.patience.back(), std::chrono::milliseconds(100));
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_EQ(mLog.commands.size(), 1U);
+}
+
+TEST_F(U3vChannelTest, DropsThePiecesOfAnotherProgramsAcknowledgeUntilTheDeviceAnswers) {
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT),
+                    ScriptedPipe::Raw(Bytes(65536, std::byte{0x55})),
+                    ScriptedPipe::Raw(Bytes(12, std::byte{0x55})), ScriptedPipe::WriteAck(4),
+                    ScriptedPipe::Raw(Bytes(12, std::byte{0x55}))};
+    EXPECT_TRUE(mChannel.Start().IsOK());
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_EQ(mLog.commands.size(), 1U);
+    EXPECT_EQ(mChannel.Write(0, Bytes(4)).GetCode(), kNxProtocol);
+}
+
+TEST_F(U3vChannelTest, EndsTakingWhatWaitsInADeviceThatNeverStopsTalking) {
+    for (int i = 0; i < 1000; ++i) {
+        mLog.answers.push_back(ScriptedPipe::Raw(Bytes(64)));
+    }
+    EXPECT_TRUE(mChannel.Start().IsOK());
+    EXPECT_GT(mLog.answers.size(), 900U);
+    mLog.answers.clear();
+}
+
+TEST_F(U3vChannelTest, StartsNotWithADeviceThatWasUnplugged) {
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_NO_DEVICE)};
+    EXPECT_EQ(mChannel.Start().GetCode(), kNxDeviceGone);
+    EXPECT_FALSE(mChannel.IsAlive());
+}
+
 TEST_F(U3vChannelTest, WaitsLongerWhenTheDeviceAnnouncesIt) {
     mLog.answers = {ScriptedPipe::Pending(20000), ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
@@ -134,15 +172,16 @@ TEST_F(U3vChannelTest, ClearsAStallAndReportsIt) {
 
 TEST_F(U3vChannelTest, RefusesAnswersThatBreakTheProtocol) {
     const std::vector<ScriptedPipe::Answer> broken = {
-        {[](const Bytes&) { return Bytes(12, std::byte{0x55}); }, LIBUSB_SUCCESS},
+        ScriptedPipe::Raw(Bytes(12, std::byte{0x55})),
         ScriptedPipe::Ack(0x0803, Bytes(4)),
         ScriptedPipe::Ack(0x0801, Bytes(3)),
         ScriptedPipe::Ack(0x0801, Bytes(5)),
     };
     for (const ScriptedPipe::Answer& answer : broken) {
         ScriptedPipe::Log log;
-        log.answers = {answer};
+        log.answers = {ScriptedPipe::WriteAck(4), answer};
         U3vChannel channel(std::make_unique<ScriptedPipe>(log), "Device X");
+        ASSERT_TRUE(channel.Write(0, Bytes(4)).IsOK());
         Bytes buffer(4);
         EXPECT_EQ(channel.Read(0, buffer).GetCode(), kNxProtocol);
         EXPECT_FALSE(channel.IsAlive());
