@@ -34,6 +34,7 @@ constexpr milliseconds kWindow(1000);
 
 // More devices than any subnet of cameras holds; bounds what a flood of answers can make us keep.
 constexpr std::size_t kMostDevices = 4096;
+constexpr int kMostDatagramsAtOnce = 1000;
 
 std::unique_ptr<NxDeviceInfo> MakeRecord(const GvcpDiscoveryAck& ack, std::uint32_t sender,
                                          const std::string& interfaceName) {
@@ -57,12 +58,32 @@ std::unique_ptr<NxDeviceInfo> MakeRecord(const GvcpDiscoveryAck& ack, std::uint3
     return std::make_unique<NxDeviceInfoGEV>(std::move(record));
 }
 
-// The discovery of one interface.
+// What answered on one interface, however many addresses it has.
+class Answers {
+  public:
+    explicit Answers(NetworkInterface interface) { mFound.interface = std::move(interface); }
+
+    [[nodiscard]] const std::string& InterfaceName() const { return mFound.interface.name; }
+    void NoteAsked() { mFound.asked = true; }
+    // A device answers each command, and each of the interface's addresses.
+    void Keep(const GvcpDiscoveryAck& ack, std::uint32_t sender) {
+        if (mFound.devices.size() < kMostDevices &&
+            mSeen.emplace(sender, ack.address, ack.mac).second) {
+            mFound.devices.push_back(MakeRecord(ack, sender, mFound.interface.name));
+        }
+    }
+    DiscoveredInterface Take() { return std::move(mFound); }
+
+  private:
+    DiscoveredInterface mFound;
+    std::set<std::tuple<std::uint32_t, std::uint32_t, std::array<std::uint8_t, 6>>> mSeen;
+};
+
+// Asks from one address of an interface.
 class Search {
   public:
-    explicit Search(NetworkInterface interface) {
-        mFound.interface = std::move(interface);
-        mIsOpen = mSocket.Open(mFound.interface.name, mFound.interface.address).IsOK();
+    Search(Answers& answers, std::uint32_t localAddress) : mAnswers(answers) {
+        mIsOpen = mSocket.Open(answers.InterfaceName(), localAddress).IsOK();
     }
 
     [[nodiscard]] int Descriptor() const { return mIsOpen ? mSocket.Descriptor() : -1; }
@@ -72,13 +93,15 @@ class Search {
             return;
         }
         mLastRequestId = requestId;
-        mFound.asked |= mSocket.Send(kEverybody, MakeDiscoveryCommand(requestId)).IsOK();
+        if (mSocket.Send(kEverybody, MakeDiscoveryCommand(requestId)).IsOK()) {
+            mAnswers.NoteAsked();
+        }
     }
 
-    // Takes every answer that has arrived.
+    // Takes what has arrived, but leaves the other interfaces their turn.
     void Collect() {
         std::array<std::byte, 1500> datagram{};
-        for (;;) {
+        for (int i = 0; i < kMostDatagramsAtOnce; ++i) {
             std::size_t length = 0;
             Endpoint sender;
             bool timedOut = false;
@@ -86,30 +109,18 @@ class Search {
                 timedOut) {
                 return;
             }
-            Keep(std::span(datagram).first(length), sender);
+            const auto ack = GvcpDiscoveryAck::Parse(std::span(datagram).first(length));
+            if (ack && ack->requestId >= 1 && ack->requestId <= mLastRequestId) {
+                mAnswers.Keep(*ack, sender.address);
+            }
         }
     }
-
-    DiscoveredInterface TakeFound() { return std::move(mFound); }
 
   private:
-    void Keep(std::span<const std::byte> datagram, const Endpoint& sender) {
-        const auto ack = GvcpDiscoveryAck::Parse(datagram);
-        const bool isOurs = ack && ack->requestId >= 1 && ack->requestId <= mLastRequestId;
-        if (!isOurs || mFound.devices.size() >= kMostDevices) {
-            return;
-        }
-        // Each device answers each command; its address and MAC tell it from its neighbours.
-        if (mSeen.emplace(sender.address, ack->address, ack->mac).second) {
-            mFound.devices.push_back(MakeRecord(*ack, sender.address, mFound.interface.name));
-        }
-    }
-
-    DiscoveredInterface mFound;
+    Answers& mAnswers;
     UdpSocket mSocket;
     bool mIsOpen = false;
     std::uint16_t mLastRequestId = 0;
-    std::set<std::tuple<std::uint32_t, std::uint32_t, std::array<std::uint8_t, 6>>> mSeen;
 };
 
 void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point until) {
@@ -136,9 +147,16 @@ void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point un
 }  // namespace
 
 std::vector<DiscoveredInterface> DiscoverGvcpDevices() {
+    std::vector<std::unique_ptr<Answers>> interfaces;
     std::vector<std::unique_ptr<Search>> searches;
     for (NetworkInterface& interface : ListNetworkInterfaces()) {
-        searches.push_back(std::make_unique<Search>(std::move(interface)));
+        const std::uint32_t address = interface.address;
+        auto known = std::ranges::find(interfaces, interface.name, &Answers::InterfaceName);
+        if (known == interfaces.end()) {
+            interfaces.push_back(std::make_unique<Answers>(std::move(interface)));
+            known = interfaces.end() - 1;
+        }
+        searches.push_back(std::make_unique<Search>(**known, address));
     }
     const auto start = Clock::now();
     std::uint16_t requestId = 0;
@@ -152,8 +170,8 @@ std::vector<DiscoveredInterface> DiscoverGvcpDevices() {
     Listen(searches, start + kWindow);
 
     std::vector<DiscoveredInterface> found;
-    for (const auto& search : searches) {
-        found.push_back(search->TakeFound());
+    for (const auto& answers : interfaces) {
+        found.push_back(answers->Take());
     }
     return found;
 }

@@ -4,7 +4,7 @@
 
 #include <NxSystem/NxInterface.h>
 
-/// One IPv4 address of a network interface that is up, loopback included.
+/// A network interface that is up and has an IPv4 address, loopback included.
 class NX_API NxNetworkAdapter : public NxInterface {
   public:
     explicit NxNetworkAdapter(std::unique_ptr<Impl> impl);
