@@ -155,7 +155,8 @@ NxResult TftpReader::OnTimeout() {
 NxResult TftpReader::SendAck() {
     mBlocksSinceAck = 0;
     mAckedAt = mSession.Now();
-    return mSession.Send(TftpEncoder::Ack(mNumbers.NumberOf(mBlocks)));
+    mSession.Send(TftpEncoder::Ack(mNumbers.NumberOf(mBlocks)));
+    return NxResult();
 }
 
 // The beginning of a text is worth more to the user than a complaint about its length.

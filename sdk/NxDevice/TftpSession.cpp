@@ -92,14 +92,12 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
     timer.EndBackOff();
     for (;;) {
         const TimePoint sentAt = Now();
-        NxResult result = mSocket.Send(mServer, request);
-        if (!result.IsOK()) {
-            return Failure(result.GetCode(), result.GetDescription().GetAscii());
-        }
+        mSendFailure = mSocket.Send(mServer, request);
         bool timedOut = false;
-        result = AwaitAnswer(opcode, withOptions,
-                             // No back-off: a lost request is the likeliest cause of silence.
-                             std::min(sentAt + TftpTimer::kFirstTimeout, giveUp), answer, timedOut);
+        NxResult result =
+            AwaitAnswer(opcode, withOptions,
+                        // No back-off: a lost request is the likeliest cause of silence.
+                        std::min(sentAt + TftpTimer::kFirstTimeout, giveUp), answer, timedOut);
         if (!result.IsOK()) {
             return result;
         }
@@ -112,7 +110,11 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
             return NxResult();
         }
         if (Now() >= giveUp) {
-            return NoAnswer();
+            return Silence(
+                "its TFTP server has not answered for " +
+                std::to_string(
+                    std::chrono::duration_cast<std::chrono::seconds>(mAnswerLimit).count()) +
+                " s; check cable, power and address");
         }
         timer.BackOff();
         mMonitor.Stall(mServerName + " to answer the request", start, timer.Retry());
@@ -145,9 +147,8 @@ NxResult TftpSession::AwaitAnswer(TftpOpcode request, bool withOptions, TimePoin
     }
 }
 
-NxResult TftpSession::Send(std::span<const std::byte> datagram) {
-    NxResult result = mSocket.Send(*mPeer, datagram);
-    return result.IsOK() ? result : Failure(result.GetCode(), result.GetDescription().GetAscii());
+void TftpSession::Send(std::span<const std::byte> datagram) {
+    mSendFailure = mSocket.Send(*mPeer, datagram);
 }
 
 NxResult TftpSession::Receive(TimePoint deadline, TftpPacket& packet, bool& timedOut) {
@@ -206,12 +207,10 @@ NxResult TftpSession::Failure(unsigned int resultCode, const std::string& reason
     return NxResult(resultCode, "Cannot " + mAction + ": " + reason);
 }
 
-NxResult TftpSession::NoAnswer() const {
-    return Failure(
-        kNxTimeout,
-        "its TFTP server has not answered for " +
-            std::to_string(std::chrono::duration_cast<std::chrono::seconds>(mAnswerLimit).count()) +
-            " s; check cable, power and address");
+NxResult TftpSession::Silence(const std::string& reason) const {
+    return mSendFailure.IsOK()
+               ? Failure(kNxTimeout, reason)
+               : Failure(mSendFailure.GetCode(), mSendFailure.GetDescription().GetAscii());
 }
 
 NxResult TftpSession::ServerError(const TftpPacket& packet) const {

@@ -101,7 +101,8 @@ NxResult TftpWriter::SendBlock(std::uint64_t block) {
     }
     const TftpEncoder::Header header = TftpEncoder::DataHeader(mNumbers.NumberOf(block));
     std::copy(header.begin(), header.end(), packet.begin());
-    return mSession.Send(packet.first(kHeaderSize + length));
+    mSession.Send(packet.first(kHeaderSize + length));
+    return NxResult();
 }
 
 NxResult TftpWriter::AwaitAcknowledgement() {
@@ -178,9 +179,9 @@ NxResult TftpWriter::OnTimeout() {
             mEnded = true;
             return NxResult();
         }
-        return mSession.Failure(kNxTimeout, "its TFTP server stopped answering after " +
-                                                std::to_string(BytesIn(mAcknowledged)) + " of " +
-                                                std::to_string(mSource.Size()) + " bytes");
+        return mSession.Silence("its TFTP server stopped answering after " +
+                                std::to_string(BytesIn(mAcknowledged)) + " of " +
+                                std::to_string(mSource.Size()) + " bytes");
     }
     mTimer.BackOff();
     mSession.Monitor().Stall(
@@ -206,7 +207,7 @@ NxResult TftpWriter::OnTimeout() {
 // and that window was sent again and again. A server that died at that very moment looks the same;
 // whether the firmware is in order is for the device's status to say.
 bool TftpWriter::MayHaveEnded() const {
-    return mHighest == mBlockCount && (mAcknowledged > 0 || mBlockCount == 1);
+    return mSession.CanSend() && mHighest == mBlockCount && (mAcknowledged > 0 || mBlockCount == 1);
 }
 
 std::uint64_t TftpWriter::WindowEnd() const {

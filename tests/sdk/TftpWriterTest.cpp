@@ -252,8 +252,29 @@ TEST_F(TftpWriterTest, TellsTheServerThatTheLocalFileFailed) {
     EXPECT_EQ(Write(source, Blocks(8)).GetCode(), kNxLocalFile);
 }
 
-TEST_F(TftpWriterTest, HandsOnSocketFailures) {
-    mSocket.Fail(kNxSocket);
+TEST_F(TftpWriterTest, GoesOnWhenTheNetworkWasDownForAMoment) {
+    mSocket.Fail(kNxSocket).TimeOut(1000ms, 1000ms);
+    OpenWithBlocksOfEight("12");
+    mSocket.Fail(kNxSocket).TimeOut();
+    Exchange(1, "01234567");
+    Exchange(2, "8901");
+    EXPECT_TRUE(Write("012345678901", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, NeverTakesALastBlockThatCouldNotBeSentForArrived) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    for (int i = 0; i < 11; ++i) {
+        mSocket.Fail(kNxSocket).TimeOut();
+    }
+    const NxResult result = Write("012345678", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxSocket);
+}
+
+TEST_F(TftpWriterTest, SaysWhyNothingCouldBeSent) {
+    for (int i = 0; i < 7; ++i) {
+        mSocket.Fail(kNxSocket).TimeOut(1000ms, 1000ms);
+    }
     const NxResult result = Write("abc", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxSocket);
     EXPECT_STREQ(result.GetDescription().GetAscii(),

@@ -39,7 +39,10 @@ class NX_API TftpSession {
     NxResult Open(TftpOpcode request, const std::string& fileName, const TftpOptions& wanted,
                   TftpTimer& timer, TftpOptions& agreed, TftpPacket& answer);
 
-    NxResult Send(std::span<const std::byte> datagram);
+    /// What cannot be sent counts as lost: an interface may be down for a moment only.
+    void Send(std::span<const std::byte> datagram);
+    /// Whether the system took what was sent last.
+    [[nodiscard]] bool CanSend() const { return mSendFailure.IsOK(); }
     /// Waits for a packet of this transfer. Packets of others are answered with ERROR 5 and, like
     /// datagrams that are no packets, passed over.
     /// @param timedOut true, and OK returned, when none came until the deadline
@@ -54,7 +57,9 @@ class NX_API TftpSession {
     /// Ends the transfer on the server's side too: sends it an ERROR packet, once.
     NxResult Abort(TftpErrorCode code, unsigned int resultCode, const std::string& reason);
     [[nodiscard]] NxResult Failure(unsigned int resultCode, const std::string& reason) const;
-    [[nodiscard]] NxResult NoAnswer() const;
+    /// The failure of a transfer that ends because nothing was heard: that reason, or why nothing
+    /// could be sent.
+    [[nodiscard]] NxResult Silence(const std::string& reason) const;
 
     [[nodiscard]] const std::string& ServerName() const { return mServerName; }
     [[nodiscard]] TftpMonitor& Monitor() { return mMonitor; }
@@ -74,6 +79,7 @@ class NX_API TftpSession {
     std::string mAction;  ///< "send RemoteUpdateDfw to 192.168.1.20 on eth1"
     TftpTimer::Duration mAnswerLimit = TftpTimer::kAnswerLimit;
     std::optional<Endpoint> mPeer;  ///< where the server's transfer ID is known: what to talk to
+    NxResult mSendFailure;
     TimePoint mStart;
     std::vector<std::byte> mBuffer;
 };
