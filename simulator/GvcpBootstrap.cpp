@@ -132,8 +132,7 @@ void GvcpBootstrap::SetCapabilities(const DeviceOptions& options) {
                                std::max(mRegisters.GetNumber(kHeartbeat), kMinHeartbeat));
                            return MemoryStatus::kOk;
                        }});
-    // An application may switch PENDING_ACK off; applications that never touch this get it.
-    mRegisters.SetNumber(kConfiguration, kPendingAckBit);
+    // PENDING_ACK is off until an application that understands it switches it on.
     mRegisters.Define(kConfiguration, 4, Access::kReadWrite);
     // Written through the control channel only, which knows who asks.
     mRegisters.Define(kControlPrivilege, 4, Access::kReadOnly);

@@ -12,6 +12,13 @@ using GvcpPacket::Command;
 
 namespace {
 
+// What is written to a register, unlike a block of data, may start an operation.
+GvcpChannel::Effect EffectOf(std::size_t bytes) {
+    constexpr std::size_t kLargestRegister = 8;
+    return bytes <= kLargestRegister ? GvcpChannel::Effect::kMayTakeLong
+                                     : GvcpChannel::Effect::kQuick;
+}
+
 bool LiesBeyond32Bits(const GenPort::Register& one) {
     return one.address > 0xFFFFFFFFU;
 }
@@ -96,8 +103,9 @@ NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte>
 
 NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std::byte> data) {
     if (address % 4 != 0 || address > 0xFFFFFFFFU || data.size() > 0x100000000U - address) {
-        return NxResult(kNxInvalidArgument, "An address of " + mDeviceName +
-                                                " is no multiple of four or beyond 32 bits");
+        return NxResult(kNxInvalidArgument,
+                        "An address of " + mDeviceName +
+                            " cannot be written: it is no multiple of four, or beyond 32 bits");
     }
     while (!data.empty()) {
         const std::size_t part = std::min(data.size(), GvcpPacket::kLargestBlock);
@@ -114,8 +122,9 @@ NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std
 NxResult GvcpAddressSpace::WriteBlock(std::uint32_t address, std::span<const std::byte> data) {
     if (mWritesMemory) {
         std::span<const std::byte> payload;
-        NxResult result = mChannel.Transact(
-            Command::kWriteMemory, GvcpPacket::WriteMemory(address, data), address, payload);
+        NxResult result =
+            mChannel.Transact(Command::kWriteMemory, GvcpPacket::WriteMemory(address, data),
+                              address, payload, EffectOf(data.size()));
         if (result.IsOK() || mChannel.Status() != GvcpPacket::kStatusNotImplemented ||
             !mChannel.IsAlive()) {
             return result;
@@ -136,10 +145,11 @@ NxResult GvcpAddressSpace::WriteBlockAsRegisters(std::uint32_t address,
         registers.push_back({.address = address + static_cast<std::uint32_t>(at),
                              .value = ByteOrder::LoadBig32(word.data())});
     }
-    return SendRegisters(registers);
+    return SendRegisters(registers, EffectOf(data.size()));
 }
 
-NxResult GvcpAddressSpace::SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers) {
+NxResult GvcpAddressSpace::SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers,
+                                         GvcpChannel::Effect effect) {
     const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostWriteRegisters : 1;
     std::span<const GvcpPacket::RegisterValue> rest(registers);
     while (!rest.empty()) {
@@ -147,7 +157,7 @@ NxResult GvcpAddressSpace::SendRegisters(const std::vector<GvcpPacket::RegisterV
         std::span<const std::byte> payload;
         if (NxResult result =
                 mChannel.Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(part),
-                                  part.front().address, payload);
+                                  part.front().address, payload, effect);
             !result.IsOK()) {
             return result;
         }
@@ -167,7 +177,8 @@ NxResult GvcpAddressSpace::WriteRegisters(std::span<const Register> registers) {
         values.push_back({.address = static_cast<std::uint32_t>(one.address),
                           .value = ByteOrder::LoadBig32(one.bytes.data())});
     }
-    return SendRegisters(values);
+    return SendRegisters(values, values.size() == 1 ? GvcpChannel::Effect::kMayTakeLong
+                                                    : GvcpChannel::Effect::kQuick);
 }
 
 NxResult GvcpAddressSpace::ReadRegisters(std::span<Register> registers) {

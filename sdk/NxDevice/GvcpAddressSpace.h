@@ -38,7 +38,8 @@ class GvcpAddressSpace {
     /// with zeros. Falls back to WRITEREG on devices without WRITEMEM.
     NxResult WriteBytes(std::uint64_t address, std::span<const std::byte> data);
 
-    /// In the order given; those after a failed one are not touched.
+    /// In the order given; those after a failed one are not touched. A single register is given
+    /// time: writing it may be what opens or erases a file.
     NxResult ReadRegisters(std::span<Register> registers);
     NxResult WriteRegisters(std::span<const Register> registers);
 
@@ -46,7 +47,8 @@ class GvcpAddressSpace {
     NxResult ReadBlock(std::uint32_t address, std::span<std::byte> buffer);
     NxResult WriteBlock(std::uint32_t address, std::span<const std::byte> data);
     NxResult WriteBlockAsRegisters(std::uint32_t address, std::span<const std::byte> data);
-    NxResult SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers);
+    NxResult SendRegisters(const std::vector<GvcpPacket::RegisterValue>& registers,
+                           GvcpChannel::Effect effect);
     [[nodiscard]] NxResult Broken(GvcpPacket::Command command, std::uint32_t address) const;
 
     GvcpChannel& mChannel;

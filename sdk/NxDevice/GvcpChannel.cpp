@@ -13,14 +13,18 @@ using std::chrono::milliseconds;
 // Long enough for some twenty sendings: at a loss of a fifth each way one command in a billion
 // stays unanswered.
 constexpr milliseconds kPatience{4600};
-// What a device announces with PENDING_ACK is believed up to here, from one to the next and in
-// all, so that one that dies meanwhile is noticed.
-constexpr milliseconds kLongestPending{8000};
+// What a device announces with PENDING_ACK is believed up to here in all.
 constexpr milliseconds kPendingInAll{60000};
 constexpr milliseconds kPatienceAfterPending{2000};
 constexpr milliseconds kBusyPatience{5000};
 constexpr milliseconds kFirstBusyPause{10};
 constexpr milliseconds kLongestBusyPause{200};
+// A device that was heard of so lately is not mute.
+constexpr milliseconds kLatelyHeardOf{1000};
+// Before a command that may take long is sent again; longer when the device says so.
+constexpr milliseconds kFirstLongWait{500};
+constexpr milliseconds kLongestPendingTimeout{2000};
+constexpr milliseconds kPendingMargin{100};
 // Sending on an interface that is down fails at once; it may come up again.
 constexpr milliseconds kPauseAfterSocketFailure{100};
 
@@ -75,7 +79,8 @@ void GvcpChannel::Pause(Clock::duration time) {
 }
 
 NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byte> packet,
-                               std::uint32_t address, std::span<const std::byte>& payload) {
+                               std::uint32_t address, std::span<const std::byte>& payload,
+                               Effect effect) {
     const Clock::time_point start = mSocket->Now();
     milliseconds pause = kFirstBusyPause;
     GvcpPacket::Ack ack;
@@ -86,7 +91,7 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
         // A new id after BUSY: with the old one the device would repeat its old answer.
         const std::uint16_t id = NextId();
         GvcpPacket::SetId(packet, id);
-        if (NxResult result = Exchange(command, packet, id, address, ack); !result.IsOK()) {
+        if (NxResult result = Exchange(command, packet, id, address, effect, ack); !result.IsOK()) {
             Fail(result);
             return result;
         }
@@ -110,7 +115,8 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
 }
 
 NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
-                               std::uint16_t id, std::uint32_t address, GvcpPacket::Ack& ack) {
+                               std::uint16_t id, std::uint32_t address, Effect effect,
+                               GvcpPacket::Ack& ack) {
     const StrayWrites::Write write = DescribeWrite(command, packet, id, address);
     if (write.size > 0) {
         WaitForStrays(write);
@@ -122,7 +128,8 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     mSocketFailure = NxResult();
     mSendings = 0;
     do {
-        const RetransmissionTimer::Duration wait = timer.Wait(++mSendings);
+        ++mSendings;
+        const RetransmissionTimer::Duration wait = WaitAfterSending(timer, effect);
         const NxResult sent = mSocket->Send(mDevice, packet);
         mLastSent = mSocket->Now();
         if (sent.IsOK()) {
@@ -134,7 +141,7 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
         }
         if (WaitForAck(command, id, ack) == Wait::kAnswered) {
             const Clock::time_point now = mSocket->Now();
-            if (mSendings == 1 && !mWasPending) {
+            if (mSendings == 1 && !mWasPending && effect == Effect::kQuick) {
                 timer.Learn(
                     std::chrono::duration_cast<RetransmissionTimer::Duration>(now - mStart));
             }
@@ -149,10 +156,39 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
         return NxResult(kNxSocket, mDeviceName + " cannot be reached: " +
                                        mSocketFailure.GetDescription().GetAscii());
     }
+    if (mGiveUp >= mDeadline && mGiveUp - mLastAnswer < kLatelyHeardOf) {
+        mWasCutShort = true;
+        return NxResult(kNxTimeout, mDeviceName +
+                                        " answers too slowly to be connected to: the time was over "
+                                        "before GVCP " +
+                                        GvcpPacket::CommandName(command) + " at " +
+                                        GvcpPacket::Hexadecimal(address, 8) +
+                                        " was answered; check the network");
+    }
     return NxResult(kNxTimeout,
                     mDeviceName + " does not answer (GVCP " + GvcpPacket::CommandName(command) +
                         " at " + GvcpPacket::Hexadecimal(address, 8) + ", sent " +
                         std::to_string(mSendings) + " times); check its power, cable and address");
+}
+
+RetransmissionTimer::Duration GvcpChannel::WaitAfterSending(const RetransmissionTimer& timer,
+                                                            Effect effect) const {
+    constexpr int kLongWaits = 2;
+    if (effect == Effect::kQuick) {
+        return timer.Wait(mSendings);
+    }
+    if (mSendings > kLongWaits) {
+        return RetransmissionTimer::kLongest;
+    }
+    return std::max(kFirstLongWait,
+                    std::min(mPendingTimeout, kLongestPendingTimeout) + kPendingMargin);
+}
+
+void GvcpChannel::Resume() {
+    if (mWasCutShort) {
+        mWasCutShort = false;
+        mFailure = NxResult();
+    }
 }
 
 void GvcpChannel::WaitForStrays(const StrayWrites::Write& write) {
@@ -198,31 +234,40 @@ GvcpChannel::Wait GvcpChannel::WaitForAck(GvcpPacket::Command command, std::uint
         if (timedOut) {
             return Wait::kTimedOut;
         }
-        if (!received.IsOK() || !(from == mDevice)) {
-            continue;
-        }
-        const auto answer = GvcpPacket::ParseAck(std::span(mBuffer).first(length));
-        if (!answer.has_value()) {
-            continue;
-        }
-        if (answer->id != id) {
-            NoteLateAck(*answer);
-            continue;
-        }
-        if (answer->code == GvcpPacket::kPendingAck) {
-            HonourPending(*answer);
-        } else if (answer->code == static_cast<std::uint16_t>(command) + 1) {
-            ack = *answer;
+        if (received.IsOK() && from == mDevice && TakeAnswer(command, id, length, ack)) {
             return Wait::kAnswered;
         }
+        // Datagrams that are not what is waited for may come without end.
+        if (mSocket->Now() >= mWaitEnd) {
+            return Wait::kTimedOut;
+        }
     }
+}
+
+bool GvcpChannel::TakeAnswer(GvcpPacket::Command command, std::uint16_t id, std::size_t length,
+                             GvcpPacket::Ack& ack) {
+    const auto answer = GvcpPacket::ParseAck(std::span(mBuffer).first(length));
+    if (!answer.has_value()) {
+        return false;
+    }
+    mLastAnswer = mSocket->Now();
+    if (answer->id != id) {
+        NoteLateAck(*answer);
+        return false;
+    }
+    if (answer->code == GvcpPacket::kPendingAck) {
+        HonourPending(*answer);
+        return false;
+    }
+    ack = *answer;
+    return answer->code == static_cast<std::uint16_t>(command) + 1;
 }
 
 void GvcpChannel::HonourPending(const GvcpPacket::Ack& ack) {
     mWasPending = true;
     const milliseconds announced(GvcpPacket::PendingMilliseconds(ack));
-    const Clock::time_point end = std::min(
-        {mSocket->Now() + std::min(announced, kLongestPending), mStart + kPendingInAll, mDeadline});
+    const Clock::time_point end =
+        std::min({mSocket->Now() + announced, mStart + kPendingInAll, mDeadline});
     mWaitEnd = std::max(mWaitEnd, end);
     mGiveUp = std::min(std::max(mGiveUp, end + kPatienceAfterPending), mDeadline);
 }

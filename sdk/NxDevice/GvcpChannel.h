@@ -20,6 +20,10 @@ class GvcpChannel {
   public:
     using Clock = DatagramSocket::Clock;
 
+    /// How long a command is given to which a device may not answer before it has carried it out.
+    /// The first two resends come no sooner, since a device may carry out each copy.
+    enum class Effect { kQuick, kMayTakeLong };
+
     /// @param deviceName for descriptions of failures: "192.168.1.20 on eth1"
     GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device, std::string deviceName);
 
@@ -30,7 +34,8 @@ class GvcpChannel {
     /// @return kNxAccessDenied and kNxDeviceError for a status that is no success; once a command
     ///         goes unanswered, kNxTimeout or kNxSocket, and the same again for every later one
     NxResult Transact(GvcpPacket::Command command, std::vector<std::byte> packet,
-                      std::uint32_t address, std::span<const std::byte>& payload);
+                      std::uint32_t address, std::span<const std::byte>& payload,
+                      Effect effect = Effect::kQuick);
 
     /// Every command fails that is not answered by then.
     void SetDeadline(Clock::time_point deadline) { mDeadline = deadline; }
@@ -40,6 +45,14 @@ class GvcpChannel {
     void Fail(NxResult failure);
     [[nodiscard]] bool IsAlive() const { return mFailure.IsOK(); }
     [[nodiscard]] const NxResult& Failure() const { return mFailure; }
+    /// Whether commands fail because the deadline passed before one was answered. The device may be
+    /// in order then.
+    [[nodiscard]] bool WasCutShort() const { return mWasCutShort; }
+    /// Lets commands be sent again after the deadline has cut one short.
+    void Resume();
+    /// The time after which the device says that a command takes longer (GigE Vision 2.0, Pending
+    /// Timeout register); that long it may be silent.
+    void SetPendingTimeout(std::chrono::milliseconds time) { mPendingTimeout = time; }
     /// When the device carried out a write last.
     [[nodiscard]] Clock::time_point LastWrite() const { return mLastWrite; }
     [[nodiscard]] Clock::time_point Now() const { return mSocket->Now(); }
@@ -53,9 +66,17 @@ class GvcpChannel {
   private:
     enum class Wait { kAnswered, kTimedOut };
 
+    // A device may carry out each copy of a write, and the operation that it starts.
+    static constexpr RetransmissionTimer::Duration kShortestForWrites{40000};
+
     NxResult Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
-                      std::uint16_t id, std::uint32_t address, GvcpPacket::Ack& ack);
+                      std::uint16_t id, std::uint32_t address, Effect effect, GvcpPacket::Ack& ack);
+    [[nodiscard]] RetransmissionTimer::Duration WaitAfterSending(const RetransmissionTimer& timer,
+                                                                 Effect effect) const;
     Wait WaitForAck(GvcpPacket::Command command, std::uint16_t id, GvcpPacket::Ack& ack);
+    /// @return whether it is the answer to the command with that id
+    bool TakeAnswer(GvcpPacket::Command command, std::uint16_t id, std::size_t length,
+                    GvcpPacket::Ack& ack);
     void HonourPending(const GvcpPacket::Ack& ack);
     void NoteLateAck(const GvcpPacket::Ack& ack);
     /// Waits until no copy of an earlier write can spoil this one.
@@ -71,9 +92,10 @@ class GvcpChannel {
     NxResult mFailure;
     Clock::time_point mDeadline = Clock::time_point::max();
     Clock::time_point mLastWrite{};
+    Clock::time_point mLastAnswer{};
     // Writing a register may start an operation and then takes longer than moving data.
     RetransmissionTimer mTimer;
-    RetransmissionTimer mWriteTimer;
+    RetransmissionTimer mWriteTimer{kShortestForWrites};
     StrayWrites mStrays;
     std::array<std::byte, GvcpPacket::kLargestDatagram> mBuffer{};
 
@@ -84,5 +106,7 @@ class GvcpChannel {
     Clock::time_point mWaitEnd;
     Clock::time_point mGiveUp;
     bool mWasPending = false;
+    bool mWasCutShort = false;
+    std::chrono::milliseconds mPendingTimeout{0};
     NxResult mSocketFailure;
 };

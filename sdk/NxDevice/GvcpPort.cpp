@@ -1,7 +1,7 @@
 #include "GvcpPort.h"
 
 #include <algorithm>
-#include <array>
+#include <system_error>
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
@@ -21,9 +21,16 @@ constexpr std::uint32_t kSecondUrl = 0x0400;
 constexpr std::size_t kUrlSize = 512;
 constexpr std::uint32_t kCapability = 0x0934;
 constexpr std::uint32_t kHeartbeatTimeout = 0x0938;
+constexpr std::uint32_t kConfiguration = 0x0954;
+constexpr std::uint32_t kPendingTimeout = 0x0958;
 constexpr std::uint32_t kControlChannelPrivilege = 0x0A00;
 
+// Of the capability register.
 constexpr std::uint32_t kConcatenation = 0x1;
+constexpr std::uint32_t kCanSendPendingAck = 0x20;
+// Of the configuration register.
+constexpr std::uint32_t kPendingAckEnabled = 0x2;
+// Of the privilege register.
 constexpr std::uint32_t kControlAccess = 0x2;
 constexpr std::uint32_t kExclusiveAccess = 0x1;
 
@@ -31,6 +38,7 @@ constexpr milliseconds kConnectPatience{5000};
 // A device keeps the controller of a program that died until its heartbeat timeout, usually 3 s.
 constexpr milliseconds kRefusalPatience{3500};
 constexpr milliseconds kRefusalPause{250};
+constexpr milliseconds kRestorePatience{200};
 constexpr milliseconds kReleasePatience{500};
 constexpr milliseconds kDefaultHeartbeatTimeout{3000};
 constexpr milliseconds kShortestHeartbeat{50};
@@ -56,7 +64,13 @@ GvcpPort::~GvcpPort() {
     if (mHeartbeat.joinable()) {
         mHeartbeat.join();
     }
+    mChannel->Resume();
     if (mIsController && mChannel->IsAlive()) {
+        if (mConfiguration.has_value()) {
+            mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
+            (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
+            mChannel->Resume();
+        }
         mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
         // A device that misses it gives the control up when the heartbeat stays away.
         (void)mSpace.WriteNumber(kControlChannelPrivilege, 0);
@@ -76,6 +90,12 @@ NxResult GvcpPort::Start(milliseconds patience) {
     }
     // Optional registers: a device without them combines nothing and has the usual timeout.
     mSpace.CombineRegisters(result.IsOK() && (capability & kConcatenation) != 0);
+    if (result.IsOK() && (capability & kCanSendPendingAck) != 0) {
+        EnablePendingAck();
+        if (!mChannel->IsAlive()) {
+            return mChannel->Failure();
+        }
+    }
     std::uint32_t timeout = 0;
     result = mSpace.ReadNumber(kHeartbeatTimeout, timeout);
     if (!mChannel->IsAlive()) {
@@ -84,8 +104,28 @@ NxResult GvcpPort::Start(milliseconds patience) {
     const milliseconds deviceTimeout =
         result.IsOK() && timeout > 0 ? milliseconds(timeout) : kDefaultHeartbeatTimeout;
     mHeartbeatInterval = std::clamp(deviceTimeout / 3, kShortestHeartbeat, kLongestHeartbeat);
-    mHeartbeat = std::thread(&GvcpPort::KeepControl, this);
+    try {
+        mHeartbeat = std::thread(&GvcpPort::KeepControl, this);
+    } catch (const std::system_error&) {
+        return NxResult(kNxSocket, "Cannot keep the control of " + mDeviceName +
+                                       ": the system has no room for another thread");
+    }
     return {};
+}
+
+// Devices are silent while they carry out a long command, unless they are told that their
+// controller understands PENDING_ACK.
+void GvcpPort::EnablePendingAck() {
+    std::uint32_t milliseconds = 0;
+    if (mSpace.ReadNumber(kPendingTimeout, milliseconds).IsOK()) {
+        mChannel->SetPendingTimeout(std::chrono::milliseconds(milliseconds));
+    }
+    std::uint32_t configuration = 0;
+    if (mSpace.ReadNumber(kConfiguration, configuration).IsOK() &&
+        (configuration & kPendingAckEnabled) == 0 &&
+        mSpace.WriteNumber(kConfiguration, configuration | kPendingAckEnabled).IsOK()) {
+        mConfiguration = configuration;
+    }
 }
 
 NxResult GvcpPort::TakeControl() {
@@ -144,11 +184,11 @@ NxResult GvcpPort::ExplainRefusedWrite(NxResult refusal) {
         return refusal;
     }
     std::uint32_t privilege = 0;
-    if (NxResult result = mSpace.ReadNumber(kControlChannelPrivilege, privilege);
-        !mChannel->IsAlive()) {
-        return result;
+    const NxResult read = mSpace.ReadNumber(kControlChannelPrivilege, privilege);
+    if (!mChannel->IsAlive()) {
+        return read;
     }
-    if (!HasControl(privilege)) {
+    if (read.IsOK() && !HasControl(privilege)) {
         return LoseControl("the device was restarted or missed the heartbeat");
     }
     const NxResult again = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);

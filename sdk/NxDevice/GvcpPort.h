@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -39,6 +40,7 @@ class GvcpPort : public DevicePort {
   private:
     // All with the mutex held.
     NxResult TakeControl();
+    void EnablePendingAck();
     NxResult ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml);
     NxResult ExplainRefusedWrite(NxResult refusal);
     NxResult LoseControl(const std::string& sign);
@@ -51,6 +53,8 @@ class GvcpPort : public DevicePort {
     std::unique_ptr<GvcpChannel> mChannel;
     GvcpAddressSpace mSpace;
     bool mIsController = false;
+    // What the device's configuration was before this controller changed it.
+    std::optional<std::uint32_t> mConfiguration;
 
     std::chrono::milliseconds mHeartbeatInterval{1000};
     std::condition_variable mStopSignal;

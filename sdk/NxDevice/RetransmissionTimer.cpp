@@ -3,7 +3,7 @@
 #include <algorithm>
 
 RetransmissionTimer::Duration RetransmissionTimer::Limit() const {
-    return std::max(kLongest, 2 * mSmoothed);
+    return std::max({kLongest, 2 * mSmoothed, mTimeout});
 }
 
 // One loss is likelier than a network that has become slower, so the first resend is not delayed.
@@ -21,11 +21,11 @@ void RetransmissionTimer::Learn(Duration answerTime) {
         mSmoothed = answerTime;
         mVariation = answerTime / 2;
     }
-    mTimeout = std::clamp(mSmoothed + 4 * mVariation, kShortest, Limit());
+    mTimeout = std::clamp(mSmoothed + 4 * mVariation, mShortest, std::max(kLongest, 2 * mSmoothed));
 }
 
 // Until an answer comes in time and is learned from: a resent command's cannot be, since it may be
 // the answer to either sending (Karn's algorithm).
 void RetransmissionTimer::WasTooShort() {
-    mTimeout = std::min(mTimeout * 2, Limit());
+    mTimeout = std::max(mTimeout, std::min(mTimeout * 2, kLongestAfterNeedless));
 }

@@ -12,6 +12,11 @@ class RetransmissionTimer {
     static constexpr Duration kShortest{4000};
     /// Resends come at most this far apart, unless the device always takes longer.
     static constexpr Duration kLongest{300000};
+    /// How far needless resends can put the next one off.
+    static constexpr Duration kLongestAfterNeedless{1000000};
+
+    /// @param shortest no resend comes sooner than that
+    explicit RetransmissionTimer(Duration shortest = kShortest) : mShortest(shortest) {}
 
     /// The wait after a command was sent for the n-th time; the second is as long as the first.
     /// @param sending 1 or more
@@ -24,6 +29,7 @@ class RetransmissionTimer {
   private:
     [[nodiscard]] Duration Limit() const;
 
+    Duration mShortest;
     bool mHasSample = false;
     Duration mSmoothed{0};
     Duration mVariation{0};

@@ -161,7 +161,8 @@ TEST(SimulatorPeersTest, SpeaksGvcpThatWiresharkFindsNoFaultWith) {
     (void)ArvTool({});
     (void)ArvTool({kName, "values"});
     (void)Control("Width=800");
-    (void)ArvTool({kName, "control", "FileSelector=StatusTxt", "FileOpenMode=Read",
+    // Device configuration: PENDING_ACK enabled.
+    (void)ArvTool({kName, "control", "R[0x954]=2", "FileSelector=StatusTxt", "FileOpenMode=Read",
                    "FileOperationExecute", "FileOperationStatus"});
     recording.Stop();
 

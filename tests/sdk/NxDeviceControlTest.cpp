@@ -11,6 +11,7 @@
 #include <NxGenICam/NxGenParameterArray.h>
 #include <NxSystem/UdpSocket.h>
 
+#include "../simulator/GvcpClient.h"
 #include "NxDeviceFixture.h"
 #include "Process.h"
 #include "simulator/SimulatedDevice.h"
@@ -106,6 +107,16 @@ TEST_F(NxDeviceControlTest, GivesControlUpWithTheLastConnection) {
     device = Connect();
     EXPECT_NE(device, nullptr) << result.GetDescription().GetAscii();
     EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(1500));
+}
+
+TEST_F(NxDeviceControlTest, LeavesTheDevicesConfigurationAsItWas) {
+    constexpr std::uint32_t kConfiguration = 0x954;
+    GvcpClient other;
+    StartAndConnect(Builder());
+    EXPECT_EQ(other.Read(kConfiguration), 2U) << "PENDING_ACK enabled";
+    NxDevice::Free(device);
+    device = nullptr;
+    EXPECT_EQ(other.Read(kConfiguration), 0U);
 }
 
 TEST_F(NxDeviceControlTest, KeepsControlWhileNothingIsDone) {

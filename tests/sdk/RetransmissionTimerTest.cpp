@@ -35,6 +35,20 @@ TEST(RetransmissionTimerTest, WaitsLongerForADeviceThatTakesLonger) {
     EXPECT_LE(timer.Wait(1), milliseconds(500));
 }
 
+TEST(RetransmissionTimerTest, LearnsFromNeedlessResendsToADeviceThatNeverAnswersInTime) {
+    RetransmissionTimer timer;
+    for (int i = 0; i < 10; ++i) {
+        timer.WasTooShort();
+    }
+    EXPECT_EQ(timer.Wait(1), RetransmissionTimer::kLongestAfterNeedless);
+}
+
+TEST(RetransmissionTimerTest, ResendsNoSoonerThanItIsTold) {
+    RetransmissionTimer timer(milliseconds(40));
+    timer.Learn(microseconds(200));
+    EXPECT_EQ(timer.Wait(1), milliseconds(40));
+}
+
 TEST(RetransmissionTimerTest, DoublesAfterANeedlessResendUntilItLearnsAgain) {
     RetransmissionTimer timer;
     timer.Learn(milliseconds(10));

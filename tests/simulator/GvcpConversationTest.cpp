@@ -133,6 +133,11 @@ TEST_F(GvcpConversationTest, AnnouncesSlowOperationsByPendingAck) {
     mOptions.executeLatency = std::chrono::milliseconds(700);
     Make();
     TakeControl();
+    EXPECT_EQ(Read(0x954),
+              "000000810004"
+              "00000000")
+        << "off at power-on";
+    EXPECT_EQ(Write(0x954, 2), kWritten);
     const std::uint32_t block = simulator::features::kPlainBlock;
     EXPECT_EQ(Write(block + simulator::features::kOpenMode, 1), kWritten);
     const std::string open =
