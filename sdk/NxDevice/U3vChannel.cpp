@@ -14,10 +14,13 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Far beyond what devices announce as their longest response time, well below what a user waits.
-constexpr milliseconds kPatience{5000};
-// Devices announce long work, such as erasing flash, with PENDING_ACK; not for ever, though.
-constexpr milliseconds kPendingPatience{60000};
+// What a command is waited for, whatever shorter time the device announces.
+constexpr milliseconds kLeastPatience{5000};
+// What a command is waited for at most, whatever longer time the device announces, for all of its
+// commands or with PENDING_ACK for one.
+constexpr milliseconds kMostPatience{60000};
+// For the way there and back.
+constexpr milliseconds kMargin{500};
 constexpr milliseconds kBusyPause{10};
 // What waits in the device comes at once.
 constexpr milliseconds kDrainPatience{20};
@@ -59,7 +62,8 @@ U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
       mDevice(std::move(device)),
       // The answer to a command of a program that was killed may still wait in the device; it
       // must not look like one to ours.
-      mNextId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)) {
+      mNextId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)),
+      mPatience(kLeastPatience) {
     SetLimits(kSmallestLimit, kSmallestLimit);
 }
 
@@ -78,6 +82,10 @@ NxResult U3vChannel::Start() {
         }
     }
     return mFailure;
+}
+
+void U3vChannel::SetResponseTime(milliseconds announced) {
+    mPatience = std::clamp(announced + kMargin, kLeastPatience, kMostPatience);
 }
 
 void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
@@ -163,11 +171,11 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
 NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCommand,
                               std::size_t ackLength, U3vPackets::Ack& ack) {
     mReceived.resize(mHasAnswered ? BufferLength(ackLength) : kLongestAck);
-    const Clock::time_point busyUntil = After(kPatience);
+    const Clock::time_point busyUntil = After(mPatience);
     while (mFailure.IsOK()) {
         const std::uint16_t id = mNextId++;
         ByteOrder::StoreLittle16(&command[10], id);
-        const Clock::time_point deadline = After(kPatience);
+        const Clock::time_point deadline = After(mPatience);
         std::size_t length = 0;
         bool sent = false;
         const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sent);
@@ -188,7 +196,7 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
 NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
                               Clock::time_point deadline, std::size_t length,
                               U3vPackets::Ack& ack) {
-    const Clock::time_point pendingUntil = After(kPendingPatience);
+    const Clock::time_point pendingUntil = After(kMostPatience);
     for (;;) {
         const NxResult result = ParseAck(length, ack);
         if (!result.IsOK()) {
@@ -201,7 +209,7 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
         }
         if (isOurs && ack.command == U3vPackets::kPendingAck && ack.payload.size() >= 4) {
             const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
-            deadline = std::min(After(announced + kPatience), pendingUntil);
+            deadline = std::min(After(announced + mPatience), pendingUntil);
         } else if (isOurs) {
             return Fail(kNxProtocol,
                         "answered a command with acknowledge " + Hexadecimal(ack.command));

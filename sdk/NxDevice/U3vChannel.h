@@ -33,6 +33,9 @@ class U3vChannel {
     /// connection.
     /// @return kNxDeviceGone when the device was unplugged
     NxResult Start();
+    /// How long the device says that it takes at most to answer a command; waited for five seconds
+    /// at least and a minute at most.
+    void SetResponseTime(std::chrono::milliseconds announced);
     /// Upper limits of a command and of an acknowledge, in bytes with their headers.
     void SetLimits(std::size_t longestCommand, std::size_t longestAck);
 
@@ -63,6 +66,7 @@ class U3vChannel {
     std::size_t mReadBlock = 0;
     std::size_t mWriteBlock = 0;
     std::uint16_t mNextId = 0;
+    std::chrono::milliseconds mPatience;
     Clock::time_point mDeadline = Clock::time_point::max();
     std::vector<std::byte> mReceived;
     bool mHasAnswered =

@@ -25,6 +25,7 @@ constexpr milliseconds kStartPatience{2000};
 constexpr milliseconds kDescriptionPatience{2500};
 
 // Technology-agnostic bootstrap registers (GenCP 1.1, section 5; USB3 Vision 1.0, section 4).
+constexpr std::uint64_t kResponseTimeRegister = 0x01CC;
 constexpr std::uint64_t kManifestAddressRegister = 0x01D0;
 constexpr std::uint64_t kSbrmAddressRegister = 0x01D8;
 // Relative to the SBRM.
@@ -57,6 +58,7 @@ NxResult U3vPort::Start(U3vChannel::Clock::time_point deadline) {
     std::uint64_t sbrm = 0;
     std::uint32_t longestCommand = 0;
     std::uint32_t longestAck = 0;
+    std::uint32_t responseTime = 0;  // milliseconds
     NxResult result = mChannel.Start();
     if (result.IsOK()) {
         result = ReadNumber(kManifestAddressRegister, mManifestAddress);
@@ -80,6 +82,12 @@ NxResult U3vPort::Start(U3vChannel::Clock::time_point deadline) {
                                          std::to_string(longestAck));
     }
     mChannel.SetLimits(longestCommand, longestAck);
+    // A device that does not tell has the shortest patience that any has.
+    result = ReadNumber(kResponseTimeRegister, responseTime);
+    if (!mChannel.IsAlive()) {
+        return result;
+    }
+    mChannel.SetResponseTime(milliseconds(responseTime));
     mChannel.ClearDeadline();
     return NxResult();
 }

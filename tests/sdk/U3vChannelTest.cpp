@@ -118,6 +118,20 @@ TEST_F(U3vChannelTest, NeverWaitsForMoreThanAMinuteWhateverIsAnnounced) {
     EXPECT_LE(mLog.patience[1].count(), 60000);
 }
 
+TEST_F(U3vChannelTest, WaitsAsLongAsTheDeviceSaysThatItTakesWithinBounds) {
+    struct Case {
+        std::uint32_t announced, least, most;
+    };
+    for (const Case& time : {Case{0, 4900, 5000}, Case{200, 4900, 5000}, Case{12000, 12000, 13000},
+                             Case{0xFFFFFFFF, 59000, 60000}}) {
+        mChannel.SetResponseTime(std::chrono::milliseconds(time.announced));
+        mLog.answers = {ScriptedPipe::WriteAck(4)};
+        EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+        EXPECT_GE(mLog.patience.back().count(), time.least) << time.announced;
+        EXPECT_LE(mLog.patience.back().count(), time.most) << time.announced;
+    }
+}
+
 TEST_F(U3vChannelTest, SendsACommandAgainOnlyWhenTheDeviceWasBusy) {
     mLog.answers = {ScriptedPipe::Ack(0x0803, {}, 0x8007), ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
