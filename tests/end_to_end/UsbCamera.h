@@ -30,6 +30,7 @@ class UsbCamera {
     [[nodiscard]] nlohmann::json State(int number = 1) const;
     /// The body of the firmware that was flashed last; empty when there is none.
     [[nodiscard]] std::string Firmware(int number = 1) const;
+    [[nodiscard]] std::string FirmwareFile(int number = 1) const;
     /// The events of that name so far, of all cameras.
     [[nodiscard]] std::vector<nlohmann::json> Events(const std::string& name) const;
     /// Options of mirsko-simulator from now on.

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -117,20 +116,18 @@ ProcessResult Process::Wait(Milliseconds limit) {
             Signal(SIGKILL);
         }
         int status = 0;
-        rusage usage{};
-        wait4(mId, &status, 0, &usage);
-        Collect(status, usage.ru_maxrss);
+        waitpid(mId, &status, 0);
+        Collect(status);
     }
     return mResult;
 }
 
-void Process::Collect(int status, long peakMemoryKiB) {
+void Process::Collect(int status) {
     mReaped = true;
     mOutReader.join();
     mErrReader.join();
     ExpectNoSanitizerReport(mResult.err);
     mResult.duration = std::chrono::duration_cast<Milliseconds>(Clock::now() - mStart);
-    mResult.peakMemoryKiB = peakMemoryKiB;
     if (WIFEXITED(status)) {
         mResult.exitStatus = WEXITSTATUS(status);
     } else if (WIFSIGNALED(status)) {

@@ -17,7 +17,6 @@ struct ProcessResult {
     bool timedOut = false;
     std::string out;  ///< raw bytes of its standard output
     std::string err;  ///< raw bytes of its standard error
-    long peakMemoryKiB = 0;
     std::chrono::milliseconds duration{0};
 };
 
@@ -49,7 +48,7 @@ class Process {
                              std::vector<std::string> environment = {});
 
   private:
-    void Collect(int status, long peakMemoryKiB);
+    void Collect(int status);
 
     pid_t mId = -1;
     bool mReaped = false;
