@@ -119,6 +119,31 @@ TEST(UsbFailureTest, PackageModeSaysThatAnotherProgramHoldsTheCamera) {
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
 }
 
+TEST(UsbFailureTest, LeavesTheCameraToTheProgramThatHoldsItAndUpdatesItLater) {
+    const std::string hold = MIRSKO_BUILD_FOLDER "/tests/hold_usb_interface ";
+    const std::string update = Program("MirskoFirmwareUpdater") + " --u3v ";
+    UsbCamera camera;
+    const std::string package = PackageOf(camera);
+    const ProcessResult held = camera.Run({"sh", "-c", hold + update + package});
+    EXPECT_EQ(held.exitStatus, 0);
+    EXPECT_EQ(held.out, "");
+    EXPECT_THAT(held.err,
+                AllOf(StartsWith("Cannot control USB3 Vision device Simulated Camera"),
+                      HasSubstr("another program holds its control interface"), EndsWith("\n")));
+    EXPECT_EQ(std::count(held.err.begin(), held.err.end(), '\n'), 1);
+    EXPECT_LT(held.duration, kLongest);
+
+    const std::string payload = camera.Write("camera.dfw", SomePayload());
+    const ProcessResult direct =
+        camera.Run({"sh", "-c", hold + update + payload + " && " + update + payload});
+    EXPECT_EQ(direct.exitStatus, 0);
+    EXPECT_EQ(direct.err, "Writing payload file to device failed!\n") << "of the first run only";
+    EXPECT_THAT(direct.out, AllOf(StartsWith("Starting update...\n"),
+                                  EndsWith("\nFirmware upload complete.\n")));
+    EXPECT_EQ(camera.State()["stored_version"], "2.1");
+    EXPECT_EQ(camera.State()["transfers"], 1);
+}
+
 TEST(UsbFailureTest, DirectModeEndsWhenAccessIsDenied) {
     UsbCamera camera({"--access-denied"});
     const ProcessResult result =
