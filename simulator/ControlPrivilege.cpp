@@ -19,7 +19,7 @@ void ControlPrivilege::Heard(const Peer& peer, Clock::time_point now) {
 }
 
 bool ControlPrivilege::Expire(Clock::time_point now, std::chrono::milliseconds timeout) {
-    if (!mHolder || now - mHeard < timeout) {
+    if (!mHolder || mKept || now - mHeard < timeout) {
         return false;
     }
     Release();

@@ -29,7 +29,9 @@ class ControlPrivilege {
     void Heard(const Peer& peer, Clock::time_point now);
     /// @return true when control ends by this: nothing heard for that long
     [[nodiscard]] bool Expire(Clock::time_point now, std::chrono::milliseconds timeout);
-    void Release() { mValue = 0, mHolder.reset(); }
+    void Release() { mValue = 0, mHolder.reset(), mKept = false; }
+    /// Takes control from whoever has it; the new holder never falls silent.
+    void GiveTo(const Peer& peer) { mValue = kControlBit, mHolder = peer, mKept = true; }
 
     [[nodiscard]] bool MayRead(const Peer& peer) const;
     [[nodiscard]] bool MayWrite(const Peer& peer) const { return mHolder == peer; }
@@ -40,6 +42,7 @@ class ControlPrivilege {
     std::uint32_t mValue = 0;
     std::optional<Peer> mHolder;
     Clock::time_point mHeard{};
+    bool mKept = false;  // without signs of life too
 };
 
 }  // namespace simulator

@@ -21,7 +21,8 @@ struct DeviceContext {
     const DeviceOptions& options;
     FirmwareStore& firmware;
     EventLog& events;
-    const std::atomic<bool>& muted;  ///< while set, nothing may be sent
+    const std::atomic<bool>& muted;        ///< while set, nothing may be sent
+    const std::atomic<bool>& controlLost;  ///< once set, another application has control
     std::function<void()>
         resetRequested;  ///< reboots the device soon after; may be called anywhere
 };

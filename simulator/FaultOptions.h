@@ -30,6 +30,11 @@ struct FaultOptions {
     double staleAckPercent = 0;  ///< the acknowledge of an earlier command goes first
     double busyPercent = 0;      ///< answered BUSY, not carried out
     bool refuseControl = false;  ///< as if another application had control
+    /// After so many commands nothing is answered any more, until power-on; discovery does not
+    /// count.
+    std::optional<std::uint64_t> muteAfterCommands;
+    std::chrono::milliseconds discoveryDelay{0};  ///< of every discovery acknowledge
+    std::uint32_t discoveriesLost = 0;            ///< of the first ones after power-on
 
     TftpFaults tftp;  ///< drawn with `seed`, not with its own
 
@@ -37,6 +42,8 @@ struct FaultOptions {
     std::optional<std::uint64_t> muteAtByte;    ///< no answer any more, until power-on
     std::optional<std::uint64_t> rebootAtByte;  ///< as after a watchdog
     std::optional<std::uint64_t> vanishAtByte;  ///< unplugged
+    /// GigE Vision: another application takes control over and keeps it.
+    std::optional<std::uint64_t> loseControlAtByte;
 };
 
 }  // namespace simulator

@@ -279,6 +279,18 @@ void GvcpHandler::Tick(Clock::time_point now) {
     }
 }
 
+void GvcpHandler::GiveControlAway() {
+    // An address of the link-local range, which no test has on its own network.
+    constexpr Peer kAnother{0xa9fe'fefeU, 49152};
+    if (mControl.Holder() == kAnother) {
+        return;
+    }
+    ControlEnded("taken over");
+    mControl.GiveTo(kAnother);
+    mBootstrap.ShowControl(mControl.Value(), kAnother.address, kAnother.port);
+    mEvents.Add("control_taken", {{"peer", Text(kAnother)}, {"privilege", mControl.Value()}});
+}
+
 void GvcpHandler::Abandon() {
     if (mControl.Holder()) {
         mControl.Release();

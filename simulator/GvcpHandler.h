@@ -43,6 +43,9 @@ class GvcpHandler {
     /// Ends the control of an application that has not been heard of for the heartbeat timeout.
     void Tick(Clock::time_point now);
 
+    /// Another application takes control from the one that has it, and keeps it.
+    void GiveControlAway();
+
     /// The device loses power: control and open files are gone.
     void Abandon();
 

@@ -41,6 +41,9 @@ bool GvcpService::Start(const NetworkPlace& place, std::string& why) {
     mHandler = std::make_unique<GvcpHandler>(options, mContext.firmware, mContext.events, mCounters,
                                              mContext.resetRequested, address,
                                              FindSubnet(place.interfaceName, address).mask);
+    mCommands = 0;
+    mDiscoveries = 0;
+    mLate.clear();
     mWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     mThread = std::thread(&GvcpService::Run, this);
     return true;
@@ -94,6 +97,9 @@ std::chrono::nanoseconds GvcpService::TimeToNextEvent() const {
     for (const auto& due : {mReceived->NextDue(), mSent->NextDue()}) {
         next = std::min(next, due.value_or(next));
     }
+    if (!mLate.empty()) {
+        next = std::min(next, mLate.front().first);
+    }
     return std::max(std::chrono::nanoseconds(0), std::chrono::nanoseconds(next - Clock::now()));
 }
 
@@ -128,12 +134,36 @@ void GvcpService::Drain(const BoundSocket& socket) {
     }
 }
 
+bool GvcpService::IsSwallowed(const Datagram& datagram) {
+    const FaultOptions& faults = mContext.options.faults;
+    if (IsDiscovery(datagram.bytes)) {
+        if (mDiscoveries == faults.discoveriesLost) {
+            return false;
+        }
+        ++mDiscoveries;
+        return true;
+    }
+    ++mCommands;
+    if (faults.muteAfterCommands && mCommands == *faults.muteAfterCommands + 1) {
+        mContext.events.Add("fault", {{"kind", "mute"}, {"commands", mCommands - 1}});
+    }
+    return faults.muteAfterCommands && mCommands > *faults.muteAfterCommands;
+}
+
 void GvcpService::Serve(const Datagram& datagram) {
-    if (mContext.muted) {
+    if (mContext.muted || IsSwallowed(datagram)) {
         return;
     }
     std::optional<GvcpReply> reply = mHandler->Handle(datagram.peer, datagram.bytes, Clock::now());
+    if (mContext.controlLost) {
+        mHandler->GiveControlAway();
+    }
     if (!reply) {
+        return;
+    }
+    if (IsDiscovery(datagram.bytes) && mContext.options.faults.discoveryDelay.count() > 0) {
+        mLate.emplace_back(Clock::now() + mContext.options.faults.discoveryDelay,
+                           Datagram{datagram.peer, std::move(reply->acknowledge)});
         return;
     }
     for (std::vector<std::uint8_t>& packet : reply->first) {
@@ -156,6 +186,10 @@ void GvcpService::Send(Datagram datagram) {
 }
 
 void GvcpService::SendDue() {
+    while (!mLate.empty() && mLate.front().first <= Clock::now()) {
+        Send(std::move(mLate.front().second));
+        mLate.erase(mLate.begin());
+    }
     for (const Datagram& leaving : mSent->TakeDue(Clock::now())) {
         mSockets.front().Send(leaving);
     }

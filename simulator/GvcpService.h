@@ -31,6 +31,7 @@ class GvcpService : public DeviceService {
     [[nodiscard]] bool OpenSockets(const NetworkPlace& place, std::string& why);
     void Run();
     void Drain(const BoundSocket& socket);
+    [[nodiscard]] bool IsSwallowed(const Datagram& datagram);
     void Serve(const Datagram& datagram);
     void Send(Datagram datagram);
     void SendDue();
@@ -44,6 +45,9 @@ class GvcpService : public DeviceService {
     std::optional<FaultyLine> mReceived;
     std::optional<FaultyLine> mSent;
     std::unique_ptr<GvcpHandler> mHandler;
+    std::uint64_t mCommands = 0;                                // since power-on, without discovery
+    std::uint32_t mDiscoveries = 0;                             // lost since power-on
+    std::vector<std::pair<Clock::time_point, Datagram>> mLate;  // in their order
     int mWake = -1;  // eventfd, readable when the thread is to end
     std::thread mThread;
 };

@@ -51,8 +51,8 @@ bool SimulatedDevice::OpenFirmware(std::string& why) {
 
 void SimulatedDevice::MakeServices() {
     mServices.clear();
-    const DeviceContext context{mOptions, *mFirmware, mEvents, mMuted,
-                                [this] { ResetRequested(); }};
+    const DeviceContext context{mOptions, *mFirmware,   mEvents,
+                                mMuted,   mControlLost, [this] { ResetRequested(); }};
     if (mOptions.serveTftp) {
         // Before GVCP: a device that answers discovery takes firmware at once.
         mServices.push_back(std::make_unique<DeviceTftp>(context));
@@ -90,6 +90,7 @@ std::vector<std::string> SimulatedDevice::ServiceNames() const {
 bool SimulatedDevice::PowerOn(std::string& why) {
     mFirmware->PowerOn();
     mMuted = false;
+    mControlLost = false;
     for (auto started = mServices.begin(); started != mServices.end(); ++started) {
         if (!(*started)->Start(mOptions.place, why)) {
             while (started != mServices.begin()) {
@@ -130,6 +131,10 @@ void SimulatedDevice::PayloadGrew(std::uint64_t total) {
         mMuted = true;
         mEvents.Add("fault", {{"kind", "vanish"}, {"bytes", total}});
         Ask(Request::kVanish);
+    }
+    if (strikes(faults.loseControlAtByte, mLoseControlStruck)) {
+        mControlLost = true;
+        mEvents.Add("fault", {{"kind", "lose-control"}, {"bytes", total}});
     }
 }
 

@@ -67,9 +67,11 @@ class SimulatedDevice : private FirmwareListener {
     CommandCounters mGvcpCounters;
     std::unique_ptr<FirmwareStore> mFirmware;
     std::atomic<bool> mMuted{false};
+    std::atomic<bool> mControlLost{false};
     std::atomic<bool> mMuteStruck{false};
     std::atomic<bool> mRebootStruck{false};
     std::atomic<bool> mVanishStruck{false};
+    std::atomic<bool> mLoseControlStruck{false};
 
     std::vector<std::unique_ptr<DeviceService>> mServices;  // started and stopped in Start, Stop
                                                             // and, between them, by mPower

@@ -174,6 +174,25 @@ void AddFaults(CLI::App& app, DeviceOptions& device) {
                     "Answer nothing once so many payload bytes have come");
     AddBytePosition(app, "--reboot-at", faults.rebootAtByte, "Reboot then");
     AddBytePosition(app, "--vanish-at", faults.vanishAtByte, "Be unplugged then");
+    AddBytePosition(app, "--lose-control-at", faults.loseControlAtByte,
+                    "Another application takes control then, GigE Vision only");
+    app.add_option_function<std::uint64_t>(
+           "--mute-after", [&faults](std::uint64_t value) { faults.muteAfterCommands = value; },
+           "Answer nothing after so many GVCP commands, discovery not counted")
+        ->type_name("N")
+        ->group("Faults");
+    app.add_option_function<std::uint32_t>(
+           "--discovery-delay",
+           [&faults](std::uint32_t value) {
+               faults.discoveryDelay = std::chrono::milliseconds(value);
+           },
+           "Answer discovery that late")
+        ->type_name("MS")
+        ->group("Faults");
+    app.add_option("--discoveries-lost", faults.discoveriesLost,
+                   "Do not hear so many discovery commands at first")
+        ->type_name("N")
+        ->group("Faults");
     app.add_flag("--fail-flash", device.firmware.failFlash, "Every flashing fails")
         ->group("Faults");
     app.add_flag("--misjudge-crc", device.firmware.misjudgeBodyCrc,

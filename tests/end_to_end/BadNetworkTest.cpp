@@ -9,7 +9,18 @@
 namespace {
 
 class BadNetworkTest : public testing::TestWithParam<std::vector<std::string>> {};
-class FailingDeviceTest : public testing::TestWithParam<std::vector<std::string>> {};
+
+struct Failure {
+    std::string name;
+    std::vector<std::string> options;
+    std::string reason;
+};
+
+void PrintTo(const Failure& failure, std::ostream* stream) {
+    *stream << failure.name;
+}
+
+class FailingDeviceTest : public testing::TestWithParam<Failure> {};
 
 std::vector<std::string> WithProfile(std::vector<std::string> options) {
     options.insert(options.end(), {"--profile", "file-access", "--no-tftp"});
@@ -40,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
                                              "--reorder", "10"}));
 
 TEST_P(FailingDeviceTest, EndsSoonWithAClearLine) {
-    SimulatedCamera camera(WithProfile(GetParam()));
+    SimulatedCamera camera(WithProfile(GetParam().options));
     const TemporaryFolder folder;
     const ProcessResult result = RunUpdater(
         {kLoopback, "--deviceid=new", folder.Write("c.dfw", MakePayload(RandomBytes(400000, 6)))});
@@ -54,11 +65,38 @@ TEST_P(FailingDeviceTest, EndsSoonWithAClearLine) {
     const std::string line = result.err.substr(0, result.err.size() - end.size());
     EXPECT_EQ(line.find('\n'), std::string::npos) << line;
     EXPECT_NE(line.find("127.0.0.1"), std::string::npos) << line;
+    EXPECT_NE(line.find(GetParam().reason), std::string::npos) << line;
     EXPECT_EQ(camera.Firmware(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(All, FailingDeviceTest,
-                         testing::Values(std::vector<std::string>{"--refuse-control"},
-                                         std::vector<std::string>{"--mute-at", "100000"},
-                                         std::vector<std::string>{"--reboot-at", "100000"},
-                                         std::vector<std::string>{"--vanish-at", "100000"}));
+INSTANTIATE_TEST_SUITE_P(
+    All, FailingDeviceTest,
+    testing::Values(Failure{"RefusesControl", {"--refuse-control"}, "TFTP server"},
+                    Failure{"FallsMute", {"--mute-at", "100000"}, "does not answer"},
+                    Failure{"Restarts", {"--reboot-at", "100000"}, "the device was restarted"},
+                    Failure{"IsUnplugged", {"--vanish-at", "100000"}, "does not answer"},
+                    Failure{"LosesControl",
+                            {"--lose-control-at", "100000"},
+                            "Lost control of 127.0.0.1 on lo: another application controls it "
+                            "(GVCP ACCESS_DENIED 0x8006)"}),
+    [](const auto& failure) { return failure.param.name; });
+
+// Such a device has no working control channel, so TFTP is tried.
+TEST(MuteDeviceTest, EndsSoonWhenTheDeviceFallsMuteWhileItIsConnected) {
+    for (const char* commands : {"1", "20"}) {
+        SCOPED_TRACE(commands);
+        SimulatedCamera camera(WithProfile({"--mute-after", commands}));
+        const TemporaryFolder folder;
+        const ProcessResult result =
+            RunUpdater({kLoopback, folder.Write("c.dfw", MakePayload("body"))});
+        EXPECT_FALSE(result.timedOut);
+        EXPECT_LT(result.duration, std::chrono::seconds(15));
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_EQ(WithoutLabels(result.out), "Starting update...\n\nUpdate failed.\n");
+        EXPECT_TRUE(result.err.starts_with(
+            "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server"))
+            << result.err;
+        EXPECT_TRUE(result.err.ends_with("\nWriting payload file to device failed!\n"));
+        EXPECT_EQ(camera.Events("fault").size(), 1U);
+    }
+}

@@ -86,6 +86,45 @@ TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatIsUnpluggedWithAClearLine) {
     EXPECT_THAT(written.GetDescription().GetAscii(), HasSubstr("does not answer"));
 }
 
+TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatAnotherApplicationTookOver) {
+    FaultOptions faults;
+    faults.loseControlAtByte = 500000;
+    StartAndConnect(Builder().faults(faults));
+    const NxResult written = FailingUpdate();
+    EXPECT_EQ(written.GetCode(), kNxControlLost);
+    EXPECT_THAT(written.GetDescription().GetAscii(),
+                testing::MatchesRegex("Cannot write the device's file RemoteUpdateDfw at byte "
+                                      "[0-9]+ of 1048640: Lost control of 127.0.0.1 on lo: another "
+                                      "application controls it \\(GVCP ACCESS_DENIED 0x8006\\)"));
+    EXPECT_EQ(simulated->Firmware().Status().find("Firmware applied"), std::string::npos);
+}
+
+TEST_F(NxDeviceControlTest, SaysWithinFiveSecondsThatTheDeviceFellMuteWhileConnecting) {
+    StartAndConnect(Builder());
+    const std::uint64_t wholeConnection = Commands();
+    NxDevice::Free(device);
+    device = nullptr;
+    simulated.reset();
+    ASSERT_GT(wholeConnection, 10U);
+    // Before control, right after it, at the description's address, in the middle of it, at its
+    // end.
+    for (const std::uint64_t commands : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{2},
+                                         wholeConnection / 2, wholeConnection - 2}) {
+        SCOPED_TRACE(commands);
+        FaultOptions faults;
+        faults.muteAfterCommands = commands;
+        StartDevice(Builder().faults(faults));
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(Connect(), nullptr);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5500));
+        EXPECT_EQ(result.GetCode(), kNxTimeout);
+        EXPECT_THAT(result.GetDescription().GetAscii(),
+                    HasSubstr("127.0.0.1 on lo does not answer"));
+        EXPECT_EQ(simulated->Events().Count("fault"), 1U);
+        simulated.reset();
+    }
+}
+
 TEST_F(NxDeviceControlTest, SharesControlBetweenConnectionsOfOneProcess) {
     StartAndConnect(Builder());
     const std::uint64_t commands = Commands();

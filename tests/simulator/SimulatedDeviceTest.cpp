@@ -200,6 +200,51 @@ TEST(SimulatedDeviceTest, FallsMuteAtTheByteAsAFault) {
         << "a fault strikes once";
 }
 
+TEST(SimulatedDeviceTest, FallsMuteAfterSoManyCommandsAsAFault) {
+    FaultOptions faults;
+    faults.muteAfterCommands = 2;
+    const auto device = GvcpOnly().faults(faults).build();
+    Start(*device);
+    GvcpClient client;
+    EXPECT_THAT(Discover(client, "127.0.0.1"), SizeIs(1));
+    EXPECT_EQ(client.Write(0x0a00, 2), 0U);
+    EXPECT_EQ(client.Read(0x0a00), 2U);
+    EXPECT_FALSE(client.Read(0x0a00, 2).has_value());
+    EXPECT_EQ(device->Events().Count("fault"), 1U);
+}
+
+TEST(SimulatedDeviceTest, GivesControlToAnotherApplicationAtTheByteAsAFault) {
+    FaultOptions faults;
+    faults.loseControlAtByte = 2000;
+    const auto device = GvcpOnly().bufferSize(512).faults(faults).build();
+    Start(*device);
+    GvcpClient client;
+    EXPECT_FALSE(client.Upload(Payload{.body = std::string(5000, 'x')}.Encode(), 512));
+    EXPECT_EQ(client.Read(0x0a00), 2U) << "still controlled";
+    EXPECT_EQ(client.Write(0x0a00, 2), 0x8006U);
+    EXPECT_EQ(device->Firmware().Status(), "Transfer incomplete: 2048 bytes received");
+    device->Stop();
+    Start(*device);
+    EXPECT_TRUE(client.Upload(Payload{.body = std::string(5000, 'x')}.Encode(), 512))
+        << "a fault strikes once";
+}
+
+TEST(SimulatedDeviceTest, AnswersDiscoveryLateOrNotAtFirstAsAFault) {
+    FaultOptions faults;
+    faults.discoveriesLost = 2;
+    faults.discoveryDelay = std::chrono::milliseconds(300);
+    const auto device = GvcpOnly().faults(faults).build();
+    Start(*device);
+    GvcpClient client;
+    client.Send(kDiscovery);
+    client.Send(kDiscovery);
+    EXPECT_FALSE(client.Receive(600).has_value());
+    const auto asked = std::chrono::steady_clock::now();
+    client.Send(kDiscovery);
+    EXPECT_TRUE(client.Receive().has_value());
+    EXPECT_GE(std::chrono::steady_clock::now() - asked, faults.discoveryDelay);
+}
+
 TEST(SimulatedDeviceTest, RebootsAtTheByteAsAFault) {
     FaultOptions faults;
     faults.rebootAtByte = 1;
