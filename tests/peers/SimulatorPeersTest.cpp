@@ -1,11 +1,13 @@
-// The simulated device, judged by programs that are not ours: Aravis's client and Wireshark's
-// dissector.
+// The simulated device and the updater, judged by programs that are not ours: Aravis's client and
+// Wireshark's dissector.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "GvcpClient.h"
+#include "Payload.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
 #include "simulator/SimulatedDevice.h"
@@ -71,6 +73,14 @@ class Recording {
     [[nodiscard]] std::size_t Count(const std::string& filter) const {
         const std::string lines = Dissect({"-Y", filter});
         return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n'));
+    }
+
+    /// Every packet is GVCP, and none of them is odd.
+    void ExpectFaultless() const {
+        EXPECT_GT(Count("gvcp"), 100U);
+        EXPECT_EQ(Count("!gvcp"), 0U) << Dissect({"-Y", "!gvcp"});
+        EXPECT_EQ(Count("_ws.malformed"), 0U) << Dissect({"-Y", "_ws.malformed"});
+        EXPECT_EQ(Count("_ws.expert.severity >= 0x800000"), 0U);
     }
 
   private:
@@ -166,10 +176,7 @@ TEST(SimulatorPeersTest, SpeaksGvcpThatWiresharkFindsNoFaultWith) {
                    "FileOperationExecute", "FileOperationStatus"});
     recording.Stop();
 
-    EXPECT_GT(recording.Count("gvcp"), 100U);
-    EXPECT_EQ(recording.Count("!gvcp"), 0U) << recording.Dissect({"-Y", "!gvcp"});
-    EXPECT_EQ(recording.Count("_ws.malformed"), 0U) << recording.Dissect({"-Y", "_ws.malformed"});
-    EXPECT_EQ(recording.Count("_ws.expert.severity >= 0x800000"), 0U);
+    recording.ExpectFaultless();
     const std::string commands = recording.Dissect({"-T", "fields", "-e", "_ws.col.Info"});
     for (const char* kind : {"DISCOVERY_ACK (Mirsko, SIM-0001)", "READREG_ACK", "WRITEREG_ACK",
                              "READMEM_ACK", "WRITEMEM_ACK", "PENDING_ACK"}) {
@@ -178,4 +185,49 @@ TEST(SimulatorPeersTest, SpeaksGvcpThatWiresharkFindsNoFaultWith) {
     const std::string names = recording.Dissect(
         {"-Y", "gvcp.ack == 0x0003", "-T", "fields", "-e", "gvcp.bootstrap.modelname"});
     EXPECT_THAT(names, HasSubstr("Simulated Camera"));
+}
+
+TEST(SimulatorPeersTest, IsUpdatedInGvcpThatWiresharkFindsNoFaultWith) {
+    const TemporaryFolder folder;
+    // No whole number of registers: the last piece of the last WRITEMEM is padded.
+    const Payload payload{.body = RandomBytes(50001, 1)};
+    const std::string file = folder.Write("camera.dfw", payload.Encode());
+    for (const bool concatenation : {true, false}) {
+        SCOPED_TRACE(concatenation);
+        const auto device = SimulatedDevice::Builder()
+                                .concatenation(concatenation)
+                                .executeLatency(std::chrono::milliseconds(300))
+                                .serveTftp(false)
+                                .build();
+        Start(*device);
+        Recording recording;
+        const ProcessResult result =
+            Process::Run({Program("MirskoFirmwareUpdater"), "--localinterface=00:00:00:00:00:00",
+                          "--deviceid=left", file});
+        recording.Stop();
+        EXPECT_THAT(result.out, testing::EndsWith("\nFirmware upload complete.\n"));
+        EXPECT_EQ(result.err, "");
+        EXPECT_TRUE(ReadFile(device->Firmware().Folder() / "firmware.bin") == payload.body);
+
+        recording.ExpectFaultless();
+        const std::string commands = recording.Dissect({"-T", "fields", "-e", "_ws.col.Info"});
+        for (const char* kind : {"DISCOVERY_CMD", "READREG_CMD", "WRITEREG_CMD", "READMEM_CMD",
+                                 "WRITEMEM_CMD", "PENDING_ACK"}) {
+            EXPECT_THAT(commands, HasSubstr(kind));
+        }
+        // Headers of UDP and GVCP, 8 bytes each, and what one register takes.
+        EXPECT_EQ(recording.Count("gvcp.cmd.command == 0x0080 && udp.length > 20") > 0,
+                  concatenation);
+        EXPECT_EQ(recording.Count("gvcp.cmd.command == 0x0082 && udp.length > 24") > 0,
+                  concatenation);
+        // 50,065 bytes in buffers of 4096, those in pieces of 536: of the last 377 bytes, the
+        // registers take 380.
+        EXPECT_GE(recording.Count("gvcp.cmd.command == 0x0086 && udp.length == 556"), 85U);
+        EXPECT_GE(recording.Count("gvcp.cmd.command == 0x0086 && udp.length == 400"), 1U);
+        std::istringstream lengths(recording.Dissect(
+            {"-Y", "gvcp.cmd.command == 0x0086", "-T", "fields", "-e", "udp.length"}));
+        for (unsigned int length = 0; lengths >> length;) {
+            EXPECT_EQ(length % 4, 0U) << "no whole number of registers";
+        }
+    }
 }
