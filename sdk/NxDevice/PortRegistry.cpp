@@ -2,8 +2,9 @@
 
 #include <utility>
 
-#include "GvcpPort.h"
-#include "U3vPort.h"
+#include <NxBase/NxResultCodes.h>
+
+#include "OpenDevicePort.h"
 
 PortRegistry& PortRegistry::OfThisProcess() {
     static PortRegistry registry;
@@ -26,14 +27,22 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
         return port == nullptr || !port->IsAlive();
     });
     for (const Entry& entry : mEntries) {
-        if (IsSameDevice(entry.id, id)) {
-            share = {.port = entry.port.lock(), .xml = entry.xml};
+        std::shared_ptr<DevicePort> known = entry.port.lock();
+        if (known == nullptr || !IsSameDevice(entry.id, id)) {
+            continue;
+        }
+        NxResult result = known->Probe();
+        if (result.IsOK()) {
+            share = {.port = std::move(known), .xml = entry.xml};
             return {};
+        }
+        // One that is there and does not answer would not do so for a new connection either.
+        if (result.GetCode() == kNxTimeout) {
+            return result;
         }
     }
     std::shared_ptr<DevicePort> port;
-    NxResult result =
-        id.kind == ConnectionId::Kind::kUsb ? OpenU3vPort(id.guid, port) : OpenGvcpPort(id, port);
+    NxResult result = OpenDevicePort(id, port);
     if (!result.IsOK()) {
         return result;
     }

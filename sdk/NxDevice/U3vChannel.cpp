@@ -68,6 +68,9 @@ U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
 }
 
 NxResult U3vChannel::Start() {
+    if (!mFailure.IsOK()) {
+        return mFailure;
+    }
     mHasAnswered = false;
     mPipe->ClearStall();
     mReceived.resize(kLongestAck);
@@ -243,6 +246,9 @@ U3vChannel::Clock::time_point U3vChannel::After(milliseconds patience) const {
 
 NxResult U3vChannel::Fail(unsigned int code, const std::string& reason) {
     mFailure = NxResult(code, mDevice + " " + reason);
+    mIsAlive = false;
+    // The next connection to the device claims its interface.
+    mPipe.reset();
     return mFailure;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -44,7 +45,8 @@ class U3vChannel {
     /// Writes with as few commands as the limits allow.
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
 
-    [[nodiscard]] bool IsAlive() const { return mFailure.IsOK(); }
+    /// Safe to call from any thread, also during a command.
+    [[nodiscard]] bool IsAlive() const { return mIsAlive; }
     /// The description of a device in texts, "USB3 Vision device X (GUID …) at USB port 2-1".
     [[nodiscard]] const std::string& GetDeviceName() const { return mDevice; }
 
@@ -72,4 +74,5 @@ class U3vChannel {
     bool mHasAnswered =
         false;  ///< since Start; what is no acknowledge is another program's until then
     NxResult mFailure;
+    std::atomic<bool> mIsAlive{true};
 };

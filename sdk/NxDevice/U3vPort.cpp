@@ -160,9 +160,16 @@ NxResult U3vPort::ReadDescription(std::string& xml) {
     return result;
 }
 
-bool U3vPort::IsAlive() const {
-    const std::lock_guard lock(mMutex);
-    return mChannel.IsAlive();
+NxResult U3vPort::Probe() {
+    const std::unique_lock lock(mMutex, std::try_to_lock);
+    if (!lock.owns_lock()) {
+        return NxResult();
+    }
+    mChannel.SetDeadline(U3vChannel::Clock::now() + kStartPatience);
+    std::uint64_t sbrm = 0;
+    NxResult result = ReadNumber(kSbrmAddressRegister, sbrm);
+    mChannel.ClearDeadline();
+    return result;
 }
 
 NxResult U3vPort::ReadNumber(std::uint64_t address, std::uint32_t& number) {

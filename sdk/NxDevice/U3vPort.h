@@ -32,7 +32,9 @@ class U3vPort : public DevicePort {
     [[nodiscard]] std::string DeviceName() const override { return mChannel.GetDeviceName(); }
 
     NxResult ReadDescription(std::string& xml) override;
-    [[nodiscard]] bool IsAlive() const override;
+    [[nodiscard]] bool IsAlive() const override { return mChannel.IsAlive(); }
+    /// A device that restarted is another one to USB, and the old one is gone without a sign.
+    NxResult Probe() override;
 
   private:
     NxResult ReadTogether(std::span<Register> neighbours);
@@ -41,7 +43,7 @@ class U3vPort : public DevicePort {
     NxResult FindDescription(std::uint64_t& address, std::size_t& length);
 
     std::unique_ptr<UsbContext> mUsb;
-    mutable std::mutex mMutex;
+    std::mutex mMutex;
     U3vChannel mChannel;
     std::uint64_t mManifestAddress = 0;
     bool mReadsNeighbours = true;

@@ -1,0 +1,5 @@
+#include "DevicePort.h"
+
+NxResult DevicePort::Probe() {
+    return {};
+}

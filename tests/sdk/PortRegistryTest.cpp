@@ -1,0 +1,94 @@
+#include "PortRegistry.h"
+
+#include <gtest/gtest.h>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "OpenDevicePort.h"
+
+namespace {
+
+class FakePort : public DevicePort {
+  public:
+    NxResult ReadMemory(std::uint64_t, std::span<std::byte>) override { return {}; }
+    NxResult WriteMemory(std::uint64_t, std::span<const std::byte>) override { return {}; }
+    NxResult ReadRegisters(std::span<Register>) override { return {}; }
+    NxResult WriteRegisters(std::span<const Register>) override { return {}; }
+    [[nodiscard]] std::string DeviceName() const override { return "Device X"; }
+    [[nodiscard]] bool CombinesRegisters() const override { return false; }
+    [[nodiscard]] bool HasRegisterCommands() const override { return false; }
+    NxResult ReadDescription(std::string& xml) override {
+        xml = "<xml/>";
+        return {};
+    }
+    [[nodiscard]] bool IsAlive() const override { return isAlive; }
+    NxResult Probe() override {
+        ++probes;
+        return failure;
+    }
+
+    bool isAlive = true;
+    NxResult failure;
+    int probes = 0;
+};
+
+std::vector<std::shared_ptr<FakePort>> opened;
+
+class PortRegistryTest : public testing::Test {
+  protected:
+    PortRegistryTest() {
+        opened.clear();
+        mId.kind = ConnectionId::Kind::kUsb;
+        mId.guid = "123456789ABC";
+    }
+    ~PortRegistryTest() override { opened.clear(); }
+
+    NxResult Acquire(PortRegistry::Share& share) { return mRegistry.Acquire(mId, share); }
+
+    PortRegistry mRegistry;
+    ConnectionId mId;
+    PortRegistry::Share mFirst;
+    PortRegistry::Share mSecond;
+};
+
+}  // namespace
+
+// In the place of the real buses.
+NxResult OpenDevicePort(const ConnectionId& /*id*/, std::shared_ptr<DevicePort>& port) {
+    opened.push_back(std::make_shared<FakePort>());
+    port = opened.back();
+    return {};
+}
+
+TEST_F(PortRegistryTest, SharesTheChannelOfADeviceThatAnswers) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(mFirst.port, mSecond.port);
+    EXPECT_EQ(mFirst.xml, mSecond.xml);
+    ASSERT_EQ(opened.size(), 1U);
+    EXPECT_EQ(opened[0]->probes, 1);
+}
+
+TEST_F(PortRegistryTest, OpensADeviceAnewThatIsNoLongerTheOneThatWasConnected) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    opened[0]->failure = NxResult(kNxDeviceGone, "was unplugged");
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(opened.size(), 2U);
+    EXPECT_NE(mFirst.port, mSecond.port);
+}
+
+TEST_F(PortRegistryTest, OpensADeviceAnewWhoseChannelHasFailed) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    opened[0]->isAlive = false;
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(opened.size(), 2U);
+    EXPECT_EQ(opened[0]->probes, 0);
+}
+
+TEST_F(PortRegistryTest, DoesNotAskADeviceTwiceThatDoesNotAnswer) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    opened[0]->failure = NxResult(kNxTimeout, "did not answer");
+    EXPECT_EQ(Acquire(mSecond).GetCode(), kNxTimeout);
+    EXPECT_EQ(opened.size(), 1U);
+    EXPECT_EQ(mSecond.port, nullptr);
+}

@@ -1,0 +1,114 @@
+#include "U3vPort.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <NxBase/ByteOrder.h>
+#include <NxBase/NxResultCodes.h>
+
+#include "ScriptedPipe.h"
+
+namespace {
+
+using Bytes = ScriptedPipe::Bytes;
+
+ScriptedPipe::Answer Number(std::uint64_t number, std::size_t size) {
+    Bytes bytes(8);
+    ByteOrder::StoreLittle64(bytes.data(), number);
+    bytes.resize(size);
+    return ScriptedPipe::Ack(0x0801, bytes);
+}
+
+class U3vPortTest : public testing::Test {
+  protected:
+    ~U3vPortTest() override { EXPECT_TRUE(mLog.answers.empty()) << "answers left over"; }
+
+    // A device with commands and acknowledges of 1024 bytes.
+    NxResult Start(const ScriptedPipe::Answer& responseTime) {
+        mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT),
+                        Number(0x1000, 8),
+                        Number(0x2000, 8),
+                        Number(1024, 4),
+                        Number(1024, 4),
+                        responseTime};
+        return mPort.Start(U3vChannel::Clock::now() + std::chrono::seconds(2));
+    }
+
+    ScriptedPipe::Log mLog;
+    U3vPort mPort{nullptr, std::make_unique<ScriptedPipe>(mLog), "Device X"};
+};
+
+// Answers nothing until it is let go.
+class SlowPipe : public UsbPipe {
+  public:
+    struct Gate {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isAsked = false;
+        bool isOpen = false;
+    };
+    explicit SlowPipe(Gate& gate) : mGate(gate) {}
+    int Send(std::span<const std::byte> /*bytes*/, Milliseconds /*timeout*/) override {
+        return LIBUSB_SUCCESS;
+    }
+    int Receive(std::span<std::byte> /*buffer*/, Milliseconds /*timeout*/,
+                std::size_t& /*length*/) override {
+        std::unique_lock lock(mGate.mutex);
+        mGate.isAsked = true;
+        mGate.changed.notify_all();
+        mGate.changed.wait(lock, [this] { return mGate.isOpen; });
+        return LIBUSB_ERROR_NO_DEVICE;
+    }
+    void ClearStall() override {}
+
+  private:
+    Gate& mGate;
+};
+
+}  // namespace
+
+TEST_F(U3vPortTest, WaitsAsLongAsTheDeviceAnnounces) {
+    ASSERT_TRUE(Start(Number(12000, 4)).IsOK());
+    mLog.answers = {ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
+    EXPECT_GT(mLog.patience.back().count(), 12000);
+}
+
+TEST_F(U3vPortTest, StartsWithADeviceThatDoesNotTellItsResponseTime) {
+    ASSERT_TRUE(Start(ScriptedPipe::Ack(0x0801, {}, 0x8003)).IsOK());
+    mLog.answers = {ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
+    EXPECT_LE(mLog.patience.back().count(), 5000);
+}
+
+TEST_F(U3vPortTest, TellsByAProbeThatTheDeviceIsGone) {
+    ASSERT_TRUE(Start(Number(200, 4)).IsOK());
+    mLog.answers = {Number(0x2000, 8)};
+    EXPECT_TRUE(mPort.Probe().IsOK());
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_NO_DEVICE)};
+    EXPECT_EQ(mPort.Probe().GetCode(), kNxDeviceGone);
+    EXPECT_FALSE(mPort.IsAlive());
+}
+
+TEST_F(U3vPortTest, WaitsForNoOtherThreadsCommandToTellWhetherItIsAlive) {
+    SlowPipe::Gate gate;
+    U3vPort port(nullptr, std::make_unique<SlowPipe>(gate), "Device X");
+    std::thread other([&port] { EXPECT_FALSE(port.WriteMemory(0, Bytes(4)).IsOK()); });
+    {
+        std::unique_lock lock(gate.mutex);
+        gate.changed.wait(lock, [&gate] { return gate.isAsked; });
+    }
+    EXPECT_TRUE(port.IsAlive());
+    EXPECT_TRUE(port.Probe().IsOK());
+    {
+        const std::lock_guard lock(gate.mutex);
+        gate.isOpen = true;
+    }
+    gate.changed.notify_all();
+    other.join();
+    EXPECT_FALSE(port.IsAlive());
+}
