@@ -20,8 +20,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Together below the five seconds within which a connection is made or refused.
-constexpr milliseconds kStartPatience{2000};
+// With the half second for the device's texts, below the five seconds within which a connection is
+// made or refused.
+constexpr milliseconds kStartPatience{1500};
 constexpr milliseconds kDescriptionPatience{2500};
 
 // Technology-agnostic bootstrap registers (GenCP 1.1, section 5; USB3 Vision 1.0, section 4).
@@ -214,7 +215,6 @@ NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
 }
 
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port) {
-    const auto deadline = U3vChannel::Clock::now() + kStartPatience;
     auto usb = std::make_unique<UsbContext>();
     NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
                                         " is plugged in; check its cable and its power");
@@ -241,7 +241,7 @@ NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port)
             std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
                                       "USB3 Vision device " + identity.model + " (GUID " +
                                           identity.guid + ") at USB port " + identity.place);
-        const NxResult started = opened->Start(deadline);
+        const NxResult started = opened->Start(U3vChannel::Clock::now() + kStartPatience);
         if (started.IsOK()) {
             port = std::move(opened);
         }

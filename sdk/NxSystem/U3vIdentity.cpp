@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <chrono>
 #include <cstdint>
 #include <fstream>
 #include <memory>
@@ -15,9 +16,13 @@
 
 namespace {
 
-// One string takes well under a millisecond; a device that needs longer is not waited for again,
-// so that it cannot hold up discovery.
-constexpr unsigned int kStringTimeoutMilliseconds = 250;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// One text takes well under a millisecond; a device that needs longer is not waited for again, and
+// for all of its texts together only so long that it cannot hold up discovery.
+constexpr milliseconds kTextPatience{250};
+constexpr milliseconds kPatience{500};
 constexpr std::size_t kLongestName = 64;
 
 struct CloseHandle {
@@ -29,11 +34,17 @@ using Handle = std::unique_ptr<libusb_device_handle, CloseHandle>;
 using StringDescriptor = std::array<unsigned char, 255>;
 
 int ReadStringDescriptor(libusb_device_handle* handle, std::uint8_t index, std::uint16_t language,
-                         StringDescriptor& bytes) {
+                         Clock::time_point deadline, StringDescriptor& bytes) {
+    const auto patience =
+        std::min(kTextPatience, std::chrono::ceil<milliseconds>(deadline - Clock::now()));
+    // libusb takes 0 for "wait for ever".
+    if (patience <= milliseconds(0)) {
+        return LIBUSB_ERROR_TIMEOUT;
+    }
     const int length = libusb_control_transfer(
         handle, LIBUSB_ENDPOINT_IN, LIBUSB_REQUEST_GET_DESCRIPTOR,
         static_cast<std::uint16_t>((LIBUSB_DT_STRING << 8) | index), language, bytes.data(),
-        static_cast<std::uint16_t>(bytes.size()), kStringTimeoutMilliseconds);
+        static_cast<std::uint16_t>(bytes.size()), static_cast<unsigned int>(patience.count()));
     if (length < 0) {
         return length;
     }
@@ -116,8 +127,9 @@ NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descripto
     }
     const Handle handle(opened);
 
+    const Clock::time_point deadline = Clock::now() + kPatience;
     StringDescriptor bytes{};
-    int length = ReadStringDescriptor(opened, 0, 0, bytes);
+    int length = ReadStringDescriptor(opened, 0, 0, deadline, bytes);
     // US English is the one language that every device has to offer.
     const auto language =
         static_cast<std::uint16_t>(length >= 4 ? bytes[2] | (bytes[3] << 8) : 0x0409);
@@ -135,7 +147,7 @@ NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descripto
         if (index == 0) {
             continue;
         }
-        length = ReadStringDescriptor(opened, index, language, bytes);
+        length = ReadStringDescriptor(opened, index, language, deadline, bytes);
         if (length > 0) {
             *text = DecodeUtf16(bytes, length);
         }
