@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <NxBase/ByteOrder.h>
+#include <NxSystem/PrintableText.h>
 
 namespace {
 
@@ -21,11 +22,9 @@ std::string Text(std::span<const std::byte> field) {
         if (character == 0) {
             break;
         }
-        // Bytes from 0x80 on may be UTF-8; control characters could steer a terminal.
-        const bool isControl = character < 0x20 || character == 0x7f;
-        text.push_back(isControl ? '?' : static_cast<char>(character));
+        text.push_back(static_cast<char>(character));
     }
-    return text;
+    return PrintableText(text);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include <NxBase/NxResultCodes.h>
 
+#include <NxSystem/PrintableText.h>
 #include <NxSystem/UsbContext.h>
 
 namespace {
@@ -90,10 +91,9 @@ std::string DecodeUtf16(const StringDescriptor& bytes, int length) {
         } else if (character >= 0xD800 && character < 0xE000) {
             character = 0xFFFD;
         }
-        // A control character would break the one line in which these texts are shown.
-        AppendUtf8(text, character < 0x20 || character == 0x7F ? ' ' : character);
+        AppendUtf8(text, character);
     }
-    return text;
+    return PrintableText(text);
 }
 
 std::string ReadSystemText(const std::string& place, const std::string& attribute) {
@@ -101,7 +101,7 @@ std::string ReadSystemText(const std::string& place, const std::string& attribut
     std::string line;
     std::getline(file, line);
     line.resize(std::min<std::size_t>(line.size(), 3 * 126));
-    return line;
+    return PrintableText(line);
 }
 
 bool IsUsableName(const std::string& guid) {

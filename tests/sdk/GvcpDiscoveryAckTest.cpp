@@ -75,7 +75,8 @@ TEST(GvcpDiscoveryAckTest, ReplacesCharactersThatCouldSteerATerminal) {
     auto ack = GoodAck();
     ack[8 + 0x68] = std::byte{0x1b};
     ack[8 + 0x69] = std::byte{'\n'};
-    EXPECT_EQ(GvcpDiscoveryAck::Parse(ack)->model, "??del");
+    ack[8 + 0x6a] = std::byte{0x9b};
+    EXPECT_EQ(GvcpDiscoveryAck::Parse(ack)->model, "???el");
 }
 
 TEST(GvcpDiscoveryCommandTest, IsEightBytesThatAskForAnAnswer) {

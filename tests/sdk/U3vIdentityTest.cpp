@@ -102,6 +102,12 @@ TEST_F(U3vIdentityTest, ReadsTheDevicesTexts) {
     EXPECT_EQ(mIdentity.place, "250-3");
 }
 
+TEST_F(U3vIdentityTest, ShowsNoControlCharacters) {
+    mDevice.texts[3] = u"Mo\u001bdel\u009b2J\r";
+    ASSERT_TRUE(Read().IsOK());
+    EXPECT_EQ(mIdentity.model, "Mo?del?2J?");
+}
+
 TEST_F(U3vIdentityTest, GivesASlowDeviceHalfASecondForAllOfItsTexts) {
     mDevice.delay = milliseconds(200);
     const NxResult result = Read();
