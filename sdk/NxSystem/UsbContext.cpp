@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <mutex>
 
 #include <libusb.h>
 
@@ -23,9 +24,15 @@ bool IsBefore(libusb_device* left, libusb_device* right) {
     return leftBus != rightBus ? leftBus < rightBus : PortPath(left) < PortPath(right);
 }
 
+void LIBUSB_CALL DropLog(libusb_context* /*context*/, libusb_log_level /*level*/,
+                         const char* /*text*/) {}
+
 }  // namespace
 
 UsbContext::UsbContext() {
+    // The environment variable LIBUSB_DEBUG outdoes the level that is set below.
+    static std::once_flag once;
+    std::call_once(once, [] { libusb_set_log_cb(nullptr, DropLog, LIBUSB_LOG_CB_GLOBAL); });
     if (libusb_init(&mContext) != LIBUSB_SUCCESS) {
         mContext = nullptr;
         return;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxSystem.h>
@@ -9,6 +10,17 @@ TEST(NxSystemTest, HasNoInterfacesBeforeFind) {
     const NxSystem system;
     EXPECT_EQ(system.GetInterfaceCount(), 0U);
     EXPECT_EQ(system.GetInterface(0), nullptr);
+}
+
+TEST(NxSystemTest, LetsNoLibraryPrintWhateverTheEnvironmentAsksFor) {
+    ASSERT_EQ(setenv("LIBUSB_DEBUG", "4", 1), 0);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    NxSystem system;
+    (void)system.Find();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    unsetenv("LIBUSB_DEBUG");
 }
 
 TEST(NxSystemTest, ListsLoopbackWhenNoDeviceAnswers) {
