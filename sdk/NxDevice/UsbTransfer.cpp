@@ -1,5 +1,18 @@
 #include "UsbTransfer.h"
 
+#include <sys/time.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+// Cancelling takes the kernel well under a millisecond.
+constexpr std::chrono::seconds kPatience{1};
+constexpr long kStepMicroseconds = 10000;
+
+}  // namespace
+
 UsbTransfer::UsbTransfer(libusb_context* context, libusb_device_handle* device,
                          std::uint8_t endpoint, std::span<std::byte> bytes)
     : mContext(context), mTransfer(libusb_alloc_transfer(0)) {
@@ -12,6 +25,11 @@ UsbTransfer::UsbTransfer(libusb_context* context, libusb_device_handle* device,
 
 UsbTransfer::~UsbTransfer() {
     Cancel();
+    if (mUnderWay) {
+        // Still in libusb's hands.
+        mTransfer->user_data = nullptr;
+        return;
+    }
     libusb_free_transfer(mTransfer);
 }
 
@@ -25,15 +43,24 @@ int UsbTransfer::Submit() {
 }
 
 void UsbTransfer::Cancel() {
-    if (mUnderWay) {
-        (void)libusb_cancel_transfer(mTransfer);
+    if (!mUnderWay || mGivenUp) {
+        return;
     }
-    while (mUnderWay) {
-        (void)libusb_handle_events(mContext);
+    (void)libusb_cancel_transfer(mTransfer);
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (mUnderWay && std::chrono::steady_clock::now() < deadline) {
+        timeval wait{0, kStepMicroseconds};
+        if (libusb_handle_events_timeout_completed(mContext, &wait, nullptr) != LIBUSB_SUCCESS) {
+            std::this_thread::sleep_for(std::chrono::microseconds(kStepMicroseconds));
+        }
     }
+    mGivenUp = mUnderWay;
 }
 
 int UsbTransfer::GetError() const {
+    if (mUnderWay) {
+        return LIBUSB_ERROR_IO;
+    }
     switch (mTransfer->status) {
         case LIBUSB_TRANSFER_COMPLETED:
             return LIBUSB_SUCCESS;
@@ -53,9 +80,11 @@ int UsbTransfer::GetError() const {
 }
 
 std::size_t UsbTransfer::GetLength() const {
-    return static_cast<std::size_t>(mTransfer->actual_length);
+    return mUnderWay ? 0 : static_cast<std::size_t>(mTransfer->actual_length);
 }
 
 void LIBUSB_CALL UsbTransfer::OnEnd(libusb_transfer* transfer) {
-    static_cast<UsbTransfer*>(transfer->user_data)->mUnderWay = false;
+    if (transfer->user_data != nullptr) {
+        static_cast<UsbTransfer*>(transfer->user_data)->mUnderWay = false;
+    }
 }

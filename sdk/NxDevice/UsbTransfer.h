@@ -7,7 +7,7 @@
 #include <libusb.h>
 
 /// One bulk transfer that libusb carries out while others are under way. Its device and its bytes
-/// must outlive it; it waits for its end before it goes.
+/// must outlive it; it is cancelled and waited for before it goes.
 class UsbTransfer {
   public:
     UsbTransfer(libusb_context* context, libusb_device_handle* device, std::uint8_t endpoint,
@@ -18,13 +18,15 @@ class UsbTransfer {
 
     /// @return a libusb error code
     [[nodiscard]] int Submit();
-    /// Ends it early; returns when it has ended.
+    /// Ends it early; returns when it has ended, or when libusb has not ended it for a while. It is
+    /// under way then for good, and its memory is never given back.
     void Cancel();
 
     [[nodiscard]] bool IsUnderWay() const { return mUnderWay; }
-    /// A libusb error code; LIBUSB_ERROR_TIMEOUT when it was cancelled. Once it has ended.
+    /// A libusb error code; LIBUSB_ERROR_TIMEOUT when it was cancelled, LIBUSB_ERROR_IO when that
+    /// did not end it.
     [[nodiscard]] int GetError() const;
-    /// Number of bytes moved. Once it has ended.
+    /// Number of bytes moved; 0 until it has ended.
     [[nodiscard]] std::size_t GetLength() const;
 
   private:
@@ -33,4 +35,5 @@ class UsbTransfer {
     libusb_context* mContext;
     libusb_transfer* mTransfer;
     bool mUnderWay = false;
+    bool mGivenUp = false;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <future>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -30,6 +31,16 @@ std::unique_ptr<NxInterface> MakeAdapter(DiscoveredInterface& found) {
 }
 
 constexpr unsigned int kUsb3VisionType = 2;
+
+// Within the second for which the network is listened to, so that it takes no further time; after
+// it where no thread is to be had.
+std::future<std::vector<UsbController>> StartListingUsb() {
+    try {
+        return std::async(std::launch::async, ListUsbControllers);
+    } catch (const std::system_error&) {
+        return std::async(std::launch::deferred, ListUsbControllers);
+    }
+}
 
 std::unique_ptr<NxDeviceInfo> MakeUsbDevice(const U3vIdentity& identity) {
     ConnectionId id;
@@ -70,9 +81,7 @@ NxSystem::NxSystem() : mImpl(std::make_unique<Impl>()) {}
 NxSystem::~NxSystem() = default;
 
 NxResult NxSystem::Find() {
-    // Within the second for which the network is listened to, so that it takes no further time.
-    std::future<std::vector<UsbController>> usb =
-        std::async(std::launch::async, ListUsbControllers);
+    std::future<std::vector<UsbController>> usb = StartListingUsb();
     std::vector<DiscoveredInterface> found = DiscoverGvcpDevices();
     Impl::Interfaces interfaces;
     for (DiscoveredInterface& interface : found) {

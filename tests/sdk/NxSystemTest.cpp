@@ -1,3 +1,5 @@
+#include <pthread.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -21,6 +23,21 @@ TEST(NxSystemTest, LetsNoLibraryPrintWhateverTheEnvironmentAsksFor) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     unsetenv("LIBUSB_DEBUG");
+}
+
+TEST(NxSystemTest, FindsDevicesWhereNoThreadIsToBeHad) {
+    pthread_attr_t usual;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    pthread_attr_t huge;
+    ASSERT_EQ(pthread_attr_init(&huge), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 47U), 0);
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    NxSystem system;
+    EXPECT_TRUE(system.Find().IsOK());
+    EXPECT_GE(system.GetInterfaceCount(), 1U);
+    EXPECT_EQ(pthread_setattr_default_np(&usual), 0);
+    pthread_attr_destroy(&huge);
+    pthread_attr_destroy(&usual);
 }
 
 TEST(NxSystemTest, ListsLoopbackWhenNoDeviceAnswers) {
