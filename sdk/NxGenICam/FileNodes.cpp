@@ -1,5 +1,7 @@
 #include "FileNodes.h"
 
+#include <vector>
+
 #include <arv.h>
 
 #include <NxBase/NxResultCodes.h>
@@ -75,6 +77,17 @@ NxResult FileNodes::FindCommandState(NodeMap& nodes, CommandState& state) {
     }
     state = found;
     return {};
+}
+
+NxResult FileNodes::WriteBuffer(GenPort& port, std::uint64_t address,
+                                std::span<const std::byte> chunk, std::size_t room) {
+    const std::size_t padded = (chunk.size() + 3) / 4 * 4;
+    if (padded == chunk.size() || padded > room) {
+        return port.WriteMemory(address, chunk);
+    }
+    std::vector<std::byte> bytes(chunk.begin(), chunk.end());
+    bytes.resize(padded);
+    return port.WriteMemory(address, bytes);
 }
 
 NxResult FileNodes::RunOperation(NodeMap& nodes, const std::string& operation) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "NodeMap.h"
@@ -28,6 +30,11 @@ struct CommandState {
 };
 
 NxResult FindCommandState(NodeMap& nodes, CommandState& state);
+/// Writes the beginning of FileAccessBuffer, with zeros up to the next multiple of four bytes where
+/// the buffer has room for them: some devices take no other lengths.
+/// @param room bytes of the buffer that may be written
+NxResult WriteBuffer(GenPort& port, std::uint64_t address, std::span<const std::byte> chunk,
+                     std::size_t room);
 /// Executes the selected operation and waits for its end.
 /// @return kNxFileOperation when the device reports another status than success
 NxResult RunOperation(NodeMap& nodes, const std::string& operation);

@@ -12,7 +12,9 @@ NxResult NodeChunkAccess::Write(std::uint64_t offset, std::span<const std::byte>
     if (NxResult result = mNodes.ReadRegisterAddress(FileNodes::kBuffer, address); !result.IsOK()) {
         return result;
     }
-    if (NxResult result = mNodes.Device().Port().WriteMemory(address, chunk); !result.IsOK()) {
+    if (NxResult result =
+            FileNodes::WriteBuffer(mNodes.Device().Port(), address, chunk, mChunkSize);
+        !result.IsOK()) {
         return result;
     }
     if (NxResult result = FileNodes::RunOperation(mNodes, "Write"); !result.IsOK()) {

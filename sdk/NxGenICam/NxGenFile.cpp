@@ -168,6 +168,10 @@ NxResult NxGenFile::Impl::FindChunkSize(std::size_t& size) {
     if (longest > 0) {
         size = std::min(size, static_cast<std::size_t>(longest));
     }
+    // Leaves room for the zeros that fill up the last four bytes.
+    if (size > 4) {
+        size -= size % 4;
+    }
     return {};
 }
 

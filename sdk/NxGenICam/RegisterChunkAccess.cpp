@@ -67,7 +67,8 @@ bool RegisterChunkAccess::ResolveStatus(NodeMap& nodes) {
 
 NxResult RegisterChunkAccess::Write(std::uint64_t offset, std::span<const std::byte> chunk,
                                     std::uint64_t& taken) {
-    if (NxResult result = mPort.WriteMemory(mBuffer, chunk); !result.IsOK()) {
+    if (NxResult result = FileNodes::WriteBuffer(mPort, mBuffer, chunk, mChunkSize);
+        !result.IsOK()) {
         return result;
     }
     const bool lengthWasKnown = mLengthInDevice.has_value();

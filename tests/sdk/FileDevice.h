@@ -26,6 +26,9 @@ class FileDevice {
     /// Of the register that tells whether FileSelector is implemented.
     static constexpr std::uint64_t kHasSelectorAddress = 0x100c;
 
+    /// Of FileAccessBuffer, unless it depends on the selectors.
+    static constexpr std::uint64_t kBufferAddress = 0x2100;
+
     [[nodiscard]] std::string Xml() const;
     std::shared_ptr<MemoryPort> port = std::make_shared<MemoryPort>();
 

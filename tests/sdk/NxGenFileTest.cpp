@@ -155,6 +155,36 @@ TEST_F(NxGenFileTest, BelievesNoMaximumThatAllowsNothing) {
     EXPECT_EQ(device->files["RemoteUpdateDfw"], "content");
 }
 
+TEST_F(NxGenFileTest, FillsTheLastFourBytesOfAChunkWithZerosWithinTheBuffer) {
+    for (const char* tag : {"IntReg", "MaskedIntReg"}) {
+        Connect({.bufferSize = 510, .statusTag = tag});
+        device->port->Store(FileDevice::kBufferAddress, std::string(520, 'x'));
+        const std::string content = RandomBytes(509 + 508, 9);
+        ExpectOK(WriteFile(content));
+        EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+        const std::vector<std::string>& log = device->port->log;
+        EXPECT_EQ(std::count(log.begin(), log.end(), "WRITEMEM 508"), 2);
+        EXPECT_EQ(device->port->Load(FileDevice::kBufferAddress + 508, 12), std::string(12, 'x'));
+
+        ExpectOK(file.Open(parameters.get(), "RemoteUpdateDfw", NxGenOpenMode::kWrite));
+        const unsigned char record[] = {1, 2, 3, 4, 5};
+        long written = 0;
+        ExpectOK(file.Write(record, sizeof record, written));
+        EXPECT_EQ(written, 5);
+        EXPECT_EQ(device->port->Load(FileDevice::kBufferAddress, 8),
+                  std::string("\1\2\3\4\5\0\0\0", 8));
+        EXPECT_EQ(std::count(log.begin(), log.end(), "WRITEMEM 8"), 1);
+    }
+}
+
+TEST_F(NxGenFileTest, WritesABufferOfAFewBytesWithoutZerosPastItsEnd) {
+    Connect({.bufferSize = 3});
+    device->port->Store(FileDevice::kBufferAddress, "xxxxxxxx");
+    ExpectOK(WriteFile("12345"));
+    EXPECT_EQ(device->files["RemoteUpdateDfw"], "12345");
+    EXPECT_EQ(device->port->Load(FileDevice::kBufferAddress + 3, 5), "xxxxx");
+}
+
 struct Cost {
     unsigned int bufferSize;
     bool combines;
