@@ -4,7 +4,7 @@
 
 say "A firmware payload, version 2.1, for the family of the simulated camera"
 head --bytes=3000000 /dev/urandom >"$work/firmware.bin"
-show "$bin/mirsko-package" payload --family SIMCAM --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
+show "$bin/mirsko-package" payload --family "$family" --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
 
 say "A simulated camera on loopback, and what discovery says of it"
 start_simulator --profile file-access --family SIMCAM --firmware-version 1.0

@@ -1,6 +1,9 @@
 # What the demos share; sourced by them, inside tests/isolated.sh.
+# Settings: MIRSKO_BIN, the folder of the programs; MIRSKO_FAMILY, the device family of the payloads,
+# by default that of the simulated cameras, which refuse every other.
 set -euo pipefail
-bin=build/release/bin
+bin=${MIRSKO_BIN:-build/release/bin}
+family=${MIRSKO_FAMILY:-SIMCAM}
 work=$(mktemp -d)
 simulator=
 

@@ -6,7 +6,7 @@
 say "Two firmware payloads, and a package of both for the simulated camera's model"
 for version in 2.1 2.2; do
     head --bytes=2000000 /dev/urandom >"$work/firmware.bin"
-    "$bin/mirsko-package" payload --family SIMCAM --version "$version" "$work/firmware.bin" \
+    "$bin/mirsko-package" payload --family "$family" --version "$version" "$work/firmware.bin" \
         "$work/camera-$version.dfw"
 done
 show "$bin/mirsko-package" create --model "Simulated Camera" \

@@ -5,7 +5,7 @@
 
 say "A firmware payload, version 2.1, for the family of the simulated camera"
 head --bytes=3000000 /dev/urandom >"$work/firmware.bin"
-show "$bin/mirsko-package" payload --family SIMCAM --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
+show "$bin/mirsko-package" payload --family "$family" --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
 
 # update PROFILE OPTION…: starts such a device, updates it and checks what it has become
 update() {

@@ -13,7 +13,7 @@ camera_version() {
 
 say "A firmware payload, version 2.1, for the family of the simulated camera"
 head --bytes=3000000 /dev/urandom >"$work/firmware.bin"
-show "$bin/mirsko-package" payload --family SIMCAM --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
+show "$bin/mirsko-package" payload --family "$family" --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
 
 say "A simulated camera on an emulated USB host controller, and what discovery says of it"
 with_camera "$bin/mirsko-devices"
