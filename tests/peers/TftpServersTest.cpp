@@ -1,7 +1,10 @@
 #include <NxDevice/NxTftpClient.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -11,6 +14,7 @@
 #include <NxDevice/NxDfwPayload.h>
 #include <NxDevice/TftpClient.h>
 
+#include "Process.h"
 #include "TemporaryFolder.h"
 #include "TftpServerProcess.h"
 
@@ -19,6 +23,46 @@ namespace {
 using Kind = TftpServerProcess::Kind;
 
 const char* const kConnectionId = "127.0.0.1%lo";
+
+/// Records the first packets of the next transfer.
+class FirstPackets {
+  public:
+    FirstPackets()
+        : mFile(mFolder.Path() / "start.pcap"),
+          mTcpdump({"tcpdump", "--interface=lo", "--immediate-mode", "--packet-buffered", "-c", "3",
+                    "-w", mFile.string(), "udp"}) {
+        // The file's header is written when the recording has begun.
+        EXPECT_TRUE(WaitUntil([this] {
+            std::error_code error;
+            return std::filesystem::file_size(mFile, error) >= 24 && !error;
+        }));
+    }
+
+    /// What the server's option acknowledgement grants.
+    std::map<std::string, std::string> GrantedOptions() {
+        EXPECT_EQ(mTcpdump.Wait(std::chrono::seconds(10)).exitStatus, 0);
+        std::istringstream names(Field("tftp.option.name"));
+        std::istringstream values(Field("tftp.option.value"));
+        std::map<std::string, std::string> granted;
+        for (std::string name; std::getline(names, name, ',');) {
+            std::getline(values, granted[name], ',');
+        }
+        return granted;
+    }
+
+  private:
+    [[nodiscard]] std::string Field(const std::string& field) const {
+        const ProcessResult result =
+            Process::Run({"tshark", "-r", mFile.string(), "-Y", "tftp.opcode == 6", "-T", "fields",
+                          "-e", field});
+        EXPECT_EQ(result.exitStatus, 0) << result.err;
+        return result.out.substr(0, result.out.find('\n'));
+    }
+
+    TemporaryFolder mFolder;
+    std::filesystem::path mFile;
+    Process mTcpdump;
+};
 
 class TftpServersTest : public testing::TestWithParam<Kind> {
   protected:
@@ -58,6 +102,30 @@ TEST_P(TftpServersTest, TakesAFirmwareFile) {
     TftpClient client;
     const std::string content = RandomBytes(3'000'017, 1);
     EXPECT_TRUE(Upload(client, content));
+}
+
+TEST_P(TftpServersTest, GrantsTheOptionsThatItKnows) {
+    TftpClient client({.blockSize = 1428, .windowSize = 16});
+    FirstPackets packets;
+    EXPECT_TRUE(Upload(client, RandomBytes(100'000, 2)));
+    std::map<std::string, std::string> expected{
+        {"tsize", "100000"}, {"blksize", "1428"}, {"timeout", "1"}};
+    if (GetParam() == Kind::kAtftpd) {
+        expected["windowsize"] = "16";
+    }
+    EXPECT_EQ(packets.GrantedOptions(), expected);
+}
+
+TEST_P(TftpServersTest, IsNotOverrunByWindowsThatItsReceiveBufferCannotHold) {
+    for (const unsigned int windowSize : {16U, 64U}) {
+        SCOPED_TRACE(windowSize);
+        TftpClient client({.blockSize = 8192, .windowSize = windowSize});
+        const std::string content = RandomBytes(16U << 20U, windowSize);
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(Upload(client, content));
+        // A client that sends whole windows at once takes minutes: each loses blocks anew.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    }
 }
 
 TEST_P(TftpServersTest, TakesFilesOfAllSizesAroundABlock) {
