@@ -43,8 +43,7 @@ std::string Trim(std::string_view text) {
 }
 
 NxResult Bad(const std::string& reason) {
-    return NxResult(kNxBadDescription,
-                    "The device's GenICam description cannot be used: " + reason);
+    return NxResult(kNxBadDescription, reason);
 }
 
 // One pass over the XML that fills the graph of its nodes.

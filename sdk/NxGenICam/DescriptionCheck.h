@@ -24,5 +24,5 @@ struct DescriptionFacts {
 /// Refuses a GenICam XML that could not be used or would harm the process that evaluates it: not
 /// well-formed or cut short, with a DTD, without nodes, with registers of absurd length, or with
 /// nodes whose evaluation would not end.
-/// @return kNxBadDescription with the reason; `facts` untouched
+/// @return kNxBadDescription with the reason alone, which names no device; `facts` untouched
 NxResult CheckDescription(const std::string& xml, DescriptionFacts& facts);

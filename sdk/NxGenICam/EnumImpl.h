@@ -22,6 +22,8 @@ class NxGenEnum::Impl {
     /// The implemented entries in the order of the XML.
     NxResult ListEntries(std::vector<ArvGcFeatureNode*>& entries) const;
     [[nodiscard]] NxGenEnumEntry MakeEntry(ArvGcFeatureNode* node) const;
+    /// "FileSelector of 192.168.1.20 on eth1"
+    [[nodiscard]] std::string Describe() const;
     NxResult FindEntry(const std::string& name, ArvGcFeatureNode*& node) const;
 
   private:

@@ -14,7 +14,9 @@ namespace {
 NxResult ReadLinkedInteger(NodeMap& nodes, ArvGcNode* node, std::int64_t& value) {
     GError* error = nullptr;
     value = arv_gc_integer_get_value(ARV_GC_INTEGER(node), &error);
-    return nodes.Check(std::string("Cannot read the register of ") + FileNodes::kExecute, error);
+    return nodes.Check(std::string("Cannot read the register of ") + FileNodes::kExecute + " of " +
+                           nodes.Device().Port().DeviceName(),
+                       error);
 }
 
 NxResult ReadCommandValue(NodeMap& nodes, ArvGcNode* command, std::int64_t& value) {
@@ -24,10 +26,13 @@ NxResult ReadCommandValue(NodeMap& nodes, ArvGcNode* command, std::int64_t& valu
     ArvGcPropertyNode* linked =
         NodeLinks::FindProperty(command, ARV_GC_PROPERTY_NODE_TYPE_P_COMMAND_VALUE);
     if (constant == nullptr && linked == nullptr) {
-        return NxResult(kNxBadDescription, std::string(FileNodes::kExecute) + " has no value");
+        return NxResult(kNxBadDescription, nodes.Device().Port().DeviceName() + " gives its " +
+                                               FileNodes::kExecute + " no value");
     }
     value = arv_gc_property_node_get_int64(constant != nullptr ? constant : linked, &error);
-    return nodes.Check(std::string("Cannot read the value of ") + FileNodes::kExecute, error);
+    return nodes.Check(std::string("Cannot read the value of ") + FileNodes::kExecute + " of " +
+                           nodes.Device().Port().DeviceName(),
+                       error);
 }
 
 NxResult WaitUntilDone(NodeMap& nodes, const std::string& operation) {
@@ -59,7 +64,8 @@ NxResult FileNodes::FindCommandState(NodeMap& nodes, CommandState& state) {
         return result;
     }
     if (command == nullptr || !ARV_IS_GC_COMMAND(command)) {
-        return NxResult(kNxNoSuchNode, std::string("The device has no command ") + kExecute);
+        return NxResult(kNxNoSuchNode,
+                        nodes.Device().Port().DeviceName() + " has no command " + kExecute);
     }
     CommandState found;
     if (NxResult result = ReadCommandValue(nodes, ARV_GC_NODE(command), found.commandValue);

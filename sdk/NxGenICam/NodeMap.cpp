@@ -15,10 +15,6 @@ namespace {
 constexpr std::uint64_t kLongestText = 1U << 20U;
 constexpr std::uint64_t kLongestRegister = 16U << 20U;
 
-NxResult NoSuchNode(const std::string& name) {
-    return NxResult(kNxNoSuchNode, "The device has no GenICam feature " + name);
-}
-
 std::string FormatFloat(double value) {
     char text[40];
     const int length = std::snprintf(text, sizeof text, "%.17g", value);
@@ -41,15 +37,19 @@ NodeMap::~NodeMap() {
 NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
                        std::unique_ptr<NodeMap>& map) {
     DescriptionFacts facts;
-    if (NxResult result = CheckDescription(xml, facts); !result.IsOK()) {
-        return result;
+    const std::string device = port->DeviceName();
+    const auto refuse = [&device](const std::string& reason) {
+        return NxResult(kNxBadDescription,
+                        "The GenICam description of " + device + " cannot be used: " + reason);
+    };
+    if (const NxResult result = CheckDescription(xml, facts); !result.IsOK()) {
+        return refuse(result.GetDescription().GetAscii());
     }
     std::unique_ptr<NodeMap> loaded(new NodeMap(std::move(port)));
     loaded->mGenicam = arv_gc_new(loaded->mDevice.Get(), xml.data(), xml.size());
     if (loaded->mGenicam == nullptr ||
         arv_gc_get_node(loaded->mGenicam, facts.anyNodeName.c_str()) == nullptr) {
-        return NxResult(kNxBadDescription,
-                        "The device's GenICam description cannot be used: its nodes do not load");
+        return refuse("its nodes do not load");
     }
     // No cache: a stale register would be taken for the device's answer.
     arv_gc_set_register_cache_policy(loaded->mGenicam, ARV_REGISTER_CACHE_POLICY_DISABLE);
@@ -74,6 +74,14 @@ bool NodeMap::HasIndexStep(ArvGcNode* node) const {
     return name != nullptr && mFacts.nodesWithSteps.contains(name);
 }
 
+NxResult NodeMap::NoSuchNode(const std::string& name) {
+    return NxResult(kNxNoSuchNode, mDevice.Port().DeviceName() + " has no GenICam feature " + name);
+}
+
+std::string NodeMap::Feature(const std::string& name) {
+    return "The GenICam feature " + name + " of " + mDevice.Port().DeviceName();
+}
+
 NxResult NodeMap::Check(const std::string& what, GError* error) {
     NxResult failure = mDevice.TakeFailure();
     if (error == nullptr) {
@@ -92,7 +100,8 @@ NxResult NodeMap::IsImplemented(ArvGcFeatureNode* node, bool& implemented) {
     QuietLibraries();
     GError* error = nullptr;
     const gboolean answer = arv_gc_feature_node_is_implemented(node, &error);
-    NxResult result = Check("The GenICam description of the device is at fault", error);
+    NxResult result =
+        Check("The GenICam description of " + mDevice.Port().DeviceName() + " is at fault", error);
     if (result.IsOK()) {
         implemented = answer != FALSE;
     }
@@ -173,15 +182,17 @@ NxResult NodeMap::FindReadable(const std::string& name, ArvGcFeatureNode*& node)
         return NoSuchNode(name);
     }
     if (arv_gc_feature_node_get_actual_access_mode(found) == ARV_GC_ACCESS_MODE_WO) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is write-only");
+        return NxResult(kNxNodeAccess, Feature(name) + " is write-only");
     }
     GError* error = nullptr;
     const gboolean available = arv_gc_feature_node_is_available(found, &error);
-    if (NxResult result = Check("Cannot read " + name, error); !result.IsOK()) {
+    if (NxResult result =
+            Check("Cannot read " + name + " of " + mDevice.Port().DeviceName(), error);
+        !result.IsOK()) {
         return result;
     }
     if (available == FALSE) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is not available now");
+        return NxResult(kNxNodeAccess, Feature(name) + " is not available now");
     }
     node = found;
     return {};
@@ -197,17 +208,20 @@ NxResult NodeMap::FindWritable(const std::string& name, ArvGcFeatureNode*& node)
     }
     GError* error = nullptr;
     const gboolean available = arv_gc_feature_node_is_available(found, &error);
-    if (NxResult result = Check("Cannot write " + name, error); !result.IsOK()) {
+    if (NxResult result =
+            Check("Cannot write " + name + " of " + mDevice.Port().DeviceName(), error);
+        !result.IsOK()) {
         return result;
     }
     const gboolean locked = arv_gc_feature_node_is_locked(found, &error);
-    if (NxResult result = Check("Cannot write " + name, error); !result.IsOK()) {
+    if (NxResult result =
+            Check("Cannot write " + name + " of " + mDevice.Port().DeviceName(), error);
+        !result.IsOK()) {
         return result;
     }
     if (available == FALSE || locked != FALSE ||
         arv_gc_feature_node_get_actual_access_mode(found) == ARV_GC_ACCESS_MODE_RO) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name +
-                                           " cannot be written now: it is " +
+        return NxResult(kNxNodeAccess, Feature(name) + " cannot be written now: it is " +
                                            (available == FALSE ? "not available"
                                             : locked != FALSE  ? "locked"
                                                                : "read-only"));
@@ -224,9 +238,11 @@ NxResult NodeMap::CheckStringLength(ArvGcFeatureNode* node) {
     }
     GError* error = nullptr;
     const std::uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(end), &error);
-    NxResult result = Check("Cannot read a text", error);
+    NxResult result = Check("Cannot read a text of " + mDevice.Port().DeviceName(), error);
     if (result.IsOK() && length > kLongestText) {
-        return NxResult(kNxBadDescription, "A text of the device is longer than 1 MiB");
+        return NxResult(kNxBadDescription, mDevice.Port().DeviceName() + " has a text of " +
+                                               std::to_string(length) +
+                                               " bytes; 1 MiB is the most");
     }
     return result;
 }
@@ -248,7 +264,8 @@ NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
         if (error == nullptr && entry != nullptr) {
             value = NodeLinks::StripEntryPrefix(name, entry);
         } else if (error == nullptr) {
-            return NxResult(kNxNodeAccess, "The value of " + name + " is none of its entries");
+            return NxResult(kNxNodeAccess,
+                            Feature(name) + " has a value that is none of its entries");
         }
     } else if (ARV_IS_GC_BOOLEAN(node)) {
         value = arv_gc_boolean_get_value(ARV_GC_BOOLEAN(node), &error) != FALSE ? "true" : "false";
@@ -263,9 +280,9 @@ NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
             value = string;
         }
     } else {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " has no value");
+        return NxResult(kNxNodeAccess, Feature(name) + " has no value");
     }
-    NxResult result = Check("Cannot read " + name, error);
+    NxResult result = Check("Cannot read " + name + " of " + mDevice.Port().DeviceName(), error);
     if (result.IsOK()) {
         text = std::move(value);
     }
@@ -278,11 +295,11 @@ NxResult NodeMap::ReadInteger(const std::string& name, std::int64_t& value) {
         return result;
     }
     if (!ARV_IS_GC_INTEGER(node)) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no integer");
+        return NxResult(kNxNodeAccess, Feature(name) + " is no integer");
     }
     GError* error = nullptr;
     const std::int64_t number = arv_gc_integer_get_value(ARV_GC_INTEGER(node), &error);
-    NxResult result = Check("Cannot read " + name, error);
+    NxResult result = Check("Cannot read " + name + " of " + mDevice.Port().DeviceName(), error);
     if (result.IsOK()) {
         value = number;
     }
@@ -299,7 +316,8 @@ NxResult NodeMap::ReadMaximum(const std::string& name, std::int64_t& maximum) {
     }
     GError* error = nullptr;
     const std::int64_t number = arv_gc_integer_get_max(ARV_GC_INTEGER(node), &error);
-    NxResult result = Check("Cannot find the maximum of " + name, error);
+    NxResult result =
+        Check("Cannot find the maximum of " + name + " of " + mDevice.Port().DeviceName(), error);
     if (result.IsOK()) {
         maximum = number;
     }
@@ -312,11 +330,13 @@ NxResult NodeMap::WriteInteger(const std::string& name, std::int64_t value) {
         return result;
     }
     if (!ARV_IS_GC_INTEGER(node)) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no integer");
+        return NxResult(kNxNodeAccess, Feature(name) + " is no integer");
     }
     GError* error = nullptr;
     arv_gc_integer_set_value(ARV_GC_INTEGER(node), value, &error);
-    return Check("Cannot set " + name + " to " + std::to_string(value), error);
+    return Check("Cannot set " + name + " of " + mDevice.Port().DeviceName() + " to " +
+                     std::to_string(value),
+                 error);
 }
 
 NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) {
@@ -325,7 +345,7 @@ NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) 
         return result;
     }
     if (!ARV_IS_GC_ENUMERATION(node)) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no enumeration");
+        return NxResult(kNxNodeAccess, Feature(name) + " is no enumeration");
     }
     ArvGcFeatureNode* found = nullptr;
     if (NxResult result = FindEntry(ARV_GC_ENUMERATION(node), entry, found); !result.IsOK()) {
@@ -334,7 +354,8 @@ NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) 
     GError* error = nullptr;
     (void)arv_gc_enumeration_set_string_value(ARV_GC_ENUMERATION(node),
                                               arv_gc_feature_node_get_name(found), &error);
-    return Check("Cannot set " + name + " to " + entry, error);
+    return Check("Cannot set " + name + " of " + mDevice.Port().DeviceName() + " to " + entry,
+                 error);
 }
 
 NxResult NodeMap::FindEntry(ArvGcEnumeration* enumeration, const std::string& entry,
@@ -355,7 +376,8 @@ NxResult NodeMap::FindEntry(ArvGcEnumeration* enumeration, const std::string& en
         }
     }
     const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(enumeration));
-    return NxResult(kNxNoSuchNode, "The device has no entry " + entry + " in its " +
+    return NxResult(kNxNoSuchNode, mDevice.Port().DeviceName() + " has no entry " + entry +
+                                       " in its " +
                                        std::string(name != nullptr ? name : "enumeration"));
 }
 
@@ -372,11 +394,11 @@ NxResult NodeMap::Execute(const std::string& name) {
         return result;
     }
     if (!ARV_IS_GC_COMMAND(node)) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " + name + " is no command");
+        return NxResult(kNxNodeAccess, Feature(name) + " is no command");
     }
     GError* error = nullptr;
     arv_gc_command_execute(ARV_GC_COMMAND(node), &error);
-    return Check("Cannot execute " + name, error);
+    return Check("Cannot execute " + name + " of " + mDevice.Port().DeviceName(), error);
 }
 
 NxResult NodeMap::ReadRegisterAddress(const std::string& name, std::uint64_t& address) {
@@ -389,7 +411,8 @@ NxResult NodeMap::ReadRegisterAddress(const std::string& name, std::uint64_t& ad
     }
     GError* error = nullptr;
     const std::uint64_t answer = arv_gc_register_get_address(ARV_GC_REGISTER(node), &error);
-    NxResult result = Check("Cannot find the address of " + name, error);
+    NxResult result =
+        Check("Cannot find the address of " + name + " of " + mDevice.Port().DeviceName(), error);
     if (result.IsOK()) {
         address = answer;
     }
@@ -406,7 +429,8 @@ NxResult NodeMap::ReadRegisterLength(const std::string& name, std::uint64_t& len
     }
     GError* error = nullptr;
     const std::uint64_t answer = arv_gc_register_get_length(ARV_GC_REGISTER(node), &error);
-    NxResult result = Check("Cannot find the length of " + name, error);
+    NxResult result =
+        Check("Cannot find the length of " + name + " of " + mDevice.Port().DeviceName(), error);
     if (result.IsOK()) {
         length = answer;
     }

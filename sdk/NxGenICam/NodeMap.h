@@ -59,6 +59,9 @@ class NodeMap {
   private:
     explicit NodeMap(std::shared_ptr<GenPort> port);
 
+    [[nodiscard]] NxResult NoSuchNode(const std::string& name);
+    /// "The GenICam feature Width of 192.168.1.20 on eth1"
+    [[nodiscard]] std::string Feature(const std::string& name);
     NxResult FindReadable(const std::string& name, ArvGcFeatureNode*& node);
     NxResult FindWritable(const std::string& name, ArvGcFeatureNode*& node);
     NxResult CheckLengths(const std::string& name);

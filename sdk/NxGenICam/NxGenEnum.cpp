@@ -37,6 +37,12 @@ NxGenEnumEntry NxGenEnum::Impl::MakeEntry(ArvGcFeatureNode* node) const {
     return NxGenEnumEntry(entry);
 }
 
+std::string NxGenEnum::Impl::Describe() const {
+    const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(mEnumeration));
+    return std::string(name != nullptr ? name : "An enumeration") + " of " +
+           mNodes.Device().Port().DeviceName();
+}
+
 NxResult NxGenEnum::Impl::FindEntry(const std::string& name, ArvGcFeatureNode*& node) const {
     return mNodes.FindEntry(mEnumeration, name, node);
 }
@@ -57,8 +63,9 @@ NxResult NxGenEnum::GetEntryByIndex(unsigned int index, NxGenEnumEntry& entry) c
         return result;
     }
     if (index >= entries.size()) {
-        return NxResult(kNxNoSuchNode, "The enumeration has no entry " + std::to_string(index) +
-                                           "; it has " + std::to_string(entries.size()));
+        return NxResult(kNxNoSuchNode, mImpl->Describe() + " has no entry " +
+                                           std::to_string(index) + "; it has " +
+                                           std::to_string(entries.size()));
     }
     entry = mImpl->MakeEntry(entries[index]);
     return {};

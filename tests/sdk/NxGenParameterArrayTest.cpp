@@ -102,6 +102,29 @@ TEST_F(NxGenParameterArrayTest, RefusesNodesThatCannotBeRead) {
     EXPECT_FALSE(result.IsOK());
 }
 
+TEST_F(NxGenParameterArrayTest, NamesTheDeviceInEveryFailure) {
+    const std::string nodes =
+        GenXml::Register("Secret", 0x100, "WO") + "<Category Name=\"Root\"></Category>" +
+        GenXml::Integer("Away", "<pIsAvailable>Never</pIsAvailable><Value>1</Value>") +
+        GenXml::Integer("Never", "<Value>0</Value>") +
+        GenXml::Enumeration("Mode", GenXml::Entry("On", 1) + "<pValue>ModeReg</pValue>") +
+        GenXml::Register("ModeReg", 0x200) + StringRegister("Long", 0x300, "0x200000");
+    Load(nodes);
+    for (const char* name : {"Nonsense", "Secret", "Root", "Away", "Mode", "Long"}) {
+        EXPECT_EQ(Text(name), "untouched") << name;
+        EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("192.0.2.7 on eth9")) << name;
+    }
+    NxGenEnum* mode = parameters->GetEnum("Mode");
+    ASSERT_NE(mode, nullptr);
+    NxGenEnumEntry entry;
+    EXPECT_THAT(mode->GetEntryByIndex(1, entry).GetDescription().GetAscii(),
+                StrEq("Mode of 192.0.2.7 on eth9 has no entry 1; it has 1"));
+    EXPECT_THAT(mode->GetEntryByName("Off", entry).GetDescription().GetAscii(),
+                StrEq("192.0.2.7 on eth9 has no entry Off in its Mode"));
+    EXPECT_THAT(LoadXml("").GetDescription().GetAscii(),
+                StrEq("The GenICam description of 192.0.2.7 on eth9 cannot be used: it is empty"));
+}
+
 TEST_F(NxGenParameterArrayTest, TreatsANodeThatIsNotImplementedAsAbsent) {
     Load(GenXml::Enumeration("Mode", "<pIsImplemented>Has</pIsImplemented>" +
                                          GenXml::Entry("On", 1) + "<pValue>ModeReg</pValue>") +
