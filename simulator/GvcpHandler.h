@@ -40,6 +40,10 @@ class GvcpHandler {
     [[nodiscard]] std::optional<GvcpReply> Handle(const Peer& peer, ConstBytes datagram,
                                                   Clock::time_point now);
 
+    /// Notes that a command was acknowledged: an application that waited for it had nothing to say
+    /// meanwhile, so its heartbeat counts from now.
+    void NoteAcknowledged(const Peer& peer, Clock::time_point now) { mControl.Heard(peer, now); }
+
     /// Ends the control of an application that has not been heard of for the heartbeat timeout.
     void Tick(Clock::time_point now);
 

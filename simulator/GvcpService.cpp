@@ -173,6 +173,7 @@ void GvcpService::Serve(const Datagram& datagram) {
         return;
     }
     Send({datagram.peer, std::move(reply->acknowledge)});
+    mHandler->NoteAcknowledged(datagram.peer, Clock::now());
 }
 
 void GvcpService::Send(Datagram datagram) {

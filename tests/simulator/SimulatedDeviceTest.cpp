@@ -183,6 +183,19 @@ TEST(SimulatedDeviceTest, EndsControlOfAnApplicationThatFallsSilent) {
     EXPECT_EQ(other.Write(0xa00, 2), 0);
 }
 
+TEST(SimulatedDeviceTest, KeepsItsControllerDuringAnOperationLongerThanTheHeartbeat) {
+    const auto device = GvcpOnly().executeLatency(std::chrono::milliseconds(900)).build();
+    Start(*device);
+    GvcpClient client;
+    ASSERT_EQ(client.Write(0xa00, 2), 0);
+    ASSERT_EQ(client.Write(0x938, 500), 0);
+    ASSERT_EQ(client.Write(features::kPlainBlock + features::kOpenMode, 1), 0);
+    client.Send("4201008200080101" + Hex32(features::kPlainBlock + features::kExecute) + Hex32(1));
+    EXPECT_THAT(client.Receive().value_or("nothing"), testing::StartsWith("00000083"));
+    EXPECT_EQ(client.Read(0xa00), 2U);
+    EXPECT_EQ(device->Events().Count("control_ended"), 0U);
+}
+
 TEST(SimulatedDeviceTest, FallsMuteAtTheByteAsAFault) {
     FaultOptions faults;
     faults.muteAtByte = 2000;
