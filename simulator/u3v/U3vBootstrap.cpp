@@ -29,6 +29,7 @@ constexpr std::uint32_t kZipFormat = 1U << 10U;
 
 U3vBootstrap::U3vBootstrap(DeviceMemory& memory, const U3vOptions& options, const U3vTexts& texts,
                            std::uint64_t xmlSize, bool zipped,
+                           std::function<std::string()> userName,
                            std::function<bool(const std::string& name)> renamed)
     : mAbrm(memory.Add<RegisterRegion>(0U, 0x400U, std::endian::little)) {
     DefineNumber(mAbrm, 0x000, kVersion11);
@@ -39,12 +40,14 @@ U3vBootstrap::U3vBootstrap(DeviceMemory& memory, const U3vOptions& options, cons
     DefineText(0x104, texts.info);
     DefineText(0x144, texts.serial);
     mAbrm.Define(kUserNameRegister, kTextSize, Access::kReadWrite,
-                 {nullptr, [this, renamed = std::move(renamed)] {
+                 {[this, userName = std::move(userName)] {
+                      mAbrm.SetText(kUserNameRegister, kTextSize, userName());
+                  },
+                  [this, renamed = std::move(renamed)] {
                       return renamed(mAbrm.GetText(kUserNameRegister, kTextSize))
                                  ? MemoryStatus::kOk
                                  : MemoryStatus::kInvalidParameter;
                   }});
-    SetUserName(texts.userName);
     DefineLongNumber(mAbrm, 0x1C4, kUserNameSupported);
     DefineNumber(mAbrm, 0x1CC, static_cast<std::uint32_t>(options.responseTime.count()));
     DefineLongNumber(mAbrm, 0x1D0, kManifest);
@@ -69,10 +72,6 @@ U3vBootstrap::U3vBootstrap(DeviceMemory& memory, const U3vOptions& options, cons
     DefineNumber(manifest, kManifest + 0x0C, kSchema11 | (zipped ? kZipFormat : 0));
     DefineLongNumber(manifest, kManifest + 0x10, features::kXml);
     DefineLongNumber(manifest, kManifest + 0x18, static_cast<std::uint32_t>(xmlSize));
-}
-
-void U3vBootstrap::SetUserName(const std::string& name) {
-    mAbrm.SetText(kUserNameRegister, kTextSize, name);
 }
 
 void U3vBootstrap::DefineText(std::uint64_t address, const std::string& text) {

@@ -17,12 +17,11 @@ class U3vBootstrap {
     /// Adds its regions to the memory, which must outlive this object.
     /// @param xmlSize bytes of the description at features::kXml
     /// @param zipped whether it is a zip archive
+    /// @param userName asked whenever the user-defined name is read, since others change it too
     /// @param renamed called with a new user-defined name; false: refused
     U3vBootstrap(DeviceMemory& memory, const U3vOptions& options, const U3vTexts& texts,
-                 std::uint64_t xmlSize, bool zipped,
+                 std::uint64_t xmlSize, bool zipped, std::function<std::string()> userName,
                  std::function<bool(const std::string& name)> renamed);
-
-    void SetUserName(const std::string& name);
 
   private:
     void DefineText(std::uint64_t address, const std::string& text);

@@ -91,17 +91,21 @@ U3vTexts U3vFunction::TextsOf(const DeviceOptions& device, const FirmwareStore& 
 }
 
 U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
-                         FirmwareStore& firmware, EventLog& events, Vanished vanished)
+                         FirmwareStore& firmware, EventLog& events, StruckFaults& struck,
+                         Vanished vanished)
     : mDevice(device),
       mOptions(options),
       mFirmware(firmware),
       mEvents(events),
+      mStruck(struck),
       mVanished(std::move(vanished)),
       mTexts(TextsOf(device, firmware)) {
     std::string fileName;
     std::vector<std::uint8_t> xml = EncodeDescription(device, Bus::kUsb3Vision, fileName);
-    mBootstrap.emplace(mMemory, mOptions, mTexts, xml.size(), device.zippedXml,
-                       [this](const std::string& name) { return mFirmware.SetDeviceId(name); });
+    mBootstrap.emplace(
+        mMemory, mOptions, mTexts, xml.size(), device.zippedXml,
+        [this] { return mFirmware.DeviceId(); },
+        [this](const std::string& name) { return mFirmware.SetDeviceId(name); });
     mMemory.Add<ReadOnlyRegion>(std::uint64_t{features::kXml}, std::move(xml));
     mFeatures.emplace(
         mMemory, device, firmware, events, std::endian::little,
@@ -196,13 +200,13 @@ void U3vFunction::PayloadGrew(std::uint64_t total) {
         mStalled = true;
         mEvents.Add("usb_stalled", {{"byte", total}});
     }
-    if (reached(mDevice.faults.muteAtByte) && !mMute) {
+    if (reached(mDevice.faults.muteAtByte) && !std::exchange(mStruck.mute, true)) {
         mMute = true;
         mEvents.Add("mute", {{"byte", total}});
     }
-    if (reached(mDevice.faults.vanishAtByte)) {
+    if (reached(mDevice.faults.vanishAtByte) && !std::exchange(mStruck.vanish, true)) {
         Vanish(Departure::kUnplugged);
-    } else if (reached(mDevice.faults.rebootAtByte)) {
+    } else if (reached(mDevice.faults.rebootAtByte) && !std::exchange(mStruck.reboot, true)) {
         Vanish(Departure::kReboot);
     }
 }

@@ -31,9 +31,10 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     };
     using Vanished = std::function<void(Departure)>;
 
+    /// @param struck used while a program talks to the device; must outlive this object
     /// @param vanished called once, on the thread that uses this object
     U3vFunction(const DeviceOptions& device, const U3vOptions& options, FirmwareStore& firmware,
-                EventLog& events, Vanished vanished);
+                EventLog& events, StruckFaults& struck, Vanished vanished);
 
     [[nodiscard]] static U3vTexts TextsOf(const DeviceOptions& device,
                                           const FirmwareStore& firmware);
@@ -74,6 +75,7 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     const U3vOptions mOptions;
     FirmwareStore& mFirmware;
     EventLog& mEvents;
+    StruckFaults& mStruck;
     const Vanished mVanished;
 
     DeviceMemory mMemory;

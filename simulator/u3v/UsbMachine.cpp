@@ -137,7 +137,7 @@ bool UsbMachine::PlugInAll(std::string& why) {
 bool UsbMachine::PlugIn(Camera& camera, std::string& why) {
     camera.firmware->PowerOn();
     camera.functions.push_back(std::make_unique<U3vFunction>(
-        camera.options, mOptions.camera, *camera.firmware, mEvents,
+        camera.options, mOptions.camera, *camera.firmware, mEvents, camera.struck,
         [this, &camera](U3vFunction::Departure departure) { NoteDeparture(camera, departure); }));
     UsbTestBed::Plugged plugged;
     plugged.manufacturer = camera.options.vendor;

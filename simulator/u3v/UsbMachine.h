@@ -56,6 +56,7 @@ class UsbMachine {
         std::string place;
         DeviceOptions options;
         std::unique_ptr<FirmwareStore> firmware;
+        StruckFaults struck;
         // The last is plugged in; programs may still have the earlier ones open.
         std::vector<std::unique_ptr<U3vFunction>> functions;
         Clock::time_point returns = Clock::time_point::max();
