@@ -116,6 +116,13 @@ std::string WhyUnusable(const DeviceOptions& options) {
     if (options.tftp.rollover > 1) {
         return "TFTP block numbers roll over to 0 or 1";
     }
+    if (options.tftp.maxBlockSize != 0 &&
+        (options.tftp.maxBlockSize < 8 || options.tftp.maxBlockSize > 65464)) {
+        return "TFTP block sizes are 8 to 65464 bytes; 0: none is granted";
+    }
+    if (options.tftp.maxWindowSize > 65535) {
+        return "TFTP windows are 1 to 65535 blocks; 0: none is granted";
+    }
     return {};
 }
 

@@ -1,6 +1,8 @@
 #include "SimulatorArguments.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -16,6 +18,35 @@ using simulator::Profile;
 using simulator::RegisterLayout;
 
 namespace {
+
+constexpr const char* kUsbProfile = "u3v";
+
+// What stands in no group of its own; all of TFTP is the network's as well.
+constexpr std::array kNetworkOptions = {
+    "--interface",     "--address",   "--mac",     "--ready-file", "--no-concatenation",
+    "--loss",          "--duplicate", "--reorder", "--delayed",    "--second-url-only",
+    "--delay",         "--busy",      "--seed",    "--stale-acks", "--heartbeat-timeout",
+    "--refuse-control"};
+
+/// Options that would have no effect are refused, not passed over.
+std::string WhyMisplaced(const CLI::App& app, bool usb) {
+    for (const CLI::Option* const option : app.get_options()) {
+        if (option->count() == 0) {
+            continue;
+        }
+        const std::string name = option->get_name();
+        const bool network = option->get_group().starts_with("TFTP") ||
+                             std::find(kNetworkOptions.begin(), kNetworkOptions.end(), name) !=
+                                 kNetworkOptions.end();
+        if (usb && network) {
+            return name + " is for GigE Vision devices; it has no effect with --u3v";
+        }
+        if (!usb && option->get_group() == simulator::UsbArguments::kGroup) {
+            return name + " needs --u3v";
+        }
+    }
+    return "";
+}
 
 template <typename Duration>
 void AddDuration(CLI::App& app, const std::string& name, Duration& target,
@@ -52,10 +83,15 @@ void AddPlace(CLI::App& app, SimulatorArguments& arguments) {
         ->type_name("FILE");
 }
 
-void AddIdentity(CLI::App& app, DeviceOptions& device) {
+void AddIdentity(CLI::App& app, SimulatorArguments& arguments) {
+    DeviceOptions& device = arguments.device;
     app.add_option_function<std::string>(
            "--profile",
-           [&device](const std::string& name) {
+           [&arguments, &device](const std::string& name) {
+               if (name == kUsbProfile) {
+                   arguments.usb.enabled = true;
+                   return;
+               }
                const std::optional<Profile> profile = simulator::ProfileNamed(name);
                if (!profile) {
                    throw CLI::ValidationError("--profile", "there is no profile " + name);
@@ -63,7 +99,7 @@ void AddIdentity(CLI::App& app, DeviceOptions& device) {
                device.profile = *profile;
            },
            "What the device offers: file-access, single-file, no-file-access, backup-load,\n"
-           "main-load, selector-without-dfw, loader")
+           "main-load, selector-without-dfw, loader; u3v is file-access with --u3v")
         ->type_name("NAME")
         ->default_str(simulator::NameOf(device.profile));
     app.add_option("--vendor", device.vendor, "Vendor name")->capture_default_str();
@@ -210,7 +246,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         "with --u3v the command's.",
         "mirsko-simulator");
     AddPlace(app, *this);
-    AddIdentity(app, device);
+    AddIdentity(app, *this);
     AddFirmware(app, device);
     AddAccess(app, device);
     AddFaults(app, device);
@@ -228,6 +264,9 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
     std::string why = simulator::WhyUnusable(device);
     if (why.empty()) {
         why = usb.Complete();
+    }
+    if (why.empty()) {
+        why = WhyMisplaced(app, usb.enabled);
     }
     if (!why.empty()) {
         std::cerr << why << "\n";

@@ -6,8 +6,6 @@ namespace simulator {
 
 namespace {
 
-constexpr const char* kGroup = "USB3 Vision";
-
 void AddMilliseconds(CLI::App& app, const std::string& name, std::chrono::milliseconds& target,
                      const std::string& description) {
     app.add_option_function<std::uint32_t>(
@@ -15,7 +13,7 @@ void AddMilliseconds(CLI::App& app, const std::string& name, std::chrono::millis
            description)
         ->type_name("MS")
         ->default_str(std::to_string(target.count()))
-        ->group(kGroup);
+        ->group(UsbArguments::kGroup);
 }
 
 }  // namespace

@@ -154,6 +154,69 @@ TEST_F(SimulatorProgramTest, RefusesWrongUseWithStatus2AndSaysWhy) {
     }
 }
 
+TEST_F(SimulatorProgramTest, RefusesOptionsThatWouldHaveNoEffect) {
+    const auto refusal = [](std::vector<std::string> command) {
+        command.insert(command.begin(), Program("mirsko-simulator"));
+        const ProcessResult result = Process::Run(command, std::chrono::seconds(10));
+        EXPECT_EQ(result.exitStatus, 2) << command[1];
+        EXPECT_EQ(result.out, "");
+        return result.err;
+    };
+    for (const std::vector<std::string>& options :
+         std::vector<std::vector<std::string>>{{"--interface", "lo"},
+                                               {"--address", "127.0.0.1"},
+                                               {"--mac", "02:00:00:00:00:07"},
+                                               {"--ready-file", File("ready")},
+                                               {"--no-concatenation"},
+                                               {"--second-url-only"},
+                                               {"--heartbeat-timeout", "500"},
+                                               {"--loss", "1"},
+                                               {"--duplicate", "1"},
+                                               {"--reorder", "1"},
+                                               {"--delayed", "1"},
+                                               {"--delay", "1"},
+                                               {"--stale-acks", "1"},
+                                               {"--busy", "1"},
+                                               {"--refuse-control"},
+                                               {"--seed", "1"},
+                                               {"--tftp"},
+                                               {"--tftp-port", "6969"},
+                                               {"--tftp-no-tsize"},
+                                               {"--tftp-loss", "1"},
+                                               {"--tftp-mute"}}) {
+        std::vector<std::string> command = options;
+        command.insert(command.end(), {"--u3v", "--", "true"});
+        EXPECT_EQ(refusal(command),
+                  options[0] + " is for GigE Vision devices; it has no effect with --u3v\n");
+    }
+    EXPECT_EQ(refusal({"--plug", "2-1"}), "--plug needs --u3v\n");
+    EXPECT_EQ(refusal({"--interface-busy"}), "--interface-busy needs --u3v\n");
+}
+
+TEST_F(SimulatorProgramTest, TakesTheProfileU3vForTheOption) {
+    const ProcessResult result =
+        Process::Run({Program("mirsko-simulator"), "--profile", "u3v", "--", "sh", "-c",
+                      "cat /sys/bus/usb/devices/2-1/product; exit 7"});
+    EXPECT_EQ(result.out, "Simulated Camera\n");
+    EXPECT_EQ(result.exitStatus, 7);
+    EXPECT_EQ(Process::Run({Program("mirsko-simulator"), "--profile", "u3v"}).err,
+              "--u3v needs a command after --\n");
+}
+
+TEST_F(SimulatorProgramTest, RefusesTftpLimitsOutsideOfTheirRange) {
+    const auto refusal = [](const std::string& option, const std::string& value) {
+        const ProcessResult result = Process::Run({Program("mirsko-simulator"), option, value});
+        EXPECT_EQ(result.exitStatus, 2) << option << " " << value;
+        return result.err;
+    };
+    for (const char* value : {"4", "7", "65465"}) {
+        EXPECT_EQ(refusal("--tftp-max-blksize", value),
+                  "TFTP block sizes are 8 to 65464 bytes; 0: none is granted\n");
+    }
+    EXPECT_EQ(refusal("--tftp-max-windowsize", "65536"),
+              "TFTP windows are 1 to 65535 blocks; 0: none is granted\n");
+}
+
 TEST_F(SimulatorProgramTest, EndsWithStatus1WhenTheDeviceCannotBeOn) {
     const auto first = Start();
     const ProcessResult taken = Process::Run({Program("mirsko-simulator"), "--no-tftp"});
