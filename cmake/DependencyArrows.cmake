@@ -11,12 +11,22 @@ set(MIRSKO_ARROWS_app sdk_headers firmware_file update)
 # The simulator shares no code with the SDK: a misreading of a protocol must not cancel out.
 set(MIRSKO_ARROWS_simulator "")
 set(MIRSKO_ARROWS_simulator_u3v simulator)
+set(MIRSKO_ARROWS_mirsko-simulator simulator simulator_u3v)
+set(MIRSKO_ARROWS_MirskoFirmwareUpdater app update transfer firmware_file
+    NxDevice NxGenICam NxSystem NxBase NyUtilsLib)
+set(MIRSKO_ARROWS_mirsko-devices NxSystem NxBase)
+set(MIRSKO_ARROWS_mirsko-package NxDevice NxGenICam NxBase NyUtilsLib)
+
+# Everyone else would see the device through a second library, and the simulator through the very
+# one that it is to be compared with.
+set(MIRSKO_ARAVIS_USERS NxGenICam NxDevice)
 
 set(MIRSKO_OWN_TARGETS NyUtilsLib NxBase NxSystem NxGenICam NxDevice sdk_headers sdk_internal
     compat_miniz firmware_file transfer update app simulator simulator_u3v
-    fake_sdk)
+    MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator fake_sdk)
 
-# Fails the configure step when a target links one of ours that the table does not allow it.
+# Fails the configure step when a target links one of ours that the table does not allow it, or
+# Aravis without being one of its users.
 function(mirsko_check_dependency_arrows)
     foreach(target IN LISTS MIRSKO_OWN_TARGETS)
         if(NOT DEFINED MIRSKO_ARROWS_${target} OR NOT TARGET ${target})
@@ -28,6 +38,11 @@ function(mirsko_check_dependency_arrows)
             if(library IN_LIST MIRSKO_OWN_TARGETS AND NOT library STREQUAL "sdk_internal"
                AND NOT library IN_LIST MIRSKO_ARROWS_${target})
                 message(FATAL_ERROR "${target} must not depend on ${library} "
+                                    "(see cmake/DependencyArrows.cmake)")
+            endif()
+            string(TOLOWER "${library}" lowered)
+            if(lowered MATCHES "aravis" AND NOT target IN_LIST MIRSKO_ARAVIS_USERS)
+                message(FATAL_ERROR "${target} must not use Aravis "
                                     "(see cmake/DependencyArrows.cmake)")
             endif()
         endforeach()
