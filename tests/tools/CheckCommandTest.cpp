@@ -2,6 +2,7 @@
 
 #include "PackageFiles.h"
 #include "PackageTool.h"
+#include "ZipBuilder.h"
 #include "ZipFile.h"
 
 class CheckCommandTest : public PackageTool {
@@ -135,6 +136,14 @@ TEST_F(CheckCommandTest, FindsDamagedPayloads) {
              "cannot set a device ID or reset the device over TFTP\n");
 }
 
+TEST_F(CheckCommandTest, FindsAPayloadThatUnpacksToMoreThanTheArchiveSays) {
+    ZipMember member{.name = "a.dfw", .content = GoodPayload(), .method = ZipMember::kDeflated};
+    member.sizeError = 8 - static_cast<std::int64_t>(member.content.size());
+    mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, member}));
+    Expect({"check", "@p.zip"}, 1,
+           "error: a.dfw: the archive says that it has 8 bytes, but it unpacks to more\n", "");
+}
+
 TEST_F(CheckCommandTest, FindsRecordsInThePlaceOfFirmware) {
     mFolder.Write("firmware.dfw", GoodPayload());
     std::string record(128, '\0');
@@ -227,10 +236,10 @@ TEST_F(CheckCommandTest, ComparesModelTagsWithTheConditions) {
                  ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
                  "manifest does not upload it to that model\n");
     findings("zELKA-.*", 1,
-             "error: " + name +
+             "warning: " + name +
                  ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
                  "manifest uploads it to zELKA-QRm-H-FK02-TC3MN01-128kD too\n"
-                 "error: " +
+                 "warning: " +
                  name +
                  ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
                  "manifest uploads it to zELKA-QRm-H-FK02-TC3MN02-128kD too\n");

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "PackageFiles.h"
 #include "PackageTool.h"
 #include "ZipFile.h"
@@ -121,6 +123,16 @@ TEST_F(ImportCommandTest, TakesInfosInEveryForm) {
     EXPECT_NE(info.find("  Version: 1\n  Date: today\n  Description: d\n  if F matches x\n"),
               std::string::npos)
         << info;
+}
+
+TEST_F(ImportCommandTest, KeepsTheWhiteSpaceOfAValueOnly) {
+    WriteUpdate(
+        Update("<FeatureWrite><FeatureName> F </FeatureName><Value>  two  words </Value>"
+               "</FeatureWrite>"));
+    Expect({"import", "@u.guf", "@p.zip"}, 0, "@p.zip: 1 members\n", "");
+    EXPECT_THAT(Process::Run({"unzip", "-p", Path("p.zip"), "Manifest.xml"}).out,
+                testing::HasSubstr("<FeatureName>F</FeatureName>\n"
+                                   "      <Value>  two  words </Value>\n"));
 }
 
 TEST_F(ImportCommandTest, RefusesWhatItCannotConvert) {

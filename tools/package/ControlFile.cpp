@@ -48,14 +48,23 @@ std::string ChildText(const pugi::xml_node& node, const char* name) {
     return "";
 }
 
-/// The attribute of that name, else the child element of that name.
-std::string Property(const pugi::xml_node& node, const char* name) {
+/// The attribute of that name, else the child element of that name, as it stands.
+std::string RawProperty(const pugi::xml_node& node, const char* name) {
     for (const pugi::xml_attribute& attribute : node.attributes()) {
         if (LocalName(attribute.name()) == name) {
-            return Collapse(attribute.value());
+            return attribute.value();
         }
     }
-    return ChildText(node, name);
+    for (const pugi::xml_node& child : node) {
+        if (LocalName(child.name()) == name) {
+            return TextOf(child);
+        }
+    }
+    return "";
+}
+
+std::string Property(const pugi::xml_node& node, const char* name) {
+    return Collapse(RawProperty(node, name));
 }
 
 bool HasElements(const pugi::xml_node& node) {
@@ -142,7 +151,8 @@ std::string ControlFile::ReadStep(const pugi::xml_node& node, PackageProcedure& 
     } else if (name == "FeatureWrite") {
         step.kind = PackageStep::Kind::kFeatureWrite;
         step.featureName = Property(node, "FeatureName");
-        step.value = Property(node, "Value");
+        // The grammar of packages keeps its white space.
+        step.value = RawProperty(node, "Value");
     } else if (name == "FeatureExecute") {
         step.kind = PackageStep::Kind::kFeatureExecute;
         step.featureName = Property(node, "FeatureName");

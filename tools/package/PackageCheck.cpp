@@ -149,6 +149,11 @@ void PackageCheck::CheckMember(std::size_t member) {
     const Archive& archive = mPackage.GetArchive();
     const Archive::Member& stored = archive.Members()[member];
     const auto header = ReadMemberHeader(archive, member);
+    if (header && stored.size < NxDfwHeader::kSize) {
+        Error(stored.name + ": the archive says that it has " + std::to_string(stored.size) +
+              " bytes, but it unpacks to more");
+        return;
+    }
     if (header && header->bodyLength + NxDfwHeader::kSize != stored.size) {
         Error(stored.name + " is not a firmware payload: its body has " +
               std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, its header says " +
@@ -199,10 +204,11 @@ void PackageCheck::CheckModelTag(const std::string& fileName) {
             const bool uploaded = Holds(probe.Uploads(), fileName);
             const bool meant = Holds(tag.models, model);
             if (uploaded && !meant) {
-                Error(fileName + ": its name says that it is for " + tag.models.front() +
-                      (tag.models.size() > 1 ? " and its like" : "") +
-                      ", but the manifest uploads it to " +
-                      (model == kAnyModel ? "any model" : model) + " too");
+                // The updater itself looks at the names of plain payloads only.
+                Warn(fileName + ": its name says that it is for " + tag.models.front() +
+                     (tag.models.size() > 1 ? " and its like" : "") +
+                     ", but the manifest uploads it to " +
+                     (model == kAnyModel ? "any model" : model) + " too");
             } else if (meant && !uploaded) {
                 Warn(fileName + ": its name says that it is for " + model +
                      ", but the manifest does not upload it to that model");
