@@ -77,6 +77,15 @@ TEST(FUPatternTest, MatchesAsEcmaScriptDoes) {
     }
 }
 
+TEST(FUPatternTest, DiffersFromEcmaScriptAsDocumented) {
+    // There the second round would forget what the group captured in the first.
+    EXPECT_EQ(Matches("(?:(a)|b){2}\\1", "aba"), Match::kYes);
+    EXPECT_EQ(Matches("(?:(a)|b){2}\\1", "ab"), Match::kNo);
+    // There white space also has U+00A0.
+    EXPECT_EQ(Matches("a\\sb", "a\tb"), Match::kYes);
+    EXPECT_EQ(Matches("a\\sb", "a\xC2\xA0\x62"), Match::kNo);
+}
+
 TEST(FUPatternTest, MatchesNothingThatIsLongerThanAllowed) {
     EXPECT_EQ(Matches("a*", std::string(FUPattern::kMaximumValue, 'a')), Match::kYes);
     EXPECT_EQ(Matches("a*", std::string(FUPattern::kMaximumValue + 1, 'a')), Match::kNo);
