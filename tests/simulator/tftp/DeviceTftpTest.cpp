@@ -23,7 +23,7 @@ class DeviceTftpTest : public testing::Test {
         options.tftp.port = 0;
         store = FirmwareStore::Open(options.firmware, events, why);
         ASSERT_NE(store, nullptr) << why;
-        const DeviceContext context{options, *store, events, muted, [] {}};
+        const DeviceContext context{options, *store, events, muted, controlLost, [] {}};
         device = std::make_unique<DeviceTftp>(context);
         ASSERT_TRUE(device->Start({}, why)) << why;
     }
@@ -69,6 +69,7 @@ class DeviceTftpTest : public testing::Test {
     EventLog events;
     DeviceOptions options;
     std::atomic<bool> muted{false};
+    std::atomic<bool> controlLost{false};
     std::unique_ptr<FirmwareStore> store;
     std::unique_ptr<DeviceTftp> device;
     RawClient client;
