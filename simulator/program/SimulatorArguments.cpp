@@ -22,11 +22,26 @@ namespace {
 constexpr const char* kUsbProfile = "u3v";
 
 // What stands in no group of its own; all of TFTP is the network's as well.
-constexpr std::array kNetworkOptions = {
-    "--interface",     "--address",   "--mac",     "--ready-file", "--no-concatenation",
-    "--loss",          "--duplicate", "--reorder", "--delayed",    "--second-url-only",
-    "--delay",         "--busy",      "--seed",    "--stale-acks", "--heartbeat-timeout",
-    "--refuse-control"};
+constexpr std::array kNetworkOptions = {"--interface",
+                                        "--address",
+                                        "--mac",
+                                        "--ready-file",
+                                        "--no-concatenation",
+                                        "--loss",
+                                        "--duplicate",
+                                        "--reorder",
+                                        "--delayed",
+                                        "--second-url-only",
+                                        "--delay",
+                                        "--busy",
+                                        "--seed",
+                                        "--stale-acks",
+                                        "--heartbeat-timeout",
+                                        "--mute-after",
+                                        "--discovery-delay",
+                                        "--discoveries-lost",
+                                        "--lose-control-at",
+                                        "--refuse-control"};
 
 /// Options that would have no effect are refused, not passed over.
 std::string WhyMisplaced(const CLI::App& app, bool usb) {
