@@ -137,7 +137,8 @@ NxResult NxGenFile::Impl::Close() {
     mAccess.reset();
     mOperation.clear();
     if (mHangs) {
-        // Would be given up after the same time once more; the next Open closes the file first.
+        // A Close would be waited for as long once more; an Open that the device refuses because
+        // the file is open is followed by one.
         return NxResult(kNxTimeout, "The device's file " + mName +
                                         " stays open: " + mNodes->Device().Port().DeviceName() +
                                         " does not finish its last operation");

@@ -18,8 +18,15 @@ class NX_API NxDevice {
   public:
     class Impl;
 
-    /// Connects, takes control and loads the device description; ends within 5 seconds.
-    /// @param result never null; receives the outcome
+    /// Connects, takes control (GigE Vision 2.0, section 10, control channel privilege; USB3 Vision
+    /// 1.0, section 3 "Device Control") and loads the device description; ends within 5 seconds.
+    /// @param info null is refused
+    /// @param result never null; receives the outcome: kNxInvalidArgument for a null record or a
+    ///        malformed connection ID, kNxNotSupported for a device in its boot loader,
+    ///        kNxAccessDenied when another program controls the device or the system refuses,
+    ///        kNxSocket when the interface cannot be used, kNxTimeout or kNxDeviceGone when the
+    ///        device does not answer or is not there, kNxProtocol or kNxDeviceError for what it
+    ///        answers, kNxBadDescription when its GenICam XML cannot be used
     /// @return null when it failed. Free it with Free.
     static NxDevice* CreateAndConnect(const NxDeviceInfo* info, NxResult* result);
     /// @param connectionID as NxDeviceInfo::GetConnectionID gives it; the interface part

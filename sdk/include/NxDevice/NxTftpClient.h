@@ -20,17 +20,30 @@ class NX_API NxTftpClient {
 
     /// Names the server and the remote file of the next transfer; sends nothing.
     /// @param connectionID a network device's, e.g. "192.168.1.20%eth1"
+    /// @param remoteFileName 1 to 255 bytes
+    /// @return kNxInvalidArgument, or kNxNotSupported for a USB3 Vision device's ID; the server of
+    ///         before stays then
     NxResult Init(const NxString& connectionID, const NxString& remoteFileName);
-    /// Sends a whole local file, which is never held in memory as a whole.
+    /// Sends a whole local file, which is never held in memory as a whole; blocks until it is done
+    /// or failed.
+    /// @return kNxLocalFile, kNxInvalidArgument before Init, kNxSocket when the interface cannot be
+    ///         used, kNxTimeout when the server does not answer any more, kNxTftpError for an ERROR
+    ///         packet (RFC 1350, section 5) with the server's text, kNxProtocol for an answer that
+    ///         cannot be (RFC 2347)
     NxResult SendFile(const NxString& localPath);
+    /// Sends that many bytes; else as SendFile.
+    /// @param data null is allowed for 0 bytes only (kNxInvalidArgument)
     NxResult SendData(const unsigned char* data, unsigned int length);
     /// Receives the remote file.
     /// @param size number of bytes at `buffer`; a longer file is cut there
-    /// @param received number of bytes put into `buffer`; may be null
+    /// @param received number of bytes put into `buffer`, also on failure; may be null
+    /// @return the codes of SendFile, without kNxLocalFile
     NxResult GetData(unsigned char* buffer, unsigned int size, unsigned int* received);
     /// Bytes that the server has acknowledged (or sent) and bytes in all, of the last transfer.
+    /// Always OK; 0 in all while a read's size is unknown.
     NxResult GetProgress(long& done, long& total);
-    /// Empty while data moves; else what the client waits for and since when, with its retry.
+    /// Empty while data moves; else what the client waits for and since when, with its retry:
+    /// "Waiting 3 s for 192.168.1.20 on eth1 to acknowledge byte 524288 (retry 7)". Always OK.
     NxResult GetWarning(NxString& warning);
 
   private:

@@ -21,8 +21,11 @@ class NX_API NxGenEnumEntry {
     NxGenEnumEntry& operator=(const NxGenEnumEntry&);
 
     /// The symbolic name, e.g. "RemoteUpdateDfw", without "EnumEntry_" and the enumeration's name.
+    /// @return kNxNoSuchNode, `name` untouched, when it refers to no entry
     NxResult GetName(NxString& name) const;
-    /// The text shown to people; the symbolic name when the device gives none.
+    /// The text shown to people (GenICam Standard 2.0, DisplayName); the symbolic name when the
+    /// device gives none.
+    /// @return kNxNoSuchNode, `text` untouched, when it refers to no entry
     NxResult GetDisplayName(NxString& text) const;
 
   private:

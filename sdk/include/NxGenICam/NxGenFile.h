@@ -12,7 +12,13 @@ class NxGenParameterArray;
 /// One file inside the device (SFNC "File Access Control"), open or not.
 ///
 /// One thread at a time, except for GetProgress. The node map must outlive the file. Every failure
-/// of WriteFrom, Write and Read says at which byte of how many it happened.
+/// of WriteFrom, Write and Read says at which byte of how many it happened. An operation that the
+/// device answers about is waited for a minute (kNxTimeout).
+///
+/// Codes that every operation hands on: what the way to the device gives (kNxTimeout,
+/// kNxDeviceGone, kNxControlLost, kNxDeviceError, kNxProtocol), kNxNoSuchNode or kNxNodeAccess when
+/// the device lacks a feature of file access or does not let it be used, kNxBadDescription, and
+/// kNxFileOperation when FileOperationStatus is not "Success".
 class NX_API NxGenFile {
   public:
     NxGenFile();
@@ -26,17 +32,33 @@ class NX_API NxGenFile {
 
     /// Opens the file of that name. A refused open is followed by one Close and one more Open,
     /// since a program that died may have left the file open.
+    /// @param parameters null is refused (kNxInvalidArgument)
+    /// @param fileName an entry of FileSelector, "RemoteUpdateDfw" (kNxNoSuchNode when it is none);
+    ///        ignored by a device without FileSelector, which has one file
     NxResult Open(NxGenParameterArray* parameters, const NxString& fileName, NxGenOpenMode mode);
-    /// Copies a whole local file into the open file; blocks until it is done or failed.
+    /// Copies a whole local file into the open file, never holding it in memory as a whole, from
+    /// where the last write ended; blocks until it is done or failed.
+    /// @return kNxLocalFile, kNxInvalidArgument when no file is open, kNxTransferIncomplete when
+    /// the
+    ///         device takes no more bytes
     NxResult WriteFrom(const NxString& localPath);
-    /// @param length number of bytes at `data`
+    /// Writes from where the last write ended.
+    /// @param length number of bytes at `data`, not negative
     /// @param written number of bytes that the device took, also on failure
+    /// @return the codes of WriteFrom, without kNxLocalFile
     NxResult Write(const unsigned char* data, long length, long& written);
     /// Reads up to `length` bytes from where the last Read ended.
-    /// @param read number of bytes read, less than `length` only at the end of the file
+    /// @param length number of bytes at `buffer`, not negative
+    /// @param read number of bytes read, also on failure; less than `length` on success only at the
+    ///        end of the file
+    /// @return kNxInvalidArgument when no file is open
     NxResult Read(unsigned char* buffer, long length, long& read);
+    /// @return kNxInvalidArgument when no file is open; kNxTimeout at once, the file left open,
+    /// when
+    ///         the last operation was given up
     NxResult Close();
-    /// Bytes written so far and bytes to write by WriteFrom; may be called from any thread.
+    /// Bytes written so far and bytes to write by the last WriteFrom; 0 and 0 before. Always OK;
+    /// may be called from any thread.
     NxResult GetProgress(long& done, long& total);
 
   private:

@@ -19,8 +19,9 @@ class NX_API NxSystem {
     NxSystem& operator=(const NxSystem&) = delete;
 
     /// Looks for devices on all interfaces at once and waits one second for their answers
-    /// (GigE Vision 2.0, section 14 "Device Discovery"; USB3 Vision 1.0, section 3).
-    /// @return not OK when no interface could be asked; interfaces that could be are still listed
+    /// (GigE Vision 2.0, section 16.1.1, DISCOVERY_CMD; USB3 Vision 1.0, section 2 "Device
+    /// Identification"). Interfaces that cannot be asked are listed without devices.
+    /// @return kNxSocket when none could be asked
     NxResult Find();
 
     /// Interfaces of the last Find: network adapters first, then USB host controllers.
