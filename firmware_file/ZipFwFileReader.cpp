@@ -72,7 +72,7 @@ std::string ZipFwFileReader::ExtractFile(const std::string& aName) {
     // The tag comes from the name asked for, not from the stored one, which is not to be trusted in
     // a path.
     const std::string tag = aName.substr(aName.rfind('.') + 1);
-    const std::string path = CreateTempFile(NyString(tag.c_str())).GetAscii();
+    std::string path = CreateTempFile(NyString(tag.c_str())).GetAscii();
     if (!archive.Extract(*member, path)) {
         // The file stays in /tmp on purpose: what could be unpacked of a damaged package is all
         // that is left to look into.

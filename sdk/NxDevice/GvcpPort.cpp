@@ -131,7 +131,7 @@ void GvcpPort::EnablePendingAck() {
 NxResult GvcpPort::TakeControl() {
     const GvcpChannel::Clock::time_point end = mChannel->Now() + kRefusalPatience;
     while (true) {
-        const NxResult result = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
+        NxResult result = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
         if (result.IsOK()) {
             mIsController = true;
             return {};
@@ -184,14 +184,14 @@ NxResult GvcpPort::ExplainRefusedWrite(NxResult refusal) {
         return refusal;
     }
     std::uint32_t privilege = 0;
-    const NxResult read = mSpace.ReadNumber(kControlChannelPrivilege, privilege);
+    NxResult read = mSpace.ReadNumber(kControlChannelPrivilege, privilege);
     if (!mChannel->IsAlive()) {
         return read;
     }
     if (read.IsOK() && !HasControl(privilege)) {
         return LoseControl("the device was restarted or missed the heartbeat");
     }
-    const NxResult again = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
+    NxResult again = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
     if (!mChannel->IsAlive()) {
         return again;
     }
