@@ -1,7 +1,7 @@
 #include <NxDevice/NxDfwPayload.h>
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t kChunkSize = 256 * 1024;
+constexpr std::size_t kChunkSize{256U << 10U};
 
 NxResult NotAPayload(const NxString& file, const std::string& problem) {
     return NxResult(kNxNotAPayload,
@@ -45,8 +45,8 @@ NxResult WriteRecord(const NxDfwHeader& header, const std::string& body, unsigne
                                                std::to_string(bufferSize));
     }
     const DfwHeaderCodec::Bytes bytes = DfwHeaderCodec::Encode(header);
-    std::memcpy(buffer, bytes.data(), bytes.size());
-    std::memcpy(buffer + bytes.size(), body.data(), body.size());
+    auto* const end = std::ranges::copy(bytes, reinterpret_cast<std::byte*>(buffer)).out;
+    std::ranges::copy(std::as_bytes(std::span(body)), end);
     length = static_cast<unsigned int>(size);
     return NxResult();
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t kPartSize = 256 * 1024;
+constexpr std::size_t kPartSize{256U << 10U};
 
 }  // namespace
 

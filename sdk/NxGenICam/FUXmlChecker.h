@@ -12,7 +12,7 @@ namespace NxGenICamLib {
 /// pass that XML forbids, and says less about where.
 class FUXmlChecker {
   public:
-    static constexpr std::size_t kMaximumSize = 256 * 1024;  ///< bytes
+    static constexpr std::size_t kMaximumSize{256U << 10U};  ///< bytes
     static constexpr std::size_t kMaximumDepth = 16;         ///< elements within elements
 
     explicit FUXmlChecker(std::string_view text);
