@@ -9,6 +9,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <NxBase/NxResultCodes.h>
@@ -24,6 +25,8 @@ sockaddr_in SocketAddress(std::uint32_t address, std::uint16_t port) {
     result.sin_port = htons(port);
     return result;
 }
+
+constexpr std::chrono::milliseconds kShortestBlocking{16};
 
 bool IsTransient(int error) {
     return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
@@ -100,10 +103,17 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
                             std::size_t& length, Endpoint& from, bool& timedOut) {
     timedOut = false;
     for (;;) {
+        const Clock::duration remaining = deadline - Clock::now();
+        // Lock-step protocols wait for thousands of answers: one system call each, not three.
+        const bool blocks = remaining >= kShortestBlocking && LimitBlocking(remaining);
+        if (!blocks && remaining.count() > 0) {
+            AwaitDatagram(remaining);
+        }
         sockaddr_in sender{};
         socklen_t senderLength = sizeof sender;
-        const ssize_t count = recvfrom(mDescriptor, buffer.data(), buffer.size(), MSG_DONTWAIT,
-                                       reinterpret_cast<sockaddr*>(&sender), &senderLength);
+        const ssize_t count =
+            recvfrom(mDescriptor, buffer.data(), buffer.size(), blocks ? 0 : MSG_DONTWAIT,
+                     reinterpret_cast<sockaddr*>(&sender), &senderLength);
         if (count >= 0) {
             length = static_cast<std::size_t>(count);
             from = Endpoint{ntohl(sender.sin_addr.s_addr), ntohs(sender.sin_port)};
@@ -115,15 +125,32 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
                                 (mInterfaceName.empty() ? std::string() : " on " + mInterfaceName) +
                                 ": " + strerror(errno));
         }
-        const auto remaining =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(deadline - Clock::now());
         if (remaining.count() <= 0) {
             timedOut = true;
             return NxResult();
         }
-        constexpr std::int64_t kNanoseconds = 1'000'000'000;
-        const timespec wait{remaining.count() / kNanoseconds, remaining.count() % kNanoseconds};
-        pollfd entry{mDescriptor, POLLIN, 0};
-        (void)ppoll(&entry, 1, &wait, nullptr);
     }
+}
+
+void UdpSocket::AwaitDatagram(Clock::duration time) const {
+    const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
+    constexpr std::int64_t kNanoseconds = 1'000'000'000;
+    const timespec limit{wait / kNanoseconds, wait % kNanoseconds};
+    pollfd entry{mDescriptor, POLLIN, 0};
+    (void)ppoll(&entry, 1, &limit, nullptr);
+}
+
+// The system rounds the limit up to its clock's ticks, some milliseconds; so not the whole time.
+bool UdpSocket::LimitBlocking(Clock::duration time) {
+    const auto longest = std::chrono::duration_cast<std::chrono::microseconds>(time) / 2;
+    if (mBlockingLimit >= longest / 2 && mBlockingLimit <= longest) {
+        return true;
+    }
+    constexpr std::int64_t kMicroseconds = 1'000'000;
+    const timeval limit{longest.count() / kMicroseconds, longest.count() % kMicroseconds};
+    if (setsockopt(mDescriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0) {
+        return false;
+    }
+    mBlockingLimit = longest;
+    return true;
 }

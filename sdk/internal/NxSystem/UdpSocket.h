@@ -28,6 +28,12 @@ class NX_API UdpSocket : public DatagramSocket {
                      Endpoint& from, bool& timedOut) override;
 
   private:
+    void AwaitDatagram(Clock::duration time) const;
+    /// Lets the next receiving block for a good part of that time.
+    /// @return false when the system does not
+    bool LimitBlocking(Clock::duration time);
+
     int mDescriptor = -1;
+    std::chrono::microseconds mBlockingLimit{0};
     std::string mInterfaceName;
 };
