@@ -11,6 +11,11 @@ using std::chrono::milliseconds;
 
 constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
 
+// A server repeats its option acknowledgement, after its time-out of a second or more, until it has
+// the first block: one that comes that late tells that the block was lost. An earlier one may be a
+// copy that the network made.
+constexpr TftpTimer::Duration kLateOptionAck = milliseconds(500);
+
 // When block 65536 stays unanswered that often and that long, its number is tried the other way.
 constexpr unsigned int kRetriesBeforeOtherRollover = 3;
 constexpr TftpTimer::Duration kWaitBeforeOtherRollover = milliseconds(500);
@@ -121,6 +126,11 @@ NxResult TftpWriter::AwaitAcknowledgement() {
         if (!timedOut && packet.opcode == TftpOpcode::kData) {
             return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
                                   "its TFTP server answered a write request with data");
+        }
+        if (!timedOut && packet.opcode == TftpOpcode::kOptionAck && mAcknowledged == 0 &&
+            wholeWindowSent && mSession.Now() - mSentAt >= kLateOptionAck) {
+            GoBack();
+            return mSession.CheckPace(0);
         }
         // An acknowledgement of nothing new is passed over, never answered: if each copy of an
         // acknowledgement drew a copy of the data, copies would breed copies (RFC 1123, 4.2.3.1).

@@ -123,6 +123,36 @@ TEST_F(TftpWriterTest, ADuplicateAckDrawsNoData) {
     EXPECT_TRUE(Write("0123456789abcdefghij", Blocks(8)).IsOK());
 }
 
+TEST_F(TftpWriterTest, ALateRepeatedOptionAckDrawsTheFirstBlockAgain) {
+    // Nothing is known of the server's pace, since the answer may be one to either request.
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .TimeOut(1s, 1s)
+        .ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+        .Reply(kPeer, OptionAck({"blksize", "8"}))
+        .ExpectSend(kPeer, Data(1, "abc"))
+        .TimeOut(1s, 1s)
+        .ExpectSend(kPeer, Data(1, "abc"))
+        .Reply(kPeer, OptionAck({"blksize", "8"}), 499ms)  // may be a copy on a detour
+        .Reply(kPeer, OptionAck({"blksize", "8"}), 501ms)
+        .ExpectSend(kPeer, Data(1, "abc"))
+        .Reply(kPeer, OptionAck({"blksize", "8"}))
+        .Reply(kPeer, Ack(1));
+    EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, RepeatedOptionAcksDoNotKeepATransferAlive) {
+    mSocket.ExpectSend(kServer, WriteRequest({"tsize", "20", "blksize", "8"}))
+        .TimeOut(1s, 1s)
+        .ExpectSend(kServer, WriteRequest({"tsize", "20", "blksize", "8"}))
+        .Reply(kPeer, OptionAck({"blksize", "8"}));
+    for (int i = 0; i < 16; ++i) {
+        mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+            .Reply(kPeer, OptionAck({"blksize", "8"}), 600ms);
+    }
+    mSocket.ExpectSend(kPeer, Data(1, "01234567")).TimeOut(400ms, 400ms);
+    EXPECT_EQ(Write("0123456789abcdefghij", Blocks(8)).GetCode(), kNxTimeout);
+}
+
 TEST_F(TftpWriterTest, SendsABlockAgainAfterATimeOutWithBackOff) {
     OpenWithBlocksOfEight("9");
     Exchange(1, "01234567");
