@@ -48,7 +48,7 @@ constexpr std::array<Case, 4> kWindows{{{1428, 16}, {1428, 64}, {8192, 16}, {819
 struct Arguments {
     std::string address;
     std::string serverName;
-    std::string file;
+    std::string file;        ///< without the "-8192" that names the block size it is for
     std::string remoteFile;  ///< where the server puts it, to be compared
     bool windows = false;    ///< whether the server grants them
     bool otherCpu = false;   ///< whether the server runs on another CPU
@@ -107,7 +107,12 @@ int Upload(const Arguments& arguments) {
     return result.IsOK() ? 0 : kFailed;
 }
 
+std::string FileFor(const Arguments& arguments, const Case& tested) {
+    return arguments.file + "-" + std::to_string(tested.blockSize);
+}
+
 std::vector<Contestant> Contestants(const Arguments& arguments, const Case& tested) {
+    const std::string file = FileFor(arguments, tested);
     const std::string block = std::to_string(tested.blockSize);
     const std::string window = std::to_string(tested.windowSize);
     // Longer than any client takes that has not collapsed.
@@ -118,29 +123,28 @@ std::vector<Contestant> Contestants(const Arguments& arguments, const Case& test
         all.back().command.insert(all.back().command.end(), command.begin(), command.end());
     };
     add("ours", {std::filesystem::read_symlink("/proc/self/exe"), "--upload", block, window,
-                 "--address", arguments.address, "--file", arguments.file});
+                 "--address", arguments.address, "--file", file});
     if (tested.windowSize == 1) {
-        add("curl", {"curl", "--silent", "--upload-file", arguments.file, "--tftp-blksize", block,
+        add("curl", {"curl", "--silent", "--upload-file", file, "--tftp-blksize", block,
                      "tftp://" + arguments.address + "/upload"});
     }
     if (tested.windowSize == 1 && tested.blockSize == 512) {
-        add("tftp-hpa",
-            {"tftp", "-m", "binary", arguments.address, "-c", "put", arguments.file, "upload"});
+        add("tftp-hpa", {"tftp", "-m", "binary", arguments.address, "-c", "put", file, "upload"});
     }
     std::vector<std::string> atftp = {"atftp", "--option", "blksize " + block};
     if (tested.windowSize > 1) {
         atftp.insert(atftp.end(), {"--option", "windowsize " + window});
     }
-    atftp.insert(atftp.end(), {"--put", "--local-file", arguments.file, "--remote-file", "upload",
-                               arguments.address});
+    atftp.insert(atftp.end(),
+                 {"--put", "--local-file", file, "--remote-file", "upload", arguments.address});
     add("atftp", atftp);
     return all;
 }
 
 // The server may close its file a moment after its last acknowledgement.
-bool Arrived(const Arguments& arguments) {
+bool Arrived(const Arguments& arguments, const std::string& file) {
     for (int i = 0; i < 200; ++i) {
-        if (RunQuietly({"cmp", "--silent", arguments.file, arguments.remoteFile})) {
+        if (RunQuietly({"cmp", "--silent", file, arguments.remoteFile})) {
             return true;
         }
         usleep(5000);
@@ -148,12 +152,12 @@ bool Arrived(const Arguments& arguments) {
     return false;
 }
 
-void Measure(const Arguments& arguments, Contestant& contestant) {
+void Measure(const Arguments& arguments, const std::string& file, Contestant& contestant) {
     (void)::unlink(arguments.remoteFile.c_str());
     const auto start = std::chrono::steady_clock::now();
     contestant.works = RunQuietly(contestant.command);
     const std::chrono::duration<double> duration = std::chrono::steady_clock::now() - start;
-    if (contestant.works && !Arrived(arguments)) {
+    if (contestant.works && !Arrived(arguments, file)) {
         std::fprintf(stderr, "%s: the file did not arrive as it was sent\n",
                      contestant.name.c_str());
         contestant.works = false;
@@ -161,26 +165,30 @@ void Measure(const Arguments& arguments, Contestant& contestant) {
     contestant.bestSeconds = std::min(contestant.bestSeconds, duration.count());
 }
 
+double Megabytes(const std::string& path) {
+    return static_cast<double>(std::filesystem::file_size(path)) / 1e6;
+}
+
 class Comparison {
   public:
-    Comparison(const Arguments& arguments, double megabytes)
-        : mArguments(arguments), mMegabytes(megabytes) {}
+    explicit Comparison(const Arguments& arguments) : mArguments(arguments) {}
 
     void Run(const Case& tested) {
         std::vector<Contestant> contestants = Contestants(mArguments, tested);
         for (int round = 0; round < mArguments.rounds; ++round) {
             for (Contestant& contestant : contestants) {
                 if (contestant.works) {
-                    Measure(mArguments, contestant);
+                    Measure(mArguments, FileFor(mArguments, tested), contestant);
                 }
             }
         }
         std::printf("%-10s %6u %6u", mArguments.serverName.c_str(), tested.blockSize,
                     tested.windowSize);
+        const double megabytes = Megabytes(FileFor(mArguments, tested));
         double ours = 0;
         double fastestOther = 0;
         for (const Contestant& contestant : contestants) {
-            const double speed = contestant.works ? mMegabytes / contestant.bestSeconds : 0;
+            const double speed = contestant.works ? megabytes / contestant.bestSeconds : 0;
             std::printf(contestant.works ? "  %s %.1f" : "  %s failed", contestant.name.c_str(),
                         speed);
             (contestant.name == "ours" ? ours : fastestOther) =
@@ -212,19 +220,10 @@ class Comparison {
     }
 
     const Arguments& mArguments;
-    const double mMegabytes;
     std::map<unsigned int, double> mOurs;  // MB/s in lock-step, by block size
     std::map<unsigned int, double> mFastestOther;
     bool mMissed = false;
 };
-
-double Megabytes(const std::string& path) {
-    FILE* file = std::fopen(path.c_str(), "rb");
-    (void)std::fseek(file, 0, SEEK_END);
-    const double megabytes = static_cast<double>(std::ftell(file)) / 1e6;
-    (void)std::fclose(file);
-    return megabytes;
-}
 
 }  // namespace
 
@@ -234,7 +233,9 @@ int main(int argc, char** argv) {
     CLI::App app("Compares TFTP clients on one server; MB/s, best of the rounds");
     app.add_option("--address", arguments.address)->required();
     app.add_option("--server-name", arguments.serverName);
-    app.add_option("--file", arguments.file)->required()->check(CLI::ExistingFile);
+    app.add_option("--file", arguments.file,
+                   "To compare: without its \"-512\", \"-1428\", \"-8192\"")
+        ->required();
     app.add_option("--remote-file", arguments.remoteFile);
     app.add_flag("--windows", arguments.windows, "The server grants windows");
     app.add_flag("--other-cpu", arguments.otherCpu, "The server runs on another CPU");
@@ -253,7 +254,7 @@ int main(int argc, char** argv) {
     }
 
     PinTo(arguments.clientCpu);
-    Comparison comparison(arguments, Megabytes(arguments.file));
+    Comparison comparison(arguments);
     for (const Case& tested : kLockStep) {
         comparison.Run(tested);
     }

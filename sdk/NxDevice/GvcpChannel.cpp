@@ -53,6 +53,7 @@ GvcpChannel::GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device
 void GvcpChannel::Fail(NxResult failure) {
     if (mFailure.IsOK()) {
         mFailure = std::move(failure);
+        mIsAlive = mFailure.IsOK();
     }
 }
 
@@ -188,6 +189,7 @@ void GvcpChannel::Resume() {
     if (mWasCutShort) {
         mWasCutShort = false;
         mFailure = NxResult();
+        mIsAlive = true;
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -43,7 +44,8 @@ class GvcpChannel {
 
     /// From now on every command fails at once with that.
     void Fail(NxResult failure);
-    [[nodiscard]] bool IsAlive() const { return mFailure.IsOK(); }
+    /// From any thread.
+    [[nodiscard]] bool IsAlive() const { return mIsAlive; }
     [[nodiscard]] const NxResult& Failure() const { return mFailure; }
     /// Whether commands fail because the deadline passed before one was answered. The device may be
     /// in order then.
@@ -90,6 +92,7 @@ class GvcpChannel {
     std::uint16_t mId = 0;
     std::uint16_t mStatus = 0;
     NxResult mFailure;
+    std::atomic<bool> mIsAlive{true};
     Clock::time_point mDeadline = Clock::time_point::max();
     Clock::time_point mLastWrite{};
     Clock::time_point mLastAnswer{};

@@ -152,8 +152,8 @@ NxResult GvcpPort::TakeControl() {
     }
 }
 
+// Without the mutex: whoever opens another connection must not wait for a long command.
 bool GvcpPort::IsAlive() const {
-    const std::lock_guard lock(mMutex);
     return mChannel->IsAlive();
 }
 

@@ -49,7 +49,7 @@ class GvcpPort : public DevicePort {
     void BeatIfIdle();
 
     std::string mDeviceName;
-    mutable std::mutex mMutex;
+    std::mutex mMutex;
     std::unique_ptr<GvcpChannel> mChannel;
     GvcpAddressSpace mSpace;
     bool mIsController = false;

@@ -16,7 +16,7 @@ class NX_API TftpTimer {
     static constexpr Duration kAnswerLimit = std::chrono::seconds(7);
     /// ... or that long when it had fallen silent before: each record that follows a failed
     /// transfer would otherwise make the user wait once more.
-    static constexpr Duration kAnswerLimitOfSilentServer = std::chrono::seconds(2);
+    static constexpr Duration kAnswerLimitOfSilentServer = std::chrono::seconds(1);
     /// A transfer is given up when nothing of use was heard for that long.
     static constexpr Duration kSilenceLimit = std::chrono::seconds(10);
 
