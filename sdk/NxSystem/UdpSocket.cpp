@@ -8,6 +8,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -26,6 +27,9 @@ sockaddr_in SocketAddress(std::uint32_t address, std::uint16_t port) {
     return result;
 }
 
+// An answer from the same wire often comes sooner than a sleeping thread is woken, and lock-step
+// protocols wait for thousands of answers. Whoever else wants this CPU gets it meanwhile.
+constexpr std::chrono::microseconds kEagerness{60};
 constexpr std::chrono::milliseconds kShortestBlocking{16};
 
 bool IsTransient(int error) {
@@ -102,11 +106,13 @@ NxResult UdpSocket::Send(const Endpoint& to, std::span<const std::byte> datagram
 NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadline,
                             std::size_t& length, Endpoint& from, bool& timedOut) {
     timedOut = false;
+    const Clock::time_point eagerUntil = Clock::now() + kEagerness;
     for (;;) {
-        const Clock::duration remaining = deadline - Clock::now();
-        // Lock-step protocols wait for thousands of answers: one system call each, not three.
-        const bool blocks = remaining >= kShortestBlocking && LimitBlocking(remaining);
-        if (!blocks && remaining.count() > 0) {
+        const Clock::time_point now = Clock::now();
+        const Clock::duration remaining = deadline - now;
+        const bool isEager = now < eagerUntil;
+        const bool blocks = !isEager && remaining >= kShortestBlocking && LimitBlocking(remaining);
+        if (!isEager && !blocks && remaining.count() > 0) {
             AwaitDatagram(remaining);
         }
         sockaddr_in sender{};
@@ -128,6 +134,9 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
         if (remaining.count() <= 0) {
             timedOut = true;
             return NxResult();
+        }
+        if (isEager) {
+            sched_yield();
         }
     }
 }
