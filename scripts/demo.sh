@@ -17,7 +17,7 @@ mode=${1:-genicam}
 scripts/install-deps.sh
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-echo "Building…"
+echo "Building… (a few minutes the first time)"
 { cmake --preset release && cmake --build --preset release; } >"$log" 2>&1 || {
     tail -n 60 "$log"
     exit 1

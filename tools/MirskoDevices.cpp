@@ -67,7 +67,10 @@ void PrintText(const Json& interfaces) {
                 return device[name].get<std::string>();
             };
             std::cout << "    " << field("vendor") << ' ' << field("model") << ", serial "
-                      << field("serial") << ", version " << field("version");
+                      << field("serial");
+            if (!field("version").empty()) {
+                std::cout << ", version " << field("version");
+            }
             if (!field("deviceId").empty()) {
                 std::cout << ", ID " << field("deviceId");
             }

@@ -61,6 +61,14 @@ TEST_F(DevicesTest, TellsHowUsbDevicesAreSelected) {
     EXPECT_EQ(result.exitStatus, 0);
 }
 
+TEST_F(DevicesTest, LeavesOutAVersionThatCannotBeRead) {
+    UsbCamera camera({"--access-denied"});
+    const ProcessResult result = camera.Run({Program("mirsko-devices")});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_THAT(result.out, testing::HasSubstr("serial "));
+    EXPECT_THAT(result.out, testing::Not(testing::HasSubstr("version")));
+}
+
 TEST_F(DevicesTest, FindsADeviceThatAnswersLate) {
     SimulatedCamera camera({"--no-tftp", "--discovery-delay", "900"});
     EXPECT_EQ(DeviceField("serial"), "SIM-0001");
