@@ -45,8 +45,11 @@ class Recording {
   public:
     Recording()
         : mFile(mFolder.Path() / "session.pcap"),
-          mProcess({"tcpdump", "--interface=lo", "--immediate-mode", "--packet-buffered", "-w",
-                    mFile.string(), "udp", "port", "3956"}) {
+          // Room for thousands of packets: with the usual sizes there is room for some thirty, and
+          // a busy machine loses the rest.
+          mProcess({"tcpdump", "--interface=lo", "--immediate-mode", "--packet-buffered",
+                    "--snapshot-length=2048", "--buffer-size=16384", "-w", mFile.string(), "udp",
+                    "port", "3956"}) {
         // The file's header is written when the recording has begun.
         EXPECT_TRUE(WaitUntil([this] {
             std::error_code error;
