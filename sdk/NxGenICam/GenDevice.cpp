@@ -105,6 +105,20 @@ NxResult GenDevice::TakeFailure() {
     return std::exchange(mFailure, NxResult());
 }
 
+NxResult GenDevice::Check(const std::string& what, GError* error) {
+    NxResult failure = TakeFailure();
+    if (error == nullptr) {
+        // Some of Aravis's calls drop a failed access of a register on the way.
+        return failure;
+    }
+    const std::string message = error->message != nullptr ? error->message : "";
+    g_error_free(error);
+    if (!failure.IsOK()) {
+        return failure;
+    }
+    return NxResult(kNxNodeAccess, what + ": " + message);
+}
+
 NxResult GenDevice::Note(NxResult result) {
     if (!result.IsOK()) {
         mFailure = result;

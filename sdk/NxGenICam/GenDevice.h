@@ -29,6 +29,8 @@ class GenDevice {
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
     /// The port's failure since the last call, or OK.
     NxResult TakeFailure();
+    /// Turns what a call of Aravis left in `error` into a result and frees it.
+    NxResult Check(const std::string& what, GError* error);
 
   private:
     NxResult Note(NxResult result);

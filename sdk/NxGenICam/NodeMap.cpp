@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr std::uint64_t kLongestText = 1U << 20U;
-constexpr std::uint64_t kLongestRegister = 16U << 20U;
-
 std::string FormatFloat(double value) {
     char text[40];
     const int length = std::snprintf(text, sizeof text, "%.17g", value);
@@ -26,7 +23,12 @@ std::string FormatFloat(double value) {
 
 }  // namespace
 
-NodeMap::NodeMap(std::shared_ptr<GenPort> port) : mDevice(std::move(port)) {}
+NodeMap::NodeMap(std::shared_ptr<GenPort> port, const std::string& xml,
+                 const DescriptionFacts& facts)
+    : mDevice(std::move(port)),
+      mGenicam(arv_gc_new(mDevice.Get(), xml.data(), xml.size())),
+      mNodesWithSteps(facts.nodesWithSteps),
+      mLengths(mGenicam, mDevice, facts) {}
 
 NodeMap::~NodeMap() {
     if (mGenicam != nullptr) {
@@ -45,8 +47,7 @@ NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
     if (const NxResult result = CheckDescription(xml, facts); !result.IsOK()) {
         return refuse(result.GetDescription().GetAscii());
     }
-    std::unique_ptr<NodeMap> loaded(new NodeMap(std::move(port)));
-    loaded->mGenicam = arv_gc_new(loaded->mDevice.Get(), xml.data(), xml.size());
+    std::unique_ptr<NodeMap> loaded(new NodeMap(std::move(port), xml, facts));
     if (loaded->mGenicam == nullptr ||
         arv_gc_get_node(loaded->mGenicam, facts.anyNodeName.c_str()) == nullptr) {
         return refuse("its nodes do not load");
@@ -59,10 +60,6 @@ NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
         (facts.schemaMajor < 1 || (facts.schemaMajor == 1 && facts.schemaMinor < 1))) {
         loaded->mDevice.UseRegisterCommands();
     }
-    loaded->mFacts = std::move(facts);
-    if (loaded->mFacts.variableLengths.empty()) {
-        loaded->mFacts.links = NodeGraph();
-    }
     map = std::move(loaded);
     return {};
 }
@@ -71,7 +68,7 @@ bool NodeMap::HasIndexStep(ArvGcNode* node) const {
     const char* name = ARV_IS_GC_FEATURE_NODE(node)
                            ? arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(node))
                            : nullptr;
-    return name != nullptr && mFacts.nodesWithSteps.contains(name);
+    return name != nullptr && mNodesWithSteps.contains(name);
 }
 
 NxResult NodeMap::NoSuchNode(const std::string& name) {
@@ -80,20 +77,6 @@ NxResult NodeMap::NoSuchNode(const std::string& name) {
 
 std::string NodeMap::Feature(const std::string& name) {
     return "The GenICam feature " + name + " of " + mDevice.Port().DeviceName();
-}
-
-NxResult NodeMap::Check(const std::string& what, GError* error) {
-    NxResult failure = mDevice.TakeFailure();
-    if (error == nullptr) {
-        // Some of Aravis's calls drop a failed access of a register on the way.
-        return failure;
-    }
-    const std::string message = error->message != nullptr ? error->message : "";
-    g_error_free(error);
-    if (!failure.IsOK()) {
-        return failure;
-    }
-    return NxResult(kNxNodeAccess, what + ": " + message);
 }
 
 NxResult NodeMap::IsImplemented(ArvGcFeatureNode* node, bool& implemented) {
@@ -115,7 +98,7 @@ NxResult NodeMap::Find(const std::string& name, ArvGcFeatureNode*& node) {
         node = nullptr;
         return {};
     }
-    if (NxResult result = CheckLengths(name); !result.IsOK()) {
+    if (NxResult result = mLengths.Check(name); !result.IsOK()) {
         return result;
     }
     auto* feature = ARV_GC_FEATURE_NODE(found);
@@ -125,42 +108,6 @@ NxResult NodeMap::Find(const std::string& name, ArvGcFeatureNode*& node) {
         node = implemented ? feature : nullptr;
     }
     return result;
-}
-
-// Aravis allocates as many bytes as a register is said to have, and ends the program when it
-// cannot.
-NxResult NodeMap::CheckLengths(const std::string& name) {
-    if (mFacts.variableLengths.empty()) {
-        return {};
-    }
-    const auto [known, isNew] = mLengthsReadBy.try_emplace(name);
-    if (isNew) {
-        for (const std::string& read : mFacts.links.ListReachable(name)) {
-            if (const auto found = mFacts.variableLengths.find(read);
-                found != mFacts.variableLengths.end()) {
-                known->second.insert(known->second.end(), found->second.begin(),
-                                     found->second.end());
-            }
-        }
-    }
-    for (const std::string& one : known->second) {
-        ArvGcNode* node = arv_gc_get_node(mGenicam, one.c_str());
-        if (node != nullptr && ARV_IS_GC_STRUCT_ENTRY_NODE(node)) {
-            node = ARV_GC_NODE(arv_dom_node_get_parent_node(ARV_DOM_NODE(node)));
-        }
-        if (node == nullptr || !ARV_IS_GC_REGISTER(node)) {
-            continue;
-        }
-        GError* error = nullptr;
-        const std::uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(node), &error);
-        // One whose length cannot be read is not read either, and may not be needed now.
-        if (Check(one, error).IsOK() && length > kLongestRegister) {
-            return NxResult(kNxBadDescription,
-                            mDevice.Port().DeviceName() + " says that its register " + one +
-                                " has " + std::to_string(length) + " bytes; 16 MiB is the most");
-        }
-    }
-    return {};
 }
 
 NxResult NodeMap::FindEnumeration(const std::string& name, ArvGcEnumeration*& node) {
@@ -230,29 +177,12 @@ NxResult NodeMap::FindWritable(const std::string& name, ArvGcFeatureNode*& node)
     return {};
 }
 
-// Aravis allocates as many bytes as the device says, however many.
-NxResult NodeMap::CheckStringLength(ArvGcFeatureNode* node) {
-    ArvGcNode* end = NodeLinks::FollowValue(ARV_GC_NODE(node));
-    if (end == nullptr || !ARV_IS_GC_REGISTER(end)) {
-        return {};
-    }
-    GError* error = nullptr;
-    const std::uint64_t length = arv_gc_register_get_length(ARV_GC_REGISTER(end), &error);
-    NxResult result = Check("Cannot read a text of " + mDevice.Port().DeviceName(), error);
-    if (result.IsOK() && length > kLongestText) {
-        return NxResult(kNxBadDescription, mDevice.Port().DeviceName() + " has a text of " +
-                                               std::to_string(length) +
-                                               " bytes; 1 MiB is the most");
-    }
-    return result;
-}
-
 NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
     ArvGcFeatureNode* node = nullptr;
     if (NxResult result = FindReadable(name, node); !result.IsOK()) {
         return result;
     }
-    if (NxResult result = CheckStringLength(node); !result.IsOK()) {
+    if (NxResult result = mLengths.CheckText(node); !result.IsOK()) {
         return result;
     }
     GError* error = nullptr;

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
+#include <set>
 #include <string>
-#include <vector>
 
 #include <arv.h>
 
@@ -12,6 +11,7 @@
 
 #include "DescriptionCheck.h"
 #include "GenDevice.h"
+#include "LengthGuard.h"
 
 /// Aravis's GenICam node map over a port, with its ways of failing turned into results.
 class NodeMap {
@@ -54,22 +54,19 @@ class NodeMap {
                                                   ArvGcFeatureNode* entry);
 
     /// Turns what a call left in `error` into a result and frees it.
-    NxResult Check(const std::string& what, GError* error);
+    NxResult Check(const std::string& what, GError* error) { return mDevice.Check(what, error); }
 
   private:
-    explicit NodeMap(std::shared_ptr<GenPort> port);
+    NodeMap(std::shared_ptr<GenPort> port, const std::string& xml, const DescriptionFacts& facts);
 
     [[nodiscard]] NxResult NoSuchNode(const std::string& name);
     /// "The GenICam feature Width of 192.168.1.20 on eth1"
     [[nodiscard]] std::string Feature(const std::string& name);
     NxResult FindReadable(const std::string& name, ArvGcFeatureNode*& node);
     NxResult FindWritable(const std::string& name, ArvGcFeatureNode*& node);
-    NxResult CheckLengths(const std::string& name);
-    NxResult CheckStringLength(ArvGcFeatureNode* node);
 
     GenDevice mDevice;
-    ArvGc* mGenicam = nullptr;
-    DescriptionFacts mFacts;
-    /// By the name of a node: the registers of variable length that an access to it may read.
-    std::map<std::string, std::vector<std::string>> mLengthsReadBy;
+    ArvGc* mGenicam;  ///< null when the description does not load
+    std::set<std::string> mNodesWithSteps;
+    LengthGuard mLengths;
 };
