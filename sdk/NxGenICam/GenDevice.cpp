@@ -77,13 +77,31 @@ GenDevice::~GenDevice() {
 }
 
 NxResult GenDevice::Read(std::uint64_t address, std::span<std::byte> buffer) {
+    const std::pair place(address, buffer.size());
+    if (const auto kept = mKeptReads.find(place); kept != mKeptReads.end()) {
+        std::copy(kept->second.bytes.begin(), kept->second.bytes.end(), buffer.begin());
+        return Note(kept->second.result);
+    }
+    NxResult result = ReadPort(address, buffer);
+    if (mKeepsReads) {
+        mKeptReads[place] = {result, {buffer.begin(), buffer.end()}};
+    }
+    return Note(std::move(result));
+}
+
+NxResult GenDevice::ReadPort(std::uint64_t address, std::span<std::byte> buffer) {
     if (!mUsesRegisterCommands || buffer.size() != 4) {
-        return Note(mPort->ReadMemory(address, buffer));
+        return mPort->ReadMemory(address, buffer);
     }
     std::array<GenPort::Register, 1> one{{{.address = address}}};
     NxResult result = mPort->ReadRegisters(one);
     std::copy(one[0].bytes.begin(), one[0].bytes.end(), buffer.begin());
-    return Note(std::move(result));
+    return result;
+}
+
+void GenDevice::KeepReads() {
+    mKeptReads.clear();
+    mKeepsReads = true;
 }
 
 NxResult GenDevice::RefuseRead(std::uint64_t size) {

@@ -21,7 +21,14 @@ NxResult LengthGuard::Check(const std::string& node) {
     if (mVariableLengths.empty()) {
         return {};
     }
-    for (const std::string& one : ListRegistersReadBy(node)) {
+    mDevice.KeepReads();
+    NxResult result = CheckRegisters(ListRegistersReadBy(node));
+    mDevice.RepeatReads();
+    return result;
+}
+
+NxResult LengthGuard::CheckRegisters(const std::vector<std::string>& names) {
+    for (const std::string& one : names) {
         ArvGcRegister* found = FindRegister(one);
         if (found == nullptr) {
             continue;

@@ -20,7 +20,8 @@ class LengthGuard {
     LengthGuard(ArvGc* genicam, GenDevice& device, const DescriptionFacts& facts);
 
     /// Asks the device for the length of every register of variable length that an access to that
-    /// node may read; asks nothing of most descriptions.
+    /// node may read; asks nothing of most descriptions. Until the next call Aravis gets the same
+    /// answers: a device must not get past with a length that it gives only when asked again.
     /// @return kNxBadDescription when one has more than 16 MiB
     NxResult Check(const std::string& node);
     /// The same for the register, of any kind, that a text comes from in the end; 1 MiB is the
@@ -28,6 +29,7 @@ class LengthGuard {
     NxResult CheckText(ArvGcFeatureNode* node);
 
   private:
+    NxResult CheckRegisters(const std::vector<std::string>& names);
     const std::vector<std::string>& ListRegistersReadBy(const std::string& node);
     ArvGcRegister* FindRegister(const std::string& name);
 

@@ -288,8 +288,16 @@ NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) 
                  error);
 }
 
+NxResult NodeMap::CheckEntries(ArvGcEnumeration* enumeration) {
+    const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(enumeration));
+    return name != nullptr ? mLengths.Check(name) : NxResult();
+}
+
 NxResult NodeMap::FindEntry(ArvGcEnumeration* enumeration, const std::string& entry,
                             ArvGcFeatureNode*& node) {
+    if (NxResult result = CheckEntries(enumeration); !result.IsOK()) {
+        return result;
+    }
     for (const GSList* item = arv_gc_enumeration_get_entries(enumeration); item != nullptr;
          item = item->next) {
         auto* candidate = ARV_GC_FEATURE_NODE(item->data);

@@ -29,7 +29,8 @@ class NodeMap {
     NxResult Find(const std::string& name, ArvGcFeatureNode*& node);
     /// The same for an enumeration; null also when the node is something else.
     NxResult FindEnumeration(const std::string& name, ArvGcEnumeration*& node);
-    /// Whether the device has that node or entry; OK and false when it has not.
+    /// Whether the device has that node or entry; OK and false when it has not. For an entry after
+    /// CheckEntries or Find of its enumeration.
     NxResult IsImplemented(ArvGcFeatureNode* node, bool& implemented);
 
     /// Whether the place of that register is computed with the value of a pOffset attribute's node.
@@ -46,6 +47,9 @@ class NodeMap {
     NxResult ReadRegisterAddress(const std::string& name, std::uint64_t& address);
     NxResult ReadRegisterLength(const std::string& name, std::uint64_t& length);
 
+    /// Must come before the entries of an enumeration that Find found a while ago are accessed.
+    /// @return kNxBadDescription when an access to them would read a register of absurd length
+    NxResult CheckEntries(ArvGcEnumeration* enumeration);
     /// The entry of that symbolic name; null when there is none that is implemented.
     NxResult FindEntry(ArvGcEnumeration* enumeration, const std::string& entry,
                        ArvGcFeatureNode*& node);

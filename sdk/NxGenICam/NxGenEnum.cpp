@@ -11,6 +11,9 @@ NxGenEnum::Impl::Impl(NodeMap& nodes, ArvGcEnumeration* enumeration)
     : mNodes(nodes), mEnumeration(enumeration) {}
 
 NxResult NxGenEnum::Impl::ListEntries(std::vector<ArvGcFeatureNode*>& entries) const {
+    if (NxResult result = mNodes.CheckEntries(mEnumeration); !result.IsOK()) {
+        return result;
+    }
     std::vector<ArvGcFeatureNode*> implemented;
     for (const GSList* item = arv_gc_enumeration_get_entries(mEnumeration); item != nullptr;
          item = item->next) {

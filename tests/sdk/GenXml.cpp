@@ -38,6 +38,13 @@ std::string GenXml::Register(const std::string& name, unsigned int address,
                        "<Endianess>BigEndian</Endianess>");
 }
 
+std::string GenXml::StringRegister(const std::string& name, unsigned int address,
+                                   const std::string& length) {
+    return Element("StringReg", name,
+                   "<Address>" + Hex(address) + "</Address><Length>" + length +
+                       "</Length><AccessMode>RO</AccessMode><pPort>Device</pPort>");
+}
+
 std::string GenXml::Integer(const std::string& name, const std::string& more) {
     return Element("Integer", name, more);
 }
