@@ -18,12 +18,20 @@ using namespace std::string_literals;
 using namespace TftpScript;
 
 /// Several blocks for each acknowledge (RFC 7440).
-class TftpWindowTest : public TftpWriterTest {};
+class TftpWindowTest : public TftpWriterTest {
+  protected:
+    // Blocks in a row, without an answer between them.
+    ScriptedSocket& ExpectBlocks(std::uint16_t first, const std::vector<std::string>& blocks) {
+        for (const std::string& block : blocks) {
+            mSocket.ExpectSend(kPeer, Data(first++, block));
+        }
+        return mSocket;
+    }
+};
 
 TEST_F(TftpWindowTest, SendsAWindowForEachAck) {
     OpenWithWindow("36", "2");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
+    ExpectBlocks(1, {"01234567", "89abcdef"})
         .Reply(kPeer, Ack(2))
         .ExpectSend(kPeer, Data(3, "ghijklmn"))
         .ExpectSend(kPeer, Data(4, "opqrstuv"))
@@ -35,18 +43,14 @@ TEST_F(TftpWindowTest, SendsAWindowForEachAck) {
 
 TEST_F(TftpWindowTest, AsksForAWindowOfHalfTheBlocksAtMost) {
     OpenWithWindow("20", "2");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .Reply(kPeer, Ack(2));
+    ExpectBlocks(1, {"01234567", "89abcdef"}).Reply(kPeer, Ack(2));
     Exchange(3, "ghij");
     EXPECT_TRUE(Write("0123456789abcdefghij", Blocks(8, 64)).IsOK());
 }
 
 TEST_F(TftpWindowTest, GoesBackToTheBlockThatTheServerLacks) {
     OpenWithWindow("40", "3");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+    ExpectBlocks(1, {"01234567", "89abcdef", "ghijklmn"})
         .Reply(kPeer, Ack(1))
         .TimeOut({}, 10ms)
         // The window goes on from there, at first in smaller bursts.
@@ -65,9 +69,7 @@ TEST_F(TftpWindowTest, GoesBackToTheBlockThatTheServerLacks) {
 
 TEST_F(TftpWindowTest, DoesNotGoBackForAServerThatAnswersEveryBlock) {
     OpenWithWindow("40", "3");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+    ExpectBlocks(1, {"01234567", "89abcdef", "ghijklmn"})
         .Reply(kPeer, Ack(1))
         .Reply(kPeer, Ack(2))
         .Reply(kPeer, Ack(3))
@@ -81,9 +83,7 @@ TEST_F(TftpWindowTest, DoesNotGoBackForAServerThatAnswersEveryBlock) {
 
 TEST_F(TftpWindowTest, AsksWithOneBlockWhatArrivedWhenAWindowTimesOut) {
     OpenWithWindow("40", "3");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
-        .ExpectSend(kPeer, Data(2, "89abcdef"))
-        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+    ExpectBlocks(1, {"01234567", "89abcdef", "ghijklmn"})
         .TimeOut(20ms, 20ms)
         .ExpectSend(kPeer, Data(1, "01234567"))
         .Reply(kPeer, Ack(3))  // all had arrived; the ACK was lost
@@ -98,7 +98,7 @@ TEST_F(TftpWindowTest, AsksWithOneBlockWhatArrivedWhenAWindowTimesOut) {
 
 TEST_F(TftpWindowTest, AServerThatDiesBeforeTheFirstWindowIsAFailure) {
     OpenWithWindow("20", "2");
-    mSocket.ExpectSend(kPeer, Data(1, "01234567")).ExpectSend(kPeer, Data(2, "89abcdef"));
+    ExpectBlocks(1, {"01234567", "89abcdef"});
     mSocket.TimeOut();
     for (int i = 0; i < 10; ++i) {
         mSocket.ExpectSend(kPeer, Data(1, "01234567"))
