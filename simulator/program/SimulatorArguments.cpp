@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 
+#include "HelpFormatter.h"
 #include "TftpArguments.h"
 
 using simulator::DatagramFaults;
@@ -85,10 +86,13 @@ void AddPlace(CLI::App& app, SimulatorArguments& arguments) {
     DeviceOptions& device = arguments.device;
     app.add_option("--interface", device.place.interfaceName,
                    "Network interface that every socket is bound to")
+        ->type_name("NAME")
         ->capture_default_str();
     app.add_option("--address", device.place.address, "IPv4 address, of that interface")
+        ->type_name("ADDRESS")
         ->capture_default_str();
     app.add_option("--mac", device.mac, "MAC address that discovery reports")
+        ->type_name("ADDRESS")
         ->capture_default_str();
     app.add_option("--ready-file", arguments.readyFile,
                    "Written when the device answers, removed when the program ends")
@@ -113,7 +117,7 @@ void AddIdentity(CLI::App& app, SimulatorArguments& arguments) {
                }
                device.profile = *profile;
            },
-           "What the device offers: file-access, single-file, no-file-access, backup-load,\n"
+           "What the device offers: file-access, single-file, no-file-access, backup-load, "
            "main-load, selector-without-dfw, loader; u3v is file-access with --u3v")
         ->type_name("NAME")
         ->default_str(simulator::NameOf(device.profile));
@@ -127,10 +131,11 @@ void AddIdentity(CLI::App& app, SimulatorArguments& arguments) {
 void AddFirmware(CLI::App& app, DeviceOptions& device) {
     FirmwareStore::Options& firmware = device.firmware;
     app.add_option("--state", firmware.folder,
-                   "Where state.json and firmware.bin are kept over restarts;\n"
+                   "Where state.json and firmware.bin are kept over restarts; "
                    "without it the device begins anew each time")
         ->type_name("FOLDER");
     app.add_option("--family", firmware.family, "Device family of the payloads it takes")
+        ->type_name("NAME")
         ->capture_default_str();
     app.add_option_function<std::string>(
            "--firmware-version",
@@ -150,7 +155,7 @@ void AddFirmware(CLI::App& app, DeviceOptions& device) {
     app.add_flag_callback(
         "--non-volatile-wording",
         [&firmware] { firmware.wording = FirmwareStore::Wording::kNonVolatile; },
-        "Report success as \"Successfully wrote file to non-volatile memory\"\n"
+        "Report success as \"Successfully wrote file to non-volatile memory\" "
         "instead of \"Firmware applied: \"");
 }
 
@@ -197,6 +202,7 @@ void AddFaults(CLI::App& app, DeviceOptions& device) {
             ->group("Faults");
     };
     app.add_option("--seed", faults.seed, "The same faults for the same seed")
+        ->type_name("N")
         ->capture_default_str()
         ->group("Faults");
     bothWays("--loss", &DatagramFaults::lossPercent, "GVCP datagrams lost");
@@ -260,6 +266,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 wrong use;\n"
         "with --u3v the command's.",
         "mirsko-simulator");
+    app.formatter(std::make_shared<HelpFormatter>());
     AddPlace(app, *this);
     AddIdentity(app, *this);
     AddFirmware(app, device);

@@ -1,5 +1,6 @@
 #include "TftpArguments.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -28,6 +29,13 @@ const std::map<std::string, TftpFirstAnswer> kFirstAnswers{
     {"garbage", TftpFirstAnswer::kGarbage}};
 
 template <typename Choice>
+std::string NameOf(const std::map<std::string, Choice>& choices, Choice wanted) {
+    const auto choice = std::find_if(choices.begin(), choices.end(),
+                                     [wanted](const auto& one) { return one.second == wanted; });
+    return choice != choices.end() ? choice->first : "";
+}
+
+template <typename Choice>
 void AddChoice(CLI::App& app, const std::string& name, const std::map<std::string, Choice>& choices,
                Choice& target, const std::string& description) {
     app.add_option_function<std::string>(
@@ -40,20 +48,27 @@ void AddChoice(CLI::App& app, const std::string& name, const std::map<std::strin
                target = choice->second;
            },
            description)
-        ->type_name("WORD");
+        ->type_name("WORD")
+        ->default_str(NameOf(choices, target));
 }
 
 void AddService(CLI::App& app, DeviceOptions& device) {
     TftpSettings& tftp = device.tftp;
-    app.add_flag("--tftp,!--no-tftp", device.serveTftp,
-                 "Serve TFTP, on by default; needs a free port 69 that may be bound")
-        ->group(kGroup);
+    const auto refuse = [&app](const std::string& name, bool& target,
+                               const std::string& description) {
+        app.add_flag_callback(
+               name, [&target] { target = false; }, description)
+            ->group(kGroup);
+    };
+    refuse("--no-tftp", device.serveTftp,
+           "Do not serve TFTP, which needs a free port 69 that may be bound");
     app.add_option("--tftp-port", tftp.port, "UDP port; devices have 69, which updaters expect")
+        ->type_name("PORT")
         ->capture_default_str()
         ->group(kGroup);
     AddChoice(app, "--tftp-options", kPolicies, tftp.optionPolicy,
-              "What becomes of a request's options: grant (default), ignore as a server that\n"
-              "knows none, reject with ERROR 8");
+              "What becomes of a request's options: grant, ignore as a server that knows none, "
+              "reject with ERROR 8");
     app.add_option("--tftp-max-blksize", tftp.maxBlockSize, "Largest block granted; 0: none")
         ->type_name("BYTES")
         ->capture_default_str()
@@ -62,15 +77,15 @@ void AddService(CLI::App& app, DeviceOptions& device) {
         ->type_name("BLOCKS")
         ->capture_default_str()
         ->group(kGroup);
-    app.add_flag("!--tftp-no-tsize", tftp.grantTransferSize, "Do not grant tsize")->group(kGroup);
-    app.add_flag("!--tftp-no-timeout", tftp.grantTimeout, "Do not grant timeout")->group(kGroup);
+    refuse("--tftp-no-tsize", tftp.grantTransferSize, "Do not grant tsize");
+    refuse("--tftp-no-timeout", tftp.grantTimeout, "Do not grant timeout");
     app.add_option("--tftp-rollover", tftp.rollover, "Block number after 65,535: 0 or 1")
+        ->type_name("N")
         ->capture_default_str()
         ->group(kGroup);
-    app.add_flag("!--tftp-busy-status", tftp.holdStatusWhileFlashing,
-                 "Tell a client that asks for the status while the flash is written so,\n"
-                 "instead of letting it wait for the outcome")
-        ->group(kGroup);
+    refuse("--tftp-busy-status", tftp.holdStatusWhileFlashing,
+           "Tell a client that asks for the status while the flash is written so, instead of "
+           "letting it wait for the outcome");
 }
 
 void AddFaults(CLI::App& app, TftpFaults& faults) {
@@ -99,7 +114,7 @@ void AddFaults(CLI::App& app, TftpFaults& faults) {
         ->default_str(std::to_string(faults.delay.count()))
         ->group(kFaultGroup);
     AddChoice(app, "--tftp-first-answer", kFirstAnswers, faults.firstAnswer,
-              "regular, error, or an OACK that no client may accept: blksize-above-request,\n"
+              "regular, error, or an OACK that no client may accept: blksize-above-request, "
               "blksize-7, windowsize-0, unrequested-option, garbage");
     app.get_option("--tftp-first-answer")->group(kFaultGroup);
     app.add_flag("--tftp-mute", faults.mute, "Answer no request")->group(kFaultGroup);

@@ -20,23 +20,26 @@ void AddMilliseconds(CLI::App& app, const std::string& name, std::chrono::millis
 
 void UsbArguments::AddTo(CLI::App& app) {
     app.add_flag("--u3v", enabled,
-                 "Play a USB3 Vision device for COMMAND, which is run to its end;\n"
+                 "Play a USB3 Vision device for COMMAND, which is run to its end; "
                  "the exit status is the command's")
         ->group(kGroup);
     app.add_option("COMMAND", machine.command, "With --u3v, after --: a program and its arguments");
     app.add_option("--plug", machine.places,
-                   "USB port with a camera in it, BUS-PORT.PORT; may be given several times.\n"
+                   "USB port with a camera in it, BUS-PORT.PORT; may be given several times. "
                    "Controller n has the buses 2n-1 (USB 2) and 2n (USB 3)")
         ->type_name("PLACE")
         ->expected(1)
         // Else the "--" before COMMAND would be taken for the end of a list of ports.
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->capture_default_str()
+        // Without the brackets that CLI11 gives a list.
+        ->default_str(CLI::detail::join(machine.places, " "))
         ->group(kGroup);
     app.add_flag("--nothing-plugged-in", nothingPluggedIn, "No camera at all")->group(kGroup);
-    app.add_option("--controllers", machine.controllers, "USB host controllers, at least")
-        ->check(CLI::Range(1, 40))
+    app.add_option("--controllers", machine.controllers, "USB host controllers, at least, 1 to 40")
+        ->type_name("N")
+        // The range is in the description; CLI11 would put it beside the type as well.
+        ->check(CLI::Range(1, 40).description(""))
         ->capture_default_str()
         ->group(kGroup);
     app.add_flag("--keyboard", machine.keyboard, "A keyboard is plugged in as well")->group(kGroup);
@@ -53,11 +56,13 @@ void UsbArguments::AddTo(CLI::App& app) {
     app.add_option("--late-every", machine.camera.lateEvery,
                    "Every so many commands the acknowledge is later than that; 0: never")
         ->type_name("N")
+        ->capture_default_str()
         ->group(kGroup);
     AddMilliseconds(app, "--late-by", machine.camera.lateBy, "By how much");
     app.add_option("--pending-every", machine.camera.pendingEvery,
                    "Every so many commands PENDING_ACK comes first; 0: never")
         ->type_name("N")
+        ->capture_default_str()
         ->group(kGroup);
     AddMilliseconds(app, "--pending-time", machine.camera.pendingTime, "How long before");
     app.add_option_function<std::uint64_t>(

@@ -1,5 +1,7 @@
 #include <fstream>
 
+#include <sstream>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -183,7 +185,7 @@ TEST_F(SimulatorProgramTest, RefusesOptionsThatWouldHaveNoEffect) {
                                                {"--discoveries-lost", "1"},
                                                {"--lose-control-at", "1"},
                                                {"--seed", "1"},
-                                               {"--tftp"},
+                                               {"--no-tftp"},
                                                {"--tftp-port", "6969"},
                                                {"--tftp-no-tsize"},
                                                {"--tftp-loss", "1"},
@@ -244,4 +246,29 @@ TEST_F(SimulatorProgramTest, ExplainsItself) {
     for (const char* text : {"--profile", "selector-without-dfw", "--state", "--loss", "SIGTERM"}) {
         EXPECT_THAT(result.out, HasSubstr(text));
     }
+}
+
+TEST_F(SimulatorProgramTest, ExplainsItselfReadably) {
+    const std::string help = Process::Run({Program("mirsko-simulator"), "--help"}).out;
+    for (const char* text :
+         {"\n  --interface NAME         Network interface that every socket is bound to [lo]\n",
+          "\n  --no-tftp                Do not serve TFTP",
+          "\n  --tftp-no-tsize          Do not grant tsize\n", "[Simulated Camera]\n",
+          "reject with ERROR 8 [grant]\n", " [2-1]\n",
+          "\n  --controllers N          USB host controllers, at least, 1 to 40 [1]\n"}) {
+        EXPECT_THAT(help, HasSubstr(text));
+    }
+    EXPECT_THAT(help, testing::Not(HasSubstr("{")));
+    EXPECT_THAT(help, testing::Not(HasSubstr("\n\n\n")));
+    std::istringstream lines(help);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+    }
+}
+
+TEST_F(SimulatorProgramTest, SaysTheRangeOfTheNumberOfControllers) {
+    const ProcessResult result =
+        Process::Run({Program("mirsko-simulator"), "--u3v", "--controllers", "41", "--", "true"});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_THAT(result.err, HasSubstr("--controllers: Value 41 not in range 1 to 40"));
 }

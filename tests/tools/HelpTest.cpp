@@ -1,8 +1,12 @@
+#include <sstream>
+
 #include <gmock/gmock.h>
 
 #include "PackageTool.h"
 
+using testing::AnyOf;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -40,6 +44,20 @@ TEST_F(HelpTest, OfEachSubcommandNamesItsOptionsAndArguments) {
 TEST_F(HelpTest, OfAllNamesTheOptionsOfEverySubcommand) {
     ExpectHelp({"--help-all"},
                {"--family", "--manifest", "--upload", "--json", "--model", "--transport"});
+}
+
+TEST_F(HelpTest, NamesValuesInWordsOfTheirOwn) {
+    ExpectHelp({"payload", "--help"},
+               {"\n  BINARY  ", "\n  --version MAJOR.MINOR  ", "; required\n"});
+    ExpectHelp({"create", "--help"}, {"\n  --upload TRANSPORT=FILE  ", "\n  --model NAME  "});
+    ExpectHelp({"import", "--help"},
+               {"\n  --transport TRANSPORT  ", "GenICam, which is the default"});
+    std::istringstream lines(Run({"--help-all"}).out);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 100U) << line;
+        EXPECT_THAT(line, Not(AnyOf(HasSubstr("{"), HasSubstr("..."), HasSubstr("REQUIRED"),
+                                    HasSubstr("Excludes"))));
+    }
 }
 
 TEST_F(HelpTest, WrongUsageIsStatus2AndSaidOnStandardError) {

@@ -13,9 +13,13 @@
 CLI::App* CheckCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
         "check", "Find what would make an update with a payload or package fail");
-    options->add_option("--model", mModels,
-                        "Also expect an update for this model; may be given several times");
-    options->add_option("FILE", mFile, "A \".dfw\" payload, or a package")->required();
+    options
+        ->add_option("--model", mModels,
+                     "Also expect an update for this model; may be given several times")
+        ->option_text("NAME");
+    options->add_option("FILE", mFile, "A \".dfw\" payload, or a package")
+        ->type_name("")
+        ->required();
     return options;
 }
 

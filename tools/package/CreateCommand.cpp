@@ -37,25 +37,33 @@ bool IsSameFile(const std::string& one, const std::string& two) {
 CLI::App* CreateCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
         "create", "Make a package, of a manifest or of the options --model and --upload");
-    CLI::Option* const manifest = options->add_option(
-        "--manifest", mManifest, "Manifest; the files that it names are taken from its folder");
+    CLI::Option* const manifest =
+        options->add_option("--manifest", mManifest,
+                            "Manifest, in place of the options below; the files that it\n"
+                            "names are taken from its folder");
+    manifest->option_text("FILE");
     options
         ->add_option("--model", mModels,
                      "Model name that the package is for; may be given several times")
+        ->option_text("NAME")
         ->allow_extra_args(false)
         ->excludes(manifest);
     options
         ->add_option("--upload", mUploads,
-                     "TRANSPORT=FILE: a file to upload, by TFTP or GenICam; may be given several "
+                     "A file to upload, by TFTP or GenICam; may be given several\n"
                      "times, in the order of the uploads")
+        ->option_text("TRANSPORT=FILE")
         ->allow_extra_args(false)
         ->excludes(manifest)
         ->check(CheckUploadOption);
     options->add_option("--description", mDescription, "What the update brings")
+        ->option_text("TEXT")
         ->excludes(manifest);
     options->add_option("--version", mVersion, "The version that the update brings")
+        ->option_text("TEXT")
         ->excludes(manifest);
     options->add_option("PACKAGE", mPackage, "The \".zip\" file to write")
+        ->type_name("")
         ->required()
         ->check([](const std::string& text) {
             return IsPackagePath(text)

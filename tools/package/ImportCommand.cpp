@@ -42,12 +42,13 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
         "import", "Make a package of a GenICam update file (GenICam FWUpdate 1.0)");
     options
         ->add_option("--transport", mTransport,
-                     "How the files are to be uploaded, which an update file does not tell: "
-                     "GenICam or TFTP")
-        ->check(CLI::IsMember({"GenICam", "TFTP"}))
-        ->capture_default_str();
-    options->add_option("UPDATE", mUpdateFile, "The \".guf\" file")->required();
+                     "How the files are to be uploaded, which an update file does\n"
+                     "not tell: GenICam, which is the default, or TFTP")
+        ->option_text("TRANSPORT")
+        ->check(CLI::IsMember({"GenICam", "TFTP"}));
+    options->add_option("UPDATE", mUpdateFile, "The \".guf\" file")->type_name("")->required();
     options->add_option("PACKAGE", mPackage, "The \".zip\" file to write")
+        ->type_name("")
         ->required()
         ->check([](const std::string& text) {
             return IsPackagePath(text)

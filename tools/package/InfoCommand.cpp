@@ -30,7 +30,9 @@ CLI::App* InfoCommand::Declare(CLI::App& program) {
     CLI::App* const options =
         program.add_subcommand("info", "Show what a payload or package holds");
     options->add_flag("--json", mAsJson, "Print a JSON object instead of text");
-    options->add_option("FILE", mFile, "A \".dfw\" payload, or a package")->required();
+    options->add_option("FILE", mFile, "A \".dfw\" payload, or a package")
+        ->type_name("")
+        ->required();
     return options;
 }
 

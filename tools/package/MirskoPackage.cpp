@@ -15,6 +15,8 @@ int main(int argc, char** argv) {
         "Makes, shows and checks firmware payloads and packages.\n"
         "Exit status: 0 done, 1 a failure or a finding, 2 wrong usage.",
         "mirsko-package");
+    // Said in words of an option; an argument stands in the usage line.
+    options.get_formatter()->label("REQUIRED", "");
     options.require_subcommand(1);
     options.set_help_all_flag("--help-all", "Print the help of every subcommand and exit");
 

@@ -9,17 +9,25 @@
 CLI::App* PayloadCommand::Declare(CLI::App& program) {
     CLI::App* const options =
         program.add_subcommand("payload", "Make a \".dfw\" payload of a binary file");
-    options->add_option("--family", mFamily, "Device family, 1 to 32 characters of printable ASCII")
+    options
+        ->add_option("--family", mFamily,
+                     "Device family, 1 to 32 characters of printable ASCII; required")
+        ->type_name("NAME")
         ->required();
-    options->add_option("--version", mVersion, "Firmware version as MAJOR.MINOR, each 0 to 65535")
+    options->add_option("--version", mVersion, "Firmware version, each number 0 to 65535; required")
+        ->type_name("MAJOR.MINOR")
         ->required()
         ->check([](const std::string& text) {
             return FirmwareVersion::Parse(text)
                        ? std::string()
                        : "a version is MAJOR.MINOR, each 0 to 65535, not \"" + text + "\"";
         });
-    options->add_option("BINARY", mBody, "The firmware as the device stores it")->required();
-    options->add_option("PAYLOAD", mPayload, "The \".dfw\" file to write")->required();
+    options->add_option("BINARY", mBody, "The firmware as the device stores it")
+        ->type_name("")
+        ->required();
+    options->add_option("PAYLOAD", mPayload, "The \".dfw\" file to write")
+        ->type_name("")
+        ->required();
     return options;
 }
 
