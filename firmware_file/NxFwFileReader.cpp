@@ -13,8 +13,12 @@ std::string NxFwFileReader::ExtractFile(const std::string& aName) {
 
 std::string NxFwFileReader::GetFileContent() const {
     std::ifstream stream(mFilePath);
+    // Byte by byte: what was read before a read error is kept, and no stream operation swallows the
+    // exception of an exhausted memory, as std::getline would.
+    std::string whole;
+    for (char byte = 0; stream.get(byte);) {
+        whole.push_back(byte);
+    }
     // To the first zero byte only, on purpose: what is asked for is the text of a text file.
-    std::string text;
-    (void)std::getline(stream, text, '\0');
-    return text;
+    return whole.substr(0, whole.find('\0'));
 }

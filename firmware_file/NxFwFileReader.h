@@ -20,7 +20,9 @@ class NxFwFileReader {
     ///         there is no such member
     [[nodiscard]] virtual std::string ExtractFile(const std::string& aName);
 
-    /// The text of the file up to its first zero byte; empty when it cannot be read.
+    /// The text of the file up to its first zero byte; empty when the file cannot be opened, and
+    /// what was read before it when a read fails. Throws std::bad_alloc when the memory is
+    /// exhausted.
     [[nodiscard]] std::string GetFileContent() const;
 
     /// The path that this reader was made with.
