@@ -10,7 +10,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Long enough for some twenty sendings: at a loss of a fifth each way one command in a billion
+// After the long waits of a command that may take long. Enough for 16 sendings where answers come
+// within the longest wait before a resend: at a loss of a fifth each way one command in ten million
 // stays unanswered.
 constexpr milliseconds kPatience{4600};
 // What a device announces with PENDING_ACK is believed up to here in all.
@@ -21,8 +22,10 @@ constexpr milliseconds kFirstBusyPause{10};
 constexpr milliseconds kLongestBusyPause{200};
 // A device that was heard of so lately is not mute.
 constexpr milliseconds kLatelyHeardOf{1000};
-// Before a command that may take long is sent again; longer when the device says so.
-constexpr milliseconds kFirstLongWait{500};
+// So often a command that may take long is waited for that long before it is sent again; longer
+// when the device says so.
+constexpr int kLongWaits = 2;
+constexpr milliseconds kShortestLongWait{500};
 constexpr milliseconds kLongestPendingTimeout{2000};
 constexpr milliseconds kPendingMargin{100};
 // Sending on an interface that is down fails at once; it may come up again.
@@ -124,7 +127,9 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     }
     RetransmissionTimer& timer = TimerOf(command);
     mStart = mSocket->Now();
-    mGiveUp = std::min(mStart + kPatience, mDeadline);
+    const Clock::duration longWaits =
+        effect == Effect::kMayTakeLong ? kLongWaits * LongWait() : Clock::duration::zero();
+    mGiveUp = std::min(mStart + longWaits + kPatience, mDeadline);
     mWasPending = false;
     mSocketFailure = NxResult();
     mSendings = 0;
@@ -174,14 +179,14 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
 
 RetransmissionTimer::Duration GvcpChannel::WaitAfterSending(const RetransmissionTimer& timer,
                                                             Effect effect) const {
-    constexpr int kLongWaits = 2;
     if (effect == Effect::kQuick) {
         return timer.Wait(mSendings);
     }
-    if (mSendings > kLongWaits) {
-        return RetransmissionTimer::kLongest;
-    }
-    return std::max(kFirstLongWait,
+    return mSendings > kLongWaits ? RetransmissionTimer::kLongest : LongWait();
+}
+
+milliseconds GvcpChannel::LongWait() const {
+    return std::max(kShortestLongWait,
                     std::min(mPendingTimeout, kLongestPendingTimeout) + kPendingMargin);
 }
 

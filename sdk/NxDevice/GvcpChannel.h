@@ -75,6 +75,7 @@ class GvcpChannel {
                       std::uint16_t id, std::uint32_t address, Effect effect, GvcpPacket::Ack& ack);
     [[nodiscard]] RetransmissionTimer::Duration WaitAfterSending(const RetransmissionTimer& timer,
                                                                  Effect effect) const;
+    [[nodiscard]] std::chrono::milliseconds LongWait() const;
     Wait WaitForAck(GvcpPacket::Command command, std::uint16_t id, GvcpPacket::Ack& ack);
     /// @return whether it is the answer to the command with that id
     bool TakeAnswer(GvcpPacket::Command command, std::uint16_t id, std::size_t length,

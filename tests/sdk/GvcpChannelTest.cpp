@@ -27,6 +27,10 @@ std::string Read(std::uint16_t id) {
     return "\x42\x01\x00\x80\x00\x04"s + static_cast<char>(id >> 8U) + static_cast<char>(id & 255) +
            "\x00\x00\x0A\x00"s;
 }
+// WRITEREG 0x9000 of 1.
+std::string Start(char id) {
+    return "\x42\x01\x00\x82\x00\x08\x00"s + id + "\x00\x00\x90\x00\x00\x00\x00\x01"s;
+}
 std::string Answer(std::uint16_t id, const std::string& status = "\0\0"s,
                    const std::string& payload = "\0\0\0\x02"s, char code = '\x81') {
     return status + '\0' + code + '\0' + static_cast<char>(payload.size()) +
@@ -51,6 +55,15 @@ class GvcpChannelTest : public testing::Test {
             0x0A00, answer);
         payload = TextOf(answer);
         return result;
+    }
+
+    NxResult StartOperation(milliseconds pendingTimeout) {
+        channel->SetPendingTimeout(pendingTimeout);
+        std::span<const std::byte> answer;
+        return channel->Transact(Command::kWriteRegister,
+                                 GvcpPacket::WriteRegisters(std::array{
+                                     GvcpPacket::RegisterValue{.address = 0x9000, .value = 1}}),
+                                 0x9000, answer, GvcpChannel::Effect::kMayTakeLong);
     }
 
     ScriptedSocket* script = nullptr;
@@ -227,17 +240,7 @@ TEST_F(GvcpChannelTest, HoldsAWriteBackThatALateCopyOfAnEarlierOneCouldUndo) {
 }
 
 TEST_F(GvcpChannelTest, GivesAnOperationTimeBeforeItIsStartedAgain) {
-    const std::string packet =
-        "\x42\x01\x00\x82\x00\x08\x00\x01\x00\x00\x90\x00"s
-        "\0\0\0\x01"s;
-    const auto open = [&](milliseconds pendingTimeout) {
-        channel->SetPendingTimeout(pendingTimeout);
-        std::span<const std::byte> answer;
-        return channel->Transact(Command::kWriteRegister,
-                                 GvcpPacket::WriteRegisters(std::array{
-                                     GvcpPacket::RegisterValue{.address = 0x9000, .value = 1}}),
-                                 0x9000, answer, GvcpChannel::Effect::kMayTakeLong);
-    };
+    const std::string packet = Start(1);
     script->ExpectSend(kDevice, packet)
         .TimeOut(milliseconds(500), milliseconds(500))
         .ExpectSend(kDevice, packet)
@@ -246,15 +249,34 @@ TEST_F(GvcpChannelTest, GivesAnOperationTimeBeforeItIsStartedAgain) {
         .TimeOut(milliseconds(300), milliseconds(300))
         .ExpectSend(kDevice, packet)
         .Reply(kDevice, Answer(1, "\0\0"s, "\0\0\0\x01"s, '\x83'));
-    EXPECT_TRUE(open(milliseconds(0)).IsOK());
-    std::string next = packet;
-    next[7] = 2;
+    EXPECT_TRUE(StartOperation(milliseconds(0)).IsOK());
+    const std::string next = Start(2);
     script->TimeOut()
         .ExpectSend(kDevice, next)
         .TimeOut(milliseconds(1300), milliseconds(1300))
         .ExpectSend(kDevice, next)
         .Reply(kDevice, Answer(2, "\0\0"s, "\0\0\0\x01"s, '\x83'));
-    EXPECT_TRUE(open(milliseconds(1200)).IsOK());
+    EXPECT_TRUE(StartOperation(milliseconds(1200)).IsOK());
+}
+
+TEST_F(GvcpChannelTest, SendsAnOperationAsOftenAsOtherCommandsHoweverLongItMayTake) {
+    const auto start = script->Now();
+    for (int i = 0; i < 2; ++i) {
+        script->ExpectSend(kDevice, Start(1)).TimeOut(milliseconds(2100), milliseconds(2100));
+    }
+    for (int i = 0; i < 15; ++i) {
+        script->ExpectSend(kDevice, Start(1)).TimeOut(milliseconds(300), milliseconds(300));
+    }
+    script->ExpectSend(kDevice, Start(1)).TimeOut(milliseconds(100), milliseconds(100));
+    EXPECT_EQ(StartOperation(milliseconds(60000)).GetCode(), kNxTimeout);
+    EXPECT_EQ(script->Now() - start, milliseconds(8800));
+}
+
+TEST_F(GvcpChannelTest, KeepsToItsDeadlineWithAnOperation) {
+    channel->SetDeadline(script->Now() + milliseconds(2500));
+    script->ExpectSend(kDevice, Start(1)).TimeOut(milliseconds(2100), milliseconds(2100));
+    script->ExpectSend(kDevice, Start(1)).TimeOut(milliseconds(400), milliseconds(400));
+    EXPECT_EQ(StartOperation(milliseconds(2000)).GetCode(), kNxTimeout);
 }
 
 TEST_F(GvcpChannelTest, ResendsInTimeWhileDatagramsOfOthersKeepComing) {
