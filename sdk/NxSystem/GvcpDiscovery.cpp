@@ -129,17 +129,17 @@ void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point un
         entries.push_back({search->Descriptor(), POLLIN, 0});
     }
     for (;;) {
-        const auto remaining = std::chrono::ceil<milliseconds>(until - Clock::now()).count();
-        if (remaining <= 0) {
-            return;
-        }
-        if (poll(entries.data(), entries.size(), static_cast<int>(remaining)) <= 0) {
-            continue;
-        }
-        for (std::size_t i = 0; i < entries.size(); ++i) {
+        const auto remaining =
+            std::max(std::chrono::ceil<milliseconds>(until - Clock::now()), milliseconds(0));
+        const int ready = poll(entries.data(), entries.size(), static_cast<int>(remaining.count()));
+        for (std::size_t i = 0; ready > 0 && i < entries.size(); ++i) {
             if (entries[i].revents != 0) {
                 searches[i]->Collect();
             }
+        }
+        // Not before a last look: a computer that is busy elsewhere may come back too late.
+        if (remaining.count() == 0) {
+            return;
         }
     }
 }

@@ -10,8 +10,6 @@
 #include <NxGenICam/NxGenEnumEntry.h>
 #include <NxGenICam/NxGenFile.h>
 #include <NxGenICam/NxGenParameterArray.h>
-#include <NxSystem/NxInterface.h>
-#include <NxSystem/NxSystem.h>
 
 #include "../simulator/Payload.h"
 #include "NxDeviceFixture.h"
@@ -37,15 +35,6 @@ TEST_F(NxDeviceTest, ReadsTextsAndEnumerations) {
     ExpectOK(files->GetEntryByName("RemoteUpdateDfw", entry));
     EXPECT_EQ(device->GetParameters()->GetEnum("Nonsense"), nullptr);
     EXPECT_TRUE(NxGenFile::IsSupported(device->GetParameters()));
-}
-
-TEST_F(NxDeviceTest, IsListedOnceBehindAnInterfaceWithTwoAddresses) {
-    ASSERT_EQ(Process::Run({"ip", "address", "add", "10.99.98.1/32", "dev", "lo"}).exitStatus, 0);
-    StartDevice(Builder());
-    NxSystem system;
-    ExpectOK(system.Find());
-    ASSERT_EQ(system.GetInterfaceCount(), 1U);
-    EXPECT_EQ(system.GetInterface(0)->GetDeviceCount(), 1U);
 }
 
 TEST_F(NxDeviceTest, ConnectsWithoutAnInterface) {
