@@ -36,8 +36,9 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
             share = {.port = std::move(known), .xml = entry.xml};
             return {};
         }
+        // While its channel lives, this process holds the interface, and nobody can claim it twice.
         // One that is there and does not answer would not do so for a new connection either.
-        if (result.GetCode() == kNxTimeout) {
+        if (known->IsAlive() || result.GetCode() == kNxTimeout) {
             return result;
         }
     }

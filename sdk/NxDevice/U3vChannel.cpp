@@ -246,9 +246,9 @@ U3vChannel::Clock::time_point U3vChannel::After(milliseconds patience) const {
 
 NxResult U3vChannel::Fail(unsigned int code, const std::string& reason) {
     mFailure = NxResult(code, mDevice + " " + reason);
-    mIsAlive = false;
-    // The next connection to the device claims its interface.
+    // The next connection to the device claims its interface, as soon as this one is not alive.
     mPipe.reset();
+    mIsAlive = false;
     return mFailure;
 }
 

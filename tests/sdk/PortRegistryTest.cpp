@@ -24,11 +24,13 @@ class FakePort : public DevicePort {
     [[nodiscard]] bool IsAlive() const override { return isAlive; }
     NxResult Probe() override {
         ++probes;
+        isAlive = failure.IsOK() || survivesFailure;
         return failure;
     }
 
     bool isAlive = true;
-    NxResult failure;
+    NxResult failure;  ///< of a probe
+    bool survivesFailure = false;
     int probes = 0;
 };
 
@@ -91,4 +93,20 @@ TEST_F(PortRegistryTest, DoesNotAskADeviceTwiceThatDoesNotAnswer) {
     EXPECT_EQ(Acquire(mSecond).GetCode(), kNxTimeout);
     EXPECT_EQ(opened.size(), 1U);
     EXPECT_EQ(mSecond.port, nullptr);
+}
+
+TEST_F(PortRegistryTest, SaysWhyADeviceRefusesWhoseInterfaceThisProgramHolds) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    opened[0]->failure = NxResult(kNxDeviceError, "refused to read (BUSY 0x8007)");
+    opened[0]->survivesFailure = true;
+    const NxResult result = Acquire(mSecond);
+    EXPECT_EQ(result.GetCode(), kNxDeviceError);
+    EXPECT_STREQ(result.GetDescription().GetAscii(), "refused to read (BUSY 0x8007)");
+    // A second claim of the interface would be refused for the sake of the first.
+    EXPECT_EQ(opened.size(), 1U);
+    EXPECT_EQ(mSecond.port, nullptr);
+
+    opened[0]->failure = NxResult();
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(mFirst.port, mSecond.port);
 }

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 #include <NxBase/NxResultCodes.h>
 
@@ -23,6 +25,17 @@ class U3vChannelTest : public testing::Test {
 
     ScriptedPipe::Log mLog;
     U3vChannel mChannel{std::make_unique<ScriptedPipe>(mLog), "Device X"};
+};
+
+/// Calls back when it gives the device's interface back.
+class ClosingPipe : public ScriptedPipe {
+  public:
+    ClosingPipe(Log& log, std::function<void()> onClose)
+        : ScriptedPipe(log), mOnClose(std::move(onClose)) {}
+    ~ClosingPipe() override { mOnClose(); }
+
+  private:
+    std::function<void()> mOnClose;
 };
 
 }  // namespace
@@ -173,6 +186,19 @@ TEST_F(U3vChannelTest, SaysAtOnceThatTheDeviceWasUnplugged) {
     EXPECT_EQ(result.GetCode(), kNxDeviceGone);
     EXPECT_THAT(Text(result), HasSubstr("Device X was unplugged"));
     EXPECT_FALSE(mChannel.IsAlive());
+}
+
+TEST_F(U3vChannelTest, GivesTheInterfaceBackBeforeItSaysThatItIsDead) {
+    // Who sees that it is dead claims the interface at once.
+    const U3vChannel* channel = nullptr;
+    bool wasAlive = false;
+    U3vChannel closing(std::make_unique<ClosingPipe>(mLog, [&] { wasAlive = channel->IsAlive(); }),
+                       "Device X");
+    channel = &closing;
+    mLog.sendErrors = {LIBUSB_ERROR_NO_DEVICE};
+    EXPECT_EQ(closing.Write(0, Bytes(4)).GetCode(), kNxDeviceGone);
+    EXPECT_TRUE(wasAlive);
+    EXPECT_FALSE(closing.IsAlive());
 }
 
 TEST_F(U3vChannelTest, ClearsAStallAndReportsIt) {
