@@ -166,11 +166,9 @@ NxResult U3vPort::Probe() {
     if (!lock.owns_lock()) {
         return NxResult();
     }
-    mChannel.SetDeadline(U3vChannel::Clock::now() + kStartPatience);
+    // No deadline: a command that goes unanswered is the end of the connections that are there.
     std::uint64_t sbrm = 0;
-    NxResult result = ReadNumber(kSbrmAddressRegister, sbrm);
-    mChannel.ClearDeadline();
-    return result;
+    return ReadNumber(kSbrmAddressRegister, sbrm);
 }
 
 NxResult U3vPort::ReadNumber(std::uint64_t address, std::uint32_t& number) {

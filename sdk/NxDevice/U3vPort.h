@@ -33,7 +33,8 @@ class U3vPort : public DevicePort {
 
     NxResult ReadDescription(std::string& xml) override;
     [[nodiscard]] bool IsAlive() const override { return mChannel.IsAlive(); }
-    /// A device that restarted is another one to USB, and the old one is gone without a sign.
+    /// A device that restarted is another one to USB, and the old one is gone without a sign. The
+    /// device is given as long to answer as for any command.
     NxResult Probe() override;
 
   private:

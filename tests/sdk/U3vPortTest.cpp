@@ -94,6 +94,25 @@ TEST_F(U3vPortTest, TellsByAProbeThatTheDeviceIsGone) {
     EXPECT_FALSE(mPort.IsAlive());
 }
 
+TEST_F(U3vPortTest, ProbesWithThePatienceThatTheDeviceAsksFor) {
+    ASSERT_TRUE(Start(Number(12000, 4)).IsOK());
+    mLog.patience.clear();
+    mLog.answers = {ScriptedPipe::Pending(3000), Number(0x2000, 8)};
+    EXPECT_TRUE(mPort.Probe().IsOK());
+    ASSERT_EQ(mLog.patience.size(), 2U);
+    EXPECT_GT(mLog.patience[0].count(), 12000);
+    EXPECT_GT(mLog.patience[1].count(), 12000);
+}
+
+TEST_F(U3vPortTest, LivesOnWhenAProbeIsRefused) {
+    ASSERT_TRUE(Start(Number(200, 4)).IsOK());
+    mLog.answers = {ScriptedPipe::Ack(0x0801, {}, 0x8006)};
+    EXPECT_EQ(mPort.Probe().GetCode(), kNxDeviceError);
+    EXPECT_TRUE(mPort.IsAlive());
+    mLog.answers = {ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
+}
+
 TEST_F(U3vPortTest, WaitsForNoOtherThreadsCommandToTellWhetherItIsAlive) {
     SlowPipe::Gate gate;
     U3vPort port(nullptr, std::make_unique<SlowPipe>(gate), "Device X");
