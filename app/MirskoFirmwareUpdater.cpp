@@ -23,7 +23,7 @@ constexpr int kNoDevice = 100;
 constexpr int kNoFirmwareFile = 101;
 constexpr int kWrongModel = 103;
 
-// Carriage returns on purpose: the text is shown on consoles of both kinds.
+// The carriage returns are part of the text on purpose.
 constexpr std::string_view kUsage =
     "Usage: MirskoFirmwareUpdater [options] <--localinterface= | --u3v> "
     "<firmware_file.dfw/.zip>\r\n"
@@ -94,7 +94,7 @@ bool MirskoFirmwareUpdaterApp::InitInstance(int argc, const char** argv) {
         exitCode = kNoFirmwareFile;
         return false;
     }
-    // Held open while the job runs: its volume cannot be unmounted under the transfer.
+    // Opened to see whether it can be read, never read; left open on purpose until this run ends.
     const std::ifstream firmware(path);
     if (!firmware.good()) {
         exitCode = kNoFirmwareFile;

@@ -24,14 +24,13 @@ class OpenArchive {
     std::optional<mz_uint> Find(const std::string& name) {
         const mz_uint count = mz_zip_reader_get_num_files(&mArchive);
         mz_zip_archive_file_stat member = {};
-        // Member 0 must be readable even when another one is asked for: an archive that is damaged
-        // from its first entry on is not trusted any further.
+        // Member 0 must be readable on purpose, even when another one is asked for.
         if (count == 0 || mz_zip_reader_file_stat(&mArchive, 0, &member) == 0) {
             return std::nullopt;
         }
         for (mz_uint i = 0; i < count; ++i) {
-            // A part of the stored name is enough on purpose: packages may keep their members in
-            // folders.
+            // A part of the stored name is enough on purpose, so a member in a folder is found by
+            // its bare name.
             if (mz_zip_reader_file_stat(&mArchive, i, &member) != 0 &&
                 std::string(member.m_filename).find(name) != std::string::npos) {
                 return i;
@@ -69,13 +68,11 @@ std::string ZipFwFileReader::ExtractFile(const std::string& aName) {
     if (!member) {
         return {};
     }
-    // The tag comes from the name asked for, not from the stored one, which is not to be trusted in
-    // a path.
+    // From the name asked for, not from the stored one, which may be longer.
     const std::string tag = aName.substr(aName.rfind('.') + 1);
     std::string path = CreateTempFile(NyString(tag.c_str())).GetAscii();
     if (!archive.Extract(*member, path)) {
-        // The file stays in /tmp on purpose: what could be unpacked of a damaged package is all
-        // that is left to look into.
+        // The file stays in /tmp on purpose, after the end of this reader too.
         return {};
     }
     mTempFiles.push_back(path);

@@ -7,8 +7,7 @@
 NyString ZipFwFileReader::CreateTempFile(const NyString& aTag) const {
     char path[256] = {};
     (void)std::snprintf(path, sizeof path, "/tmp/%s-XXXXXX", aTag.GetAscii());
-    // Neither checked nor closed on purpose: what cannot be unpacked to the path fails there, and
-    // the open descriptor shows who uses the file while the tool runs (fuser, lsof).
+    // Neither checked nor closed on purpose: the descriptor stays open until the process ends.
     [[maybe_unused]] const int descriptor = mkstemp(path);
     return NyString(path);
 }

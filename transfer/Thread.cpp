@@ -66,7 +66,7 @@ int Thread::GetProgress() {
         value = mResult.IsOK() ? 100.0 : static_cast<double>(done);
     }
     const double percent = std::fma(value / static_cast<double>(total), 100.0, 0.5);
-    // Only 16 bits are kept on purpose: displays depend on a senseless ratio reading as 0, not 100.
+    // Only the low 16 bits are kept on purpose: above 32767 % anything from 0 to 100 may be read.
     const auto narrowed = static_cast<std::int16_t>(Saturate(percent));
     return std::clamp<int>(narrowed, 0, 100);
 }
@@ -91,8 +91,7 @@ NxResult Thread::Validate() {
         return result;
     }
     const std::string status = mStatus.GetAscii();
-    // Only at the very beginning on purpose: later in a text the phrase may tell of an earlier
-    // update.
+    // At the very beginning only, on purpose; the other phrase counts anywhere.
     if (status.find("Firmware applied:") == 0) {
         return NxResult(kNxOk);
     }

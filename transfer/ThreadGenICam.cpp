@@ -84,8 +84,8 @@ NxResult ThreadGenICam::GetStatus(NxString& status) {
     status = TextOf(buffer);
     const std::string firstText = status.GetAscii();
     int retries = kStatusReads;
-    // Always the first text on purpose: a device that was once busy is given the full minute, since
-    // its status can show an earlier success before its flash is written.
+    // Always the first text on purpose: a device that was once busy is given the full minute,
+    // whatever its status says meanwhile.
     while (firstText.find(kBusyPhrase) != std::string::npos && --retries != 0) {
         (void)file->Close();
         std::this_thread::sleep_for(kStatusPause);

@@ -38,8 +38,8 @@ NxString ThreadTftp::GetLabel() {
     if (mLastWarning.GetLength() == 0) {
         return Thread::GetLabel();
     }
-    // The warning is never forgotten on purpose: it shows again when a transfer begins anew and
-    // stands where it last stood still.
+    // The warning is never forgotten on purpose: it shows again whenever the byte count is back
+    // where it last stood still.
     const bool stalled = done == mWarningProgress;
     if (!stalled && warning.GetLength() == 0) {
         return Thread::GetLabel();

@@ -80,8 +80,8 @@ MirskoFirmwareUpdaterDlg::MirskoFirmwareUpdaterDlg(std::shared_ptr<NxFwFileReade
       selectionGiven(isSelectionGiven),
       directPayload(isDirectPayload) {}
 
-// Neither deletes a worker nor frees a connection: Write deletes its own worker, and a connection
-// left open after a bad manifest stays open on purpose.
+// Neither deletes a worker nor frees a connection, on purpose: Write deletes its own worker, and
+// whoever connects frees the connection or leaves it open.
 MirskoFirmwareUpdaterDlg::~MirskoFirmwareUpdaterDlg() = default;
 
 Result MirskoFirmwareUpdaterDlg::ReadGenStringValue(const std::string& nodeName,
@@ -90,7 +90,8 @@ Result MirskoFirmwareUpdaterDlg::ReadGenStringValue(const std::string& nodeName,
     if (!device->GetParameters()->GetStringValue(nodeName, text).IsOK()) {
         return Result(kGenFUUnreadable);
     }
-    // The model name whatever was asked for, on purpose: packages tell devices apart by model.
+    // The model name whatever was asked for, on purpose; the text just read only tells whether the
+    // node can be read.
     value = deviceInfo->GetModelName().GetAscii();
     return Result(kGenFUDone);
 }
@@ -184,8 +185,7 @@ void MirskoFirmwareUpdaterDlg::CompleteUpdate() {
     if (thread == nullptr) {
         return;
     }
-    // After a failed transfer too, on purpose: the device must be found under its new ID for the
-    // next try.
+    // After a failed transfer too, on purpose.
     if (newDeviceId.GetLength() != 0) {
         std::cout << "Setting new device ID" << std::endl;
         (void)thread->SetNewDeviceId(NxString(newDeviceId));
@@ -229,7 +229,7 @@ bool MirskoFirmwareUpdaterDlg::UpdateFromPackage() {
     }
     const std::string manifestPath = reader->ExtractFile("Manifest.xml");
     const std::string manifest = NxFwFileReader(std::string(), manifestPath).GetFileContent();
-    // Neither is ever deleted on purpose: whatever of the model a run left behind stays valid.
+    // Neither is ever deleted, on purpose: they live until the process ends.
     auto* const control = KeepForever(new NxGenICamLib::GenFUControl(this));
     auto* const parser = KeepForever(new NxGenICamLib::GenFUParser(control));
     const Result built = parser->Build(manifest);
