@@ -1,4 +1,5 @@
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 
 #include <gmock/gmock.h>
@@ -26,6 +27,17 @@ constexpr const char* kUsage =
     "\r\n"
     "The application runs in non-interactive mode.\r\n"
     "The --localinterface and --u3v options are mutually exclusive.\r\n";
+
+// Whether this process has that file open.
+bool IsOpen(const std::string& path) {
+    for (const auto& descriptor : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;  // the descriptor of this iteration itself
+        if (std::filesystem::read_symlink(descriptor.path(), gone) == path) {
+            return true;
+        }
+    }
+    return false;
+}
 
 class ApplicationRunTest : public testing::Test {
   protected:
@@ -57,6 +69,7 @@ TEST_F(ApplicationRunTest, NoArgumentsGiveTheSelectionErrorAndStatus100) {
     EXPECT_EQ(outcome.exitStatus, 100);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, kNoSelection);
+    EXPECT_EQ(outcome.errWithFlushes, std::string(kNoSelection) + "<flush>");
     EXPECT_EQ(script.CountOf("NxSystem::Find"), 0U);
 }
 
@@ -155,6 +168,24 @@ TEST_F(ApplicationRunTest, TheDiscoveryRootOutlivesTheJob) {
 TEST_F(ApplicationRunTest, TheDiscoveryRootIsMadeBeforeAnyOptionIsRead) {
     (void)RunMain({"--help"});
     EXPECT_THAT(script.Log(), testing::ElementsAre("NxSystem::NxSystem", "NxSystem::~NxSystem"));
+}
+
+TEST_F(ApplicationRunTest, TheFirmwareFileStaysOpenUntilTheRunEnds) {
+    script.interfaces = {Usb({UsbCamera("B", "u3v:1")})};
+    const std::string path = folder.Write("fw.dfw", "x");
+    const char* argv[] = {"updater", "--u3v", "--noreset", path.c_str()};
+    std::vector<bool> wasOpen;
+    const auto look = [&] { wasOpen.push_back(IsOpen(path)); };
+    const RecordedStream out(std::cout);
+    script.Expect("NxDevice::CreateAndConnect record u3v:1").Does(look);
+    script.Expect("NxDevice::Free u3v:1");
+    ExpectFileAccessTransfer(script, "u3v:1", path);
+    ExpectFileAccessStatus(script, "Firmware applied: 2.0");
+    script.Expect("NxDevice::Free u3v:1").Does(look);
+    MirskoFirmwareUpdaterApp application;
+    EXPECT_TRUE(application.InitInstance(4, argv));
+    look();
+    EXPECT_THAT(wasOpen, testing::ElementsAre(true, true, false));
 }
 
 TEST_F(ApplicationRunTest, InitInstanceReturnsTheJobsResult) {

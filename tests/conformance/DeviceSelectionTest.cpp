@@ -131,6 +131,15 @@ TEST_F(DeviceSelectionTest, TheCountsAreAskedAgainBeforeEveryStep) {
     EXPECT_EQ(script.CountOf("NxInterface::GetDeviceCount 2"), 0U);
 }
 
+TEST_F(DeviceSelectionTest, TheCountsOfUsbControllersAreAskedAgainBeforeEveryStep) {
+    script.interfaces = {Usb({NullDevice(), Camera("A", "a"), NullDevice()}), Network("1"), Usb()};
+    EXPECT_EQ(SelectU3V(), "none");
+    EXPECT_EQ(script.CountOf("NxSystem::GetInterfaceCount"), 4U);
+    // Four times for the first controller, once for the empty one.
+    EXPECT_EQ(script.CountOf("NxInterface::GetDeviceCount "), 5U);
+    EXPECT_EQ(script.CountOf("NxInterface::GetDeviceCount 1"), 0U);
+}
+
 TEST_F(DeviceSelectionTest, TheRecordStaysValidAcrossALaterSelection) {
     script.interfaces = {Network("1", {Camera("A", "a")}), Usb({UsbCamera("B", "b")})};
     MirskoFirmwareUpdaterApp application;

@@ -21,6 +21,7 @@ UpdaterOutcome RunMain(const std::vector<std::string>& arguments) {
     outcome.out = out.Text();
     outcome.err = err.Text();
     outcome.outWithFlushes = out.TextWithFlushes();
+    outcome.errWithFlushes = err.TextWithFlushes();
     outcome.largestWrite = out.LargestWrite();
     return outcome;
 }

@@ -12,6 +12,7 @@ struct UpdaterOutcome {
     std::string out;
     std::string err;
     std::string outWithFlushes;
+    std::string errWithFlushes;
     std::size_t largestWrite = 0;
 };
 

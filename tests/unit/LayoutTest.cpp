@@ -14,6 +14,7 @@
 #include "ProbeThread.h"
 #include "RecordedStream.h"
 #include "UpdateJob.h"
+#include "UpdaterRun.h"
 #include "ZipFwFileReader.h"
 
 namespace {
@@ -136,6 +137,35 @@ TEST(LayoutTest, TheFieldsOfTheUpdateJobAreInOrderWithTheirFirstValues) {
         EXPECT_EQ(job.newDeviceId.GetLength(), 0U);
     }
     EXPECT_EQ(reader.use_count(), 1);
+}
+
+TEST(LayoutTest, TheStatusOfTheUpdateJobTellsWhatFailed) {
+    const auto statusOf = [](const MirskoFirmwareUpdaterDlg& job) {
+        const std::ptrdiff_t reset = OffsetOf(&job.resetAfterUpdate, &job);
+        return FieldAt<std::int32_t>(&job, static_cast<std::size_t>(reset) - 5);
+    };
+    UpdateJob update{UpdateJob::Mode::kDirect};
+    update.job.resetAfterUpdate = false;
+    ExpectFileAccessUpdate(update.script, "cam", "payload.dfw");
+    EXPECT_TRUE(update.Run().succeeded);
+    EXPECT_EQ(statusOf(update.job), 0);
+
+    ExpectProbe(update.script, "cam");
+    ExpectFileAccessTransfer(update.script, "cam", "payload.dfw");
+    ExpectFileAccessStatus(update.script, "Flash error");
+    update.script.Expect("NxDevice::Free cam");
+    EXPECT_FALSE(update.Run().succeeded);
+    EXPECT_EQ(statusOf(update.job), 104);
+
+    ExpectProbe(update.script, "cam");
+    update.script.Expect("NxDevice::CreateAndConnect cam").Fails(0x104, "refused");
+    EXPECT_FALSE(update.Run().succeeded);
+    EXPECT_EQ(statusOf(update.job), 103);
+
+    // Kept by a later success.
+    ExpectFileAccessUpdate(update.script, "cam", "payload.dfw");
+    EXPECT_FALSE(update.Run().succeeded);
+    EXPECT_EQ(statusOf(update.job), 103);
 }
 
 TEST(LayoutTest, TheReadersSlotsAreInOrderAndTheirPathIsTheFirstField) {

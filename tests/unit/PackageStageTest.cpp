@@ -1,6 +1,12 @@
 // Package mode of an update job: connect, manifest, firmware-update model and its callbacks.
+#include <iostream>
+#include <memory>
+
 #include <gmock/gmock.h>
 
+#include <NxSystem/NxDeviceInfo.h>
+
+#include "RecordedStream.h"
 #include "TemporaryFolder.h"
 #include "UpdateJob.h"
 #include "UpdaterRun.h"
@@ -8,6 +14,7 @@
 namespace {
 
 using NyUtilsLib::Result;
+using Kind = DeviceRecord::Kind;
 using Updater = NxGenICamLib::IGenFUUpdater;
 
 class PackageStageTest : public testing::Test {
@@ -47,6 +54,21 @@ TEST_F(PackageStageTest, AManifestThatDoesNotParseIsOneLineAndLeavesTheConnectio
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.errWithFlushes, "Manifest.xml:1:1: unknown element\n<flush>");
     EXPECT_EQ(script.connections, 1);
+}
+
+TEST_F(PackageStageTest, TheEndOfTheJobFreesNoConnection) {
+    const std::unique_ptr<NxDeviceInfo> device =
+        MakeDeviceInfo({Kind::kGigEVision, "Camera", "cam"});
+    NxString path;
+    auto job =
+        std::make_unique<MirskoFirmwareUpdaterDlg>(update.reader, false, device.get(), path, true);
+    script.Expect("NxDevice::CreateAndConnect record cam");
+    script.Expect("GenFUParser::Build <Manifest/>").Fails(7, "Manifest.xml:1:1: unknown element");
+    const RecordedStream err(std::cerr);
+    EXPECT_FALSE(job->OnInitDialog());
+    job.reset();
+    EXPECT_EQ(script.connections, 1);
+    EXPECT_EQ(script.CountOf("NxDevice::Free cam"), 0U);
 }
 
 TEST_F(PackageStageTest, AMissingManifestIsAnEmptyTextForTheParser) {
@@ -191,7 +213,11 @@ TEST_F(PackageStageTest, WhatTheUpdaterDoesNotProvideGivesCode1540) {
 }
 
 TEST_F(PackageStageTest, AResetBeforeAnyWriteGivesCode16) {
-    ExpectRun([](Updater& updater) { return updater.Reset(); });
+    ExpectRun([](Updater& updater) {
+        const Result result = updater.Reset();
+        EXPECT_EQ(result.GetCode(), 16U);
+        return result;
+    });
     ExpectFree();
     const JobOutcome outcome = update.Run();
     EXPECT_FALSE(outcome.succeeded);

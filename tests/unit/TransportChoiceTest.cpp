@@ -142,6 +142,20 @@ TEST_F(TransportChoiceTest, BothArgumentsOfWriteAreIgnoredInDirectMode) {
     EXPECT_TRUE(update.reader->asked.empty());
 }
 
+TEST_F(TransportChoiceTest, WithoutATransportWriteGivesCode1AndPrintsNothing) {
+    UpdateJob update(UpdateJob::Mode::kDirect, Device(Kind::kUsb3Vision));
+    update.script.Expect("NxDevice::CreateAndConnect record cam").Fails(0x104, "refused");
+    unsigned int code = 0;
+    const JobOutcome outcome = update.Record([&code](MirskoFirmwareUpdaterDlg& job) {
+        code = job.Write("payload.dfw", "Camera").GetCode();
+        return false;
+    });
+    EXPECT_EQ(code, 1U);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(update.script.files + update.script.clients, 0);
+}
+
 TEST_F(TransportChoiceTest, DirectModeAsksForTheModelNameOnce) {
     UpdateJob update(UpdateJob::Mode::kDirect, Device(Kind::kUsb3Vision));
     update.script.Expect("NxDevice::CreateAndConnect record cam").Fails(0x104, "refused");
