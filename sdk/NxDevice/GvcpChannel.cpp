@@ -191,11 +191,9 @@ milliseconds GvcpChannel::LongWait() const {
 }
 
 void GvcpChannel::Resume() {
-    if (mWasCutShort) {
-        mWasCutShort = false;
-        mFailure = NxResult();
-        mIsAlive = true;
-    }
+    mWasCutShort = false;
+    mFailure = NxResult();
+    mIsAlive = true;
 }
 
 void GvcpChannel::WaitForStrays(const StrayWrites::Write& write) {

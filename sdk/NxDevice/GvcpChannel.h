@@ -50,7 +50,7 @@ class GvcpChannel {
     /// Whether commands fail because the deadline passed before one was answered. The device may be
     /// in order then.
     [[nodiscard]] bool WasCutShort() const { return mWasCutShort; }
-    /// Lets commands be sent again after the deadline has cut one short.
+    /// Lets commands be sent again after one has failed.
     void Resume();
     /// The time after which the device says that a command takes longer (GigE Vision 2.0, Pending
     /// Timeout register); that long it may be silent.

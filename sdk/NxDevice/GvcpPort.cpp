@@ -64,11 +64,14 @@ GvcpPort::~GvcpPort() {
     if (mHeartbeat.joinable()) {
         mHeartbeat.join();
     }
-    mChannel->Resume();
+    if (mChannel->WasCutShort()) {
+        mChannel->Resume();
+    }
     if (mIsController && mChannel->IsAlive()) {
         if (mConfiguration.has_value()) {
             mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
             (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
+            // In so short a time a device that is not mute may be missed.
             mChannel->Resume();
         }
         mChannel->SetDeadline(mChannel->Now() + kReleasePatience);

@@ -66,10 +66,10 @@ NxResult ScriptedSocket::Receive(std::span<std::byte> buffer, Clock::time_point 
     if (!mSteps.empty() && mSteps.front().kind == Kind::kTimeOut) {
         step = mSteps.front();
         mSteps.pop_front();
-        const Clock::duration wait = deadline - mNow;
+        const Clock::duration wait = deadline - Now();
         EXPECT_GE(wait, step.shortest);
         EXPECT_LE(wait, step.longest);
-        mNow = std::max(mNow, deadline);
+        mNow = std::max(Now(), deadline);
         timedOut = true;
         return NxResult();
     }
@@ -79,7 +79,7 @@ NxResult ScriptedSocket::Receive(std::span<std::byte> buffer, Clock::time_point 
     if (step.kind == Kind::kFail) {
         return NxResult(step.code, "as scripted");
     }
-    mNow += step.shortest;
+    Pass(step.shortest);
     from = step.endpoint;
     length = std::min(buffer.size(), step.datagram.size());
     std::copy_n(BytesOf(step.datagram).begin(), length, buffer.begin());

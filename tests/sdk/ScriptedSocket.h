@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <string>
 
@@ -22,6 +23,9 @@ class ScriptedSocket : public DatagramSocket {
     /// The next Send or Receive fails with that code.
     ScriptedSocket& Fail(unsigned int code);
 
+    /// Lets time pass between the steps.
+    void Pass(Clock::duration time) { mNow = mNow.load() + time; }
+
     NxResult Send(const Endpoint& to, std::span<const std::byte> datagram) override;
     NxResult Receive(std::span<std::byte> buffer, Clock::time_point deadline, std::size_t& length,
                      Endpoint& from, bool& timedOut) override;
@@ -41,6 +45,7 @@ class ScriptedSocket : public DatagramSocket {
     [[nodiscard]] bool Next(Kind kind, const std::string& instead, Step& step);
 
     std::deque<Step> mSteps;
-    Clock::time_point mNow{std::chrono::hours(1)};
+    // Atomic for a thread of the code under test that looks at the clock meanwhile.
+    std::atomic<Clock::time_point> mNow{Clock::time_point(std::chrono::hours(1))};
     bool mBroken = false;
 };
