@@ -12,6 +12,7 @@
 #include <NxBase/ByteOrder.h>
 #include <NxSystem/U3vDescriptor.h>
 #include <NxSystem/U3vIdentity.h>
+#include <NxSystem/U3vTextTime.h>
 
 #include "DescriptionArchive.h"
 #include "UsbBulkPipe.h"
@@ -20,7 +21,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// With the half second for the device's texts, below the five seconds within which a connection is
+// With the 0.8 seconds for the devices' texts, below the five seconds within which a connection is
 // made or refused.
 constexpr milliseconds kStartPatience{1500};
 constexpr milliseconds kDescriptionPatience{2500};
@@ -216,13 +217,11 @@ NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port)
     auto usb = std::make_unique<UsbContext>();
     NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
                                         " is plugged in; check its cable and its power");
-    for (libusb_device* device : usb->GetDevices()) {
-        U3vDescriptor descriptor;
-        if (!U3vDescriptor::Find(device, descriptor)) {
-            continue;
-        }
+    const auto cameras = U3vDescriptor::FindAll(*usb);
+    U3vTextTime time(cameras.size());
+    for (const auto& [device, descriptor] : cameras) {
         U3vIdentity identity;
-        const NxResult read = U3vIdentity::Read(device, descriptor, identity);
+        const NxResult read = U3vIdentity::Read(device, descriptor, time.TakeShare(), identity);
         if (identity.GetName() != guid && "@" + identity.place != guid) {
             // Which device that is cannot be told; it may well be the one that is meant.
             if (!read.IsOK()) {

@@ -5,6 +5,8 @@
 
 #include <libusb.h>
 
+#include <NxSystem/UsbContext.h>
+
 namespace {
 
 // Device class of devices with interface associations (USB-IF: EF/02/01).
@@ -99,4 +101,16 @@ bool U3vDescriptor::Find(libusb_device* device, U3vDescriptor& descriptor) {
         }
     }
     return false;
+}
+
+std::vector<std::pair<libusb_device*, U3vDescriptor>> U3vDescriptor::FindAll(
+    const UsbContext& usb) {
+    std::vector<std::pair<libusb_device*, U3vDescriptor>> found;
+    for (libusb_device* device : usb.GetDevices()) {
+        U3vDescriptor descriptor;
+        if (Find(device, descriptor)) {
+            found.emplace_back(device, descriptor);
+        }
+    }
+    return found;
 }

@@ -20,10 +20,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// One text takes well under a millisecond; a device that needs longer is not waited for again, and
-// for all of its texts together only so long that it cannot hold up discovery.
+// One text takes well under a millisecond; a device that needs longer is not waited for again.
 constexpr milliseconds kTextPatience{250};
-constexpr milliseconds kPatience{500};
 constexpr std::size_t kLongestName = 64;
 
 struct CloseHandle {
@@ -113,7 +111,7 @@ bool IsUsableName(const std::string& guid) {
 }  // namespace
 
 NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descriptor,
-                           U3vIdentity& identity) {
+                           milliseconds patience, U3vIdentity& identity) {
     identity = U3vIdentity();
     identity.place = UsbContext::GetPlace(device);
     identity.vendor = ReadSystemText(identity.place, "manufacturer");
@@ -127,7 +125,7 @@ NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descripto
     }
     const Handle handle(opened);
 
-    const Clock::time_point deadline = Clock::now() + kPatience;
+    const Clock::time_point deadline = Clock::now() + patience;
     StringDescriptor bytes{};
     int length = ReadStringDescriptor(opened, 0, 0, deadline, bytes);
     // US English is the one language that every device has to offer.

@@ -5,6 +5,7 @@
 
 #include <libusb.h>
 
+#include <NxSystem/U3vTextTime.h>
 #include <NxSystem/UsbContext.h>
 
 namespace {
@@ -39,14 +40,15 @@ std::vector<UsbController> ListUsbControllers() {
     const UsbContext usb;
     std::vector<Controller> controllers;
     for (libusb_device* device : usb.GetDevices()) {
-        UsbController& controller = ControllerOf(controllers, device);
-        U3vDescriptor descriptor;
-        if (U3vDescriptor::Find(device, descriptor)) {
-            U3vIdentity identity;
-            // A device that cannot be opened is listed too: connecting to it then says why.
-            (void)U3vIdentity::Read(device, descriptor, identity);
-            controller.devices.push_back(std::move(identity));
-        }
+        (void)ControllerOf(controllers, device);
+    }
+    const auto cameras = U3vDescriptor::FindAll(usb);
+    U3vTextTime time(cameras.size());
+    for (const auto& [device, descriptor] : cameras) {
+        U3vIdentity identity;
+        // A device that cannot be opened is listed too: connecting to it then says why.
+        (void)U3vIdentity::Read(device, descriptor, time.TakeShare(), identity);
+        ControllerOf(controllers, device).devices.push_back(std::move(identity));
     }
     std::vector<UsbController> found;
     for (Controller& controller : controllers) {

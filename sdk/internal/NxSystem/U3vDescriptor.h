@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 #include <NxBase/NxApi.h>
 
 struct libusb_device;
+class UsbContext;
 
 /// What the descriptors of a USB3 Vision device say about its control interface, read without
 /// opening the device (USB3 Vision 1.0, section 2 "Device Identification").
@@ -23,4 +26,7 @@ struct NX_API U3vDescriptor {
 
     /// @return false, `descriptor` untouched, when it is no USB3 Vision device
     [[nodiscard]] static bool Find(libusb_device* device, U3vDescriptor& descriptor);
+    /// The USB3 Vision devices among all, in their order.
+    [[nodiscard]] static std::vector<std::pair<libusb_device*, U3vDescriptor>> FindAll(
+        const UsbContext& usb);
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include <NxBase/NxApi.h>
@@ -18,11 +19,12 @@ struct NX_API U3vIdentity {
     std::string userName;
 
     /// Opens the device, reads its texts and closes it again; the interface is not claimed, so a
-    /// program that works with the device is not disturbed. Ends within half a second.
+    /// program that works with the device is not disturbed.
+    /// @param patience for all texts together; those that do not come in time are left out
     /// @param identity when the device cannot be opened, what the system itself knows about it
     /// @return kNxAccessDenied, kNxDeviceGone, kNxTimeout or kNxProtocol
     static NxResult Read(libusb_device* device, const U3vDescriptor& descriptor,
-                         U3vIdentity& identity);
+                         std::chrono::milliseconds patience, U3vIdentity& identity);
 
     /// What names the device in a connection ID: its GUID, or '@' and its place when it has none
     /// that could be read.

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <libusb.h>
+
+/// A USB3 Vision device of the libusb that FakeUsb plays.
+struct libusb_device {
+    std::map<std::uint8_t, std::u16string> texts{{1, u"123456789ABC"}, {2, u"Maker"}, {3, u"Model"},
+                                                 {4, u"1.0"},          {5, u"7"},     {6, u"Left"}};
+    std::chrono::milliseconds delay{0};  ///< of every answer; one that is too late is none
+    std::uint8_t port = 3;               ///< of bus 250
+};
+
+/// Plays libusb to the libraries that this program is linked with, and the monotonic clock too:
+/// nothing but waiting for a device takes time. One at a time.
+class FakeUsb {
+  public:
+    FakeUsb();
+    ~FakeUsb();
+    FakeUsb(const FakeUsb&) = delete;
+    FakeUsb& operator=(const FakeUsb&) = delete;
+
+    /// Waits as long as the device takes to answer, and no longer than that.
+    /// @return false when the answer is too late
+    bool Await(const libusb_device& device, std::chrono::milliseconds timeout);
+
+    std::vector<libusb_device> devices;
+    std::vector<std::chrono::milliseconds> timeouts;  ///< of the requests for texts
+    std::chrono::milliseconds waited{0};              ///< for all answers together
+};
