@@ -43,6 +43,9 @@ NxResult WaitUntilDone(NodeMap& nodes, const std::string& operation) {
     }
     OperationWait wait(operation, nodes.Device().Port().DeviceName());
     while (true) {
+        if (NxResult result = nodes.CheckLengths(FileNodes::kExecute); !result.IsOK()) {
+            return result;
+        }
         std::int64_t value = 0;
         if (NxResult result = ReadLinkedInteger(nodes, state.valueNode, value); !result.IsOK()) {
             return result;

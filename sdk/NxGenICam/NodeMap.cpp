@@ -98,7 +98,7 @@ NxResult NodeMap::Find(const std::string& name, ArvGcFeatureNode*& node) {
         node = nullptr;
         return {};
     }
-    if (NxResult result = mLengths.Check(name); !result.IsOK()) {
+    if (NxResult result = CheckLengths(name); !result.IsOK()) {
         return result;
     }
     auto* feature = ARV_GC_FEATURE_NODE(found);
@@ -290,7 +290,7 @@ NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) 
 
 NxResult NodeMap::CheckEntries(ArvGcEnumeration* enumeration) {
     const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(enumeration));
-    return name != nullptr ? mLengths.Check(name) : NxResult();
+    return name != nullptr ? CheckLengths(name) : NxResult();
 }
 
 NxResult NodeMap::FindEntry(ArvGcEnumeration* enumeration, const std::string& entry,

@@ -47,6 +47,10 @@ class NodeMap {
     NxResult ReadRegisterAddress(const std::string& name, std::uint64_t& address);
     NxResult ReadRegisterLength(const std::string& name, std::uint64_t& length);
 
+    /// Must come before each further access to a node that Find found a while ago: what tells the
+    /// lengths of its registers is read anew.
+    /// @return kNxBadDescription when an access to it would read a register of absurd length
+    NxResult CheckLengths(const std::string& name) { return mLengths.Check(name); }
     /// Must come before the entries of an enumeration that Find found a while ago are accessed.
     /// @return kNxBadDescription when an access to them would read a register of absurd length
     NxResult CheckEntries(ArvGcEnumeration* enumeration);

@@ -6,6 +6,8 @@
 
 #include <NxBase/NxResultCodes.h>
 
+#include "GenXml.h"
+
 using testing::HasSubstr;
 using testing::StrEq;
 
@@ -48,6 +50,24 @@ TEST_F(NxGenFileTest, ReadsThroughTheNodeMapWhereARegisterIsNotPlain) {
     ExpectOK(file.Read(reinterpret_cast<unsigned char*>(buffer.data()), 1024, read));
     ASSERT_EQ(read, 700);
     EXPECT_EQ(buffer.substr(0, 700), content);
+}
+
+TEST_F(NxGenFileTest, SeesThatAnOperationIsDoneWhereTheLengthOfARegisterDependsOnIt) {
+    device = std::make_unique<FileDevice>();
+    std::string xml = device->Xml();
+    std::string executing = GenXml::Register("ExecutingReg", 0x3000);
+    const std::string length = "<Length>4</Length>";
+    executing.replace(executing.find(length), length.size(), "<pLength>Bytes</pLength>");
+    xml.insert(xml.find("<CommandValue>"), "<pIsAvailable>ExecutingReg</pIsAvailable>");
+    xml.insert(xml.find("<Port "),
+               executing + GenXml::Register("SameExecuteReg", 0x2000) +
+                   "<IntSwissKnife Name=\"Bytes\"><pVariable Name=\"BUSY\">SameExecuteReg"
+                   "</pVariable><Formula>4 + 0 * BUSY</Formula></IntSwissKnife>\n");
+    device->port->StoreBig(0x3000, 1);
+    Load(xml);
+    device->asksUntilDone = 5;
+    ExpectOK(file.Open(parameters.get(), "StatusTxt", NxGenOpenMode::kRead));
+    EXPECT_EQ(device->openFile, "StatusTxt");
 }
 
 TEST_F(NxGenFileTest, ClosesAFileThatWasLeftOpenAndOpensItAgain) {
