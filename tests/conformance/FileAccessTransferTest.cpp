@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "OutcomeWatch.h"
 #include "ThreadGenICam.h"
 #include "UpdaterRun.h"
 
@@ -221,6 +222,22 @@ TEST_F(FileAccessTransferTest, TheLabelFollowsThePhases) {
     EXPECT_EQ(worker->GetProgress(), 100);
 }
 
+TEST_F(FileAccessTransferTest, AFailureToTellTheProgressIsIgnored) {
+    script.progress = {{0, 4096}, {2048, 4096}, {4096, 4096}};
+    script.progressResult = NxResult(0x103, "no progress");
+    script.Expect("NxDevice::CreateAndConnect cam");
+    script.Expect("NxGenFile::Open RemoteUpdateDfw write");
+    script.Expect("NxGenFile::WriteFrom fw.dfw").LastsUntilSleep(2);
+    script.Expect("NxGenFile::Close");
+    worker->Start();
+    (void)script.Sleep(1);
+    EXPECT_EQ(Label(), "2/4 KBs transferred (50%)");
+    EXPECT_EQ(worker->GetProgress(), 50);
+    (void)script.Sleep(1);
+    EXPECT_TRUE(worker->IsComplete());
+    EXPECT_EQ(worker->GetProgress(), 100);
+}
+
 TEST_F(FileAccessTransferTest, APollBeforeThereIsAFileReportsNothing) {
     long done = 7;
     long total = 9;
@@ -258,6 +275,24 @@ TEST_F(FileAccessTransferTest, TheFileIsDeletedBeforeTheConnectionIsFreed) {
     SetUp();
     ExpectFileAccessTransfer(script, "cam", "fw.dfw");
     worker->Run();
+}
+
+TEST(FileAccessOutcomeTest, TheOutcomeIsStoredBeforeTheTransferringEnds) {
+    for (const unsigned int code : {0U, 0x103U}) {
+        Script script;
+        OutcomeWatch<ThreadGenICam> worker(script, "cam", "fw.dfw");
+        script.Expect("NxDevice::CreateAndConnect cam");
+        script.Expect("NxGenFile::Open RemoteUpdateDfw write");
+        script.Expect("NxGenFile::WriteFrom fw.dfw").result = NxResult(code);
+        script.Expect("NxGenFile::Close").Does([&worker] {
+            EXPECT_FALSE(worker.IsTransferring());
+        });
+        worker.Run();
+        script.onLock = nullptr;
+        EXPECT_EQ(worker.mResult.GetCode(), code);
+        EXPECT_THAT(worker.transferring, testing::ElementsAre(true));
+        script.Expect("NxDevice::Free cam");
+    }
 }
 
 TEST(FileAccessWithoutConnectionTest, ARecordFailsInsteadOfTouchingANullObject) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "OutcomeWatch.h"
 #include "ThreadTftp.h"
 #include "UpdaterRun.h"
 
@@ -186,6 +187,58 @@ TEST_F(TftpTransferTest, ProgressIsReportedOnlyWhileTheFileIsSent) {
     (void)script.Sleep(1);
     EXPECT_TRUE(worker.IsComplete());
     EXPECT_EQ(worker.GetProgress(), 100);
+}
+
+TEST_F(TftpTransferTest, TheOutcomeIsStoredBeforeTheTransferringEnds) {
+    for (const unsigned int code : {0U, 0x103U}) {
+        OutcomeWatch<ThreadTftp> watched(script, "cam", "fw.dfw");
+        script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
+        script.Expect("NxTftpClient::SendFile fw.dfw").result = NxResult(code);
+        watched.Run();
+        script.onLock = nullptr;
+        EXPECT_FALSE(watched.IsTransferring());
+        EXPECT_EQ(watched.mResult.GetCode(), code);
+        EXPECT_THAT(watched.transferring, testing::ElementsAre(true));
+    }
+}
+
+TEST_F(TftpTransferTest, FailuresToTellProgressAndWarningAreIgnored) {
+    Transfer();
+    script.progressResult = NxResult(0x103, "no progress");
+    script.warningResult = NxResult(0x103, "no warning");
+    EXPECT_EQ(LabelAt(51200, ""), "50/100 KBs transferred (50%)");
+    EXPECT_EQ(LabelAt(51200, "waiting"), "waiting");
+    EXPECT_EQ(LabelAt(61440, ""), "60/100 KBs transferred (60%)");
+    long done = 0;
+    long total = 0;
+    worker.GetRawProgress(done, total);
+    EXPECT_EQ(done, 61440);
+    EXPECT_EQ(total, 102400);
+}
+
+TEST_F(TftpTransferTest, TheLabelAsksForTheProgressOfASubclass) {
+    class OwnProgress : public ThreadTftp {
+      public:
+        using ThreadTftp::ThreadTftp;
+        void GetRawProgress(long& doneBytes, long& totalBytes) override {
+            doneBytes = done;
+            totalBytes = 102400;
+        }
+        long done = 0;
+    };
+    OwnProgress own("cam", "fw.dfw");
+    ExpectTftpTransfer(script, "cam", "fw.dfw");
+    own.Run();
+    // The client's own count stands still all the time.
+    script.progress = {{1024, 102400}};
+    script.warnings = {"waiting"};
+    own.done = 51200;
+    EXPECT_STREQ(own.GetLabel().GetAscii(), "waiting");
+    script.warnings = {""};
+    own.done = 61440;
+    EXPECT_STREQ(own.GetLabel().GetAscii(), "60/100 KBs transferred (60%)");
+    own.done = 51200;
+    EXPECT_STREQ(own.GetLabel().GetAscii(), "waiting");
 }
 
 TEST_F(TftpTransferTest, TheClientIsFreedWithTheWorker) {

@@ -18,6 +18,7 @@ class NxDevice::Impl {
 
 NxDevice::NxDevice(std::unique_ptr<Impl> impl) : mImpl(std::move(impl)) {
     ++Script::Active().connections;
+    Script::Active().newestConnection = this;
 }
 
 NxDevice::~NxDevice() {

@@ -10,6 +10,7 @@ class NxGenFile::Impl {};
 NxGenFile::NxGenFile() {
     Script::Active().Note("NxGenFile::NxGenFile");
     ++Script::Active().files;
+    Script::Active().newestFile = this;
 }
 
 NxGenFile::~NxGenFile() {
@@ -23,9 +24,11 @@ bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
 }
 
 NxResult NxGenFile::Open(NxGenParameterArray*, const NxString& fileName, NxGenOpenMode mode) {
-    const char* const way = static_cast<int>(mode) == 0 ? " write" : " read";
+    // Of SFNC's ways to open a file, the number that each goes by in this SDK.
+    const int number = static_cast<int>(mode);
+    const std::string way = number == 0 ? "write" : number == 1 ? "read" : std::to_string(number);
     return Script::Active()
-        .Take(std::string("NxGenFile::Open ") + fileName.GetAscii() + way)
+        .Take(std::string("NxGenFile::Open ") + fileName.GetAscii() + " " + way)
         .result;
 }
 
@@ -57,5 +60,5 @@ NxResult NxGenFile::GetProgress(long& done, long& total) {
     const Script::Progress progress = Script::Active().CurrentProgress();
     done = progress.first;
     total = progress.second;
-    return NxResult();
+    return Script::Active().progressResult;
 }

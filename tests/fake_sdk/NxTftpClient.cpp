@@ -10,6 +10,7 @@ class NxTftpClient::Impl {};
 NxTftpClient::NxTftpClient() {
     Script::Active().Note("NxTftpClient::NxTftpClient");
     ++Script::Active().clients;
+    Script::Active().newestClient = this;
 }
 
 NxTftpClient::~NxTftpClient() {
@@ -49,10 +50,10 @@ NxResult NxTftpClient::GetProgress(long& done, long& total) {
     const Script::Progress progress = Script::Active().CurrentProgress();
     done = progress.first;
     total = progress.second;
-    return NxResult();
+    return Script::Active().progressResult;
 }
 
 NxResult NxTftpClient::GetWarning(NxString& warning) {
     warning = Script::Active().CurrentWarning();
-    return NxResult();
+    return Script::Active().warningResult;
 }

@@ -74,8 +74,14 @@ class Script {
     std::map<std::string, std::vector<EnumEntry>> enums;
     std::map<std::string, std::string> strings;
 
+    /// What asking for progress and warning results in; their values are handed out none the less.
+    NxResult progressResult;
+    NxResult warningResult;
+
     /// Run on the sleeping thread, after the sleep was noted.
     std::function<void()> onSleep;
+    /// Run before every lock of a mutex by the code under test or the tests. Must lock nothing.
+    std::function<void(const void* mutex)> onLock;
     /// That many of the next sleeps are interrupted half-way, as by a signal.
     int interruptedSleeps = 0;
 
@@ -83,6 +89,10 @@ class Script {
     int connections = 0;
     int files = 0;
     int clients = 0;
+    /// The objects of the SDK that were made last.
+    const void* newestConnection = nullptr;
+    const void* newestFile = nullptr;
+    const void* newestClient = nullptr;
 
   private:
     void WaitUntilSettled(std::unique_lock<std::mutex>& lock);

@@ -13,6 +13,8 @@
 #include "Parameters.h"
 #include "ProbeThread.h"
 #include "RecordedStream.h"
+#include "ThreadGenICam.h"
+#include "ThreadTftp.h"
 #include "UpdateJob.h"
 #include "UpdaterRun.h"
 #include "ZipFwFileReader.h"
@@ -24,6 +26,11 @@ Value FieldAt(const void* object, std::size_t offset) {
     Value value;
     std::memcpy(&value, static_cast<const char*>(object) + offset, sizeof value);
     return value;
+}
+
+// The text of an NxString.
+const char* TextAt(const void* object, std::size_t offset) {
+    return reinterpret_cast<const NxString*>(static_cast<const char*>(object) + offset)->GetAscii();
 }
 
 std::ptrdiff_t OffsetOf(const void* field, const void* object) {
@@ -101,6 +108,45 @@ TEST(LayoutTest, TheFieldsOfAWorkerAreInOrder) {
         std::this_thread::yield();
     }
     EXPECT_TRUE(FieldAt<bool>(&worker, thread + sizeof(void*)));
+}
+
+TEST(LayoutTest, TheFieldsOfAFileAccessWorkerAreInOrder) {
+    Script script;
+    ThreadGenICam worker("cam", "fw.dfw");
+    constexpr std::size_t kConnectionId = sizeof(Thread);
+    constexpr std::size_t kDevice = kConnectionId + sizeof(NxString);
+    constexpr std::size_t kFile = kDevice + sizeof(void*);
+    EXPECT_EQ(sizeof worker, kFile + sizeof(void*));
+    EXPECT_STREQ(TextAt(&worker, kConnectionId), "cam");
+    EXPECT_EQ(FieldAt<void*>(&worker, kDevice), nullptr);
+    EXPECT_EQ(FieldAt<void*>(&worker, kFile), nullptr);
+    ExpectFileAccessTransfer(script, "cam", "fw.dfw");
+    worker.Run();
+    EXPECT_EQ(FieldAt<void*>(&worker, kDevice), script.newestConnection);
+    EXPECT_EQ(FieldAt<void*>(&worker, kFile), script.newestFile);
+    script.Expect("NxDevice::Free cam");
+}
+
+TEST(LayoutTest, TheFieldsOfATftpWorkerAreInOrder) {
+    Script script;
+    ThreadTftp worker("cam", "fw.dfw");
+    constexpr std::size_t kConnectionId = sizeof(Thread);
+    constexpr std::size_t kWarningProgress = kConnectionId + sizeof(NxString);
+    constexpr std::size_t kLastWarning = kWarningProgress + sizeof(std::int64_t);
+    constexpr std::size_t kClient = kLastWarning + sizeof(NxString);
+    EXPECT_EQ(sizeof worker, kClient + sizeof(void*));
+    EXPECT_STREQ(TextAt(&worker, kConnectionId), "cam");
+    EXPECT_EQ(FieldAt<std::int64_t>(&worker, kWarningProgress), 0);
+    EXPECT_STREQ(TextAt(&worker, kLastWarning), "");
+    EXPECT_EQ(FieldAt<void*>(&worker, kClient), nullptr);
+    ExpectTftpTransfer(script, "cam", "fw.dfw");
+    worker.Run();
+    script.progress = {{51200, 102400}};
+    script.warnings = {"waiting"};
+    EXPECT_STREQ(worker.GetLabel().GetAscii(), "waiting");
+    EXPECT_EQ(FieldAt<std::int64_t>(&worker, kWarningProgress), 51200);
+    EXPECT_STREQ(TextAt(&worker, kLastWarning), "waiting");
+    EXPECT_EQ(FieldAt<void*>(&worker, kClient), script.newestClient);
 }
 
 TEST(LayoutTest, TheSlotsOfTheUpdateJobAreInOrder) {
