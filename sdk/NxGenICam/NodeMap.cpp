@@ -54,7 +54,9 @@ NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
     }
     // No cache: a stale register would be taken for the device's answer.
     arv_gc_set_register_cache_policy(loaded->mGenicam, ARV_REGISTER_CACHE_POLICY_DISABLE);
-    arv_gc_set_range_check_policy(loaded->mGenicam, ARV_RANGE_CHECK_POLICY_ENABLE);
+    // The device refuses what is out of range; a bound that cannot be read, or a maximum of 0, must
+    // not be in the way of what it would take.
+    arv_gc_set_range_check_policy(loaded->mGenicam, ARV_RANGE_CHECK_POLICY_DISABLE);
     arv_gc_set_access_check_policy(loaded->mGenicam, ARV_ACCESS_CHECK_POLICY_ENABLE);
     if (loaded->mDevice.Port().HasRegisterCommands() &&
         (facts.schemaMajor < 1 || (facts.schemaMajor == 1 && facts.schemaMinor < 1))) {

@@ -40,6 +40,7 @@ class NodeMap {
     NxResult ReadInteger(const std::string& name, std::int64_t& value);
     /// The largest value that an integer may be set to at the moment.
     NxResult ReadMaximum(const std::string& name, std::int64_t& maximum);
+    /// Leaves it to the device to refuse a value that is out of range.
     NxResult WriteInteger(const std::string& name, std::int64_t value);
     /// Sets an enumeration to the entry of that symbolic name.
     NxResult WriteEntry(const std::string& name, const std::string& entry);

@@ -161,7 +161,9 @@ NxResult NxGenFile::Impl::FindChunkSize(std::size_t& size) {
                         mNodes->Device().Port().DeviceName() + " has an empty FileAccessBuffer");
     }
     std::int64_t longest = 0;
-    if (NxResult result = mNodes->ReadMaximum(FileNodes::kLength, longest); !result.IsOK()) {
+    // Without a maximum that can be found the buffer alone decides.
+    if (NxResult result = mNodes->ReadMaximum(FileNodes::kLength, longest);
+        !result.IsOK() && result.GetCode() != kNxNodeAccess && result.GetCode() != kNxDeviceError) {
         return result;
     }
     size = static_cast<std::size_t>(std::min(length, kLargestChunk));

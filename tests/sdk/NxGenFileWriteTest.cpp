@@ -91,9 +91,31 @@ TEST_F(NxGenFileWriteTest, AsksForTheLargestLengthOnceTheOperationIsSelected) {
 }
 
 TEST_F(NxGenFileWriteTest, BelievesNoMaximumThatAllowsNothing) {
-    Connect({.lengthLimit = "<Max>0</Max>"});
-    ExpectOK(WriteFile("content"));
-    EXPECT_EQ(device->files["RemoteUpdateDfw"], "content");
+    for (const char* tag : {"IntReg", "MaskedIntReg"}) {
+        Connect({.lengthLimit = "<Max>0</Max>", .statusTag = tag});
+        ExpectOK(WriteFile("content"));
+        EXPECT_EQ(device->files["RemoteUpdateDfw"], "content");
+    }
+}
+
+TEST_F(NxGenFileWriteTest, FillsTheBufferWhereTheLargestLengthCannotBeFound) {
+    // A node that is missing, a formula without a value, and a register that cannot be read.
+    const std::string limits =
+        "<IntSwissKnife Name=\"NoNumber\"><Formula>1 / 0</Formula></IntSwissKnife>\n" +
+        GenXml::Register("Unreadable", 0x3000);
+    for (const char* limit : {"Missing", "NoNumber", "Unreadable"}) {
+        for (const char* tag : {"IntReg", "MaskedIntReg"}) {
+            SCOPED_TRACE(std::string(limit) + " " + tag);
+            Connect({.lengthLimit = std::string("<pMax>") + limit + "</pMax>", .statusTag = tag});
+            std::string xml = device->Xml();
+            Load(xml.insert(xml.find("<Port "), limits));
+            device->port->failedReads[0x3000] = NxResult(kNxDeviceError, "INVALID_ADDRESS 0x8003");
+            const std::string content = RandomBytes(1000, 9);
+            ExpectOK(WriteFile(content));
+            EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+            EXPECT_THAT(device->port->log, testing::Contains("WRITEMEM 512"));
+        }
+    }
 }
 
 TEST_F(NxGenFileWriteTest, FillsTheLastFourBytesOfAChunkWithZerosWithinTheBuffer) {
