@@ -11,7 +11,8 @@ namespace simulator {
 struct Peer {
     std::uint32_t address = 0;
     std::uint16_t port = 0;
-    auto operator<=>(const Peer&) const = default;
+    // clang-tidy 14 takes the zero that a defaulted <=> compares with for a pointer.
+    auto operator<=>(const Peer&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// Who controls a device: the control channel privilege register (CCP) and the heartbeat behind it

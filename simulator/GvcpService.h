@@ -16,7 +16,7 @@
 namespace simulator {
 
 /// The GVCP side of a device: its sockets on port 3956 and the thread that serves them.
-class GvcpService : public DeviceService {
+class GvcpService final : public DeviceService {
   public:
     GvcpService(DeviceContext context, CommandCounters& counters);
     ~GvcpService() override;

@@ -46,8 +46,8 @@ std::string FindProgram(const std::string& name) {
     }
     const char* path = std::getenv("PATH");
     std::istringstream folders(path == nullptr ? "/usr/bin:/bin" : path);
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        const std::string file = folder + "/" + name;
+    for (std::string file; std::getline(folders, file, ':');) {
+        file.append("/").append(name);
         if (access(file.c_str(), X_OK) == 0) {
             return file;
         }

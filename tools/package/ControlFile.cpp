@@ -29,6 +29,10 @@ std::string Collapse(const std::string& text) {
     return collapsed;
 }
 
+std::string NotKnown(const std::string& place, const std::string& kind, const std::string& name) {
+    return place + "the " + kind + " <" + name + "> is not known";
+}
+
 std::string TextOf(const pugi::xml_node& node) {
     std::string text;
     for (const pugi::xml_node& child : node) {
@@ -160,7 +164,7 @@ std::string ControlFile::ReadStep(const pugi::xml_node& node, PackageProcedure& 
         step.kind = PackageStep::Kind::kDeviceReset;
     } else {
         // To leave out a step would make another update of it.
-        return place + "the step <" + name + "> is not known";
+        return NotKnown(place, "step", name);
     }
     procedure.steps.push_back(std::move(step));
     return "";
@@ -182,7 +186,7 @@ std::string ControlFile::ReadUpdate(const pugi::xml_node& node) {
         } else if (part.type() == pugi::node_element) {
             if (HasElements(part)) {
                 // It may be a condition, without which the update would be for other devices too.
-                return place + "the element <" + name + "> is not known";
+                return NotKnown(place, "element", name);
             }
             AddInfo(update, name, TextOf(part));
         }

@@ -59,7 +59,7 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
 }
 
 int ImportCommand::Run() {
-    constexpr std::size_t kLongestControlFile = 1024 * 1024;
+    constexpr std::size_t kLongestControlFile = std::size_t{1} << 20U;
     std::string error = mArchive.Open(mUpdateFile);
     if (!error.empty()) {
         return Fail(mUpdateFile + ": " + error);

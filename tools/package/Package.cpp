@@ -5,7 +5,7 @@
 #include "PackageModelBuilder.h"
 
 std::string Package::Open(const std::string& path) {
-    constexpr std::size_t kLongestManifest = 1024 * 1024;
+    constexpr std::size_t kLongestManifest = std::size_t{1} << 20U;
     std::string error = mArchive.Open(path);
     if (!error.empty()) {
         return error;

@@ -21,6 +21,17 @@ std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
+std::string UploadedToOthers(const ModelTag& tag, const std::string& model) {
+    return ": its name says that it is for " + tag.models.front() +
+           (tag.models.size() > 1 ? " and its like" : "") + ", but the manifest uploads it to " +
+           model + " too";
+}
+
+std::string NotUploadedTo(const std::string& model) {
+    return ": its name says that it is for " + model +
+           ", but the manifest does not upload it to that model";
+}
+
 }  // namespace
 
 PackageCheck::PackageCheck(const Package& package) : mPackage(package) {}
@@ -205,13 +216,9 @@ void PackageCheck::CheckModelTag(const std::string& fileName) {
             const bool meant = Holds(tag.models, model);
             if (uploaded && !meant) {
                 // The updater itself looks at the names of plain payloads only.
-                Warn(fileName + ": its name says that it is for " + tag.models.front() +
-                     (tag.models.size() > 1 ? " and its like" : "") +
-                     ", but the manifest uploads it to " +
-                     (model == kAnyModel ? "any model" : model) + " too");
+                Warn(fileName + UploadedToOthers(tag, model == kAnyModel ? "any model" : model));
             } else if (meant && !uploaded) {
-                Warn(fileName + ": its name says that it is for " + model +
-                     ", but the manifest does not upload it to that model");
+                Warn(fileName + NotUploadedTo(model));
             }
         }
     }
