@@ -1,6 +1,5 @@
 #include "UsbBulkPipe.h"
 
-#include <algorithm>
 #include <chrono>
 
 #include "UsbTransfer.h"
@@ -10,11 +9,6 @@ namespace {
 // libusb's buffers are not const, but it only reads those of an OUT endpoint.
 std::span<std::byte> ForSending(std::span<const std::byte> bytes) {
     return {const_cast<std::byte*>(bytes.data()), bytes.size()};
-}
-
-// libusb takes 0 for "wait for ever".
-unsigned int PositiveMilliseconds(UsbPipe::Milliseconds timeout) {
-    return static_cast<unsigned int>(std::max<long long>(timeout.count(), 1));
 }
 
 }  // namespace
@@ -43,23 +37,15 @@ int UsbBulkPipe::Open(libusb_context* context, libusb_device* device,
 }
 
 int UsbBulkPipe::Send(std::span<const std::byte> bytes, Milliseconds timeout) {
-    auto* data = reinterpret_cast<unsigned char*>(ForSending(bytes).data());
-    int sent = 0;
-    const int error =
-        libusb_bulk_transfer(mHandle, mDescriptor.outEndpoint, data, static_cast<int>(bytes.size()),
-                             &sent, PositiveMilliseconds(timeout));
-    if (error == LIBUSB_SUCCESS && static_cast<std::size_t>(sent) != bytes.size()) {
-        return LIBUSB_ERROR_IO;
-    }
-    return error;
+    UsbTransfer out(mContext, mHandle, mDescriptor.outEndpoint, ForSending(bytes));
+    const int error = out.Run(timeout);
+    return error == LIBUSB_SUCCESS && out.GetLength() != bytes.size() ? LIBUSB_ERROR_IO : error;
 }
 
 int UsbBulkPipe::Receive(std::span<std::byte> buffer, Milliseconds timeout, std::size_t& length) {
-    int received = 0;
-    const int error = libusb_bulk_transfer(
-        mHandle, mDescriptor.inEndpoint, reinterpret_cast<unsigned char*>(buffer.data()),
-        static_cast<int>(buffer.size()), &received, PositiveMilliseconds(timeout));
-    length = static_cast<std::size_t>(received);
+    UsbTransfer in(mContext, mHandle, mDescriptor.inEndpoint, buffer);
+    const int error = in.Run(timeout);
+    length = in.GetLength();
     return error;
 }
 
@@ -79,17 +65,15 @@ int UsbBulkPipe::Exchange(std::span<const std::byte> bytes, std::span<std::byte>
     }
     // An answer without its command having been taken belongs to an earlier command.
     while (in.IsUnderWay() || out.IsUnderWay()) {
-        const auto left =
-            std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now()).count();
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now());
         const bool failed = (!out.IsUnderWay() && out.GetError() != LIBUSB_SUCCESS) ||
                             (!in.IsUnderWay() && in.GetError() != LIBUSB_SUCCESS);
-        if (failed || left <= 0) {
+        if (failed || left.count() <= 0) {
             out.Cancel();
             in.Cancel();
             break;
         }
-        timeval wait{static_cast<time_t>(left / 1000000), static_cast<suseconds_t>(left % 1000000)};
-        (void)libusb_handle_events_timeout_completed(mContext, &wait, nullptr);
+        UsbTransfer::HandleEvents(mContext, left);
     }
     length = in.GetLength();
     sent = out.GetError() == LIBUSB_SUCCESS && out.GetLength() == bytes.size();

@@ -2,14 +2,17 @@
 
 #include <sys/time.h>
 
-#include <chrono>
+#include <algorithm>
 #include <thread>
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+using std::chrono::microseconds;
+
 // Cancelling takes the kernel well under a millisecond.
 constexpr std::chrono::seconds kPatience{1};
-constexpr long kStepMicroseconds = 10000;
+constexpr microseconds kStep{10000};
 
 }  // namespace
 
@@ -33,6 +36,15 @@ UsbTransfer::~UsbTransfer() {
     libusb_free_transfer(mTransfer);
 }
 
+void UsbTransfer::HandleEvents(libusb_context* context, microseconds atMost) {
+    constexpr microseconds::rep kSecond = 1000000;
+    timeval wait{static_cast<time_t>(atMost.count() / kSecond),
+                 static_cast<suseconds_t>(atMost.count() % kSecond)};
+    if (libusb_handle_events_timeout_completed(context, &wait, nullptr) != LIBUSB_SUCCESS) {
+        std::this_thread::sleep_for(std::min(atMost, kStep));
+    }
+}
+
 int UsbTransfer::Submit() {
     if (mTransfer == nullptr) {
         return LIBUSB_ERROR_NO_MEM;
@@ -42,17 +54,31 @@ int UsbTransfer::Submit() {
     return error;
 }
 
+int UsbTransfer::Run(std::chrono::milliseconds timeout) {
+    const auto deadline = Clock::now() + timeout;
+    const int error = Submit();
+    if (error != LIBUSB_SUCCESS) {
+        return error;
+    }
+    while (mUnderWay) {
+        const auto left = std::chrono::ceil<microseconds>(deadline - Clock::now());
+        if (left <= microseconds(0)) {
+            Cancel();
+            break;
+        }
+        HandleEvents(mContext, left);
+    }
+    return GetError();
+}
+
 void UsbTransfer::Cancel() {
     if (!mUnderWay || mGivenUp) {
         return;
     }
     (void)libusb_cancel_transfer(mTransfer);
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (mUnderWay && std::chrono::steady_clock::now() < deadline) {
-        timeval wait{0, kStepMicroseconds};
-        if (libusb_handle_events_timeout_completed(mContext, &wait, nullptr) != LIBUSB_SUCCESS) {
-            std::this_thread::sleep_for(std::chrono::microseconds(kStepMicroseconds));
-        }
+    const auto deadline = Clock::now() + kPatience;
+    while (mUnderWay && Clock::now() < deadline) {
+        HandleEvents(mContext, kStep);
     }
     mGivenUp = mUnderWay;
 }
@@ -80,7 +106,8 @@ int UsbTransfer::GetError() const {
 }
 
 std::size_t UsbTransfer::GetLength() const {
-    return mUnderWay ? 0 : static_cast<std::size_t>(mTransfer->actual_length);
+    return mUnderWay || mTransfer == nullptr ? 0
+                                             : static_cast<std::size_t>(mTransfer->actual_length);
 }
 
 void LIBUSB_CALL UsbTransfer::OnEnd(libusb_transfer* transfer) {

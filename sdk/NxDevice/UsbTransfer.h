@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -16,8 +17,15 @@ class UsbTransfer {
     UsbTransfer(const UsbTransfer&) = delete;
     UsbTransfer& operator=(const UsbTransfer&) = delete;
 
+    /// Lets libusb end what has ended, of all transfers of its user. Returns after something ended
+    /// or that time has passed; also when libusb fails, and leaves the processor to others then.
+    static void HandleEvents(libusb_context* context, std::chrono::microseconds atMost);
+
     /// @return a libusb error code
     [[nodiscard]] int Submit();
+    /// Submits it and waits that long for its end, then cancels it.
+    /// @return as GetError, or why it could not be submitted
+    [[nodiscard]] int Run(std::chrono::milliseconds timeout);
     /// Ends it early; returns when it has ended, or when libusb has not ended it for a while. It is
     /// under way then for good, and its memory is never given back.
     void Cancel();
@@ -26,7 +34,7 @@ class UsbTransfer {
     /// A libusb error code; LIBUSB_ERROR_TIMEOUT when it was cancelled, LIBUSB_ERROR_IO when that
     /// did not end it.
     [[nodiscard]] int GetError() const;
-    /// Number of bytes moved; 0 until it has ended.
+    /// Number of bytes moved, also by one that was cancelled; 0 until it has ended.
     [[nodiscard]] std::size_t GetLength() const;
 
   private:

@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include <sys/syscall.h>
-#include <time.h>
-#include <unistd.h>
-
 struct libusb_device_handle {
     libusb_device* device;
 };
@@ -57,20 +53,12 @@ FakeUsb::~FakeUsb() {
 
 bool FakeUsb::Await(const libusb_device& device, std::chrono::milliseconds timeout) {
     timeouts.push_back(timeout);
-    waited += std::min(device.delay, timeout);
+    clock.Pass(std::min(device.delay, timeout));
     return device.delay < timeout;
 }
 
-// In the place of the libraries' own, which would be called otherwise.
+// In the place of libusb's own, which the libraries would call otherwise.
 extern "C" {
-[[gnu::visibility("default")]] int clock_gettime(clockid_t clock, timespec* time) noexcept {
-    if (clock != CLOCK_MONOTONIC || fake == nullptr) {
-        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    }
-    time->tv_sec = 1000 + fake->waited.count() / 1000;
-    time->tv_nsec = fake->waited.count() % 1000 * 1000000;
-    return 0;
-}
 [[gnu::visibility("default")]] int LIBUSB_CALL libusb_init(libusb_context** /*context*/) {
     return LIBUSB_SUCCESS;
 }

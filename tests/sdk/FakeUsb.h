@@ -8,6 +8,8 @@
 
 #include <libusb.h>
 
+#include "FakeClock.h"
+
 /// A USB3 Vision device of the libusb that FakeUsb plays.
 struct libusb_device {
     std::map<std::uint8_t, std::u16string> texts{{1, u"123456789ABC"}, {2, u"Maker"}, {3, u"Model"},
@@ -16,8 +18,8 @@ struct libusb_device {
     std::uint8_t port = 3;               ///< of bus 250
 };
 
-/// Plays libusb to the libraries that this program is linked with, and the monotonic clock too:
-/// nothing but waiting for a device takes time. One at a time.
+/// Plays libusb to the libraries that this program is linked with, and the clock too: nothing but
+/// waiting for a device takes time. One at a time.
 class FakeUsb {
   public:
     FakeUsb();
@@ -29,7 +31,7 @@ class FakeUsb {
     /// @return false when the answer is too late
     bool Await(const libusb_device& device, std::chrono::milliseconds timeout);
 
+    FakeClock clock;
     std::vector<libusb_device> devices;
     std::vector<std::chrono::milliseconds> timeouts;  ///< of the requests for texts
-    std::chrono::milliseconds waited{0};              ///< for all answers together
 };

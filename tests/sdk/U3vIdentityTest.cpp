@@ -61,7 +61,7 @@ TEST_F(U3vIdentityTest, GivesASlowDeviceItsTimeForAllOfItsTexts) {
     // Of seven texts.
     EXPECT_THAT(mUsb.timeouts,
                 testing::ElementsAre(milliseconds(250), milliseconds(250), milliseconds(100)));
-    EXPECT_EQ(mUsb.waited, milliseconds(500));
+    EXPECT_EQ(mUsb.clock.GetPassed(), milliseconds(500));
 }
 
 TEST_F(U3vIdentityTest, DoesNotWaitTwiceForADeviceThatDoesNotAnswer) {

@@ -49,7 +49,7 @@ class UsbDiscoveryTest : public testing::Test {
 TEST_F(UsbDiscoveryTest, ListsSlowDevicesWithinTheTimeForWhichTheNetworkIsListenedTo) {
     PlugIn(3, milliseconds(110));
     EXPECT_THAT(FindNames(), testing::ElementsAre("GUID1", "GUID2", "GUID3"));
-    EXPECT_LE(mUsb.waited, kWindow);
+    EXPECT_LE(mUsb.clock.GetPassed(), kWindow);
 }
 
 TEST_F(UsbDiscoveryTest, GivesADeviceItsTimeBehindOthersThatDoNotAnswer) {
@@ -57,7 +57,7 @@ TEST_F(UsbDiscoveryTest, GivesADeviceItsTimeBehindOthersThatDoNotAnswer) {
     PlugIn(1, milliseconds(10));
     EXPECT_THAT(FindNames(), testing::ElementsAre("@250-1", "@250-2", "@250-3", "@250-4", "@250-5",
                                                   "@250-6", "@250-7", "@250-8", "GUID9"));
-    EXPECT_LE(mUsb.waited, kWindow);
+    EXPECT_LE(mUsb.clock.GetPassed(), kWindow);
 }
 
 TEST_F(UsbDiscoveryTest, GivesADeviceTheTimeThatTheOthersDoNotNeed) {
@@ -73,5 +73,5 @@ TEST_F(UsbDiscoveryTest, ConnectsWithinFiveSecondsBehindDevicesThatDoNotAnswer) 
     const NxResult result = OpenU3vPort("GUID9", port);
     EXPECT_EQ(result.GetCode(), kNxAccessDenied) << "found; another program holds it";
     // 1.5 seconds for the device's limits and 2.5 for its description are to come.
-    EXPECT_LE(mUsb.waited, kWindow);
+    EXPECT_LE(mUsb.clock.GetPassed(), kWindow);
 }
