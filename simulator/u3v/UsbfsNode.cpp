@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <future>
+#include <mutex>
 #include <utility>
 
 #include <fcntl.h>
@@ -17,6 +17,11 @@
 namespace simulator {
 
 namespace {
+
+// Held by whoever uses a node, on the bed's thread or another. Made before any node and any bed, so
+// that it orders the making of a node and its use: GLib's own locks would do, but a thread
+// sanitizer does not see those.
+std::mutex gMutex;
 
 constexpr std::uint32_t kCapabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
                                         USBDEVFS_CAP_BULK_SCATTER_GATHER |
@@ -62,22 +67,12 @@ UsbfsNode::UsbfsNode(UsbFunction& function, const UsbfsFaults& faults, std::func
     : mFunction(function), mFaults(faults), mOpened(std::move(opened)) {}
 
 UsbfsNode::~UsbfsNode() {
-    // What the bed's thread may be doing with this object is over when it has done this.
-    if (GSource* timer = mTimer; timer != nullptr) {
-        std::promise<void> done;
-        auto detach = [this, &done] {
-            Detach();
-            done.set_value();
-        };
-        g_main_context_invoke(
-            g_source_get_context(timer),
-            [](gpointer closure) -> gboolean {
-                (*static_cast<decltype(detach)*>(closure))();
-                return G_SOURCE_REMOVE;
-            },
-            &detach);
-        done.get_future().wait();
-        g_source_unref(timer);
+    {
+        // The bed's thread itself ends what it may be doing with this object.
+        std::unique_lock lock(gMutex);
+        mEnding = true;
+        WakeTimer();
+        mEnded.wait(lock, [this] { return mTimer == nullptr; });
     }
     if (mHandler != nullptr) {
         (void)g_signal_handlers_disconnect_by_data(mHandler, this);
@@ -89,7 +84,7 @@ UsbfsNode::~UsbfsNode() {
 }
 
 bool UsbfsNode::Attach(UMockdevTestbed* bed, const std::string& path) {
-    const std::lock_guard lock(mMutex);
+    std::unique_lock lock(gMutex);
     // poll() must tell when a transfer can be reaped. A pipe of one page does: with a byte in it
     // nothing can be written, without it something can.
     gchar* root = umockdev_testbed_get_root_dir(bed);
@@ -107,39 +102,51 @@ bool UsbfsNode::Attach(UMockdevTestbed* bed, const std::string& path) {
     mHandler = umockdev_ioctl_base_new();
     g_signal_connect(mHandler, "handle-ioctl", G_CALLBACK(OnIoctl), this);
     g_signal_connect(mHandler, "client-connected", G_CALLBACK(OnOpen), this);
+    // Whoever opens the node from here on finds it complete.
+    lock.unlock();
     return umockdev_testbed_attach_ioctl(bed, path.c_str(), mHandler, nullptr) != FALSE;
 }
 
 void UsbfsNode::Detach() {
-    const std::lock_guard lock(mMutex);
     for (UMockdevIoctlClient* client : mClients) {
         g_object_weak_unref(G_OBJECT(client), OnClose, this);
     }
     (void)g_signal_handlers_disconnect_by_data(mHandler, this);
-    g_source_destroy(mTimer);
     mPending.clear();
     mDone.clear();
+    g_source_destroy(mTimer);
+    g_source_unref(mTimer);
+    mTimer = nullptr;
+    mEnded.notify_one();
 }
 
 void UsbfsNode::Wake() {
-    if (GSource* timer = mTimer; timer != nullptr) {
-        g_source_set_ready_time(timer, 0);
+    const std::lock_guard lock(gMutex);
+    WakeTimer();
+}
+
+void UsbfsNode::WakeTimer() {
+    if (mTimer != nullptr) {
+        g_source_set_ready_time(mTimer, 0);
     }
 }
 
 void UsbfsNode::HandleTimer() {
-    const std::lock_guard lock(mMutex);
+    const std::lock_guard lock(gMutex);
     g_source_set_ready_time(mTimer, -1);
-    Serve();
+    if (mEnding) {
+        Detach();
+    } else {
+        Serve();
+    }
 }
 
 void UsbfsNode::HandleOpen(UMockdevIoctlClient* client) {
-    const std::lock_guard lock(mMutex);
+    const std::lock_guard lock(gMutex);
     if (mTimer == nullptr) {
-        GSource* timer = g_source_new(&gTimerFunctions, sizeof(GSource));
-        g_source_set_callback(timer, OnTimer, this, nullptr);
-        (void)g_source_attach(timer, g_main_context_get_thread_default());
-        mTimer = timer;
+        mTimer = g_source_new(&gTimerFunctions, sizeof(GSource));
+        g_source_set_callback(mTimer, OnTimer, this, nullptr);
+        (void)g_source_attach(mTimer, g_main_context_get_thread_default());
     }
     mClients.push_back(client);
     g_object_weak_ref(G_OBJECT(client), OnClose, this);
@@ -147,7 +154,7 @@ void UsbfsNode::HandleOpen(UMockdevIoctlClient* client) {
 }
 
 void UsbfsNode::HandleClose(UMockdevIoctlClient* client) {
-    const std::lock_guard lock(mMutex);
+    const std::lock_guard lock(gMutex);
     const auto isTheirs = [client](const std::unique_ptr<UsbfsUrb>& urb) {
         return urb->Client() == client;
     };
@@ -164,7 +171,7 @@ void UsbfsNode::HandleClose(UMockdevIoctlClient* client) {
 bool UsbfsNode::HandleIoctl(UMockdevIoctlClient* client) {
     int result = 0;
     {
-        const std::lock_guard lock(mMutex);
+        const std::lock_guard lock(gMutex);
         result = Answer(client, umockdev_ioctl_client_get_request(client),
                         umockdev_ioctl_client_get_arg(client));
     }

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,10 +57,8 @@ class UsbfsNode {
     void Serve();
     void ShowReadiness();
     void Detach();
+    void WakeTimer();
 
-    // What another thread makes is handed to the bed's thread by it: GLib's own locks would do,
-    // but a thread sanitizer does not see those.
-    std::mutex mMutex;
     UsbFunction& mFunction;
     const UsbfsFaults mFaults;
     const std::function<void()> mOpened;
@@ -69,7 +66,9 @@ class UsbfsNode {
     std::vector<UMockdevIoctlClient*> mClients;
     int mFifo = -1;
     bool mShownReady = false;
-    std::atomic<GSource*> mTimer{nullptr};  // made on the bed's thread
+    GSource* mTimer = nullptr;  // made, and taken away again, on the bed's thread
+    bool mEnding = false;
+    std::condition_variable mEnded;
     Urbs mPending;
     Urbs mDone;
     std::vector<std::pair<unsigned int, UMockdevIoctlClient*>> mClaims;
