@@ -59,7 +59,7 @@ endfunction()
 # A GoogleTest program; each of its tests is one CTest test. ISOLATED tests each run in network,
 # process and mount namespaces of their own (tests/isolated.sh).
 function(mirsko_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "ISOLATED" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "ISOLATED;SERIAL" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 120)
     endif()
@@ -73,7 +73,8 @@ function(mirsko_test name)
                      ${PROJECT_SOURCE_DIR}/tests/isolated.sh)
     endif()
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 TEST_PREFIX "${arg_LABEL}/"
-                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+                         PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT}
+                                    RUN_SERIAL ${arg_SERIAL})
 endfunction()
 
 # mirsko_fuzz_target(<name> SOURCES … LIBRARIES … [MAX_LENGTH <bytes>])
