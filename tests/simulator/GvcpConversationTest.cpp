@@ -169,6 +169,25 @@ TEST_F(GvcpConversationTest, AnnouncesSlowOperationsByPendingAck) {
     EXPECT_EQ(unannounced->delay, std::chrono::milliseconds(700));
 }
 
+TEST_F(GvcpConversationTest, KeepsItsControllerDuringAnOperationLongerThanTheHeartbeat) {
+    mOptions.executeLatency = std::chrono::milliseconds(900);
+    Make();
+    TakeControl();
+    EXPECT_EQ(Write(0x938, 500), kWritten);
+    const std::uint32_t block = simulator::features::kPlainBlock;
+    EXPECT_EQ(Write(block + simulator::features::kOpenMode, 1), kWritten);
+    const auto reply =
+        Handle("4201008200080055" + Hex32(block + simulator::features::kExecute) + Hex32(1));
+    ASSERT_TRUE(reply);
+    mNow += reply->delay;
+    mHandler->NoteAcknowledged(kApplication, mNow);
+    mHandler->Tick(mNow);
+    EXPECT_EQ(mEvents.Count("control_ended"), 0U);
+    mNow += std::chrono::milliseconds(499);
+    mHandler->Tick(mNow);
+    EXPECT_EQ(Read(0xa00), "00000081000400000002");
+}
+
 TEST_F(GvcpConversationTest, RefusesControlAsAFault) {
     mOptions.faults.refuseControl = true;
     Make();

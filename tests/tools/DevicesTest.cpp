@@ -70,7 +70,7 @@ TEST_F(DevicesTest, LeavesOutAVersionThatCannotBeRead) {
 }
 
 TEST_F(DevicesTest, FindsADeviceThatAnswersLate) {
-    SimulatedCamera camera({"--no-tftp", "--discovery-delay", "900"});
+    SimulatedCamera camera({"--no-tftp", "--discovery-delay", "600"});
     EXPECT_EQ(DeviceField("serial"), "SIM-0001");
 }
 
