@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <system_error>
+#include <thread>
 
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxSystem.h>
@@ -32,6 +34,7 @@ TEST(NxSystemTest, FindsDevicesWhereNoThreadIsToBeHad) {
     ASSERT_EQ(pthread_attr_init(&huge), 0);
     ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 47U), 0);
     ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    EXPECT_THROW(std::thread([] {}).join(), std::system_error);
     NxSystem system;
     EXPECT_TRUE(system.Find().IsOK());
     EXPECT_GE(system.GetInterfaceCount(), 1U);

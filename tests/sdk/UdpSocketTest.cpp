@@ -2,14 +2,19 @@
 
 #include <array>
 #include <cstring>
+#include <fstream>
 #include <string>
+#include <thread>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <NxBase/NxResultCodes.h>
 
 #include <NxSystem/UdpSocket.h>
+
+#include "Process.h"
 
 namespace {
 
@@ -20,6 +25,49 @@ Endpoint LocalEnd(const UdpSocket& socket) {
     socklen_t length = sizeof name;
     getsockname(socket.Descriptor(), reinterpret_cast<sockaddr*>(&name), &length);
     return {ntohl(name.sin_addr.s_addr), ntohs(name.sin_port)};
+}
+
+bool IsAsleep(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string stat;
+    std::getline(file, stat);
+    const std::size_t name = stat.rfind(") ");
+    return name != std::string::npos && stat.substr(name + 2, 1) == "S";
+}
+
+// Receives with a deadline ten seconds ahead what is sent as soon as the receiver waits in the
+// system.
+void ReceiveWhatComesMeanwhile(UdpSocket& receiver) {
+    const std::array<std::byte, 1> sent{std::byte{7}};
+    std::thread sender([&, waiting = gettid()] {
+        UdpSocket socket;
+        EXPECT_TRUE(socket.Open("lo", 0x7f000001).IsOK());
+        EXPECT_TRUE(WaitUntil([waiting] { return IsAsleep(waiting); }));
+        EXPECT_TRUE(socket.Send(LocalEnd(receiver), sent).IsOK());
+    });
+    std::array<std::byte, 16> buffer{};
+    std::size_t length = 0;
+    Endpoint from;
+    bool timedOut = false;
+    const auto deadline = UdpSocket::Clock::now() + 10s;
+    EXPECT_TRUE(receiver.Receive(buffer, deadline, length, from, timedOut).IsOK());
+    EXPECT_LT(UdpSocket::Clock::now(), deadline);
+    sender.join();
+    EXPECT_FALSE(timedOut);
+    EXPECT_EQ(length, 1U);
+    EXPECT_EQ(buffer[0], sent[0]);
+}
+
+// How long it takes until nothing has come within that time.
+UdpSocket::Clock::duration TimeOut(UdpSocket& socket, UdpSocket::Clock::duration time) {
+    std::array<std::byte, 16> buffer{};
+    std::size_t length = 0;
+    Endpoint from;
+    bool timedOut = false;
+    const auto start = UdpSocket::Clock::now();
+    EXPECT_TRUE(socket.Receive(buffer, start + time, length, from, timedOut).IsOK());
+    EXPECT_TRUE(timedOut);
+    return UdpSocket::Clock::now() - start;
 }
 
 }  // namespace
@@ -44,17 +92,28 @@ TEST(UdpSocketTest, CarriesDatagramsAndTellsTheirSender) {
     EXPECT_EQ(from, LocalEnd(sender));
 }
 
+TEST(UdpSocketTest, TakesADatagramThatComesWhileItWaits) {
+    UdpSocket receiver;
+    ASSERT_TRUE(receiver.Open("lo", 0x7f000001).IsOK());
+    ReceiveWhatComesMeanwhile(receiver);
+}
+
 TEST(UdpSocketTest, WaitsNoLongerThanTheDeadline) {
     UdpSocket socket;
     ASSERT_TRUE(socket.Open("lo", 0x7f000001).IsOK());
-    std::array<std::byte, 16> buffer{};
-    std::size_t length = 0;
-    Endpoint from;
-    bool timedOut = false;
-    const auto start = UdpSocket::Clock::now();
-    ASSERT_TRUE(socket.Receive(buffer, start + 20ms, length, from, timedOut).IsOK());
-    EXPECT_TRUE(timedOut);
-    EXPECT_GE(UdpSocket::Clock::now() - start, 20ms);
+    EXPECT_GE(TimeOut(socket, 20ms), 20ms);
+}
+
+TEST(UdpSocketTest, KeepsToEachDeadlineWhateverTheOneBefore) {
+    UdpSocket socket;
+    ASSERT_TRUE(socket.Open("lo", 0x7f000001).IsOK());
+    ReceiveWhatComesMeanwhile(socket);
+    // The system would still wait for some seconds.
+    const auto afterALongOne = TimeOut(socket, 40ms);
+    EXPECT_GE(afterALongOne, 40ms);
+    EXPECT_LT(afterALongOne, 2s);
+    EXPECT_GE(TimeOut(socket, 150ms), 150ms);
+    EXPECT_GE(TimeOut(socket, 100ms), 100ms);
 }
 
 TEST(UdpSocketTest, NamesTheInterfaceThatItCannotUse) {
