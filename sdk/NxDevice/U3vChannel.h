@@ -31,7 +31,7 @@ class U3vChannel {
     void ClearDeadline() { mDeadline = Clock::time_point::max(); }
     /// Makes the endpoints work again after a stall and takes what still waits in the device: a
     /// program that was killed may have left an acknowledge of 64 KiB there. For the beginning of a
-    /// connection.
+    /// connection. The deadline does not hold for making the endpoints work.
     /// @return kNxDeviceGone when the device was unplugged
     NxResult Start();
     /// How long the device says that it takes at most to answer a command; waited for five seconds

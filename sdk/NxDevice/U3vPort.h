@@ -9,7 +9,8 @@
 #include "DevicePort.h"
 #include "U3vChannel.h"
 
-/// Opens a USB3 Vision device's control channel and takes control of it; ends within 5 seconds.
+/// Opens a USB3 Vision device's control channel and takes control of it; ends within 2.3
+/// seconds, or 5 more where the device does not answer to its endpoints being cleared.
 /// @param guid the device's GUID as its connection ID carries it, or '@' and the USB port
 /// @param port untouched on failure
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port);

@@ -6,6 +6,9 @@
 
 namespace {
 
+// Clearing an endpoint takes a device that answers well under a millisecond.
+constexpr std::chrono::seconds kAnswerTime{1};
+
 // libusb's buffers are not const, but it only reads those of an OUT endpoint.
 std::span<std::byte> ForSending(std::span<const std::byte> bytes) {
     return {const_cast<std::byte*>(bytes.data()), bytes.size()};
@@ -90,6 +93,11 @@ int UsbBulkPipe::Exchange(std::span<const std::byte> bytes, std::span<std::byte>
 }
 
 void UsbBulkPipe::ClearStall() {
-    (void)libusb_clear_halt(mHandle, mDescriptor.outEndpoint);
-    (void)libusb_clear_halt(mHandle, mDescriptor.inEndpoint);
+    using Clock = std::chrono::steady_clock;
+    const auto begin = Clock::now();
+    const int error = libusb_clear_halt(mHandle, mDescriptor.outEndpoint);
+    // The system waits 5 seconds for each, and a mute device would not answer to the second either.
+    if (error == LIBUSB_SUCCESS || Clock::now() - begin < kAnswerTime) {
+        (void)libusb_clear_halt(mHandle, mDescriptor.inEndpoint);
+    }
 }

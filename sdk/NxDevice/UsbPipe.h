@@ -22,6 +22,7 @@ class UsbPipe {
     [[nodiscard]] virtual int Exchange(std::span<const std::byte> bytes,
                                        std::span<std::byte> buffer, Milliseconds timeout,
                                        std::size_t& length, bool& sent);
-    /// Lets both endpoints work again after a stall.
+    /// Lets both endpoints work again after a stall; takes 5 seconds when the device does not
+    /// answer to that.
     virtual void ClearStall() = 0;
 };

@@ -59,6 +59,11 @@ int LIBUSB_CALL libusb_cancel_transfer(libusb_transfer* transfer) {
     fake->cancelled.insert(transfer);
     return LIBUSB_SUCCESS;
 }
+int LIBUSB_CALL libusb_clear_halt(libusb_device_handle* /*handle*/, unsigned char /*endpoint*/) {
+    ++fake->cleared;
+    fake->clock.Pass(fake->clearTime);
+    return fake->clearError;
+}
 int LIBUSB_CALL libusb_handle_events_timeout_completed(libusb_context* /*context*/, timeval* wait,
                                                        int* /*completed*/) {
     return fake->HandleEvents(std::chrono::seconds(wait->tv_sec) +

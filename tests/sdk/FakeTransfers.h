@@ -30,6 +30,10 @@ class FakeTransfers {
     /// What happens when events are handled; nothing, after the time that is waited, when empty.
     std::function<void()> onEvents;
 
+    int clearError = LIBUSB_SUCCESS;
+    std::chrono::milliseconds clearTime{0};  ///< of clearing one endpoint
+    int cleared = 0;
+
     std::vector<libusb_transfer*> submitted;  ///< and not ended
     std::set<libusb_transfer*> cancelled;     ///< and not ended
     int eventsHandled = 0;

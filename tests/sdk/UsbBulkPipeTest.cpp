@@ -87,3 +87,18 @@ TEST_F(UsbBulkPipeTest, LeavesTheProcessorToOthersWhileAnExchangeCannotGoOn) {
     EXPECT_LE(mUsb.clock.GetPassed(), milliseconds(100) + kGivingUp + milliseconds(100));
     EXPECT_LT(mUsb.eventsHandled, kFewCalls);
 }
+
+TEST_F(UsbBulkPipeTest, ClearsBothEndpointsAlsoWhenTheDeviceRefusesOne) {
+    mPipe.ClearStall();
+    EXPECT_EQ(mUsb.cleared, 2);
+    mUsb.clearError = LIBUSB_ERROR_OTHER;
+    mPipe.ClearStall();
+    EXPECT_EQ(mUsb.cleared, 4);
+}
+
+TEST_F(UsbBulkPipeTest, WaitsOnceForADeviceThatDoesNotAnswerToBeingCleared) {
+    mUsb.clearError = LIBUSB_ERROR_OTHER;
+    mUsb.clearTime = seconds(5);
+    mPipe.ClearStall();
+    EXPECT_EQ(mUsb.cleared, 1);
+}

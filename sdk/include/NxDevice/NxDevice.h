@@ -19,10 +19,12 @@ class NX_API NxDevice {
     class Impl;
 
     /// Connects, takes control (GigE Vision 2.0, section 10, control channel privilege; USB3 Vision
-    /// 1.0, section 3 "Device Control") and loads the device description; ends within 5 seconds. A
-    /// USB3 Vision device to which this process is connected already is asked before whether it is
-    /// still there, with the patience of any command: 5 seconds, longer when the device announces
-    /// it or is busy.
+    /// 1.0, section 3 "Device Control") and loads the device description; ends within 5 seconds.
+    ///
+    /// Longer with USB3 Vision in two cases: the system waits another 5 seconds for a device that
+    /// does not answer to its endpoints being cleared, and a device to which this process is
+    /// connected already is first asked whether it is still there, with the patience of any command
+    /// (5 seconds, longer when the device announces it or is busy).
     /// @param info null is refused
     /// @param result never null; receives the outcome: kNxInvalidArgument for a null record or a
     ///        malformed connection ID, kNxNotSupported for a device in its boot loader,
