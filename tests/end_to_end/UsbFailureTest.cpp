@@ -104,6 +104,7 @@ TEST(UsbFailureTest, DirectModeEndsWhenAnotherProgramHoldsTheCamera) {
     UsbCamera camera({"--interface-busy"});
     const ProcessResult result =
         camera.Update({"--u3v", camera.Write("camera.dfw", SomePayload())});
+    EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "Writing payload file to device failed!\n");
     EXPECT_LT(result.duration, kLongest);
@@ -153,8 +154,10 @@ TEST(UsbFailureTest, DirectModeEndsWhenAccessIsDenied) {
     UsbCamera camera({"--access-denied"});
     const ProcessResult result =
         camera.Update({"--u3v", camera.Write("camera.dfw", SomePayload())});
+    EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "Writing payload file to device failed!\n");
+    EXPECT_LT(result.duration, kLongest);
 }
 
 TEST(UsbFailureTest, PackageModeNamesTheUdevRuleWhenAccessIsDenied) {
