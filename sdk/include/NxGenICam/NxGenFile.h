@@ -39,8 +39,7 @@ class NX_API NxGenFile {
     /// Copies a whole local file into the open file, never holding it in memory as a whole, from
     /// where the last write ended; blocks until it is done or failed.
     /// @return kNxLocalFile, kNxInvalidArgument when no file is open, kNxTransferIncomplete when
-    /// the
-    ///         device takes no more bytes
+    ///         the device takes no more bytes
     NxResult WriteFrom(const NxString& localPath);
     /// Writes from where the last write ended.
     /// @param length number of bytes at `data`, not negative
@@ -54,8 +53,7 @@ class NX_API NxGenFile {
     /// @return kNxInvalidArgument when no file is open
     NxResult Read(unsigned char* buffer, long length, long& read);
     /// @return kNxInvalidArgument when no file is open; kNxTimeout at once, the file left open,
-    /// when
-    ///         the last operation was given up
+    ///         when the last operation was given up
     NxResult Close();
     /// Bytes written so far and bytes to write by the last WriteFrom; 0 and 0 before. Always OK;
     /// may be called from any thread.
