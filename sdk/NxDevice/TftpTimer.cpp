@@ -44,5 +44,5 @@ TftpTimer::Duration TftpTimer::Pause() const {
     if (mSmoothed == Duration(0)) {
         return milliseconds(1);
     }
-    return std::clamp<Duration>(mSmoothed, microseconds(100), milliseconds(10));
+    return std::clamp<Duration>(mSmoothed, microseconds(20), milliseconds(10));
 }

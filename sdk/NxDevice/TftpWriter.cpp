@@ -7,6 +7,7 @@
 
 namespace {
 
+using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
 constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
@@ -15,6 +16,9 @@ constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
 // the first block: one that comes that late tells that the block was lost. An earlier one may be a
 // copy that the network made.
 constexpr TftpTimer::Duration kLateOptionAck = milliseconds(500);
+
+// Answers of one server do not follow each other more evenly than that.
+constexpr TftpTimer::Duration kShortestWaitAtGap = microseconds(100);
 
 // When block 65536 stays unanswered that often and that long, its number is tried the other way.
 constexpr unsigned int kRetriesBeforeOtherRollover = 3;
@@ -147,7 +151,7 @@ NxResult TftpWriter::AwaitAcknowledgement() {
             // The server lacks the next block, or it answers more often than agreed. In the
             // second case the next answers are on their way, so wait a little before going back.
             gap = true;
-            deadline = now + mTimer.Pause();
+            deadline = now + std::max(mTimer.Pause(), kShortestWaitAtGap);
         } else if (timedOut || now >= deadline) {
             if (gap) {
                 OnGap();
@@ -204,9 +208,8 @@ NxResult TftpWriter::OnTimeout() {
                                  ? TftpBlockNumbers::Rollover::kToOne
                                  : TftpBlockNumbers::Rollover::kToZero);
     }
-    mPacing.OnLoss();
     GoBack();
-    // One block first: if only the acknowledgement was lost, the answer to it says so.
+    // One block first: the answer to it says what was lost, some blocks or only an acknowledgement.
     mProbing = true;
     return mSession.CheckPace(BytesIn(mAcknowledged));
 }

@@ -60,8 +60,8 @@ TEST_F(TftpWindowTest, GoesBackToTheBlockThatTheServerLacks) {
         .TimeOut({}, 10ms)
         .ExpectSend(kPeer, Data(4, "opqrstuv"))
         .Reply(kPeer, Ack(4))
+        // One block lost nothing and three did: two.
         .ExpectSend(kPeer, Data(5, "wxyz0123"))
-        .TimeOut({}, 10ms)
         .ExpectSend(kPeer, Data(6, ""))
         .Reply(kPeer, Ack(6));
     EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
@@ -88,12 +88,32 @@ TEST_F(TftpWindowTest, AsksWithOneBlockWhatArrivedWhenAWindowTimesOut) {
         .ExpectSend(kPeer, Data(1, "01234567"))
         .Reply(kPeer, Ack(3))  // all had arrived; the ACK was lost
         .ExpectSend(kPeer, Data(4, "opqrstuv"))
-        .TimeOut({}, 10ms)
         .ExpectSend(kPeer, Data(5, "wxyz0123"))
-        .TimeOut({}, 10ms)
         .ExpectSend(kPeer, Data(6, ""))
         .Reply(kPeer, Ack(6));
     EXPECT_TRUE(Write("0123456789abcdefghijklmnopqrstuvwxyz0123", Blocks(8, 3)).IsOK());
+}
+
+TEST_F(TftpWindowTest, HalvesTheBurstOnceForALossThatAWindowTimesOutOver) {
+    OpenWithWindow("60", "4");
+    mSocket.ExpectSend(kPeer, Data(1, "01234567"))
+        .ExpectSend(kPeer, Data(2, "89abcdef"))
+        .ExpectSend(kPeer, Data(3, "ghijklmn"))
+        .ExpectSend(kPeer, Data(4, "opqrstuv"))
+        .TimeOut(20ms, 20ms)
+        .ExpectSend(kPeer, Data(1, "01234567"))
+        .Reply(kPeer, Ack(3))  // the last block was lost
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(4, "opqrstuv"))
+        .ExpectSend(kPeer, Data(5, "wxyz0123"))
+        .TimeOut({}, 10ms)
+        .ExpectSend(kPeer, Data(6, "456789AB"))
+        .ExpectSend(kPeer, Data(7, "CDEFGHIJ"))
+        .Reply(kPeer, Ack(7))
+        .ExpectSend(kPeer, Data(8, "KLMN"))
+        .Reply(kPeer, Ack(8));
+    EXPECT_TRUE(
+        Write("0123456789abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGHIJKLMN", Blocks(8, 4)).IsOK());
 }
 
 TEST_F(TftpWindowTest, AServerThatDiesBeforeTheFirstWindowIsAFailure) {

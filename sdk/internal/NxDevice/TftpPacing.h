@@ -11,15 +11,17 @@ class NX_API TftpPacing {
     explicit TftpPacing(unsigned int windowSize) : mWindowSize(windowSize), mBurst(windowSize) {}
 
     [[nodiscard]] unsigned int Burst() const { return mBurst; }
-    /// Halves the burst.
+    /// A block of a burst of this size was lost: halves the burst.
     void OnLoss();
-    /// A whole window arrived at its first sending. Bursts grow back, the more slowly the more
-    /// losses there were: each step up is a risk of one more loss.
+    /// A whole window arrived at its first sending. Bursts grow back quickly to what has not lost
+    /// a block lately, and beyond that the more slowly the more losses there were: each step there
+    /// is a risk of one more loss.
     void OnCleanWindow();
 
   private:
     unsigned int mWindowSize;
     unsigned int mBurst;
+    unsigned int mTooMany = 0;  ///< the burst that lost a block last; 0: none
     unsigned int mCleanWindows = 0;
     unsigned int mCleanWindowsPerStep = 1;
 };
