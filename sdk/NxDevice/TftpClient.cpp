@@ -145,7 +145,7 @@ NxResult TftpClient::Run(std::uint64_t size, const Transfer& transfer) {
         session.SetAnswerLimit(TftpTimer::kAnswerLimitOfSilentServer);
     }
     result = transfer(session);
-    mServerIsSilent = !session.HasAnswered() || result.GetCode() == kNxTimeout;
+    mServerIsSilent = session.EndedInSilence();
     mMonitor.End();
     return result;
 }

@@ -143,8 +143,8 @@ NxResult TftpReader::Store(std::span<const std::byte> data) {
 NxResult TftpReader::OnTimeout() {
     const TftpSession::TimePoint now = mSession.Now();
     if (now - mMovedAt >= TftpTimer::kSilenceLimit) {
-        return mSession.Failure(kNxTimeout, "its TFTP server stopped sending after " +
-                                                std::to_string(mReceived) + " bytes");
+        return mSession.Silence("its TFTP server stopped sending after " +
+                                std::to_string(mReceived) + " bytes");
     }
     mTimer.BackOff();
     mSession.Monitor().Stall(mSession.ServerName() + " to send byte " + std::to_string(mReceived),

@@ -89,15 +89,15 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
                               bool withOptions, TftpTimer& timer, TftpPacket& answer) {
     const TimePoint start = Now();
     const TimePoint giveUp = start + mAnswerLimit;
+    // No back-off: a lost request is the likeliest cause of silence.
+    const TftpTimer::Duration patience = std::min(TftpTimer::kFirstTimeout, mAnswerLimit / 4);
     timer.EndBackOff();
     for (;;) {
         const TimePoint sentAt = Now();
         mSendFailure = mSocket.Send(mServer, request);
         bool timedOut = false;
         NxResult result =
-            AwaitAnswer(opcode, withOptions,
-                        // No back-off: a lost request is the likeliest cause of silence.
-                        std::min(sentAt + TftpTimer::kFirstTimeout, giveUp), answer, timedOut);
+            AwaitAnswer(opcode, withOptions, std::min(sentAt + patience, giveUp), answer, timedOut);
         if (!result.IsOK()) {
             return result;
         }
@@ -207,7 +207,8 @@ NxResult TftpSession::Failure(unsigned int resultCode, const std::string& reason
     return NxResult(resultCode, "Cannot " + mAction + ": " + reason);
 }
 
-NxResult TftpSession::Silence(const std::string& reason) const {
+NxResult TftpSession::Silence(const std::string& reason) {
+    mEndedInSilence = true;
     return mSendFailure.IsOK()
                ? Failure(kNxTimeout, reason)
                : Failure(mSendFailure.GetCode(), mSendFailure.GetDescription().GetAscii());

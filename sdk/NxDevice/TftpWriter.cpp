@@ -12,10 +12,10 @@ using std::chrono::milliseconds;
 
 constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
 
-// A server repeats its option acknowledgement, after its time-out of a second or more, until it has
-// the first block: one that comes that late tells that the block was lost. An earlier one may be a
-// copy that the network made.
-constexpr TftpTimer::Duration kLateOptionAck = milliseconds(500);
+// A server repeats its first answer, after its time-out of a second or more, until it has the first
+// block: one that comes that late tells that the block was lost. An earlier one may be a copy that
+// the network made.
+constexpr TftpTimer::Duration kLateFirstAnswer = milliseconds(500);
 
 // Answers of one server do not follow each other more evenly than that.
 constexpr TftpTimer::Duration kShortestWaitAtGap = microseconds(100);
@@ -131,8 +131,9 @@ NxResult TftpWriter::AwaitAcknowledgement() {
             return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
                                   "its TFTP server answered a write request with data");
         }
-        if (!timedOut && packet.opcode == TftpOpcode::kOptionAck && mAcknowledged == 0 &&
-            wholeWindowSent && mSession.Now() - mSentAt >= kLateOptionAck) {
+        if (!timedOut && IsFirstAnswer(packet) && wholeWindowSent &&
+            mSession.Now() - mSentAt >= kLateFirstAnswer) {
+            mLacksFirstBlock = true;
             GoBack();
             return mSession.CheckPace(0);
         }
@@ -162,10 +163,16 @@ NxResult TftpWriter::AwaitAcknowledgement() {
     }
 }
 
+bool TftpWriter::IsFirstAnswer(const TftpPacket& packet) const {
+    return mAcknowledged == 0 && (packet.opcode == TftpOpcode::kOptionAck ||
+                                  (packet.opcode == TftpOpcode::kAck && packet.number == 0));
+}
+
 void TftpWriter::Acknowledge(std::uint64_t block) {
     const TftpSession::TimePoint now = mSession.Now();
     const bool wholeWindow = block == mHighest;
     mAcknowledged = block;
+    mLacksFirstBlock = false;
     mNext = std::max(mNext, block + 1);
     mMovedAt = now;
     mTimer.EndBackOff();
@@ -218,9 +225,11 @@ NxResult TftpWriter::OnTimeout() {
 // an acknowledgement: a server that has everything, and sent its last one, may be gone, while that
 // last one was lost. It is taken to have everything when all but the last window is acknowledged
 // and that window was sent again and again. A server that died at that very moment looks the same;
-// whether the firmware is in order is for the device's status to say.
+// whether the firmware is in order is for the device's status to say. A server that was last heard
+// to lack the first block has not got everything.
 bool TftpWriter::MayHaveEnded() const {
-    return mSession.CanSend() && mHighest == mBlockCount && (mAcknowledged > 0 || mBlockCount == 1);
+    return mSession.CanSend() && mHighest == mBlockCount && !mLacksFirstBlock &&
+           (mAcknowledged > 0 || mBlockCount == 1);
 }
 
 std::uint64_t TftpWriter::WindowEnd() const {

@@ -192,6 +192,33 @@ TEST_F(TftpReaderTest, GivesUpWhenTheServerStopsInTheMiddle) {
     EXPECT_LE(mDuration, 10100ms);
 }
 
+TEST_F(TftpReaderTest, SaysWhyNothingCouldBeSent) {
+    OpenWithBlocksOfEight("10");
+    mSocket.Reply(kPeer, Data(1, "01234567")).Fail(kNxSocket);
+    for (int i = 0; i < 8; ++i) {
+        mSocket.TimeOut().Fail(kNxSocket);
+    }
+    mSocket.TimeOut();
+    const NxResult result = Read(100);
+    EXPECT_EQ(result.GetCode(), kNxSocket);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot read file from 192.168.1.20 on eth1: as scripted");
+}
+
+TEST_F(TftpReaderTest, AsksAServerThatWasSilentBeforeFourTimesWithinASecond) {
+    for (int i = 0; i < 4; ++i) {
+        mSocket.ExpectSend(kServer, ReadRequest({"tsize", "0", "blksize", "8"}))
+            .TimeOut(250ms, 250ms);
+    }
+    std::vector<std::byte> buffer(8);
+    TftpOptions wanted;
+    wanted.blockSize = 8;
+    TftpSession session(mSocket, kServer, "192.168.1.20 on eth1", mMonitor);
+    session.SetAnswerLimit(TftpTimer::kAnswerLimitOfSilentServer);
+    EXPECT_EQ(TftpReader(session, buffer).Run("file", wanted).GetCode(), kNxTimeout);
+    EXPECT_TRUE(session.EndedInSilence());
+}
+
 TEST_F(TftpReaderTest, EndlessDuplicatesCannotStallIt) {
     OpenWithBlocksOfEight("10");
     Exchange(1, "01234567");

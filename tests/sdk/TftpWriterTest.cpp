@@ -257,6 +257,22 @@ TEST_F(TftpWriterTest, ALostLastAckOfASingleBlockIsNoFailure) {
     EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
 }
 
+TEST_F(TftpWriterTest, SilenceIsAFailureWhenTheServerWasLastHeardToLackTheOnlyBlock) {
+    for (const std::string& firstAnswer : {OptionAck({"blksize", "8"}), Ack(0)}) {
+        mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+            .TimeOut(1s, 1s)
+            .ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
+            .Reply(kPeer, firstAnswer)
+            .ExpectSend(kPeer, Data(1, "abc"))
+            .Reply(kPeer, firstAnswer, 600ms);
+        for (const auto wait : {1s, 2s, 2s, 2s, 2s, 2s}) {
+            mSocket.ExpectSend(kPeer, Data(1, "abc")).TimeOut({}, wait);
+        }
+        EXPECT_EQ(Write("abc", Blocks(8)).GetCode(), kNxTimeout);
+        EXPECT_LE(mDuration, 11200ms);
+    }
+}
+
 TEST_F(TftpWriterTest, AnErrorInPlaceOfTheLastAckIsAFailure) {
     OpenWithBlocksOfEight("9");
     Exchange(1, "01234567");

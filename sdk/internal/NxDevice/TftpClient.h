@@ -44,6 +44,6 @@ class NX_API TftpClient {
     TftpClientSettings mSettings;
     ConnectionId mServer;
     std::string mRemoteFileName;   ///< empty: not initialised
-    bool mServerIsSilent = false;  ///< it did not answer the last request
+    bool mServerIsSilent = false;  ///< the last transfer ended so
     TftpMonitor mMonitor;
 };

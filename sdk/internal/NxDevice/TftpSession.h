@@ -28,8 +28,8 @@ class NX_API TftpSession {
 
     /// How long a request may stay unanswered; TftpTimer::kAnswerLimit unless set.
     void SetAnswerLimit(TftpTimer::Duration limit) { mAnswerLimit = limit; }
-    /// Whether the server has answered at all.
-    [[nodiscard]] bool HasAnswered() const { return mPeer.has_value(); }
+    /// Whether the session was given up because nothing was heard from the server.
+    [[nodiscard]] bool EndedInSilence() const { return mEndedInSilence; }
 
     /// Sends the request, without options if the server refuses those, and waits for the answer.
     /// @param agreed receives the options that hold
@@ -59,7 +59,7 @@ class NX_API TftpSession {
     [[nodiscard]] NxResult Failure(unsigned int resultCode, const std::string& reason) const;
     /// The failure of a transfer that ends because nothing was heard: that reason, or why nothing
     /// could be sent.
-    [[nodiscard]] NxResult Silence(const std::string& reason) const;
+    [[nodiscard]] NxResult Silence(const std::string& reason);
 
     [[nodiscard]] const std::string& ServerName() const { return mServerName; }
     [[nodiscard]] TftpMonitor& Monitor() { return mMonitor; }
@@ -80,6 +80,7 @@ class NX_API TftpSession {
     TftpTimer::Duration mAnswerLimit = TftpTimer::kAnswerLimit;
     std::optional<Endpoint> mPeer;  ///< where the server's transfer ID is known: what to talk to
     NxResult mSendFailure;
+    bool mEndedInSilence = false;
     TimePoint mStart;
     std::vector<std::byte> mBuffer;
 };

@@ -28,6 +28,7 @@ class NX_API TftpWriter {
     NxResult SendBurst();
     NxResult SendBlock(std::uint64_t block);
     NxResult AwaitAcknowledgement();
+    [[nodiscard]] bool IsFirstAnswer(const TftpPacket& packet) const;
     void Acknowledge(std::uint64_t block);
     NxResult OnTimeout();
     void OnGap();
@@ -50,6 +51,7 @@ class NX_API TftpWriter {
     std::uint64_t mHighest = 0;       ///< the highest block sent so far
     std::uint64_t mRepeatedUpTo = 0;  ///< blocks up to this one may have been sent twice
     bool mProbing = false;            ///< the next burst asks what has arrived
+    bool mLacksFirstBlock = false;    ///< the server said so, and nothing else since
     bool mEnded = false;
 
     TftpSession::TimePoint mSentAt;      ///< of the last block sent
