@@ -63,14 +63,14 @@ TEST_P(TftpRecordTroubleTest, DeliversTheNewIdAndTheResetOnce) {
 
 INSTANTIATE_TEST_SUITE_P(
     Network, TftpRecordTroubleTest,
-    testing::Values(Trouble{"Loss", false, {"--tftp-loss", "8"}},
+    testing::Values(Trouble{"Loss", false, {"--tftp-loss", "20"}},
                     Trouble{"Duplication", false, {"--tftp-duplicate", "50"}},
                     Trouble{"Reordering", false, {"--tftp-reorder", "30", "--tftp-delay", "5"}},
                     Trouble{"LateCopies", false, {"--tftp-late-copy", "50", "--tftp-delay", "20"}},
                     Trouble{"LostLastAck", false, {"--tftp-lost-last-acks", "1"}},
                     Trouble{"Everything",
                             false,
-                            {"--tftp-loss", "4", "--tftp-duplicate", "20", "--tftp-reorder", "10",
+                            {"--tftp-loss", "10", "--tftp-duplicate", "20", "--tftp-reorder", "10",
                              "--tftp-late-copy", "20"}}),
     [](const auto& trouble) { return trouble.param.name; });
 
