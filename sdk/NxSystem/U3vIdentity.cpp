@@ -31,6 +31,8 @@ using Handle = std::unique_ptr<libusb_device_handle, CloseHandle>;
 
 // A string descriptor holds up to 126 units of UTF-16 (USB 3.0, section 9.6.9).
 using StringDescriptor = std::array<unsigned char, 255>;
+// As UTF-8.
+constexpr std::size_t kLongestText = std::size_t{3} * 126;
 
 int ReadStringDescriptor(libusb_device_handle* handle, std::uint8_t index, std::uint16_t language,
                          Clock::time_point deadline, StringDescriptor& bytes) {
@@ -98,7 +100,7 @@ std::string ReadSystemText(const std::string& place, const std::string& attribut
     std::ifstream file("/sys/bus/usb/devices/" + place + "/" + attribute);
     std::string line;
     std::getline(file, line);
-    line.resize(std::min<std::size_t>(line.size(), 3 * 126));
+    line.resize(std::min(line.size(), kLongestText));
     return PrintableText(line);
 }
 
