@@ -1,5 +1,7 @@
 // The real binary and a simulated GigE Vision camera that offers GenICam file access.
-#include <gtest/gtest.h>
+#include <csignal>
+
+#include <gmock/gmock.h>
 
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
@@ -167,4 +169,20 @@ TEST(FileAccessUpdateTest, SaysNothingAboutAFileThatCannotBeOpened) {
         EXPECT_EQ(result.out + result.err, "");
         EXPECT_EQ(result.exitStatus, 101);
     }
+}
+
+TEST(FileAccessUpdateTest, AFileNamedByABareExtensionEndsTheProcessAbnormally) {
+    const SimulatedCamera camera({"--profile", "file-access"});
+    const TemporaryFolder folder;
+    for (const std::string name : {"dfw", "zip"}) {
+        SCOPED_TRACE(name);
+        folder.Write(name, "x");
+        const ProcessResult result =
+            Process::Run({"env", "--chdir=" + folder.Path().string(),
+                          Program("MirskoFirmwareUpdater"), kLoopback, name});
+        EXPECT_EQ(result.signal, SIGABRT);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, testing::HasSubstr("basic_string::substr"));
+    }
+    EXPECT_EQ(camera.State()["transfers"], 0);
 }

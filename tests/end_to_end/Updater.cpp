@@ -30,7 +30,9 @@ ProcessResult RunUpdater(std::vector<std::string> arguments, std::chrono::millis
 
 std::string WithoutLabels(const std::string& out) {
     static const std::regex kLabel(
-        R"((Connecting device\.\.\.|\d+/\d+ KBs transferred \(\d+%\)|[^\r\n]*[Ww]ait[^\r\n]*)?)");
+        R"((Connecting device\.\.\.|\d+/\d+ KBs transferred \(\d+%\)|)"
+        R"(Waiting \d+ s for \S+ on \S+ to (answer the request|(acknowledge|send) byte \d+) )"
+        R"(\(retry \d+\))?)");
     std::string rest;
     std::string line;
     for (const char character : out) {
@@ -46,6 +48,20 @@ std::string WithoutLabels(const std::string& out) {
         }
     }
     return rest + line;
+}
+
+std::vector<std::string> Labels(const std::string& out) {
+    std::vector<std::string> labels;
+    std::size_t begin = 0;
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        if (out[i] == '\r') {
+            labels.push_back(out.substr(begin, i - begin));
+        }
+        if (out[i] == '\r' || out[i] == '\n') {
+            begin = i + 1;
+        }
+    }
+    return labels;
 }
 
 // Written here anew, not by the SDK under test.

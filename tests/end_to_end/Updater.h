@@ -15,6 +15,8 @@ inline const std::string kLoopback = "--localinterface=00:00:00:00:00:00";
 /// The updater's output without the progress labels, each of which ends in a carriage return; fails
 /// the test when one of them is not worded as a label.
 std::string WithoutLabels(const std::string& out);
+/// The labels alone, without their carriage returns.
+std::vector<std::string> Labels(const std::string& out);
 
 /// A whole payload for simulated cameras of the family "MirskoSim": header and body.
 std::string MakePayload(const std::string& body, unsigned int major = 2, unsigned int minor = 1);
