@@ -45,11 +45,10 @@ class Recording {
   public:
     Recording()
         : mFile(mFolder.Path() / "session.pcap"),
-          // Room for thousands of packets: with the usual sizes there is room for some thirty, and
-          // a busy machine loses the rest.
-          mProcess({"tcpdump", "--interface=lo", "--immediate-mode", "--packet-buffered",
-                    "--snapshot-length=2048", "--buffer-size=16384", "-w", mFile.string(), "udp",
-                    "port", "3956"}) {
+          // Not tcpdump, which cannot give up the rights of a root that is one only in a namespace
+          // of its own. Room for thousands of packets: a busy machine loses them else. In MiB.
+          mProcess({"dumpcap", "-q", "-P", "-i", "lo", "-f", "udp port 3956", "-s", "2048", "-B",
+                    "16", "-w", mFile.string()}) {
         // The file's header is written when the recording has begun.
         EXPECT_TRUE(WaitUntil([this] {
             std::error_code error;

@@ -29,8 +29,8 @@ class FirstPackets {
   public:
     FirstPackets()
         : mFile(mFolder.Path() / "start.pcap"),
-          mTcpdump({"tcpdump", "--interface=lo", "--immediate-mode", "--packet-buffered", "-c", "3",
-                    "-w", mFile.string(), "udp"}) {
+          mRecorder(
+              {"dumpcap", "-q", "-P", "-i", "lo", "-f", "udp", "-c", "3", "-w", mFile.string()}) {
         // The file's header is written when the recording has begun.
         EXPECT_TRUE(WaitUntil([this] {
             std::error_code error;
@@ -40,7 +40,7 @@ class FirstPackets {
 
     /// What the server's option acknowledgement grants.
     std::map<std::string, std::string> GrantedOptions() {
-        EXPECT_EQ(mTcpdump.Wait(std::chrono::seconds(10)).exitStatus, 0);
+        EXPECT_EQ(mRecorder.Wait(std::chrono::seconds(10)).exitStatus, 0);
         std::istringstream names(Field("tftp.option.name"));
         std::istringstream values(Field("tftp.option.value"));
         std::map<std::string, std::string> granted;
@@ -61,7 +61,7 @@ class FirstPackets {
 
     TemporaryFolder mFolder;
     std::filesystem::path mFile;
-    Process mTcpdump;
+    Process mRecorder;
 };
 
 class TftpServersTest : public testing::TestWithParam<Kind> {
