@@ -11,28 +11,35 @@ scripts/lint.sh
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(dev asan tsan)
 
+building=
+logs=$(mktemp -d)
+# A build that is under way dies with the tests, and with all that it has written outside the checkout.
+finish() {
+    if [ -n "$building" ]; then
+        kill -- "-$building" 2>/dev/null || true
+        wait "$building" 2>/dev/null || true
+    fi
+    rm -rf "$logs"
+}
+trap finish EXIT
+
 # build PRESET: its output is shown only when it fails
 build() {
-    local log
-    log=$(mktemp)
+    local log=$logs/$1
     if cmake --preset "$1" >"$log" 2>&1 && cmake --build --preset "$1" >>"$log" 2>&1; then
-        rm -f "$log"
         return 0
     fi
     tail -n 60 "$log"
-    rm -f "$log"
     return 1
 }
 
 # Most tests wait rather than compute: the next preset is built, at low priority, while one is tested.
-building=
-trap '[ -z "$building" ] || kill -- "-$building" 2>/dev/null || true' EXIT
 echo "== ${presets[0]}: build"
 build "${presets[0]}"
 for i in "${!presets[@]}"; do
     next=${presets[i + 1]:-}
     if [ -n "$next" ]; then
-        setsid nice -n 10 bash -c "$(declare -f build); build $next" &
+        env TMPDIR="$logs" logs="$logs" setsid nice -n 10 bash -c "$(declare -f build); build $next" &
         building=$!
     fi
     echo "== ${presets[i]}: tests"
