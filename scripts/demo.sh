@@ -9,10 +9,13 @@ set -euo pipefail
 repository=$(dirname "$(dirname "$(readlink -f "$0")")")
 cd "$repository"
 mode=${1:-genicam}
-[ -f "scripts/demo/$mode.sh" ] || {
-    echo "usage: scripts/demo.sh [$(cd scripts/demo && ls -- *.sh | sed 's/\.sh$//;/^lib$/d' | paste -sd '|')]" >&2
+case $#,$mode in
+[01],genicam | 1,tftp | 1,package | 1,u3v) ;;
+*)
+    echo "usage: scripts/demo.sh [genicam|tftp|package|u3v]" >&2
     exit 2
-}
+    ;;
+esac
 
 scripts/install-deps.sh
 log=$(mktemp)
@@ -24,4 +27,5 @@ echo "Building… (a few minutes the first time)"
 }
 # In namespaces of its own: no port of this machine is used, nothing is broadcast on its networks,
 # and whatever the demo starts or writes to /tmp ends with it.
-tests/isolated.sh "scripts/demo/$mode.sh"
+rm -f "$log"
+exec tests/isolated.sh "scripts/demo/$mode.sh"
