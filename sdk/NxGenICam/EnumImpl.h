@@ -1,13 +1,12 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenEnumEntry.h>
 
-#include "NodeMap.h"
+#include "node_map/NodeMap.h"
 
 class NxGenEnumEntry::Impl {
   public:
@@ -17,16 +16,24 @@ class NxGenEnumEntry::Impl {
 
 class NxGenEnum::Impl {
   public:
-    Impl(NodeMap& nodes, ArvGcEnumeration* enumeration);
+    Impl(NodeMap& nodes, NodeMap::Id enumeration) : mNodes(nodes), mEnumeration(enumeration) {}
 
-    /// The implemented entries in the order of the XML.
-    NxResult ListEntries(std::vector<ArvGcFeatureNode*>& entries) const;
-    [[nodiscard]] NxGenEnumEntry MakeEntry(ArvGcFeatureNode* node) const;
+    NxResult ListEntries(std::vector<NodeMap::Id>& entries) const {
+        return mNodes.ListEntries(mEnumeration, entries);
+    }
+    NxResult FindEntry(const std::string& name, NodeMap::Id& node) const;
+    [[nodiscard]] NxGenEnumEntry MakeEntry(NodeMap::Id node) const;
+    /// Remembers an entry that shows why the device's files cannot be reached.
+    void NoteBackupLoad(const NxGenEnumEntry& entry) const;
+    [[nodiscard]] std::string Name() const {
+        return std::string(mNodes.Table().Name(mEnumeration));
+    }
     /// "FileSelector of 192.168.1.20 on eth1"
-    [[nodiscard]] std::string Describe() const;
-    NxResult FindEntry(const std::string& name, ArvGcFeatureNode*& node) const;
+    [[nodiscard]] std::string Describe() const {
+        return Name() + " of " + mNodes.Port().DeviceName();
+    }
 
   private:
     NodeMap& mNodes;
-    ArvGcEnumeration* mEnumeration;
+    NodeMap::Id mEnumeration;
 };

@@ -1,3 +1,5 @@
 #include <NxGenICam/GenPort.h>
 
 GenPort::~GenPort() = default;
+
+void GenPort::NoteNoFileAccess(const std::string& /*reason*/) {}

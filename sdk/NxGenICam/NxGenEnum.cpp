@@ -1,53 +1,34 @@
 #include <NxGenICam/NxGenEnum.h>
 
-#include <algorithm>
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
 
 #include "EnumImpl.h"
 
-NxGenEnum::Impl::Impl(NodeMap& nodes, ArvGcEnumeration* enumeration)
-    : mNodes(nodes), mEnumeration(enumeration) {}
-
-NxResult NxGenEnum::Impl::ListEntries(std::vector<ArvGcFeatureNode*>& entries) const {
-    if (NxResult result = mNodes.CheckEntries(mEnumeration); !result.IsOK()) {
-        return result;
+NxResult NxGenEnum::Impl::FindEntry(const std::string& name, NodeMap::Id& node) const {
+    NxResult result = mNodes.FindEntry(mEnumeration, name, node);
+    if (!result.IsOK() && Name() == "FileSelector") {
+        mNodes.Port().NoteNoFileAccess(result.GetDescription().GetAscii());
     }
-    std::vector<ArvGcFeatureNode*> implemented;
-    for (const GSList* item = arv_gc_enumeration_get_entries(mEnumeration); item != nullptr;
-         item = item->next) {
-        auto* entry = ARV_GC_FEATURE_NODE(item->data);
-        bool isImplemented = false;
-        if (NxResult result = mNodes.IsImplemented(entry, isImplemented); !result.IsOK()) {
-            return result;
-        }
-        if (isImplemented) {
-            implemented.push_back(entry);
-        }
-    }
-    // Aravis lists the entries in reverse.
-    std::reverse(implemented.begin(), implemented.end());
-    entries = std::move(implemented);
-    return {};
+    return result;
 }
 
-NxGenEnumEntry NxGenEnum::Impl::MakeEntry(ArvGcFeatureNode* node) const {
+NxGenEnumEntry NxGenEnum::Impl::MakeEntry(NodeMap::Id node) const {
     auto entry = std::make_shared<NxGenEnumEntry::Impl>();
-    entry->name = NodeMap::SymbolicName(mEnumeration, node);
-    const char* displayName = arv_gc_feature_node_get_display_name(node);
-    entry->displayName = displayName != nullptr ? displayName : entry->name;
+    entry->name = mNodes.SymbolicName(node);
+    entry->displayName = mNodes.DisplayName(node);
     return NxGenEnumEntry(entry);
 }
 
-std::string NxGenEnum::Impl::Describe() const {
-    const char* name = arv_gc_feature_node_get_name(ARV_GC_FEATURE_NODE(mEnumeration));
-    return std::string(name != nullptr ? name : "An enumeration") + " of " +
-           mNodes.Device().Port().DeviceName();
-}
-
-NxResult NxGenEnum::Impl::FindEntry(const std::string& name, ArvGcFeatureNode*& node) const {
-    return mNodes.FindEntry(mEnumeration, name, node);
+void NxGenEnum::Impl::NoteBackupLoad(const NxGenEnumEntry& entry) const {
+    NxString shown;
+    if (Name() == "DeviceFirmwareLoad" && entry.GetDisplayName(shown).IsOK() &&
+        std::string(shown.GetAscii()).find("BackupLoad") != std::string::npos) {
+        mNodes.Port().NoteNoFileAccess(mNodes.Port().DeviceName() +
+                                       " runs its backup load, which takes no firmware by file "
+                                       "access");
+    }
 }
 
 NxGenEnum::NxGenEnum(std::unique_ptr<Impl> impl) : mImpl(std::move(impl)) {}
@@ -55,13 +36,13 @@ NxGenEnum::NxGenEnum(std::unique_ptr<Impl> impl) : mImpl(std::move(impl)) {}
 NxGenEnum::~NxGenEnum() = default;
 
 unsigned int NxGenEnum::GetEntryCount() const {
-    std::vector<ArvGcFeatureNode*> entries;
+    std::vector<NodeMap::Id> entries;
     (void)mImpl->ListEntries(entries);
     return static_cast<unsigned int>(entries.size());
 }
 
 NxResult NxGenEnum::GetEntryByIndex(unsigned int index, NxGenEnumEntry& entry) const {
-    std::vector<ArvGcFeatureNode*> entries;
+    std::vector<NodeMap::Id> entries;
     if (NxResult result = mImpl->ListEntries(entries); !result.IsOK()) {
         return result;
     }
@@ -71,11 +52,12 @@ NxResult NxGenEnum::GetEntryByIndex(unsigned int index, NxGenEnumEntry& entry) c
                                            std::to_string(entries.size()));
     }
     entry = mImpl->MakeEntry(entries[index]);
+    mImpl->NoteBackupLoad(entry);
     return {};
 }
 
 NxResult NxGenEnum::GetEntryByName(const NxString& name, NxGenEnumEntry& entry) const {
-    ArvGcFeatureNode* node = nullptr;
+    NodeMap::Id node = NodeTable::kNone;
     NxResult result = mImpl->FindEntry(name.GetAscii(), node);
     if (result.IsOK()) {
         entry = mImpl->MakeEntry(node);

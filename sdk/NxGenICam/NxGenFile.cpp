@@ -3,20 +3,53 @@
 #include <algorithm>
 #include <atomic>
 #include <optional>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
 
-#include "FileNodes.h"
 #include "LocalPayload.h"
-#include "NodeChunkAccess.h"
 #include "ParameterArrayImpl.h"
-#include "RegisterChunkAccess.h"
+#include "file_access/FileChunks.h"
+#include "file_access/FileFeatures.h"
+#include "file_access/FileOperation.h"
 
 namespace {
 
-// Buffers above this gain nothing and would have to be held in memory.
-constexpr std::uint64_t kLargestChunk = std::uint64_t{1} << 20U;
+// What a transfer will use is there and may be used once a file is open.
+NxResult FindFileAccess(NodeMap& nodes) {
+    if (NxResult result = nodes.SettleByteOrder(); !result.IsOK()) {
+        return result;
+    }
+    for (const auto& [feature, kind, isWritten] :
+         {std::tuple{FileFeatures::kOperationSelector, NodeKind::kEnumeration, false},
+          std::tuple{FileFeatures::kOpenMode, NodeKind::kEnumeration, false},
+          std::tuple{FileFeatures::kExecute, NodeKind::kCommand, true},
+          std::tuple{FileFeatures::kBuffer, NodeKind::kRegister, true}}) {
+        NodeMap::Id node = NodeTable::kNone;
+        if (NxResult result = nodes.Find(feature, node); !result.IsOK()) {
+            return result;
+        }
+        const std::string name = nodes.Port().DeviceName() + " has no GenICam file access: ";
+        if (node == NodeTable::kNone) {
+            return NxResult(kNxNoFileAccess, name + "it has no feature " + feature);
+        }
+        if (nodes.Table().Kind(node) != kind) {
+            return NxResult(kNxNoFileAccess,
+                            name + "its " + feature + " is of a kind that cannot be used");
+        }
+        NodeRights rights;
+        if (NxResult result = nodes.FindRights(node, NodeRights::Scope::kEver, rights);
+            !result.IsOK()) {
+            return result;
+        }
+        if (isWritten && !rights.isWritable) {
+            return NxResult(kNxNoFileAccess, name + "its " + feature + " cannot be written");
+        }
+    }
+    return {};
+}
 
 }  // namespace
 
@@ -33,9 +66,9 @@ class NxGenFile::Impl {
 
   private:
     NxResult OpenOnce(NxGenOpenMode mode);
-    NxResult Prepare(const char* operation);
+    NxResult RunOnce(const char* operation);
+    NxResult Prepare(FileChunks::Direction direction);
     NxResult WriteUntil(std::uint64_t end, std::span<const std::byte> data, std::uint64_t& written);
-    NxResult FindChunkSize(std::size_t& size);
     void FindFileSize();
     /// @param end size of what is moved; 0 when nothing is
     NxResult Explain(const NxResult& cause, const std::string& verb, std::uint64_t end) const;
@@ -44,8 +77,9 @@ class NxGenFile::Impl {
     std::string mName;
     bool mIsOpen = false;
     bool mHangs = false;  ///< an operation on the device was given up
-    std::string mOperation;
-    std::unique_ptr<FileChunkAccess> mAccess;
+    FileOperation::Habits mHabits;
+    FileChunks::Direction mDirection = FileChunks::Direction::kWrite;
+    std::unique_ptr<FileChunks> mChunks;  ///< of that direction; null until something is moved
     std::uint64_t mPosition = 0;
     std::optional<std::uint64_t> mFileSize;
 };
@@ -65,8 +99,7 @@ NxResult NxGenFile::Impl::Open(NodeMap& nodes, const std::string& name, NxGenOpe
     mName = name;
     mIsOpen = false;
     mHangs = false;
-    mAccess.reset();
-    mOperation.clear();
+    mChunks.reset();
     mPosition = 0;
     mFileSize.reset();
     NxResult result = OpenOnce(mode);
@@ -88,43 +121,56 @@ NxResult NxGenFile::Impl::Open(NodeMap& nodes, const std::string& name, NxGenOpe
 }
 
 NxResult NxGenFile::Impl::OpenOnce(NxGenOpenMode mode) {
-    for (const char* feature :
-         {FileNodes::kOffset, FileNodes::kLength, FileNodes::kStatus, FileNodes::kResult}) {
-        ArvGcFeatureNode* node = nullptr;
+    // Nothing may be written in the wrong order.
+    if (NxResult result = mNodes->SettleByteOrder(); !result.IsOK()) {
+        return result;
+    }
+    for (const char* feature : {FileFeatures::kOffset, FileFeatures::kLength}) {
+        NodeMap::Id node = NodeTable::kNone;
         if (NxResult result = mNodes->Find(feature, node); !result.IsOK()) {
             return result;
         }
-        if (node == nullptr) {
-            return NxResult(kNxNoSuchNode, mNodes->Device().Port().DeviceName() +
-                                               " has no GenICam feature " + feature);
+        if (node == NodeTable::kNone) {
+            return NxResult(kNxNoSuchNode,
+                            mNodes->Port().DeviceName() + " has no GenICam feature " + feature);
         }
     }
-    ArvGcFeatureNode* selector = nullptr;
-    if (NxResult result = mNodes->Find(FileNodes::kSelector, selector); !result.IsOK()) {
+    NodeMap::Id selector = NodeTable::kNone;
+    if (NxResult result = mNodes->Find(FileFeatures::kSelector, selector); !result.IsOK()) {
         return result;
     }
     // Without a selector the device has one file, whatever its name.
-    if (selector != nullptr) {
-        if (NxResult result = mNodes->WriteEntry(FileNodes::kSelector, mName); !result.IsOK()) {
+    if (selector != NodeTable::kNone) {
+        if (NxResult result = mNodes->WriteEntry(FileFeatures::kSelector, mName); !result.IsOK()) {
             return result;
         }
     }
-    if (NxResult result = mNodes->WriteEntry(FileNodes::kOperationSelector, "Open");
+    if (NxResult result = mNodes->WriteEntry(FileFeatures::kOperationSelector, "Open");
         !result.IsOK()) {
         return result;
     }
-    if (NxResult result = mNodes->WriteEntry(FileNodes::kOpenMode,
-                                             mode == NxGenOpenMode::kWrite ? "Write" : "Read");
-        !result.IsOK()) {
-        return result;
+    NxResult result = mNodes->WriteEntry(FileFeatures::kOpenMode,
+                                         mode == NxGenOpenMode::kWrite ? "Write" : "Read");
+    if (result.GetCode() == kNxNoSuchNode &&
+        mNodes->WriteEntry(FileFeatures::kOpenMode, "ReadWrite").IsOK()) {
+        result = NxResult();
     }
-    return FileNodes::RunOperation(*mNodes, "Open");
+    return result.IsOK() ? RunOnce("Open") : result;
+}
+
+NxResult NxGenFile::Impl::RunOnce(const char* operation) {
+    FileOperation once(*mNodes, operation, mHabits);
+    NxResult result = once.Prepare(NodeTable::kNone);
+    if (result.IsOK()) {
+        result = once.FindWhetherValueIsKept();
+    }
+    return result.IsOK() ? once.Run({}) : result;
 }
 
 // Optional, and dynamic texts are often said to be empty: only a positive size is believed.
 void NxGenFile::Impl::FindFileSize() {
     std::int64_t size = 0;
-    if (mNodes->ReadInteger(FileNodes::kSize, size).IsOK() && size > 0) {
+    if (mNodes->ReadInteger(FileFeatures::kSize, size).IsOK() && size > 0) {
         mFileSize = static_cast<std::uint64_t>(size);
     }
 }
@@ -134,73 +180,43 @@ NxResult NxGenFile::Impl::Close() {
         return NxResult(kNxInvalidArgument, "No file of the device is open");
     }
     mIsOpen = false;
-    mAccess.reset();
-    mOperation.clear();
+    mChunks.reset();
     if (mHangs) {
         // A Close would be waited for as long once more; an Open that the device refuses because
         // the file is open is followed by one.
         return NxResult(kNxTimeout, "The device's file " + mName +
-                                        " stays open: " + mNodes->Device().Port().DeviceName() +
+                                        " stays open: " + mNodes->Port().DeviceName() +
                                         " does not finish its last operation");
     }
-    NxResult result = mNodes->WriteEntry(FileNodes::kOperationSelector, "Close");
+    NxResult result = mNodes->WriteEntry(FileFeatures::kOperationSelector, "Close");
     if (result.IsOK()) {
-        result = FileNodes::RunOperation(*mNodes, "Close");
+        result = RunOnce("Close");
     }
     return result.IsOK() ? result : Explain(result, "close", 0);
 }
 
-// The operation that is selected decides what FileAccessLength may be.
-NxResult NxGenFile::Impl::FindChunkSize(std::size_t& size) {
-    std::uint64_t length = 0;
-    if (NxResult result = mNodes->ReadRegisterLength(FileNodes::kBuffer, length); !result.IsOK()) {
-        return result;
-    }
-    if (length == 0) {
-        return NxResult(kNxBadDescription,
-                        mNodes->Device().Port().DeviceName() + " has an empty FileAccessBuffer");
-    }
-    std::int64_t longest = 0;
-    // Without a maximum that can be found the buffer alone decides.
-    if (NxResult result = mNodes->ReadMaximum(FileNodes::kLength, longest);
-        !result.IsOK() && result.GetCode() != kNxNodeAccess && result.GetCode() != kNxDeviceError) {
-        return result;
-    }
-    size = static_cast<std::size_t>(std::min(length, kLargestChunk));
-    // With a maximum of 0 nothing could be moved at all: the device may refuse the length itself.
-    if (longest > 0) {
-        size = std::min(size, static_cast<std::size_t>(longest));
-    }
-    // Leaves room for the zeros that fill up the last four bytes.
-    if (size > 4) {
-        size -= size % 4;
-    }
-    return {};
-}
-
-// Selects the operation, which may move the registers, and resolves what the chunks need.
-NxResult NxGenFile::Impl::Prepare(const char* operation) {
+// Selects the operation, which may move the registers, and finds what the chunks need.
+NxResult NxGenFile::Impl::Prepare(FileChunks::Direction direction) {
     if (!mIsOpen) {
         return NxResult(kNxInvalidArgument, "No file of the device is open");
     }
-    if (mOperation == operation) {
+    if (mChunks != nullptr && mDirection == direction) {
         return {};
     }
-    mAccess.reset();
-    if (NxResult result = mNodes->WriteEntry(FileNodes::kOperationSelector, operation);
+    mChunks.reset();
+    if (NxResult result =
+            mNodes->WriteEntry(FileFeatures::kOperationSelector,
+                               direction == FileChunks::Direction::kWrite ? "Write" : "Read");
         !result.IsOK()) {
         return result;
     }
-    std::size_t chunkSize = 0;
-    if (NxResult result = FindChunkSize(chunkSize); !result.IsOK()) {
-        return result;
+    auto chunks = std::make_unique<FileChunks>(*mNodes, direction, mHabits);
+    NxResult result = chunks->Prepare();
+    if (result.IsOK()) {
+        mChunks = std::move(chunks);
+        mDirection = direction;
     }
-    mAccess = RegisterChunkAccess::Resolve(*mNodes, chunkSize);
-    if (mAccess == nullptr) {
-        mAccess = std::make_unique<NodeChunkAccess>(*mNodes, chunkSize);
-    }
-    mOperation = operation;
-    return {};
+    return result;
 }
 
 NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
@@ -211,10 +227,10 @@ NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
     done = 0;
     total = static_cast<long>(payload.Size());
     const std::uint64_t end = mPosition + payload.Size();
-    if (NxResult result = Prepare("Write"); !result.IsOK()) {
+    if (NxResult result = Prepare(FileChunks::Direction::kWrite); !result.IsOK()) {
         return Explain(result, "write", end);
     }
-    std::vector<std::byte> buffer(mAccess->ChunkSize());
+    std::vector<std::byte> buffer(mChunks->ChunkSize());
     for (std::uint64_t left = payload.Size(); left > 0;) {
         const std::span<std::byte> chunk = std::span(buffer).first(
             static_cast<std::size_t>(std::min<std::uint64_t>(left, buffer.size())));
@@ -238,16 +254,16 @@ NxResult NxGenFile::Impl::Write(std::span<const std::byte> data, std::uint64_t& 
 
 NxResult NxGenFile::Impl::WriteUntil(std::uint64_t end, std::span<const std::byte> data,
                                      std::uint64_t& written) {
-    if (NxResult result = Prepare("Write"); !result.IsOK()) {
+    if (NxResult result = Prepare(FileChunks::Direction::kWrite); !result.IsOK()) {
         return Explain(result, "write", end);
     }
     while (!data.empty()) {
         std::uint64_t taken = 0;
-        NxResult result = mAccess->Write(
-            mPosition, data.first(std::min(data.size(), mAccess->ChunkSize())), taken);
+        NxResult result = mChunks->Write(
+            mPosition, data.first(std::min(data.size(), mChunks->ChunkSize())), taken);
         if (result.IsOK() && taken == 0) {
             result = NxResult(kNxTransferIncomplete,
-                              mNodes->Device().Port().DeviceName() + " takes no more bytes");
+                              mNodes->Port().DeviceName() + " takes no more bytes");
         }
         if (!result.IsOK()) {
             mHangs = result.GetCode() == kNxTimeout;
@@ -263,11 +279,11 @@ NxResult NxGenFile::Impl::WriteUntil(std::uint64_t end, std::span<const std::byt
 
 NxResult NxGenFile::Impl::Read(std::span<std::byte> buffer, std::uint64_t& read) {
     const std::uint64_t end = mFileSize.value_or(mPosition + buffer.size());
-    if (NxResult result = Prepare("Read"); !result.IsOK()) {
+    if (NxResult result = Prepare(FileChunks::Direction::kRead); !result.IsOK()) {
         return Explain(result, "read", end);
     }
     while (read < buffer.size()) {
-        std::uint64_t wanted = std::min<std::uint64_t>(buffer.size() - read, mAccess->ChunkSize());
+        std::uint64_t wanted = std::min<std::uint64_t>(buffer.size() - read, mChunks->ChunkSize());
         if (mFileSize.has_value()) {
             wanted = std::min(wanted, *mFileSize - std::min(*mFileSize, mPosition));
         }
@@ -275,7 +291,7 @@ NxResult NxGenFile::Impl::Read(std::span<std::byte> buffer, std::uint64_t& read)
             return {};
         }
         std::uint64_t given = 0;
-        if (NxResult result = mAccess->Read(
+        if (NxResult result = mChunks->Read(
                 mPosition,
                 buffer.subspan(static_cast<std::size_t>(read), static_cast<std::size_t>(wanted)),
                 given);
@@ -302,12 +318,11 @@ bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
         return false;
     }
     NodeMap& nodes = parameters->GetImpl().Nodes();
-    const auto hasNode = [&nodes](const char* name) {
-        ArvGcFeatureNode* node = nullptr;
-        return nodes.Find(name, node).IsOK() && node != nullptr;
-    };
-    return hasNode(FileNodes::kOperationSelector) && hasNode(FileNodes::kExecute) &&
-           hasNode(FileNodes::kOpenMode) && hasNode(FileNodes::kBuffer);
+    const NxResult result = FindFileAccess(nodes);
+    if (!result.IsOK()) {
+        nodes.Port().NoteNoFileAccess(result.GetDescription().GetAscii());
+    }
+    return result.IsOK();
 }
 
 NxResult NxGenFile::Open(NxGenParameterArray* parameters, const NxString& fileName,

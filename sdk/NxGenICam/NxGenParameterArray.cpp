@@ -8,8 +8,8 @@
 #include "ParameterArrayImpl.h"
 
 NxGenEnum* NxGenParameterArray::Impl::FindEnum(const std::string& name) {
-    ArvGcEnumeration* node = nullptr;
-    if (!mNodes->FindEnumeration(name, node).IsOK() || node == nullptr) {
+    NodeMap::Id node = NodeTable::kNone;
+    if (!mNodes->Find(name, NodeKind::kEnumeration, node).IsOK() || node == NodeTable::kNone) {
         return nullptr;
     }
     std::unique_ptr<NxGenEnum>& known = mEnums[name];

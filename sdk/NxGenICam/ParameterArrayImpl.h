@@ -8,7 +8,7 @@
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenParameterArray.h>
 
-#include "NodeMap.h"
+#include "node_map/NodeMap.h"
 
 class NxGenParameterArray::Impl {
   public:

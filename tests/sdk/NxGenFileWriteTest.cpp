@@ -183,27 +183,51 @@ INSTANTIATE_TEST_SUITE_P(Buffers, NxGenFileCostTest,
                                                          : "OneRegisterAtATime");
                          });
 
-TEST_F(NxGenFileWriteTest, WritesThroughTheNodeMapWhereARegisterIsNotPlain) {
+TEST_F(NxGenFileWriteTest, NeedsNoMoreCommandsWhereARegisterIsNotPlain) {
     Connect({.dependsOnSelectors = true, .statusTag = "MaskedIntReg"});
-    const std::string content = RandomBytes(1234, 3);
+    const std::string content = RandomBytes(1536, 3);
     ExpectOK(WriteFile(content));
     EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
-    // Nothing of the fast road: registers are reached one at a time.
-    EXPECT_THAT(device->port->log, testing::Not(testing::Contains("READREG 3")));
+    const std::vector<std::string>& log = device->port->log;
+    EXPECT_THAT(std::vector<std::string>(log.end() - 6, log.end()),
+                testing::ElementsAre("WRITEMEM 512", "WRITEREG 3", "READREG 3", "WRITEMEM 512",
+                                     "WRITEREG 3", "READREG 3"));
 }
 
-TEST_F(NxGenFileWriteTest, WritesThroughTheNodeMapWhereARegistersStepIsADevicesRegister) {
+TEST_F(NxGenFileWriteTest, AsksOnceForARegistersStepThatLiesInTheDevice) {
     Connect();
     std::string xml = device->Xml();
     const std::string address = "<Address>0x2010</Address>";
     xml.insert(xml.find(address) + address.size(), "<pIndex pOffset=\"StepReg\">One</pIndex>");
     xml.insert(xml.find("<Port "),
                GenXml::Register("StepReg", 0x3000) + GenXml::Integer("One", "<Value>1</Value>"));
+    int asked = 0;
+    device->port->onRead = [&asked](std::uint64_t at) { asked += at == 0x3000 ? 1 : 0; };
     Load(xml);
-    const std::string content = RandomBytes(1234, 3);
+    ExpectOK(WriteFile(RandomBytes(512, 3)));
+    ExpectOK(file.Close());
+    asked = 0;
+    const std::string content = RandomBytes(5120, 3);
     ExpectOK(WriteFile(content));
     EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
-    EXPECT_THAT(device->port->log, testing::Not(testing::Contains("READREG 3")));
+    EXPECT_LE(asked, 4);  // while the file is opened, and once for the ten chunks
+}
+
+TEST_F(NxGenFileWriteTest, AsksEachTimeForARegistersStepThatMayNotBeCached) {
+    Connect();
+    std::string xml = device->Xml();
+    const std::string address = "<Address>0x2010</Address>";
+    xml.insert(xml.find(address) + address.size(), "<pIndex pOffset=\"StepReg\">One</pIndex>");
+    xml.insert(xml.find("<Port "),
+               GenXml::Register("StepReg", 0x3000, "RO", "<Cachable>NoCache</Cachable>") +
+                   GenXml::Integer("One", "<Value>1</Value>"));
+    int asked = 0;
+    device->port->onRead = [&asked](std::uint64_t at) { asked += at == 0x3000 ? 1 : 0; };
+    Load(xml);
+    const std::string content = RandomBytes(5120, 3);
+    ExpectOK(WriteFile(content));
+    EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+    EXPECT_GE(asked, 10);
 }
 
 TEST_F(NxGenFileWriteTest, GoesOnAfterAShortWriteFromTheByteThatTheDeviceTook) {

@@ -157,9 +157,11 @@ TEST_F(NxGenParameterArrayTest, UsesRegisterCommandsForDescriptionsBelowSchemaOn
     for (const int schemaMinor : {0, 1}) {
         for (const bool hasRegisterCommands : {false, true}) {
             port->hasRegisterCommands = hasRegisterCommands;
-            port->log.clear();
+            port->StoreBig(0x4, 0x80000000U);  // a big-endian device
             Load(GenXml::Register("Width", 0x100), schemaMinor);
             port->StoreBig(0x100, 77);
+            EXPECT_EQ(Text("Width"), "77");
+            port->log.clear();
             EXPECT_EQ(Text("Width"), "77");
             EXPECT_THAT(port->log, testing::ElementsAre(schemaMinor == 0 && hasRegisterCommands
                                                             ? "READREG 1"
@@ -176,46 +178,89 @@ TEST_F(NxGenParameterArrayTest, RefusesADescriptionThatIsCutShortAnywhere) {
     }
 }
 
-TEST_F(NxGenParameterArrayTest, RefusesDescriptionsThatWouldHarmTheProcess) {
-    const std::string circle =
-        GenXml::Integer("A", "<pValue>B</pValue>") + GenXml::Integer("B", "<pValue>A</pValue>");
-    EXPECT_THAT(LoadXml(GenXml::Description(circle)).GetDescription().GetAscii(),
-                HasSubstr("depends on itself"));
-    std::string chain;
-    for (int i = 0; i < 1000; ++i) {
-        chain += GenXml::Integer("N" + std::to_string(i),
-                                 "<pValue>N" + std::to_string(i + 1) + "</pValue>");
-    }
-    EXPECT_EQ(LoadXml(GenXml::Description(chain)).GetCode(), kNxBadDescription);
-    std::string bush;
-    for (int i = 0; i < 40; ++i) {
-        const std::string next = "N" + std::to_string(i + 1);
-        bush += "<IntSwissKnife Name=\"N" + std::to_string(i) + "\"><pVariable Name=\"X\">" + next +
-                "</pVariable><pVariable Name=\"Y\">" + next +
-                "</pVariable><Formula>X + Y</Formula></IntSwissKnife>";
-    }
-    EXPECT_EQ(LoadXml(GenXml::Description(bush)).GetCode(), kNxBadDescription);
-    EXPECT_EQ(LoadXml(GenXml::Description(GenXml::StringRegister("Model", 0x100, "0x7fffffffffff")))
-                  .GetCode(),
-              kNxBadDescription);
-    EXPECT_EQ(LoadXml(GenXml::Description(GenXml::StringRegister("Model", 0x100, "-1"))).GetCode(),
-              kNxBadDescription);
+TEST_F(NxGenParameterArrayTest, TurnsWhatALittleEndianDeviceGivesByRegisterCommand) {
+    port->StoreBig(0x4, 0);  // a little-endian device
+    Load(GenXml::Integer("Width", "<pValue>WidthReg</pValue>") +
+             "<IntReg Name=\"WidthReg\"><Address>0x100</Address><Length>4</Length>"
+             "<AccessMode>RW</AccessMode><pPort>Device</pPort>"
+             "<Endianess>LittleEndian</Endianess></IntReg>",
+         0);
+    // As the number comes in network order from whichever device.
+    port->StoreBig(0x100, 77);
+    EXPECT_EQ(Text("Width"), "77");
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesTextsThatAreNoDescription) {
     std::string entities = GenXml::Description(GenXml::Integer("A", "<Value>&lol;</Value>"));
     entities.insert(entities.find("<RegisterDescription"),
                     "<!DOCTYPE x [<!ENTITY lol \"1\"><!ENTITY lol2 \"&lol;&lol;\">]>");
-    EXPECT_EQ(LoadXml(entities).GetCode(), kNxBadDescription);
-    EXPECT_EQ(LoadXml("<Other/>").GetCode(), kNxBadDescription);
-    EXPECT_EQ(LoadXml(std::string(1000, '\0')).GetCode(), kNxBadDescription);
     std::string deep;
     for (int i = 0; i < 100000; ++i) {
         deep += "<Group>";
     }
-    EXPECT_EQ(LoadXml(GenXml::Description(deep)).GetCode(), kNxBadDescription);
+    for (const std::string& xml :
+         {entities, std::string("<Other/>"), std::string(1000, '\0'), GenXml::Description(deep),
+          std::string("<RegisterDescription/>"), std::string((16U << 20U) + 1, ' ')}) {
+        EXPECT_EQ(LoadXml(xml).GetCode(), kNxBadDescription) << xml.substr(0, 200);
+    }
+}
+
+TEST_F(NxGenParameterArrayTest, RefusesNodesWhoseEvaluationWouldHarmTheProcess) {
+    std::string chain;
+    std::string bush;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string number = std::to_string(i);
+        const std::string next = std::to_string(i + 1);
+        chain += GenXml::Integer("C" + number, "<pValue>C" + next + "</pValue>");
+        bush += "<IntSwissKnife Name=\"B" + number + "\"><pVariable Name=\"X\">B" + next +
+                "</pVariable><pVariable Name=\"Y\">B" + next +
+                "</pVariable><Formula>X + Y</Formula></IntSwissKnife>";
+    }
+    std::string thicket;
+    for (int i = 0; i < 40; ++i) {
+        const std::string next = i < 39 ? "T" + std::to_string(i + 1) : "One";
+        thicket += "<IntSwissKnife Name=\"T" + std::to_string(i) + "\"><pVariable Name=\"X\">" +
+                   next + "</pVariable><pVariable Name=\"Y\">" + next +
+                   "</pVariable><Formula>X + Y</Formula></IntSwissKnife>";
+    }
+    const std::string parentheses(100000, '(');
+    Load(chain + bush + thicket + GenXml::Integer("One", "<Value>1</Value>") +
+         "<IntSwissKnife Name=\"Nest\"><Formula>" + parentheses + "1</Formula></IntSwissKnife>" +
+         GenXml::StringRegister("Long", 0x100, "0x7fffffffffff") +
+         GenXml::StringRegister("Negative", 0x100, "-1") + GenXml::Integer("Ok", "<Value>5</Value>"));
+    for (const char* name : {"C0", "B0", "T0", "Nest", "Long", "Negative"}) {
+        EXPECT_EQ(Text(name), "untouched") << name;
+        EXPECT_FALSE(result.IsOK()) << name;
+    }
+    // One bad node costs no other.
+    EXPECT_EQ(Text("Ok"), "5");
+}
+
+TEST_F(NxGenParameterArrayTest, EndsFormulasWithoutAValueInAnErrorOfTheValue) {
+    const auto formula = [](const std::string& name, const std::string& text) {
+        return "<IntSwissKnife Name=\"" + name +
+               "\"><pVariable Name=\"LEAST\">Least</pVariable><pVariable Name=\"MINUS\">Minus"
+               "</pVariable><Formula>" +
+               text + "</Formula></IntSwissKnife>";
+    };
+    Load(GenXml::Register("Least", 0x100, "RO") + GenXml::Integer("Minus", "<Value>-1</Value>") +
+         formula("Quotient", "(0 - 0x7fffffffffffffff - 1) / MINUS") +
+         formula("Remainder", "(0 - 0x7fffffffffffffff - 1) % MINUS") +
+         formula("ByZero", "1 % LEAST") + formula("Sum", "0x7fffffffffffffff + 1") +
+         formula("Shift", "1 &lt;&lt; 64") + formula("Unfinished", "((1 +") +
+         formula("Unknown", "NOBODY + 1") + formula("Lazy", "LEAST = 0 ? 7 : 1 / LEAST"));
+    for (const char* name : {"Quotient", "ByZero", "Sum", "Shift", "Unfinished", "Unknown"}) {
+        EXPECT_EQ(Text(name), "untouched") << name;
+        EXPECT_EQ(result.GetCode(), kNxNodeAccess) << name;
+    }
+    EXPECT_EQ(Text("Remainder"), "0");
+    EXPECT_EQ(Text("Lazy"), "7");
 }
 
 TEST_F(NxGenParameterArrayTest, RefusesCirclesThatAreHardToSee) {
     const std::string step = GenXml::Register("I", 0x200);
     const std::vector<std::string> circles = {
+        GenXml::Integer("R", "<pValue>B</pValue>") + GenXml::Integer("B", "<pValue>R</pValue>"),
         // The step of an index is the register itself.
         GenXml::Register("R", 0x100, "RW", "<pIndex pOffset=\"R\">I</pIndex>") + step,
         GenXml::Register("R", 0x100, "RW", "<pIndex pOffset=\"S\">I</pIndex>") + step +
@@ -226,15 +271,31 @@ TEST_F(NxGenParameterArrayTest, RefusesCirclesThatAreHardToSee) {
         "<StructEntry Name=\"R\"><LSB>31</LSB><MSB>0</MSB></StructEntry>"
         "<pAddress>R</pAddress></StructReg>",
         // Names in pieces, and with space around them.
-        GenXml::Integer("R1", "<pValue>R<!-- -->2</pValue>") +
-            GenXml::Integer("R2", "<pValue>R<!-- -->1</pValue>"),
+        GenXml::Integer("R", "<pValue>R<!-- -->2</pValue>") +
+            GenXml::Integer("R2", "<pValue>R<!-- --></pValue>"),
         GenXml::Integer(" R", "<pValue> R</pValue>"),
+        GenXml::Integer("R", "<Value>1</Value><pIsAvailable>R2</pIsAvailable>") +
+            GenXml::Integer("R2", "<pIsAvailable>R2</pIsAvailable><pValue>R2</pValue>"),
     };
     for (const std::string& circle : circles) {
-        const NxResult refused = LoadXml(GenXml::Description(circle));
-        EXPECT_EQ(refused.GetCode(), kNxBadDescription) << circle;
-        EXPECT_THAT(refused.GetDescription().GetAscii(), HasSubstr("depends on itself")) << circle;
+        Load(circle);
+        EXPECT_EQ(Text("R"), "untouched") << circle;
+        EXPECT_EQ(result.GetCode(), kNxBadDescription) << circle;
+        EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("depends on itself")) << circle;
     }
+}
+
+TEST_F(NxGenParameterArrayTest, TakesNoNodeWithoutAName) {
+    Load(GenXml::Integer("", "<pValue></pValue>") + GenXml::Integer(" ", "<pValue> </pValue>") +
+         GenXml::Integer("Empty", "<pValue></pValue>") +
+         GenXml::StringRegister("Model", 0x100, "8") +
+         GenXml::Integer("Blank", "<pIsAvailable> </pIsAvailable><Value>1</Value>"));
+    for (const char* name : {"", " ", "Empty", "Blank"}) {
+        EXPECT_EQ(Text(name), "untouched") << name;
+        EXPECT_FALSE(result.IsOK()) << name;
+    }
+    port->Store(0x100, "Camera");
+    EXPECT_EQ(Text("Model"), "Camera");
 }
 
 TEST_F(NxGenParameterArrayTest, ReadsEntriesOfAStructureAndIndicesWithASteppingNode) {

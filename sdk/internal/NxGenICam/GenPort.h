@@ -42,4 +42,8 @@ class NX_API GenPort {
     /// swap a register's bytes there, but not in a memory access (GenICam Standard 2.0, appendix
     /// 3).
     [[nodiscard]] virtual bool HasRegisterCommands() const = 0;
+
+    /// Remembers why the device's files cannot be reached through its features, for whoever falls
+    /// back to another transport. Does nothing unless overridden.
+    virtual void NoteNoFileAccess(const std::string& reason);
 };

@@ -1,0 +1,225 @@
+#include "FileChunks.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "FileFeatures.h"
+
+namespace {
+
+// Buffers above this gain nothing and would have to be held in memory.
+constexpr std::uint64_t kLargestChunk = std::uint64_t{1} << 20U;
+
+bool IsRefusal(const NxResult& result) {
+    return result.GetCode() == kNxDeviceError || result.GetCode() == kNxAccessDenied ||
+           result.GetCode() == kNxFileOperation;
+}
+
+}  // namespace
+
+FileChunks::FileChunks(NodeMap& nodes, Direction direction, FileOperation::Habits& habits)
+    : mNodes(nodes), mOperation(nodes, direction == Direction::kWrite ? "Write" : "Read", habits) {}
+
+NxResult FileChunks::Prepare() {
+    for (const auto& [feature, node, sets] :
+         {std::tuple{FileFeatures::kOffset, &mOffset, &mSetsOffset},
+          std::tuple{FileFeatures::kLength, &mLength, &mSetsLength}}) {
+        NodeRights rights;
+        NxResult result = mNodes.Find(feature, *node);
+        if (result.IsOK() && *node == NodeTable::kNone) {
+            result = NxResult(kNxNoSuchNode,
+                              mNodes.Port().DeviceName() + " has no GenICam feature " + feature);
+        }
+        if (result.IsOK()) {
+            result = mNodes.FindRights(*node, NodeRights::Scope::kNow, rights);
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+        *sets = rights.MayWrite();
+        if (node == &mOffset) {
+            mChecksPosition = !rights.MayWrite() && rights.MayRead();
+        }
+    }
+    NxResult result = mOperation.Prepare(mChecksPosition ? mOffset : NodeTable::kNone);
+    return result.IsOK() ? FindLimits() : result;
+}
+
+NxResult FileChunks::FindLimits() {
+    NodeValues::Place buffer;
+    if (NxResult result = mOperation.LocateBuffer(buffer); !result.IsOK()) {
+        return result;
+    }
+    if (buffer.length == 0) {
+        return NxResult(kNxBadDescription,
+                        mNodes.Port().DeviceName() + " has an empty FileAccessBuffer");
+    }
+    mRoom = static_cast<std::size_t>(std::min(buffer.length, kLargestChunk));
+    mChunkSize = mRoom;
+    std::int64_t number = 0;
+    // Without a maximum that can be found the buffer alone decides. With a maximum of 0 nothing
+    // could be moved at all: the device may refuse the length itself.
+    NxResult result = mSetsLength ? mNodes.Access().Maximum(mLength, number)
+                                  : mNodes.Access().Integer(mLength, number);
+    if (!result.IsOK() && result.GetCode() != kNxNodeAccess && result.GetCode() != kNxDeviceError &&
+        result.GetCode() != kNxAccessDenied) {
+        return result;
+    }
+    if (result.IsOK() && number > 0) {
+        mChunkSize = static_cast<std::size_t>(
+            std::min<std::uint64_t>(mChunkSize, static_cast<std::uint64_t>(number)));
+    }
+    if (mSetsLength && mNodes.Access().Increment(mLength, number).IsOK() && number > 1 &&
+        static_cast<std::uint64_t>(number) <= mChunkSize) {
+        mIncrement = static_cast<std::size_t>(number);
+        mChunkSize -= mChunkSize % mIncrement;
+    }
+    if (mSetsLength && mNodes.Access().Minimum(mLength, number).IsOK() && number > 1 &&
+        static_cast<std::uint64_t>(number) <= mChunkSize) {
+        mLeast = static_cast<std::size_t>(number);
+    }
+    if (!mSetsLength) {
+        mIncrement = mChunkSize;
+    }
+    // Leaves room for the zeros that fill up the last four bytes.
+    if (mIncrement == 1 && mSetsLength && mChunkSize > 4) {
+        mChunkSize -= mChunkSize % 4;
+    }
+    return {};
+}
+
+std::size_t FileChunks::Allowed(std::size_t length) const {
+    const std::size_t most = std::max(length, mLeast);
+    return std::min(mChunkSize, (most + mIncrement - 1) / mIncrement * mIncrement);
+}
+
+NxResult FileChunks::CheckPosition(std::uint64_t expected) {
+    if (!mChecksPosition) {
+        return {};
+    }
+    std::int64_t position = 0;
+    if (NxResult result = mOperation.ReadObserved(position); !result.IsOK()) {
+        return result;
+    }
+    if (static_cast<std::uint64_t>(position) != expected) {
+        return NxResult(kNxTransferIncomplete,
+                        mNodes.Port().DeviceName() + " is at byte " + std::to_string(position) +
+                            " of its file where byte " + std::to_string(expected) +
+                            " is next: an operation was lost or carried out twice");
+    }
+    return {};
+}
+
+NxResult FileChunks::WriteBuffer(std::span<const std::byte> chunk, std::size_t length) {
+    NodeValues::Place buffer;
+    if (NxResult result = mOperation.LocateBuffer(buffer); !result.IsOK()) {
+        return result;
+    }
+    // Zeros up to the next multiple of four bytes, where the buffer has room for them: some devices
+    // take no other lengths.
+    const std::size_t padded = (std::max(chunk.size(), length) + 3) / 4 * 4;
+    const std::size_t wanted = padded <= std::min<std::uint64_t>(mRoom, buffer.length)
+                                   ? padded
+                                   : std::max(chunk.size(), length);
+    if (wanted == chunk.size()) {
+        return mNodes.Port().WriteMemory(buffer.address, chunk);
+    }
+    std::vector<std::byte> bytes(chunk.begin(), chunk.end());
+    bytes.resize(wanted);
+    return mNodes.Port().WriteMemory(buffer.address, bytes);
+}
+
+NxResult FileChunks::Write(std::uint64_t offset, std::span<const std::byte> chunk,
+                           std::uint64_t& taken) {
+    const std::size_t allowed = Allowed(chunk.size());
+    NxResult result = WriteOnce(offset, chunk, mSetsLength ? chunk.size() : allowed, taken);
+    if (IsRefusal(result) && allowed != chunk.size()) {
+        // The last chunk: its length is none that the description allows, and the device insists.
+        result = WriteOnce(offset, chunk, allowed, taken);
+    }
+    return result;
+}
+
+NxResult FileChunks::WriteOnce(std::uint64_t offset, std::span<const std::byte> chunk,
+                               std::size_t length, std::uint64_t& taken) {
+    if (NxResult result = WriteBuffer(chunk, length); !result.IsOK()) {
+        return result;
+    }
+    const bool lengthWasKnown = mLengthInDevice.has_value();
+    std::uint64_t moved = 0;
+    NxResult result = Run(offset, length, moved);
+    if (result.IsOK() && moved == 0 && lengthWasKnown && !mChecksPosition) {
+        // The device may have forgotten the length that was not written again.
+        mLengthInDevice.reset();
+        result = Run(offset, length, moved);
+    }
+    if (result.IsOK()) {
+        taken = std::min<std::uint64_t>(moved, chunk.size());
+    }
+    return result;
+}
+
+NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std::uint64_t& given) {
+    // Written anew each time: 0 bytes mean the end of the file here, not a forgotten length.
+    mLengthInDevice.reset();
+    std::uint64_t moved = 0;
+    if (NxResult result = Run(offset, Allowed(chunk.size()), moved); !result.IsOK()) {
+        return result;
+    }
+    const auto available = static_cast<std::size_t>(std::min<std::uint64_t>(moved, chunk.size()));
+    if (available > 0) {
+        NodeValues::Place buffer;
+        NxResult result = mOperation.LocateBuffer(buffer);
+        if (result.IsOK()) {
+            result = mNodes.Port().ReadMemory(buffer.address, chunk.first(available));
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    given = available;
+    return {};
+}
+
+// The offset is always written where it can be: a command that was repeated on the way must not
+// advance the file. Where the device keeps it itself, it is looked at before and after.
+NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t& moved) {
+    if (!mKnowsPosition) {
+        if (NxResult result = CheckPosition(offset); !result.IsOK()) {
+            return result;
+        }
+    }
+    mKnowsPosition = false;
+    std::vector<FileOperation::Setting> settings;
+    if (mSetsOffset) {
+        settings.push_back({.node = mOffset, .value = static_cast<std::int64_t>(offset)});
+    }
+    // Costs nothing beside the others in one command, else a command of its own.
+    if (mSetsLength && (mNodes.Port().CombinesRegisters() || mLengthInDevice != length)) {
+        settings.push_back({.node = mLength, .value = static_cast<std::int64_t>(length)});
+    }
+    mLengthInDevice.reset();
+    if (NxResult result = mOperation.Run(settings); !result.IsOK()) {
+        return result;
+    }
+    std::int64_t value = 0;
+    if (NxResult result = mOperation.ReadResult(value); !result.IsOK()) {
+        return result;
+    }
+    const auto reported = static_cast<std::uint64_t>(value);
+    if (reported > length) {
+        return NxResult(kNxProtocol, mNodes.Port().DeviceName() + " reports " +
+                                         std::to_string(reported) + " bytes as the result of " +
+                                         mOperation.Name() + " for " + std::to_string(length));
+    }
+    if (NxResult result = CheckPosition(offset + reported); !result.IsOK()) {
+        return result;
+    }
+    mKnowsPosition = mChecksPosition;
+    mLengthInDevice = length;
+    moved = reported;
+    return {};
+}

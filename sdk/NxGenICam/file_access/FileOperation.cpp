@@ -1,0 +1,269 @@
+#include "FileOperation.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "../node_map/NodeWriter.h"
+#include "FileFeatures.h"
+
+namespace {
+
+// A register that still holds what executed the last operation may belong to one that is under way.
+constexpr std::chrono::milliseconds kOldOperation{1000};
+
+bool IsRefusal(const NxResult& result) {
+    return result.GetCode() == kNxDeviceError || result.GetCode() == kNxAccessDenied;
+}
+
+}  // namespace
+
+FileOperation::FileOperation(NodeMap& nodes, std::string name, Habits& habits)
+    : mNodes(nodes),
+      mName(std::move(name)),
+      mHabits(habits),
+      mView(nodes.FollowValues(
+          {FileFeatures::kSelector, FileFeatures::kOperationSelector, FileFeatures::kOpenMode})) {}
+
+NxResult FileOperation::Missing(const char* feature) const {
+    return NxResult(kNxNoSuchNode,
+                    mNodes.Port().DeviceName() + " has no GenICam feature " + feature);
+}
+
+NxResult FileOperation::Require(const char* feature, Id& node) {
+    NxResult result = mNodes.Find(feature, node);
+    return result.IsOK() && node == NodeTable::kNone ? Missing(feature) : result;
+}
+
+NxResult FileOperation::Prepare(Id observed) {
+    mObserved = observed;
+    for (const auto& [feature, node] :
+         {std::pair{FileFeatures::kBuffer, &mBuffer}, std::pair{FileFeatures::kStatus, &mStatus},
+          std::pair{FileFeatures::kResult, &mResult}}) {
+        if (NxResult result = Require(feature, *node); !result.IsOK()) {
+            return result;
+        }
+    }
+    if (NxResult result = mNodes.Find(FileFeatures::kExecute, NodeKind::kCommand, mExecute);
+        !result.IsOK() || mExecute == NodeTable::kNone) {
+        return result.IsOK() ? Missing(FileFeatures::kExecute) : result;
+    }
+    NodeRights rights;
+    NodeValues::Source source;
+    NxResult result = mNodes.FindRights(mExecute, NodeRights::Scope::kNow, rights);
+    if (result.IsOK()) {
+        result = mNodes.Access().FindSource(mExecute, source);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (!rights.MayWrite()) {
+        return NxResult(kNxNodeAccess, "The GenICam feature " +
+                                           std::string(FileFeatures::kExecute) + " of " +
+                                           mNodes.Port().DeviceName() + " cannot be executed now");
+    }
+    mTellsItsEnd = rights.MayRead() && source.node != NodeTable::kNone;
+    if (result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue); result.IsOK()) {
+        Trace();
+    }
+    return result;
+}
+
+// Only to note which registers the outcome hangs on: without the device most values make no sense.
+void FileOperation::Trace() {
+    std::int64_t ignored = 0;
+    mView.PretendZeros(true);
+    if (mTellsItsEnd) {
+        mView.MarkAsState(true);
+        (void)mNodes.Access(&mView).Integer(mExecute, ignored);
+        mView.MarkAsState(false);
+    }
+    for (const Id node : {mStatus, mResult, mObserved}) {
+        if (node != NodeTable::kNone) {
+            (void)mNodes.Access(&mView).Integer(node, ignored);
+        }
+    }
+    mView.PretendZeros(false);
+}
+
+NxResult FileOperation::LocateBuffer(NodeValues::Place& place) {
+    return mNodes.Access(&mView).Locate(mBuffer, place);
+}
+
+NxResult FileOperation::Run(std::span<const Setting> settings) {
+    NxResult result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue);
+    for (const Setting& setting : settings) {
+        if (result.IsOK()) {
+            NodeValues values = mNodes.Access(&mView);
+            result = NodeWriter(values).SetInteger(setting.node, setting.value);
+        }
+    }
+    if (result.IsOK()) {
+        NodeValues values = mNodes.Access(&mView);
+        result = NodeWriter(values).SetInteger(mExecute, mCommandValue);
+    }
+    if (!result.IsOK()) {
+        (void)mView.TakeWrites();
+        return result;
+    }
+    result = Send();
+    if (result.IsOK()) {
+        result = Await();
+    }
+    return result.IsOK() ? CheckStatus() : result;
+}
+
+NxResult FileOperation::Send() {
+    RegisterBus& bus = mNodes.Bus();
+    const std::vector<RegisterView::Write> writes = mView.TakeWrites();
+    if (mView.HoldsLittleEndian()) {
+        bus.ExpectLittleEndianWords();
+    }
+    const bool takesWords =
+        bus.WritesWords() && std::ranges::all_of(writes, [&bus](const RegisterView::Write& write) {
+            return bus.TakesWords(write.address, write.bytes.size());
+        });
+    NxResult result;
+    // One alone is what opens or erases: it is given its time as the write of one register.
+    if (takesWords && writes.size() > 1) {
+        std::vector<GenPort::Register> words;
+        for (const RegisterView::Write& write : writes) {
+            for (std::size_t i = 0; i < write.bytes.size(); i += 4) {
+                words.push_back({.address = write.address + i});
+                std::copy_n(write.bytes.begin() + static_cast<std::ptrdiff_t>(i), 4,
+                            words.back().bytes.begin());
+            }
+        }
+        result = bus.WriteWords(words);
+    } else {
+        for (const RegisterView::Write& write : writes) {
+            result = bus.Write(write.address, write.bytes);
+            if (!result.IsOK()) {
+                break;
+            }
+        }
+    }
+    mView.Forget();
+    if (result.IsOK() && !bus.KnowsWordOrder()) {
+        // The last one executes the operation; asking for it might be taken for the end of it.
+        for (std::size_t i = 0; i + 1 < writes.size() && !bus.KnowsWordOrder(); ++i) {
+            if (writes[i].bytes.size() == 4) {
+                bus.LearnWordOrder(writes[i].address);
+            }
+        }
+    }
+    return result;
+}
+
+NxResult FileOperation::Fetch(bool onlyState) {
+    if (!mFetchesTogether) {
+        return {};
+    }
+    NxResult result = mView.Fetch(mNodes.Bus(), onlyState);
+    if (IsRefusal(result)) {
+        // One of them may not be read now; each is asked for when its turn comes.
+        mFetchesTogether = false;
+        return {};
+    }
+    return result;
+}
+
+NxResult FileOperation::IsDone(bool& isDone) {
+    std::int64_t value = 0;
+    mView.MarkAsState(true);
+    NxResult result = mNodes.Access(&mView).Integer(mExecute, value);
+    mView.MarkAsState(false);
+    isDone = value != mCommandValue;
+    return result;
+}
+
+NxResult FileOperation::FindWhetherValueIsKept() {
+    if (!mTellsItsEnd || mHabits.keepsValue) {
+        return {};
+    }
+    const auto end = OperationPoll::Clock::now() + kOldOperation;
+    OperationPoll poll(mName, mNodes.Port().DeviceName());
+    while (true) {
+        bool isDone = false;
+        mView.Forget();
+        if (NxResult result = IsDone(isDone); !result.IsOK() || isDone) {
+            return result;
+        }
+        if (OperationPoll::Clock::now() >= end) {
+            mHabits.keepsValue = true;
+            return {};
+        }
+        if (NxResult result = poll.Pause(); !result.IsOK()) {
+            return result;
+        }
+    }
+}
+
+NxResult FileOperation::Await() {
+    if (NxResult result = Fetch(false); !result.IsOK()) {
+        return result;
+    }
+    if (!mTellsItsEnd) {
+        return {};
+    }
+    bool isDone = false;
+    if (NxResult result = IsDone(isDone); !result.IsOK() || isDone || mHabits.keepsValue) {
+        // One that changes after all was only slow when it seemed to be kept.
+        mHabits.keepsValue = mHabits.keepsValue && !isDone;
+        return result;
+    }
+    OperationPoll poll(mName, mNodes.Port().DeviceName());
+    while (!isDone) {
+        if (const NxResult timeout = poll.Pause(); !timeout.IsOK()) {
+            // It may be one that never tells; then its status does.
+            std::string status;
+            mHabits.keepsValue = ReadStatus(status).IsOK() && status == FileFeatures::kSuccess;
+            return mHabits.keepsValue ? NxResult() : timeout;
+        }
+        mView.Forget();
+        NxResult result = Fetch(true);
+        if (result.IsOK()) {
+            result = IsDone(isDone);
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    mView.Forget();
+    return Fetch(false);
+}
+
+NxResult FileOperation::ReadStatus(std::string& status) {
+    std::int64_t value = 0;
+    if (NxResult result = mNodes.Access(&mView).Integer(mStatus, value); !result.IsOK()) {
+        return result;
+    }
+    if (mNodes.Table().Kind(mStatus) != NodeKind::kEnumeration) {
+        status = value == 0 ? FileFeatures::kSuccess : std::to_string(value);
+        return {};
+    }
+    const Id entry = mNodes.FindEntryByValue(mStatus, value);
+    status = entry != NodeTable::kNone ? mNodes.SymbolicName(entry) : std::to_string(value);
+    return {};
+}
+
+NxResult FileOperation::CheckStatus() {
+    std::string status;
+    if (NxResult result = ReadStatus(status); !result.IsOK()) {
+        return result;
+    }
+    return status == FileFeatures::kSuccess
+               ? NxResult()
+               : NxResult(kNxFileOperation, mNodes.Port().DeviceName() + " answered " + mName +
+                                                " with the file operation status \"" + status +
+                                                "\"");
+}
+
+NxResult FileOperation::ReadResult(std::int64_t& value) {
+    return mNodes.Access(&mView).Integer(mResult, value);
+}
+
+NxResult FileOperation::ReadObserved(std::int64_t& value) {
+    return mNodes.Access(&mView).Integer(mObserved, value);
+}

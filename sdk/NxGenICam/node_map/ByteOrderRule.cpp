@@ -1,0 +1,130 @@
+#include "ByteOrderRule.h"
+
+#include <algorithm>
+#include <array>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "NodeRights.h"
+
+namespace {
+
+using Id = NodeTable::Id;
+
+// Of the bootstrap registers, which are always big-endian, nothing can be learnt.
+constexpr std::uint64_t kEndOfBootstrap = 0xA000;
+constexpr int kMostQuestions = 40;
+constexpr int kEnoughAnswers = 3;
+
+bool IsOfDeviceItself(const NxResult& result) {
+    return result.IsOK() || result.GetCode() == kNxDeviceError ||
+           result.GetCode() == kNxAccessDenied || result.GetCode() == kNxNodeAccess ||
+           result.GetCode() == kNxBadDescription;
+}
+
+class Question {
+  public:
+    Question(const NodeTable& table, RegisterBus& bus, NodeValues::LocalValues& locals)
+        : mTable(table), mValues(table, bus, locals, nullptr) {}
+
+    /// @param asked whether the device was
+    NxResult Ask(Id node, bool& asked);
+    [[nodiscard]] int AsDescribed() const { return mAsDescribed; }
+    [[nodiscard]] int Reversed() const { return mReversed; }
+
+  private:
+    /// The register that the feature is a name for; kNone when it is anything more.
+    Id FindRegister(Id feature);
+    bool MakesSense(Id feature, std::int64_t value);
+
+    const NodeTable& mTable;
+    NodeValues mValues;  ///< one for all questions, so that its bounds hold for them all
+    int mAsDescribed = 0;
+    int mReversed = 0;
+};
+
+Id Question::FindRegister(Id feature) {
+    NodeValues::Source source;
+    return mValues.FindSource(feature, source).IsOK() && source.node != NodeTable::kNone &&
+                   mTable.Kind(source.node) == NodeKind::kIntReg
+               ? source.node
+               : NodeTable::kNone;
+}
+
+bool Question::MakesSense(Id feature, std::int64_t value) {
+    if (mTable.Kind(feature) == NodeKind::kEnumeration) {
+        const std::size_t count = mTable.EntryCount(feature);
+        for (std::size_t i = 1; i <= count; ++i) {
+            std::int64_t entry = 0;
+            if (mValues.Integer(feature + static_cast<Id>(i), entry).IsOK() && entry == value) {
+                return true;
+            }
+        }
+        return false;
+    }
+    const auto low = mValues.Find(feature, NodeTag::kMin);
+    const auto high = mValues.Find(feature, NodeTag::kMax);
+    std::int64_t least = 0;
+    std::int64_t most = 0;
+    // Without bounds any value makes sense.
+    return !low || !high || !Formula::ParseInteger(low->text, least) ||
+           !Formula::ParseInteger(high->text, most) || (value >= least && value <= most);
+}
+
+NxResult Question::Ask(Id node, bool& asked) {
+    asked = false;
+    const Id found = FindRegister(node);
+    NodeValues::Place place;
+    RegisterFormat format;
+    NodeRights rights;
+    if (found == NodeTable::kNone || !mValues.Locate(found, place).IsOK() || place.length != 4 ||
+        (place.address & 0xFFFFFFFFU) < kEndOfBootstrap ||
+        !mValues.FindFormat(found, place, format).IsOK() || format.isField ||
+        !NodeRights::Find(mValues, node, NodeRights::Scope::kNow, rights).IsOK() ||
+        !rights.MayRead()) {
+        return {};
+    }
+    asked = true;
+    std::array<std::byte, 4> bytes{};
+    if (NxResult result = mValues.ReadNumber(found, place, bytes); !result.IsOK()) {
+        return IsOfDeviceItself(result) ? NxResult() : result;
+    }
+    std::array<std::byte, 4> turned = bytes;
+    std::reverse(turned.begin(), turned.end());
+    const bool asDescribed = MakesSense(node, format.Decode(bytes));
+    const bool reversed = MakesSense(node, format.Decode(turned));
+    mAsDescribed += asDescribed && !reversed ? 1 : 0;
+    mReversed += reversed && !asDescribed ? 1 : 0;
+    return {};
+}
+
+}  // namespace
+
+NxResult ByteOrderRule::Settle(const NodeTable& table, RegisterBus& bus,
+                               NodeValues::LocalValues& locals) {
+    bool isLittle = false;
+    if (NxResult result = bus.IsLittleEndian(isLittle); !result.IsOK() || !isLittle) {
+        // A device without the register is as its description says.
+        return IsOfDeviceItself(result) ? NxResult() : result;
+    }
+    Question question(table, bus, locals);
+    int questions = 0;
+    for (const NodeKind kind : {NodeKind::kEnumeration, NodeKind::kInteger}) {
+        for (Id node = 0; node < table.Count() && questions < kMostQuestions &&
+                          question.AsDescribed() + question.Reversed() < kEnoughAnswers;
+             ++node) {
+            if (table.Kind(node) != kind) {
+                continue;
+            }
+            bool asked = false;
+            if (NxResult result = question.Ask(node, asked); !result.IsOK()) {
+                return result;
+            }
+            questions += asked ? 1 : 0;
+        }
+    }
+    if (question.Reversed() > 0 && question.AsDescribed() == 0) {
+        bus.Reverse();
+    }
+    return {};
+}

@@ -1,0 +1,320 @@
+#include "NodeMap.h"
+
+#include <charconv>
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "ByteOrderRule.h"
+#include "DescriptionReader.h"
+#include "NodeWriter.h"
+#include "Printable.h"
+
+namespace {
+
+// The shortest text that reads back as the same number.
+std::string FormatFloat(double value) {
+    char text[40];
+    const auto [end, error] = std::to_chars(std::begin(text), std::end(text), value);
+    return error == std::errc() ? std::string(text, end) : std::string();
+}
+
+}  // namespace
+
+NxResult NodeMap::Load(std::shared_ptr<GenPort> port, const std::string& xml,
+                       std::unique_ptr<NodeMap>& map) {
+    std::unique_ptr<NodeMap> loaded(new NodeMap(std::move(port)));
+    DescriptionSchema schema;
+    if (const NxResult result = ReadDescription(xml, loaded->mTable, schema); !result.IsOK()) {
+        return NxResult(result.GetCode(),
+                        "The GenICam description of " + loaded->Port().DeviceName() +
+                            " cannot be used: " + result.GetDescription().GetAscii());
+    }
+    if (schema.IsBelowOneOne()) {
+        loaded->mBus.UseRegisterCommands();
+    }
+    map = std::move(loaded);
+    return {};
+}
+
+NxResult NodeMap::SettleByteOrder() {
+    if (mIsSettled) {
+        return {};
+    }
+    NxResult result = ByteOrderRule::Settle(mTable, mBus, mLocals);
+    mIsSettled = result.IsOK();
+    return result;
+}
+
+NxResult NodeMap::NoSuchNode(const std::string& name) const {
+    return NxResult(kNxNoSuchNode, Port().DeviceName() + " has no GenICam feature " + name);
+}
+
+NxResult NodeMap::Refuse(const std::string& name, const std::string& reason) const {
+    return NxResult(kNxNodeAccess,
+                    "The GenICam feature " + name + " of " + Port().DeviceName() + " " + reason);
+}
+
+NxResult NodeMap::FindRights(Id node, NodeRights::Scope scope, NodeRights& rights) {
+    NodeValues values = Access();
+    return NodeRights::Find(values, node, scope, rights);
+}
+
+NxResult NodeMap::Find(const std::string& name, Id& node) {
+    const Id found = mTable.Find(name);
+    if (found == NodeTable::kNone) {
+        node = NodeTable::kNone;
+        return {};
+    }
+    NodeRights rights;
+    NxResult result = FindRights(found, NodeRights::Scope::kEver, rights);
+    if (result.IsOK()) {
+        node = rights.isImplemented ? found : NodeTable::kNone;
+    }
+    return result;
+}
+
+NxResult NodeMap::Find(const std::string& name, NodeKind kind, Id& node) {
+    Id found = NodeTable::kNone;
+    NxResult result = Find(name, found);
+    if (result.IsOK()) {
+        node = found != NodeTable::kNone && mTable.Kind(found) == kind ? found : NodeTable::kNone;
+    }
+    return result;
+}
+
+std::set<NodeMap::Id> NodeMap::FollowValues(const std::vector<std::string>& names) {
+    std::set<Id> nodes;
+    for (const std::string& name : names) {
+        NodeValues values = Access();
+        Id node = mTable.Find(name);
+        NodeValues::Source source;
+        while (node != NodeTable::kNone && nodes.insert(node).second &&
+               values.FindSource(node, source).IsOK()) {
+            node = std::exchange(source, {}).node;
+        }
+    }
+    return nodes;
+}
+
+NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
+    const Id found = mTable.Find(name);
+    NodeRights rights;
+    if (found == NodeTable::kNone) {
+        return NoSuchNode(name);
+    }
+    if (NxResult result = FindRights(found, NodeRights::Scope::kNow, rights); !result.IsOK()) {
+        return result;
+    }
+    if (!rights.isImplemented) {
+        return NoSuchNode(name);
+    }
+    if (!rights.MayRead()) {
+        return Refuse(name, rights.isReadable ? "is not available now" : "is write-only");
+    }
+    node = found;
+    return {};
+}
+
+NxResult NodeMap::FindWritable(const std::string& name, Id& node) {
+    const Id found = mTable.Find(name);
+    NodeRights rights;
+    if (found == NodeTable::kNone) {
+        return NoSuchNode(name);
+    }
+    if (NxResult result = FindRights(found, NodeRights::Scope::kNow, rights); !result.IsOK()) {
+        return result;
+    }
+    if (!rights.isImplemented) {
+        return NoSuchNode(name);
+    }
+    if (!rights.MayWrite()) {
+        return Refuse(name, std::string("cannot be written now: it is ") +
+                                (!rights.isAvailable ? "not available"
+                                 : rights.isLocked   ? "locked"
+                                                     : "read-only"));
+    }
+    node = found;
+    return {};
+}
+
+NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
+    Id node = NodeTable::kNone;
+    if (NxResult result = FindReadable(name, node); !result.IsOK()) {
+        return result;
+    }
+    NodeValues values = Access();
+    std::int64_t integer = 0;
+    double number = 0;
+    NxResult result;
+    switch (mTable.Kind(node)) {
+        case NodeKind::kEnumeration:
+            return ReadEntry(name, node, text);
+        case NodeKind::kBoolean:
+            result = values.Integer(node, integer);
+            text = !result.IsOK() ? text : integer != 0 ? "true" : "false";
+            return result;
+        case NodeKind::kInteger:
+        case NodeKind::kIntReg:
+        case NodeKind::kIntSwissKnife:
+        case NodeKind::kIntConverter:
+            result = values.Integer(node, integer);
+            text = result.IsOK() ? std::to_string(integer) : text;
+            return result;
+        case NodeKind::kFloat:
+        case NodeKind::kFloatReg:
+        case NodeKind::kSwissKnife:
+        case NodeKind::kConverter:
+            result = values.Float(node, number);
+            text = result.IsOK() ? FormatFloat(number) : text;
+            return result;
+        case NodeKind::kString:
+        case NodeKind::kStringReg:
+            return values.Text(node, text);
+        default:
+            return Refuse(name, "is not a text or number");
+    }
+}
+
+NxResult NodeMap::ReadEntry(const std::string& name, Id enumeration, std::string& text) {
+    NodeValues values = Access();
+    std::int64_t value = 0;
+    if (NxResult result = values.Integer(enumeration, value); !result.IsOK()) {
+        return result;
+    }
+    const Id entry = FindEntryByValue(enumeration, value);
+    if (entry == NodeTable::kNone) {
+        return Refuse(name,
+                      "has the value " + std::to_string(value) + ", which is none of its entries");
+    }
+    text = SymbolicName(entry);
+    return {};
+}
+
+NxResult NodeMap::ReadInteger(const std::string& name, std::int64_t& value) {
+    Id node = NodeTable::kNone;
+    NxResult result = FindReadable(name, node);
+    return result.IsOK() ? Access().Integer(node, value) : result;
+}
+
+NxResult NodeMap::WriteInteger(const std::string& name, std::int64_t value) {
+    Id node = NodeTable::kNone;
+    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
+        return result;
+    }
+    NodeValues values = Access();
+    return NodeWriter(values).SetInteger(node, value);
+}
+
+NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) {
+    Id node = NodeTable::kNone;
+    const NxResult writable = FindWritable(name, node);
+    if (!writable.IsOK()) {
+        std::string present;
+        const bool isThereAlready = writable.GetCode() == kNxNodeAccess &&
+                                    ReadText(name, present).IsOK() && present == entry;
+        return isThereAlready ? NxResult() : writable;
+    }
+    if (mTable.Kind(node) != NodeKind::kEnumeration) {
+        return Refuse(name, "is not an enumeration");
+    }
+    Id found = NodeTable::kNone;
+    std::int64_t value = 0;
+    NxResult result = FindEntry(node, entry, found);
+    if (result.IsOK()) {
+        result = Access().Integer(found, value);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    NodeValues values = Access();
+    return NodeWriter(values).SetInteger(node, value);
+}
+
+NxResult NodeMap::Execute(const std::string& name) {
+    Id node = NodeTable::kNone;
+    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
+        return result;
+    }
+    if (mTable.Kind(node) != NodeKind::kCommand) {
+        return Refuse(name, "is not a command");
+    }
+    NodeValues values = Access();
+    std::int64_t value = 0;
+    NxResult result = values.CommandValue(node, value);
+    return result.IsOK() ? NodeWriter(values).SetInteger(node, value) : result;
+}
+
+NxResult NodeMap::ListEntries(Id enumeration, std::vector<Id>& entries) {
+    // One access for all: however many entries there are, its bounds hold.
+    NodeValues values = Access();
+    std::vector<Id> implemented;
+    const std::size_t count = mTable.EntryCount(enumeration);
+    for (std::size_t i = 1; i <= count; ++i) {
+        const Id entry = enumeration + static_cast<Id>(i);
+        NodeRights rights;
+        if (NxResult result = NodeRights::Find(values, entry, NodeRights::Scope::kEver, rights);
+            !result.IsOK()) {
+            return result;
+        }
+        if (rights.isImplemented) {
+            implemented.push_back(entry);
+        }
+    }
+    entries = std::move(implemented);
+    return {};
+}
+
+NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) {
+    NodeValues values = Access();
+    bool isKnown = false;
+    const std::size_t count = mTable.EntryCount(enumeration);
+    for (std::size_t i = 1; i <= count; ++i) {
+        const Id candidate = enumeration + static_cast<Id>(i);
+        if (SymbolicName(candidate) != entry) {
+            continue;
+        }
+        NodeRights rights;
+        if (NxResult result = NodeRights::Find(values, candidate, NodeRights::Scope::kNow, rights);
+            !result.IsOK()) {
+            return result;
+        }
+        if (rights.isImplemented && rights.isAvailable) {
+            node = candidate;
+            return {};
+        }
+        isKnown = isKnown || rights.isImplemented;
+    }
+    return NxResult(kNxNoSuchNode, Port().DeviceName() + " has no entry " + entry + " in its " +
+                                       Printable(std::string(mTable.Name(enumeration))) +
+                                       (isKnown ? " that is available" : ""));
+}
+
+NodeMap::Id NodeMap::FindEntryByValue(Id enumeration, std::int64_t value) {
+    NodeValues values = Access();
+    const std::size_t count = mTable.EntryCount(enumeration);
+    for (std::size_t i = 1; i <= count; ++i) {
+        const Id entry = enumeration + static_cast<Id>(i);
+        std::int64_t known = 0;
+        if (values.Integer(entry, known).IsOK() && known == value) {
+            return entry;
+        }
+    }
+    return NodeTable::kNone;
+}
+
+std::string NodeMap::SymbolicName(Id entry) {
+    NodeValues values = Access();
+    if (const auto symbolic = values.Find(entry, NodeTag::kSymbolic)) {
+        return std::string(symbolic->text);
+    }
+    const std::string name(mTable.Name(entry));
+    const std::string prefix = "EnumEntry_" + std::string(mTable.Name(mTable.Parent(entry))) + "_";
+    return name.starts_with(prefix) ? name.substr(prefix.size()) : name;
+}
+
+std::string NodeMap::DisplayName(Id entry) {
+    NodeValues values = Access();
+    const auto shown = values.Find(entry, NodeTag::kDisplayName);
+    return shown.has_value() ? std::string(shown->text) : SymbolicName(entry);
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxResult.h>
+#include <NxGenICam/GenPort.h>
+
+#include "NodeRights.h"
+#include "NodeTable.h"
+#include "NodeValues.h"
+#include "RegisterBus.h"
+#include "RegisterView.h"
+
+/// The features of a device by name, as its GenICam XML describes them over its registers. Nothing
+/// is cached. One thread at a time.
+///
+/// Codes that every operation hands on: what the port gives; kNxNoSuchNode for a feature that is
+/// absent or not implemented; kNxNodeAccess for one that may not be read or written now, or has no
+/// such value; kNxBadDescription for one whose description is malformed or out of bounds.
+class NodeMap {
+  public:
+    using Id = NodeTable::Id;
+
+    /// @return kNxBadDescription when the XML cannot be read; `map` untouched
+    static NxResult Load(std::shared_ptr<GenPort> port, const std::string& xml,
+                         std::unique_ptr<NodeMap>& map);
+
+    [[nodiscard]] GenPort& Port() const { return mBus.Port(); }
+    [[nodiscard]] RegisterBus& Bus() { return mBus; }
+    [[nodiscard]] const NodeTable& Table() const { return mTable; }
+    /// One access, to be dropped after it. @param view null, or outlives it
+    [[nodiscard]] NodeValues Access(RegisterView* view = nullptr) {
+        return {mTable, mBus, mLocals, view};
+    }
+
+    /// Must come before the first write: finds out in which order the registers' bytes come where
+    /// the description may be wrong about it.
+    NxResult SettleByteOrder();
+
+    /// @param node kNone when the feature is absent or not implemented, which is OK
+    /// @return not OK, `node` untouched, when the device could not be asked whether it has it
+    NxResult Find(const std::string& name, Id& node);
+    /// The same; a feature of another kind is none either.
+    NxResult Find(const std::string& name, NodeKind kind, Id& node);
+    NxResult FindRights(Id node, NodeRights::Scope scope, NodeRights& rights);
+    /// The nodes that hand the value of these features on, down to the registers.
+    [[nodiscard]] std::set<Id> FollowValues(const std::vector<std::string>& names);
+
+    NxResult ReadText(const std::string& name, std::string& text);
+    NxResult ReadInteger(const std::string& name, std::int64_t& value);
+    NxResult WriteInteger(const std::string& name, std::int64_t value);
+    /// Sets an enumeration to the entry of that symbolic name. One that may not be written is left
+    /// as it is where it has that value already.
+    NxResult WriteEntry(const std::string& name, const std::string& entry);
+    NxResult Execute(const std::string& name);
+
+    /// The implemented entries in the order of the XML.
+    NxResult ListEntries(Id enumeration, std::vector<Id>& entries);
+    /// @return kNxNoSuchNode when no entry of that symbolic name is implemented and available
+    NxResult FindEntry(Id enumeration, const std::string& entry, Id& node);
+    /// The entry that has that value; kNone without one.
+    Id FindEntryByValue(Id enumeration, std::int64_t value);
+    /// "RemoteUpdateDfw" of an entry node "EnumEntry_FileSelector_RemoteUpdateDfw".
+    [[nodiscard]] std::string SymbolicName(Id entry);
+    /// The text shown to people; the symbolic name without one.
+    [[nodiscard]] std::string DisplayName(Id entry);
+
+  private:
+    explicit NodeMap(std::shared_ptr<GenPort> port) : mBus(std::move(port)) {}
+
+    [[nodiscard]] NxResult NoSuchNode(const std::string& name) const;
+    [[nodiscard]] NxResult Refuse(const std::string& name, const std::string& reason) const;
+    NxResult FindReadable(const std::string& name, Id& node);
+    NxResult FindWritable(const std::string& name, Id& node);
+    NxResult ReadEntry(const std::string& name, Id enumeration, std::string& text);
+
+    NodeTable mTable;
+    RegisterBus mBus;
+    NodeValues::LocalValues mLocals;
+    bool mIsSettled = false;
+};

@@ -1,0 +1,772 @@
+#include "NodeValues.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include <NxBase/NxResultCodes.h>
+
+#include "FormulaArithmetic.h"
+#include "Printable.h"
+
+namespace {
+
+// What a visit is for: asking for a value on the way to the same node's place is no circle.
+enum Purpose : int { kValue = 0, kPlace = 1, kBound = 2 };
+
+constexpr std::uint64_t kLongestRegister = std::uint64_t{16} << 20U;
+constexpr std::uint64_t kLongestText = std::uint64_t{1} << 20U;
+constexpr std::size_t kLongestNumber = 8;
+
+bool IsIntegerKind(NodeKind kind) {
+    switch (kind) {
+        case NodeKind::kInteger:
+        case NodeKind::kEnumeration:
+        case NodeKind::kCommand:
+        case NodeKind::kBoolean:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool IsFloatKind(NodeKind kind) {
+    switch (kind) {
+        case NodeKind::kFloat:
+        case NodeKind::kFloatReg:
+        case NodeKind::kSwissKnife:
+        case NodeKind::kConverter:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+NodeValues::NodeValues(const NodeTable& table, RegisterBus& bus, LocalValues& locals,
+                       RegisterView* view)
+    : mTable(table), mBus(bus), mLocals(locals), mView(view) {}
+
+NodeValues::Visit::Visit(NodeValues& values, Id node, int purpose) : mValues(values) {
+    const Visited visited{.node = node, .purpose = purpose};
+    const bool isCircle =
+        std::find(values.mPath.begin(), values.mPath.end(), visited) != values.mPath.end();
+    values.mPath.push_back(visited);
+    values.mBudget.depth -= EvaluationBudget::kDepthOfNode;
+    if (isCircle) {
+        mResult = values.Fail(node, "depends on itself");
+    } else if (values.mBudget.depth < 0 || !values.mBudget.TakeStep()) {
+        mResult = values.Fail(node, "depends on too many other nodes");
+    }
+    if (!mResult.IsOK()) {
+        mResult = NxResult(kNxBadDescription, mResult.GetDescription());
+    }
+}
+
+NodeValues::Visit::~Visit() {
+    mValues.mBudget.depth += EvaluationBudget::kDepthOfNode;
+    mValues.mPath.pop_back();
+}
+
+NxResult NodeValues::Fail(Id node, const std::string& reason) const {
+    std::string name(mTable.Name(node));
+    if (name.empty() && mTable.Parent(node) != NodeTable::kNone) {
+        name = std::string(mTable.Name(mTable.Parent(node)));
+    }
+    return NxResult(kNxNodeAccess, "The GenICam feature " + Printable(name) + " of " +
+                                       mBus.Port().DeviceName() + " " + reason);
+}
+
+std::optional<NodeTable::Property> NodeValues::Find(Id node, NodeTag tag) {
+    for (Id owner :
+         {node, mTable.Kind(node) == NodeKind::kIntReg ? mTable.Parent(node) : NodeTable::kNone}) {
+        if (owner == NodeTable::kNone) {
+            break;
+        }
+        const std::size_t count = mTable.PropertyCount(owner);
+        for (std::size_t i = 0; i < count; ++i) {
+            const NodeTable::Property property = mTable.PropertyAt(owner, i);
+            if (property.tag == tag) {
+                mBudget.TakeStep(static_cast<int>(i / 32));
+                return property;
+            }
+        }
+        mBudget.TakeStep(static_cast<int>(count / 32));
+    }
+    return std::nullopt;
+}
+
+NxResult NodeValues::Follow(const NodeTable::Property& reference, Id& node) {
+    const Id found = reference.inlineNode != NodeTable::kNone ? reference.inlineNode
+                                                              : mTable.Find(reference.text);
+    if (found == NodeTable::kNone) {
+        return NxResult(kNxNodeAccess, "The GenICam description of " + mBus.Port().DeviceName() +
+                                           " refers to a node \"" +
+                                           Printable(std::string(reference.text)) +
+                                           "\" that it does not define");
+    }
+    node = found;
+    return {};
+}
+
+NxResult NodeValues::Constant(Id node, std::string_view text, std::int64_t& value) {
+    double number = 0;
+    if (Formula::ParseInteger(text, value) ||
+        (Formula::ParseFloat(text, number) &&
+         FormulaArithmetic::Truncate(number, value) == nullptr)) {
+        return {};
+    }
+    return Fail(node, "has a malformed number in its description");
+}
+
+NxResult NodeValues::FindSource(Id node, Source& source) {
+    if (const auto index = Find(node, NodeTag::kPIndex)) {
+        return IndexedSource(node, *index, source);
+    }
+    if (const auto reference = Find(node, NodeTag::kPValue)) {
+        return Follow(*reference, source.node);
+    }
+    if (const auto constant = Find(node, NodeTag::kValue)) {
+        source = {.constant = constant->text, .isLocal = true};
+        return {};
+    }
+    return Fail(node, "has no value");
+}
+
+NxResult NodeValues::IndexedSource(Id node, const NodeTable::Property& index, Source& source) {
+    Id indexNode = NodeTable::kNone;
+    if (NxResult result = Follow(index, indexNode); !result.IsOK()) {
+        return result;
+    }
+    std::int64_t wanted = 0;
+    if (NxResult result = Integer(indexNode, wanted); !result.IsOK()) {
+        return result;
+    }
+    std::optional<NodeTable::Property> chosen;
+    for (std::size_t i = 0; i < mTable.PropertyCount(node); ++i) {
+        const NodeTable::Property property = mTable.PropertyAt(node, i);
+        std::int64_t number = 0;
+        const bool isIndexed =
+            property.tag == NodeTag::kValueIndexed || property.tag == NodeTag::kPValueIndexed;
+        if (isIndexed && Formula::ParseInteger(property.attribute, number) && number == wanted) {
+            chosen = property;
+            break;
+        }
+        if (property.tag == NodeTag::kValueDefault || property.tag == NodeTag::kPValueDefault) {
+            chosen = property;
+        }
+    }
+    mBudget.TakeStep(static_cast<int>(mTable.PropertyCount(node) / 32));
+    if (!chosen.has_value()) {
+        return Fail(node, "has no value for the index " + std::to_string(wanted));
+    }
+    if (chosen->tag == NodeTag::kPValueIndexed || chosen->tag == NodeTag::kPValueDefault) {
+        return Follow(*chosen, source.node);
+    }
+    source = {.constant = chosen->text};
+    return {};
+}
+
+NxResult NodeValues::Integer(Id node, std::int64_t& value) {
+    const NodeKind kind = mTable.Kind(node);
+    if (IsFloatKind(kind)) {
+        double number = 0;
+        if (NxResult result = Float(node, number); !result.IsOK()) {
+            return result;
+        }
+        const char* failure = FormulaArithmetic::Truncate(number, value);
+        return failure == nullptr ? NxResult() : Fail(node, "has a value that is too large");
+    }
+    const Visit visit(*this, node, kValue);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    if (IsIntegerKind(kind)) {
+        return SourceInteger(node, value);
+    }
+    switch (kind) {
+        case NodeKind::kEnumEntry:
+            if (const auto constant = Find(node, NodeTag::kValue)) {
+                return Constant(node, constant->text, value);
+            }
+            return Fail(node, "has an entry without a value");
+        case NodeKind::kIntReg:
+            return RegisterInteger(node, value);
+        case NodeKind::kIntSwissKnife:
+            if (const auto formula = Find(node, NodeTag::kFormula)) {
+                return Evaluate<std::int64_t>(node, formula->text, "", 0, value);
+            }
+            return Fail(node, "has no formula");
+        case NodeKind::kIntConverter:
+            return Converted(node, value);
+        default:
+            return Fail(node, "is not a number");
+    }
+}
+
+NxResult NodeValues::SourceInteger(Id node, std::int64_t& value) {
+    Source source;
+    if (NxResult result = FindSource(node, source); !result.IsOK()) {
+        return result;
+    }
+    std::int64_t number = 0;
+    const auto local = mLocals.find(node);
+    if (source.node != NodeTable::kNone) {
+        if (NxResult result = Integer(source.node, number); !result.IsOK()) {
+            return result;
+        }
+    } else if (source.isLocal && local != mLocals.end() &&
+               std::holds_alternative<std::int64_t>(local->second)) {
+        number = std::get<std::int64_t>(local->second);
+    } else if (mTable.Kind(node) == NodeKind::kBoolean &&
+               (source.constant == "true" || source.constant == "false")) {
+        value = source.constant == "true" ? 1 : 0;
+        return {};
+    } else if (NxResult result = Constant(node, source.constant, number); !result.IsOK()) {
+        return result;
+    }
+    if (mTable.Kind(node) == NodeKind::kBoolean) {
+        std::int64_t on = 1;
+        const auto property = Find(node, NodeTag::kOnValue);
+        if (property.has_value()) {
+            if (NxResult result = Constant(node, property->text, on); !result.IsOK()) {
+                return result;
+            }
+        }
+        number = number == on ? 1 : 0;
+    }
+    value = number;
+    return {};
+}
+
+NxResult NodeValues::Float(Id node, double& value) {
+    const NodeKind kind = mTable.Kind(node);
+    if (!IsFloatKind(kind)) {
+        std::int64_t number = 0;
+        NxResult result = Integer(node, number);
+        if (result.IsOK()) {
+            value = static_cast<double>(number);
+        }
+        return result;
+    }
+    const Visit visit(*this, node, kValue);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    if (kind == NodeKind::kFloatReg) {
+        return RegisterFloat(node, value);
+    }
+    if (kind == NodeKind::kConverter) {
+        return Converted(node, value);
+    }
+    if (kind == NodeKind::kSwissKnife) {
+        if (const auto formula = Find(node, NodeTag::kFormula)) {
+            return Evaluate<double>(node, formula->text, "", 0, value);
+        }
+        return Fail(node, "has no formula");
+    }
+    Source source;
+    if (NxResult result = FindSource(node, source); !result.IsOK()) {
+        return result;
+    }
+    if (source.node != NodeTable::kNone) {
+        return Float(source.node, value);
+    }
+    const auto local = mLocals.find(node);
+    if (source.isLocal && local != mLocals.end() && std::holds_alternative<double>(local->second)) {
+        value = std::get<double>(local->second);
+        return {};
+    }
+    return Formula::ParseFloat(source.constant, value)
+               ? NxResult()
+               : Fail(node, "has a malformed number in its description");
+}
+
+template <typename Number>
+NxResult NodeValues::Converted(Id node, Number& value) {
+    const auto formula = Find(node, NodeTag::kFormulaFrom);
+    if (!formula.has_value()) {
+        return Fail(node, "has no formula");
+    }
+    Source source;
+    if (NxResult result = FindSource(node, source); !result.IsOK()) {
+        return result;
+    }
+    if (source.node == NodeTable::kNone) {
+        return Fail(node, "converts no other node's value");
+    }
+    Number raw = 0;
+    if (NxResult result = ValueOf(source.node, raw); !result.IsOK()) {
+        return result;
+    }
+    return Evaluate<Number>(node, formula->text, "TO", raw, value);
+}
+
+NxResult NodeValues::FormulaFailure(Id node, NxResult result) const {
+    // The formula's own failures say what is wrong with it and not where.
+    return result.GetCode() == kNxNodeAccess &&
+                   std::string_view(result.GetDescription().GetAscii())
+                           .find(mBus.Port().DeviceName()) == std::string_view::npos
+               ? Fail(node, std::string("has a formula without a value: ") +
+                                result.GetDescription().GetAscii())
+               : result;
+}
+
+template <typename Number>
+NxResult NodeValues::Evaluate(Id node, std::string_view formula, std::string_view extra,
+                              Number extraValue, Number& value) {
+    KnownVariables<Number> known;
+    if (!extra.empty()) {
+        known.emplace_back(extra, extraValue);
+    }
+    const Formula::Lookup<Number> lookup = [this, node, &known](std::string_view name,
+                                                                Number& found, NxResult& failure) {
+        return LookUp(node, name, known, found, failure);
+    };
+    Number number = 0;
+    NxResult result = Formula::Evaluate(formula, lookup, mBudget, number);
+    if (!result.IsOK()) {
+        return FormulaFailure(node, std::move(result));
+    }
+    value = number;
+    return {};
+}
+
+template <typename Number>
+Formula::Variable NodeValues::LookUp(Id node, std::string_view name, KnownVariables<Number>& known,
+                                     Number& value, NxResult& failure) {
+    // Within one formula a variable has one value.
+    for (const auto& [knownName, knownValue] : known) {
+        if (knownName == name) {
+            value = knownValue;
+            return Formula::Variable::kFound;
+        }
+    }
+    const std::size_t count = mTable.PropertyCount(node);
+    mBudget.TakeStep(static_cast<int>(count / 32));
+    for (std::size_t i = 0; i < count; ++i) {
+        const NodeTable::Property property = mTable.PropertyAt(node, i);
+        if (property.attribute != name) {
+            continue;
+        }
+        NxResult result;
+        if (property.tag == NodeTag::kPVariable) {
+            result = VariableValue(property, value);
+        } else if (property.tag == NodeTag::kConstant) {
+            std::int64_t integer = 0;
+            double number = 0;
+            if (Formula::ParseInteger(property.text, integer)) {
+                value = static_cast<Number>(integer);
+            } else if (Formula::ParseFloat(property.text, number) &&
+                       FormulaArithmetic::Truncate(number, integer) == nullptr) {
+                value = static_cast<Number>(number);
+            } else {
+                result = Fail(node, "has a malformed number in its description");
+            }
+        } else if (property.tag == NodeTag::kExpression) {
+            const Visit visit(*this, node, static_cast<int>(100 + i));
+            const Formula::Lookup<Number> lookup =
+                [this, node, &known](std::string_view inner, Number& found, NxResult& reason) {
+                    return LookUp(node, inner, known, found, reason);
+                };
+            result = visit.Result().IsOK()
+                         ? Formula::Evaluate(property.text, lookup, mBudget, value)
+                         : visit.Result();
+        } else {
+            continue;
+        }
+        if (!result.IsOK()) {
+            failure = result;
+            return Formula::Variable::kFailed;
+        }
+        known.emplace_back(property.attribute, value);
+        return Formula::Variable::kFound;
+    }
+    return Formula::Variable::kAbsent;
+}
+
+template <typename Number>
+NxResult NodeValues::VariableValue(const NodeTable::Property& variable, Number& value) {
+    Id target = NodeTable::kNone;
+    if (NxResult result = Follow(variable, target); !result.IsOK()) {
+        return result;
+    }
+    // "WIDTH.Max" is the maximum of the node; without a suffix it is the value.
+    const std::size_t dot = variable.attribute.find('.');
+    const std::string_view suffix =
+        dot != std::string_view::npos ? variable.attribute.substr(dot + 1) : "Value";
+    if (suffix == "Value" || suffix == "Enum") {
+        return ValueOf(target, value);
+    }
+    std::int64_t bound = 0;
+    NxResult result;
+    bool has = suffix != "Min" || Find(target, NodeTag::kMin) || Find(target, NodeTag::kPMin);
+    constexpr std::string_view kEntry = "Entry.";
+    if (suffix == "Max") {
+        result = Maximum(target, bound);
+    } else if (suffix == "Inc") {
+        result = Increment(target, bound);
+    } else if (suffix == "Min") {
+        result = Minimum(target, bound);
+    } else if (suffix.starts_with(kEntry)) {
+        has = false;
+        const std::size_t count = mTable.EntryCount(target);
+        for (std::size_t i = 1; i <= count && !has && mBudget.TakeStep(); ++i) {
+            const Id entry = target + static_cast<Id>(i);
+            has = mTable.Name(entry) == suffix.substr(kEntry.size());
+            result = has ? Integer(entry, bound) : NxResult();
+        }
+    } else {
+        has = false;
+    }
+    if (result.IsOK() && !has) {
+        result = Fail(target, "lacks what a formula asks of it");
+    }
+    if (result.IsOK()) {
+        value = static_cast<Number>(bound);
+    }
+    return result;
+}
+
+template NxResult NodeValues::Evaluate<std::int64_t>(Id, std::string_view, std::string_view,
+                                                     std::int64_t, std::int64_t&);
+template NxResult NodeValues::Evaluate<double>(Id, std::string_view, std::string_view, double,
+                                               double&);
+
+NxResult NodeValues::Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value,
+                           bool& has) {
+    has = true;
+    if (const auto linked = Find(node, reference)) {
+        Id target = NodeTable::kNone;
+        NxResult result = Follow(*linked, target);
+        return result.IsOK() ? Integer(target, value) : result;
+    }
+    if (const auto text = Find(node, constant)) {
+        return Constant(node, text->text, value);
+    }
+    has = false;
+    return {};
+}
+
+NxResult NodeValues::Maximum(Id node, std::int64_t& value) {
+    const Visit visit(*this, node, kBound);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    bool has = false;
+    if (NxResult result = Bound(node, NodeTag::kMax, NodeTag::kPMax, value, has);
+        !result.IsOK() || has) {
+        return result;
+    }
+    if (mTable.Kind(node) == NodeKind::kIntReg) {
+        Place place;
+        RegisterFormat format;
+        NxResult result = FindLength(node, place.length);
+        if (result.IsOK()) {
+            result = FindFormat(node, place, format);
+        }
+        if (result.IsOK()) {
+            value = format.Largest(static_cast<std::size_t>(place.length));
+        }
+        return result;
+    }
+    Source source;
+    if (mTable.Kind(node) == NodeKind::kInteger && FindSource(node, source).IsOK() &&
+        source.node != NodeTable::kNone) {
+        return Maximum(source.node, value);
+    }
+    return Fail(node, "has no maximum");
+}
+
+NxResult NodeValues::Minimum(Id node, std::int64_t& value) {
+    bool has = false;
+    NxResult result = Bound(node, NodeTag::kMin, NodeTag::kPMin, value, has);
+    if (result.IsOK() && !has) {
+        value = 0;
+    }
+    return result;
+}
+
+NxResult NodeValues::Increment(Id node, std::int64_t& value) {
+    bool has = false;
+    NxResult result = Bound(node, NodeTag::kInc, NodeTag::kPInc, value, has);
+    if (result.IsOK() && !has) {
+        value = 1;
+    }
+    return result;
+}
+
+NxResult NodeValues::CommandValue(Id command, std::int64_t& value) {
+    ++mPlaces;  // whatever decides it stays as it is while the command is repeated
+    bool has = false;
+    NxResult result = Bound(command, NodeTag::kCommandValue, NodeTag::kPCommandValue, value, has);
+    --mPlaces;
+    return result.IsOK() && !has ? Fail(command, "is a command without a value") : result;
+}
+
+NxResult NodeValues::Locate(Id registerNode, Place& place) {
+    const Visit visit(*this, registerNode, kPlace);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    ++mPlaces;
+    Place found;
+    NxResult result = FindLength(registerNode, found.length);
+    const Id structure = mTable.Kind(registerNode) == NodeKind::kIntReg
+                             ? mTable.Parent(registerNode)
+                             : NodeTable::kNone;
+    for (const Id owner : {registerNode, structure}) {
+        const std::size_t count = owner != NodeTable::kNone ? mTable.PropertyCount(owner) : 0;
+        for (std::size_t i = 0; i < count && result.IsOK(); ++i) {
+            const NodeTable::Property part = mTable.PropertyAt(owner, i);
+            std::int64_t number = 0;
+            if (part.tag == NodeTag::kAddress) {
+                result = Constant(registerNode, part.text, number);
+            } else if (part.tag == NodeTag::kPAddress) {
+                Id target = NodeTable::kNone;
+                result = Follow(part, target);
+                result = result.IsOK() ? Integer(target, number) : result;
+            } else if (part.tag == NodeTag::kPIndex || part.tag == NodeTag::kPIndexWithStep) {
+                result = AddIndex(registerNode, part, found);
+            }
+            // Addresses wrap: some count down from the end of a wider space.
+            found.address += static_cast<std::uint64_t>(number);
+        }
+    }
+    --mPlaces;
+    if (result.IsOK()) {
+        place = found;
+    }
+    return result;
+}
+
+NxResult NodeValues::AddIndex(Id owner, const NodeTable::Property& index, Place& place) {
+    Id indexNode = NodeTable::kNone;
+    std::int64_t number = 0;
+    NxResult result = Follow(index, indexNode);
+    if (result.IsOK()) {
+        result = Integer(indexNode, number);
+    }
+    auto step = static_cast<std::int64_t>(place.length);
+    if (result.IsOK() && index.tag == NodeTag::kPIndexWithStep) {
+        const Id stepNode = mTable.Find(index.attribute);
+        result = stepNode != NodeTable::kNone
+                     ? Integer(stepNode, step)
+                     : Fail(owner, "has an index whose step is not defined");
+    } else if (result.IsOK() && !index.attribute.empty()) {
+        result = Constant(owner, index.attribute, step);
+    }
+    place.address += static_cast<std::uint64_t>(number) * static_cast<std::uint64_t>(step);
+    return result;
+}
+
+NxResult NodeValues::FindLength(Id node, std::uint64_t& length) {
+    ++mPlaces;
+    bool has = false;
+    std::int64_t number = 0;
+    NxResult result = Bound(node, NodeTag::kLength, NodeTag::kPLength, number, has);
+    --mPlaces;
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (!has) {
+        return Fail(node, "is a register without a length");
+    }
+    if (number < 0 || static_cast<std::uint64_t>(number) > kLongestRegister) {
+        return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a register of " +
+                                               std::to_string(number) +
+                                               " bytes; 16 MiB is the most");
+    }
+    length = static_cast<std::uint64_t>(number);
+    return {};
+}
+
+NxResult NodeValues::FindFormat(Id registerNode, const Place& place, RegisterFormat& format) {
+    const auto endianess = Find(registerNode, NodeTag::kEndianess);
+    const auto sign = Find(registerNode, NodeTag::kSign);
+    format.isBigEndian = endianess.has_value() && endianess->text == "BigEndian";
+    format.isSigned = sign.has_value() && sign->text == "Signed";
+    const auto bit = Find(registerNode, NodeTag::kBit);
+    const auto lsb = Find(registerNode, NodeTag::kLsb);
+    const auto msb = Find(registerNode, NodeTag::kMsb);
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    if (bit.has_value() || lsb.has_value() || msb.has_value()) {
+        format.isField = true;
+        const std::string_view low = bit.has_value() ? bit->text : lsb.has_value() ? lsb->text : "";
+        const std::string_view high = bit.has_value()   ? bit->text
+                                      : msb.has_value() ? msb->text
+                                                        : "";
+        if (!Formula::ParseInteger(low, first) || !Formula::ParseInteger(high, last) || first < 0 ||
+            last < 0 || first > 63 || last > 63) {
+            return Fail(registerNode, "is a field of bits that do not exist");
+        }
+        format.lsb = static_cast<unsigned int>(first);
+        format.msb = static_cast<unsigned int>(last);
+    }
+    if (!format.Fits(static_cast<std::size_t>(place.length))) {
+        return NxResult(kNxBadDescription,
+                        Fail(registerNode, "is a number in a register of " +
+                                               std::to_string(place.length) + " bytes")
+                            .GetDescription());
+    }
+    if (mView != nullptr && (!format.isBigEndian || mBus.Reverses())) {
+        mView->NoteLittleEndian();
+    }
+    return {};
+}
+
+NxResult NodeValues::RegisterInteger(Id node, std::int64_t& value) {
+    Place place;
+    RegisterFormat format;
+    NxResult result = Locate(node, place);
+    if (result.IsOK()) {
+        result = FindFormat(node, place, format);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    std::array<std::byte, kLongestNumber> bytes{};
+    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
+    result = ReadNumber(node, place, used);
+    if (result.IsOK()) {
+        value = format.Decode(used);
+    }
+    return result;
+}
+
+NxResult NodeValues::RegisterFloat(Id node, double& value) {
+    Place place;
+    NxResult result = Locate(node, place);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (place.length != 4 && place.length != 8) {
+        return NxResult(kNxBadDescription,
+                        Fail(node, "is a floating-point number in a register of " +
+                                       std::to_string(place.length) + " bytes")
+                            .GetDescription());
+    }
+    RegisterFormat format;
+    result = FindFormat(node, place, format);
+    std::array<std::byte, kLongestNumber> bytes{};
+    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
+    if (result.IsOK()) {
+        result = ReadNumber(node, place, used);
+    }
+    if (result.IsOK()) {
+        const auto bits = static_cast<std::uint64_t>(format.Decode(used));
+        value = place.length == 4
+                    ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))
+                    : std::bit_cast<double>(bits);
+    }
+    return result;
+}
+
+NxResult NodeValues::Text(Id node, std::string& text) {
+    const Visit visit(*this, node, kValue);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    if (mTable.Kind(node) == NodeKind::kString) {
+        Source source;
+        if (NxResult result = FindSource(node, source); !result.IsOK()) {
+            return result;
+        }
+        if (source.node != NodeTable::kNone) {
+            return Text(source.node, text);
+        }
+        text = std::string(source.constant);
+        return {};
+    }
+    if (mTable.Kind(node) != NodeKind::kStringReg) {
+        return Fail(node, "is not a text");
+    }
+    Place place;
+    if (NxResult result = Locate(node, place); !result.IsOK()) {
+        return result;
+    }
+    if (place.length > kLongestText) {
+        return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a text of " +
+                                               std::to_string(place.length) +
+                                               " bytes; 1 MiB is the most");
+    }
+    std::vector<std::byte> bytes(static_cast<std::size_t>(place.length));
+    NxResult result = ReadDevice(node, place, bytes, false);
+    if (result.IsOK()) {
+        const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
+        text.assign(reinterpret_cast<const char*>(bytes.data()),
+                    static_cast<std::size_t>(end - bytes.begin()));
+    }
+    return result;
+}
+
+NxResult NodeValues::ReadNumber(Id registerNode, const Place& place, std::span<std::byte> bytes) {
+    const bool isWhole = mBus.TakesWords(place.address, bytes.size());
+    NxResult result;
+    if (mView == nullptr || !(isWhole || mBus.TakesPartsOfWords())) {
+        result = ReadDevice(registerNode, place, bytes, true);
+    } else if (const bool isSteady = IsSteady(registerNode);
+               !mView->Read(place.address, bytes, isSteady)) {
+        // Whole words: a part of one would never be known.
+        const std::uint64_t first = place.address - place.address % 4;
+        const std::uint64_t count = (place.address + bytes.size() - first + 3) / 4 * 4;
+        std::vector<std::byte> words(static_cast<std::size_t>(count));
+        result = ReadDevice(registerNode, {.address = first, .length = count}, words, true);
+        if (result.IsOK()) {
+            mView->Note(first, words, isSteady);
+            (void)mView->Read(place.address, bytes, isSteady);
+        }
+    }
+    return result.IsOK() ? mBus.Arrange(place.address, bytes) : result;
+}
+
+NxResult NodeValues::ReadDevice(Id node, const Place& place, std::span<std::byte> bytes,
+                                bool isNumber) {
+    if (const auto mode = Find(node, NodeTag::kAccessMode);
+        mode.has_value() && mode->text == "WO") {
+        return Fail(node, "is write-only");
+    }
+    bool isOfDevice = false;
+    if (NxResult result = IsOfDevice(node, isOfDevice); !result.IsOK()) {
+        return result;
+    }
+    if (!isOfDevice) {
+        return Fail(node, "is not a register of the device itself");
+    }
+    if (--mBudget.reads < 0) {
+        return NxResult(kNxBadDescription,
+                        Fail(node, "depends on too many registers").GetDescription());
+    }
+    return isNumber ? mBus.Read(place.address, bytes)
+                    : mBus.Port().ReadMemory(place.address, bytes);
+}
+
+NxResult NodeValues::IsOfDevice(Id registerNode, bool& isOfDevice) {
+    const auto link = Find(registerNode, NodeTag::kPPort);
+    if (!link.has_value()) {
+        isOfDevice = false;
+        return {};
+    }
+    Id port = NodeTable::kNone;
+    if (NxResult result = Follow(*link, port); !result.IsOK()) {
+        return result;
+    }
+    // Ports with such IDs are of data that comes with images and events.
+    isOfDevice = mTable.Kind(port) == NodeKind::kPort && !Find(port, NodeTag::kChunkId) &&
+                 !Find(port, NodeTag::kPChunkId) && !Find(port, NodeTag::kEventId);
+    return {};
+}
+
+// What decides an address is kept while an operation is repeated, if the description lets it be
+// cached at all.
+bool NodeValues::IsSteady(Id registerNode) {
+    if (mView->IsSteady(registerNode)) {
+        return true;
+    }
+    const auto cachable = Find(registerNode, NodeTag::kCachable);
+    return mPlaces > 0 && !(cachable.has_value() && cachable->text == "NoCache") &&
+           !Find(registerNode, NodeTag::kPollingTime) &&
+           !Find(registerNode, NodeTag::kPInvalidator);
+}

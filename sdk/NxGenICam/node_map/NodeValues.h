@@ -1,0 +1,137 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include <NxBase/NxResult.h>
+
+#include "EvaluationBudget.h"
+#include "Formula.h"
+#include "NodeTable.h"
+#include "RegisterBus.h"
+#include "RegisterFormat.h"
+#include "RegisterView.h"
+
+/// One access to a node: finds values, and the registers that they lie in, by following what the
+/// nodes refer to. Made anew for each access; never keeps a value. Judges only the nodes that it
+/// comes by.
+///
+/// Every operation fails with kNxNodeAccess or kNxBadDescription for a node that has no such value,
+/// is malformed, depends on itself or costs too much to evaluate, and hands on what the bus gives.
+class NodeValues {
+  public:
+    using Id = NodeTable::Id;
+    /// Values that a description holds itself and that may be set: selectors without a register.
+    using LocalValues = std::map<Id, std::variant<std::int64_t, double, std::string>>;
+
+    /// A register of a device: where it is and how long.
+    struct Place {
+        std::uint64_t address = 0;
+        std::uint64_t length = 0;
+    };
+    /// Where a node's value comes from: another node, or the description.
+    struct Source {
+        Id node = NodeTable::kNone;
+        std::string_view constant;
+        bool isLocal = false;  ///< a constant that may be set
+    };
+
+    /// @param view null to access the device each time
+    NodeValues(const NodeTable& table, RegisterBus& bus, LocalValues& locals, RegisterView* view);
+
+    NxResult Integer(Id node, std::int64_t& value);
+    NxResult Float(Id node, double& value);
+    /// Of a String, StringReg or whatever stands behind them; up to the first zero byte.
+    NxResult Text(Id node, std::string& text);
+    /// The largest value that an integer says it may have.
+    NxResult Maximum(Id node, std::int64_t& value);
+    /// The smallest; 0 when it says nothing.
+    NxResult Minimum(Id node, std::int64_t& value);
+    /// The steps between the values that an integer may have; 1 when it says nothing.
+    NxResult Increment(Id node, std::int64_t& value);
+    /// What starts a command.
+    NxResult CommandValue(Id command, std::int64_t& value);
+
+    NxResult Locate(Id registerNode, Place& place);
+    NxResult FindSource(Id node, Source& source);
+
+    // For those that complete an access: rights and writes.
+
+    /// The node's own element, or that of the structure which an entry belongs to.
+    std::optional<NodeTable::Property> Find(Id node, NodeTag tag);
+    NxResult Follow(const NodeTable::Property& reference, Id& node);
+    /// Evaluates a formula of that node.
+    /// @param extra name of a variable that the node does not declare: "TO" or "FROM"
+    template <typename Number>
+    NxResult Evaluate(Id node, std::string_view formula, std::string_view extra, Number extraValue,
+                      Number& value);
+    /// The number of bytes of an integer or float register, and how it holds its value.
+    NxResult FindFormat(Id registerNode, const Place& place, RegisterFormat& format);
+    /// The bytes of a register that holds a number, in memory order; from the view where known.
+    NxResult ReadNumber(Id registerNode, const Place& place, std::span<std::byte> bytes);
+    /// Whether that register is reached through the device's own port.
+    NxResult IsOfDevice(Id registerNode, bool& isOfDevice);
+    [[nodiscard]] NxResult Fail(Id node, const std::string& reason) const;
+    [[nodiscard]] const NodeTable& Table() const { return mTable; }
+    [[nodiscard]] RegisterBus& Bus() const { return mBus; }
+    [[nodiscard]] LocalValues& Locals() const { return mLocals; }
+    [[nodiscard]] RegisterView* View() const { return mView; }
+
+    /// A node that is being evaluated: fails when it is already, or too deep inside others.
+    class Visit {
+      public:
+        Visit(NodeValues& values, Id node, int purpose);
+        ~Visit();
+        Visit(const Visit&) = delete;
+        Visit& operator=(const Visit&) = delete;
+        [[nodiscard]] const NxResult& Result() const { return mResult; }
+
+      private:
+        NodeValues& mValues;
+        NxResult mResult;
+    };
+
+  private:
+    struct Visited {
+        Id node = NodeTable::kNone;
+        int purpose = 0;
+        bool operator==(const Visited&) const = default;
+    };
+    template <typename Number>
+    using KnownVariables = std::vector<std::pair<std::string_view, Number>>;
+
+    NxResult ValueOf(Id node, std::int64_t& value) { return Integer(node, value); }
+    NxResult ValueOf(Id node, double& value) { return Float(node, value); }
+    template <typename Number>
+    NxResult Converted(Id node, Number& value);
+    template <typename Number>
+    Formula::Variable LookUp(Id node, std::string_view name, KnownVariables<Number>& known,
+                             Number& value, NxResult& failure);
+    template <typename Number>
+    NxResult VariableValue(const NodeTable::Property& variable, Number& value);
+    NxResult FormulaFailure(Id node, NxResult result) const;
+    NxResult Constant(Id node, std::string_view text, std::int64_t& value);
+    NxResult SourceInteger(Id node, std::int64_t& value);
+    NxResult RegisterInteger(Id node, std::int64_t& value);
+    NxResult RegisterFloat(Id node, double& value);
+    NxResult Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value, bool& has);
+    NxResult IndexedSource(Id node, const NodeTable::Property& index, Source& source);
+    NxResult AddIndex(Id owner, const NodeTable::Property& index, Place& place);
+    NxResult FindLength(Id node, std::uint64_t& length);
+    NxResult ReadDevice(Id node, const Place& place, std::span<std::byte> bytes, bool isNumber);
+    bool IsSteady(Id registerNode);
+
+    const NodeTable& mTable;
+    RegisterBus& mBus;
+    LocalValues& mLocals;
+    RegisterView* mView;
+    EvaluationBudget mBudget;
+    std::vector<Visited> mPath;
+    int mPlaces = 0;  ///< addresses that are being computed, one inside the other
+};

@@ -1,0 +1,196 @@
+#include "NodeWriter.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+
+#include "FormulaArithmetic.h"
+
+namespace {
+
+constexpr int kWrite = 20;  ///< a visit's purpose
+
+}  // namespace
+
+NxResult NodeWriter::SetInteger(Id node, std::int64_t value) {
+    const NodeValues::Visit visit(mValues, node, kWrite);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    switch (mValues.Table().Kind(node)) {
+        case NodeKind::kInteger:
+        case NodeKind::kEnumeration:
+        case NodeKind::kCommand:
+            return SetBehind(node, value);
+        case NodeKind::kBoolean: {
+            std::int64_t meant = value != 0 ? 1 : 0;
+            const auto property =
+                mValues.Find(node, value != 0 ? NodeTag::kOnValue : NodeTag::kOffValue);
+            if (property.has_value() && !Formula::ParseInteger(property->text, meant)) {
+                return mValues.Fail(node, "has a malformed number in its description");
+            }
+            return SetBehind(node, meant);
+        }
+        case NodeKind::kIntReg:
+            return SetRegister(node, value);
+        case NodeKind::kIntConverter:
+            return SetConverted(node, value);
+        case NodeKind::kConverter:
+            return SetConverted(node, static_cast<double>(value));
+        case NodeKind::kFloat:
+        case NodeKind::kFloatReg:
+            return SetFloat(node, static_cast<double>(value));
+        default:
+            return mValues.Fail(node, "cannot be set to a number");
+    }
+}
+
+NxResult NodeWriter::SetFloat(Id node, double value) {
+    const NodeKind kind = mValues.Table().Kind(node);
+    if (kind == NodeKind::kConverter) {
+        return SetConverted(node, value);
+    }
+    NodeValues::Source source;
+    if (kind == NodeKind::kFloat) {
+        if (NxResult result = mValues.FindSource(node, source); !result.IsOK()) {
+            return result;
+        }
+        if (source.node != NodeTable::kNone) {
+            const NodeValues::Visit visit(mValues, node, kWrite + 1);
+            return visit.Result().IsOK() ? SetFloat(source.node, value) : visit.Result();
+        }
+        if (!source.isLocal) {
+            return mValues.Fail(node, "is read-only");
+        }
+        mValues.Locals()[node] = value;
+        return {};
+    }
+    if (kind == NodeKind::kFloatReg) {
+        NodeValues::Place place;
+        RegisterFormat format;
+        NxResult result = mValues.Locate(node, place);
+        if (result.IsOK()) {
+            result = mValues.FindFormat(node, place, format);
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+        if (place.length != 4 && place.length != 8) {
+            return mValues.Fail(node, "is a floating-point number of an unknown size");
+        }
+        std::array<std::byte, 8> bytes{};
+        const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
+        (void)format.Encode(
+            place.length == 4
+                ? static_cast<std::int64_t>(std::bit_cast<std::uint32_t>(static_cast<float>(value)))
+                : std::bit_cast<std::int64_t>(value),
+            used);
+        return Store(node, place.address, used);
+    }
+    std::int64_t integer = 0;
+    if (FormulaArithmetic::Truncate(std::round(value), integer) != nullptr) {
+        return mValues.Fail(node, "cannot be set to so large a number");
+    }
+    return SetInteger(node, integer);
+}
+
+NxResult NodeWriter::SetBehind(Id node, std::int64_t value) {
+    NodeValues::Source source;
+    if (NxResult result = mValues.FindSource(node, source); !result.IsOK()) {
+        return result;
+    }
+    if (source.node != NodeTable::kNone) {
+        NxResult result = Set(source.node, value);
+        return result.IsOK() ? SetCopies(node, value) : result;
+    }
+    if (!source.isLocal) {
+        return mValues.Fail(node, "is read-only");
+    }
+    mValues.Locals()[node] = value;
+    return SetCopies(node, value);
+}
+
+NxResult NodeWriter::SetCopies(Id node, std::int64_t value) {
+    const NodeTable& table = mValues.Table();
+    for (std::size_t i = 0; i < table.PropertyCount(node); ++i) {
+        const NodeTable::Property property = table.PropertyAt(node, i);
+        if (property.tag != NodeTag::kPValueCopy) {
+            continue;
+        }
+        Id copy = NodeTable::kNone;
+        NxResult result = mValues.Follow(property, copy);
+        if (result.IsOK()) {
+            result = Set(copy, value);
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    return {};
+}
+
+template <typename Number>
+NxResult NodeWriter::SetConverted(Id node, Number value) {
+    const auto formula = mValues.Find(node, NodeTag::kFormulaTo);
+    if (!formula.has_value()) {
+        return mValues.Fail(node, "is read-only");
+    }
+    NodeValues::Source source;
+    Number raw = 0;
+    NxResult result = mValues.Evaluate<Number>(node, formula->text, "FROM", value, raw);
+    if (result.IsOK()) {
+        result = mValues.FindSource(node, source);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (source.node == NodeTable::kNone) {
+        return mValues.Fail(node, "converts no other node's value");
+    }
+    const NodeValues::Visit visit(mValues, node, kWrite + 2);
+    return visit.Result().IsOK() ? Set(source.node, raw) : visit.Result();
+}
+
+NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
+    NodeValues::Place place;
+    RegisterFormat format;
+    NxResult result = mValues.Locate(node, place);
+    if (result.IsOK()) {
+        result = mValues.FindFormat(node, place, format);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    std::array<std::byte, 8> bytes{};
+    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
+    const auto mode = mValues.Find(node, NodeTag::kAccessMode);
+    const bool isReadable = mode.has_value() && mode->text != "WO";
+    // The other bits stay as they are; a register that cannot be read has none to keep.
+    if (!format.IsWhole(used.size()) && isReadable) {
+        if (result = mValues.ReadNumber(node, place, used); !result.IsOK()) {
+            return result;
+        }
+    }
+    if (!format.Encode(value, used)) {
+        return mValues.Fail(node, "has no room for the value " + std::to_string(value));
+    }
+    return Store(node, place.address, used);
+}
+
+NxResult NodeWriter::Store(Id node, std::uint64_t address, std::span<std::byte> bytes) {
+    bool isOfDevice = false;
+    if (NxResult result = mValues.IsOfDevice(node, isOfDevice); !result.IsOK()) {
+        return result;
+    }
+    if (!isOfDevice) {
+        return mValues.Fail(node, "is not a register of the device itself");
+    }
+    if (NxResult result = mValues.Bus().Arrange(address, bytes); !result.IsOK()) {
+        return result;
+    }
+    if (mValues.View() != nullptr) {
+        mValues.View()->Hold(address, bytes);
+        return {};
+    }
+    return mValues.Bus().Write(address, bytes);
+}

@@ -1,0 +1,69 @@
+#include "RegisterView.h"
+
+#include <algorithm>
+
+RegisterView::Word& RegisterView::Find(std::uint64_t address) {
+    const auto known = std::find_if(mWords.begin(), mWords.end(), [address](const Word& word) {
+        return word.address == address;
+    });
+    if (known != mWords.end()) {
+        return *known;
+    }
+    mWords.push_back({.address = address});
+    return mWords.back();
+}
+
+bool RegisterView::Read(std::uint64_t address, std::span<std::byte> bytes, bool isSteady) {
+    bool isKnown = true;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::uint64_t at = address + i;
+        Word& word = Find(at - at % 4);
+        word.isSteady |= isSteady;
+        word.isState |= mMarksState;
+        word.isAsked = true;
+        isKnown = isKnown && (word.isKnown || (mPretends && !isSteady));
+        bytes[i] = word.isKnown ? word.bytes[at % 4] : std::byte{0};
+    }
+    return isKnown;
+}
+
+void RegisterView::Note(std::uint64_t address, std::span<const std::byte> bytes, bool isSteady) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::uint64_t at = address + i;
+        Word& word = Find(at - at % 4);
+        word.bytes[at % 4] = bytes[i];
+        word.isSteady |= isSteady;
+        // A part of a word does not make the whole of it known.
+        word.isKnown = word.isKnown || (at % 4 == 0 && bytes.size() - i >= 4);
+    }
+}
+
+void RegisterView::Hold(std::uint64_t address, std::span<const std::byte> bytes) {
+    Note(address, bytes, false);
+    mWrites.push_back({.address = address, .bytes = {bytes.begin(), bytes.end()}});
+}
+
+void RegisterView::Forget() {
+    for (Word& word : mWords) {
+        word.isKnown = word.isKnown && word.isSteady;
+    }
+}
+
+NxResult RegisterView::Fetch(RegisterBus& bus, bool onlyState) {
+    std::vector<GenPort::Register> registers;
+    for (const Word& word : mWords) {
+        if (word.isAsked && !word.isSteady && (word.isState || !onlyState)) {
+            registers.push_back({.address = word.address});
+        }
+    }
+    if (registers.empty()) {
+        return {};
+    }
+    NxResult result = bus.ReadWords(registers);
+    if (result.IsOK()) {
+        for (const GenPort::Register& one : registers) {
+            Note(one.address, one.bytes, false);
+        }
+    }
+    return result;
+}
