@@ -11,7 +11,15 @@
 namespace simulator {
 
 /// How an access to a device's memory ended; each bus has its own code for it.
-enum class MemoryStatus { kOk, kInvalidAddress, kWriteProtect, kInvalidParameter, kBusy };
+enum class MemoryStatus {
+    kOk,
+    kInvalidAddress,
+    kWriteProtect,
+    kAccessDenied,
+    kBadAlignment,
+    kInvalidParameter,
+    kBusy
+};
 
 /// A piece of a device's address space. Used by one thread at a time.
 class MemoryRegion {

@@ -21,6 +21,8 @@ constexpr std::array<std::pair<Profile, const char*>, 7> kProfiles{{
 }};
 
 constexpr std::uint32_t kMaxBufferSize = 16U << 20U;
+// What the 16 bits of its result can say.
+constexpr std::uint32_t kMaxCommandRegisterBuffer = 65532;
 
 bool IsPercentage(double value) {
     return value >= 0 && value <= 100;
@@ -62,6 +64,14 @@ std::optional<Profile> ProfileNamed(const std::string& name) {
     return found == kProfiles.end() ? std::nullopt : std::optional(found->first);
 }
 
+bool HasFiles(Profile profile) {
+    return profile != Profile::kNoFileAccess && profile != Profile::kLoader;
+}
+
+bool HasFileSelector(Profile profile) {
+    return profile == Profile::kFileAccess || profile == Profile::kSelectorWithoutDfw;
+}
+
 std::optional<std::uint64_t> ParseMac(const std::string& text) {
     if (text.size() != 17) {
         return std::nullopt;
@@ -97,6 +107,19 @@ std::string WhyUnusable(const DeviceOptions& options) {
     if (options.bufferSize == 0 || options.bufferSize % 4 != 0 ||
         options.bufferSize > kMaxBufferSize) {
         return "the buffer size must be a multiple of 4 from 4 to 16777216";
+    }
+    if (options.layout == RegisterLayout::kCommandRegister &&
+        options.bufferSize > kMaxCommandRegisterBuffer) {
+        return "the buffer of the layout command-register has at most 65532 bytes";
+    }
+    if (options.layout == RegisterLayout::kCommandRegister && options.executeKeepsValue) {
+        return "FileOperationExecute of the layout command-register cannot keep its value: it "
+               "shows the status";
+    }
+    if (options.registerCommandsSwap &&
+        RegisterOrder(options.layout, Bus::kGigEVision) == std::endian::big) {
+        return "register commands swap little-endian registers only: those of the layouts "
+               "little-endian and legacy-endian";
     }
     for (const std::string& text :
          {options.vendor, options.model, options.serial, options.firmware.deviceId}) {

@@ -8,6 +8,7 @@
 #include "DeviceService.h"
 #include "FaultOptions.h"
 #include "FirmwareStore.h"
+#include "RegisterLayout.h"
 #include "tftp/TftpSettings.h"
 
 namespace simulator {
@@ -28,11 +29,8 @@ enum class Profile {
 [[nodiscard]] const char* NameOf(Profile profile);
 [[nodiscard]] std::optional<Profile> ProfileNamed(const std::string& name);
 
-/// Where the registers of file access are.
-enum class RegisterLayout {
-    kPlain,             ///< each at one address
-    kSelectorDependent  ///< at addresses that depend on FileSelector and FileOperationSelector
-};
+[[nodiscard]] bool HasFiles(Profile profile);
+[[nodiscard]] bool HasFileSelector(Profile profile);
 
 /// All that makes one simulated device differ from another.
 struct DeviceOptions {
@@ -46,6 +44,12 @@ struct DeviceOptions {
     /// FileAccessBuffer, bytes; a multiple of 4, at most 16 MiB.
     std::uint32_t bufferSize = 4096;
     RegisterLayout layout = RegisterLayout::kPlain;
+    /// FileOperationExecute shows for good what was written to it last.
+    bool executeKeepsValue = false;
+    /// READREG and WRITEREG give and take the numbers of little-endian registers in network order.
+    bool registerCommandsSwap = false;
+    /// An event for each file operation, with the commands that have come so far.
+    bool operationEvents = false;
     /// How long FileOperationExecute shows that an operation is still being done.
     std::chrono::milliseconds operationTime{0};
     /// Every so many file writes only half of the bytes are taken; 0: never.

@@ -25,6 +25,7 @@ inline constexpr std::uint32_t kFirmwareLoad = 0x10208;
 
 inline constexpr std::uint32_t kWidthMax = 4096;
 
+// Where most layouts have their file registers; what differs is in layouts/.
 inline constexpr std::uint32_t kFileSelector = 0x10300;
 inline constexpr std::uint32_t kOperationSelector = 0x10304;
 

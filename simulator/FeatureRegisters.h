@@ -1,15 +1,19 @@
 #pragma once
 
-#include <bit>
 #include <chrono>
-#include <cstdint>
 #include <functional>
+#include <memory>
+#include <string>
 
+#include <nlohmann/json.hpp>
+
+#include "Bus.h"
 #include "DeviceMemory.h"
 #include "DeviceProfile.h"
 #include "EventLog.h"
-#include "FileAccess.h"
+#include "FileOperations.h"
 #include "RegisterRegion.h"
+#include "layouts/FileLayout.h"
 
 namespace simulator {
 
@@ -20,50 +24,28 @@ class FeatureRegisters {
     struct Hooks {
         /// DeviceReset was executed; the answer is still to be sent.
         std::function<void()> resetRequested;
-        /// A device file was opened or closed.
-        std::function<void(const std::string& what)> fileEvent;
+        /// As FileOperations::Report.
+        FileOperations::Report fileEvent;
     };
 
     /// Adds its regions to the memory, which must outlive this object.
     FeatureRegisters(DeviceMemory& memory, const DeviceOptions& options, FirmwareStore& firmware,
-                     EventLog& events, std::endian order, Hooks hooks);
+                     EventLog& events, Bus bus, Hooks hooks);
 
     /// The application is gone.
-    void Abandon();
-
+    void Abandon() { mFiles.Abandon(); }
     /// How long the device was occupied by what was written since the last call.
-    [[nodiscard]] std::chrono::milliseconds TakeOccupiedTime();
+    [[nodiscard]] std::chrono::milliseconds TakeOccupiedTime() { return mFiles.TakeOccupiedTime(); }
 
   private:
-    using Clock = std::chrono::steady_clock;
-
     void DefineTexts(const DeviceOptions& options);
-    void DefineControls();
-    void DefineFiles(DeviceMemory& memory);
-    /// One block of file registers. @param file, operation: those it stands for; nothing: those
-    /// that the selectors say
-    void DefineBlock(std::uint32_t block, RegisterRegion& buffer, std::uint64_t bufferAddress,
-                     std::optional<FileAccess::File> file,
-                     std::optional<FileAccess::Operation> operation);
+    void DefineControls(const DeviceOptions& options);
 
-    [[nodiscard]] MemoryStatus CheckSelector() const;
-    [[nodiscard]] MemoryStatus Execute(std::uint32_t block, Bytes buffer, FileAccess::File file,
-                                       FileAccess::Operation operation);
-    [[nodiscard]] FileAccess::Outcome Carry(std::uint32_t block, Bytes buffer,
-                                            FileAccess::File file, FileAccess::Operation operation);
-    [[nodiscard]] FileAccess::File SelectedFile(std::optional<FileAccess::File> file) const;
-    [[nodiscard]] bool HasSelector() const;
-    [[nodiscard]] bool IsBusy() const { return Clock::now() < mDoneAt; }
-
-    const DeviceOptions& mOptions;
     FirmwareStore& mFirmware;
-    FileAccess mFiles;
-    Hooks mHooks;
+    const std::function<void()> mResetRequested;
+    const std::unique_ptr<FileLayout> mLayout;
+    FileOperations mFiles;
     RegisterRegion& mRegisters;
-    FileAccess::Outcome mOutcome;
-    FileAccess::File mImplicitFile = FileAccess::File::kRemoteUpdateDfw;
-    Clock::time_point mDoneAt{};
-    std::chrono::milliseconds mOccupied{0};
 };
 
 }  // namespace simulator

@@ -4,17 +4,21 @@
 
 namespace simulator {
 
-FileAccess::FileAccess(FirmwareStore& firmware, EventLog& events, std::uint32_t shortWriteEvery)
-    : mFirmware(firmware), mEvents(events), mShortWriteEvery(shortWriteEvery) {}
+FileAccess::FileAccess(FirmwareStore& firmware, EventLog& events, std::uint32_t shortWriteEvery,
+                       std::uint32_t increment)
+    : mFirmware(firmware),
+      mEvents(events),
+      mShortWriteEvery(shortWriteEvery),
+      mIncrement(increment) {}
 
-FileAccess::Outcome FileAccess::Fail(const std::string& why) {
+FileAccess::Outcome FileAccess::Fail(Status status, const std::string& why) {
     mEvents.Add("file_operation_failed", {{"why", why}});
-    return {Status::kFailure, 0};
+    return {status, 0};
 }
 
 FileAccess::Outcome FileAccess::Open(File file, OpenMode mode) {
     if (mUpload || mStatusOpen) {
-        return Fail("a file is open already");
+        return Fail(Status::kDenied, "a file is open already");
     }
     if (file == File::kStatusTxt && mode == OpenMode::kRead) {
         mStatus = mFirmware.Status();
@@ -25,14 +29,14 @@ FileAccess::Outcome FileAccess::Open(File file, OpenMode mode) {
         std::string why;
         mUpload = mFirmware.BeginUpload(why);
         mWrites = 0;
-        return mUpload ? Outcome{} : Fail(why);
+        return mUpload ? Outcome{} : Fail(Status::kDenied, why);
     }
-    return Fail("this file cannot be opened in this mode");
+    return Fail(Status::kDenied, "this file cannot be opened in this mode");
 }
 
 FileAccess::Outcome FileAccess::Close(File file) {
     if (file == File::kRemoteUpdateDfw && mUpload) {
-        mUpload->Finish();
+        mUpload->Finish(mIncrement - 1);
         mUpload.reset();
         return {};
     }
@@ -40,12 +44,12 @@ FileAccess::Outcome FileAccess::Close(File file) {
         mStatusOpen = false;
         return {};
     }
-    return Fail("the file to close is not open");
+    return Fail(Status::kNotOpen, "the file to close is not open");
 }
 
 FileAccess::Outcome FileAccess::Read(File file, std::uint64_t offset, Bytes buffer) {
     if (file != File::kStatusTxt || !mStatusOpen) {
-        return Fail("the file to read is not open");
+        return Fail(Status::kNotOpen, "the file to read is not open");
     }
     if (offset >= mStatus.size()) {
         return {};
@@ -58,14 +62,17 @@ FileAccess::Outcome FileAccess::Read(File file, std::uint64_t offset, Bytes buff
 
 FileAccess::Outcome FileAccess::Write(File file, std::uint64_t offset, ConstBytes buffer) {
     if (file != File::kRemoteUpdateDfw || !mUpload) {
-        return Fail("the file to write is not open");
+        return Fail(Status::kNotOpen, "the file to write is not open");
+    }
+    if (buffer.size() % mIncrement != 0) {
+        return Fail(Status::kInvalidLength, "the length is no multiple of the increment");
     }
     ++mWrites;
     if (mShortWriteEvery != 0 && mWrites % mShortWriteEvery == 0 && buffer.size() > 1) {
-        buffer = buffer.first(buffer.size() / 2);
+        buffer = buffer.first((buffer.size() / 2 + mIncrement - 1) / mIncrement * mIncrement);
     }
     if (!mUpload->Write(offset, buffer)) {
-        return Fail("no room for the bytes, or a gap before them");
+        return Fail(Status::kOverflow, "no room for the bytes, or a gap before them");
     }
     return {Status::kSuccess, static_cast<std::uint32_t>(buffer.size())};
 }

@@ -19,15 +19,25 @@ class FileAccess {
     enum class File : std::uint32_t { kRemoteUpdateDfw = 0, kStatusTxt = 1, kUserData = 2 };
     enum class Operation : std::uint32_t { kOpen = 0, kClose = 1, kRead = 2, kWrite = 3 };
     enum class OpenMode : std::uint32_t { kRead = 0, kWrite = 1, kReadWrite = 2 };
-    /// Values of FileOperationStatus.
-    enum class Status : std::uint32_t { kSuccess = 0, kFailure = 1 };
+    /// How an operation ended, as exactly as the device knows.
+    enum class Status : std::uint32_t {
+        kSuccess,
+        kFailure,        ///< any other reason
+        kOverflow,       ///< no room for the bytes, or a gap before them
+        kDenied,         ///< not this file, not in this mode, or not now
+        kInvalidLength,  ///< more than the buffer holds, or no multiple of the increment
+        kNotOpen
+    };
 
     struct Outcome {
         Status status = Status::kSuccess;
         std::uint32_t result = 0;  ///< Read, Write: bytes moved
     };
 
-    FileAccess(FirmwareStore& firmware, EventLog& events, std::uint32_t shortWriteEvery);
+    /// @param increment what lengths are a multiple of; the last bytes of a payload may be padding
+    /// then
+    FileAccess(FirmwareStore& firmware, EventLog& events, std::uint32_t shortWriteEvery,
+               std::uint32_t increment = 1);
 
     /// RemoteUpdateDfw opens for writing only, StatusTxt for reading only; one file at a time.
     [[nodiscard]] Outcome Open(File file, OpenMode mode);
@@ -38,16 +48,18 @@ class FileAccess {
     [[nodiscard]] Outcome Write(File file, std::uint64_t offset, ConstBytes buffer);
     /// FileSize: bytes there are to read, or that came so far.
     [[nodiscard]] std::uint64_t Size(File file) const;
+    [[nodiscard]] bool IsOpen() const { return mUpload != nullptr || mStatusOpen; }
 
     /// The application is gone: an open file is closed, a payload under way is dropped.
     void Abandon();
 
   private:
-    [[nodiscard]] Outcome Fail(const std::string& why);
+    [[nodiscard]] Outcome Fail(Status status, const std::string& why);
 
     FirmwareStore& mFirmware;
     EventLog& mEvents;
     const std::uint32_t mShortWriteEvery;
+    const std::uint32_t mIncrement;
     std::uint32_t mWrites = 0;
     std::unique_ptr<FirmwareUpload> mUpload;  // while RemoteUpdateDfw is open
     bool mStatusOpen = false;

@@ -156,7 +156,7 @@ void FirmwareStore::PayloadGrew(std::uint64_t total) {
     }
 }
 
-bool FirmwareStore::Judge(const FirmwareUpload& upload) {
+bool FirmwareStore::Judge(FirmwareUpload& upload) {
     std::string why;
     const std::optional<PayloadHeader> header = PayloadHeader::Parse(upload.mHead, why);
     if (!header) {
@@ -168,6 +168,7 @@ bool FirmwareStore::Judge(const FirmwareUpload& upload) {
                "\"");
         return false;
     }
+    upload.CutPadding(header->bodyLength);
     const std::uint64_t bodyLength = upload.Size() - PayloadHeader::kSize;
     if (bodyLength != header->bodyLength) {
         Reject("body of " + std::to_string(bodyLength) + " bytes, the header says " +

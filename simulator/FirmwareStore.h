@@ -105,7 +105,7 @@ class FirmwareStore {
     void PayloadGrew(std::uint64_t total);
 
     // Under the lock.
-    [[nodiscard]] bool Judge(const FirmwareUpload& upload);
+    [[nodiscard]] bool Judge(FirmwareUpload& upload);
     void Reject(const std::string& why);
     void TakeDeviceId(const FirmwareUpload& upload);
     void BeginFlash(const FirmwareImage& image);

@@ -64,10 +64,20 @@ bool FirmwareUpload::WriteBody(std::uint64_t offset, ConstBytes bytes) const {
     return true;
 }
 
-void FirmwareUpload::Finish() {
+void FirmwareUpload::Finish(std::uint32_t padding) {
     if (!mFinished) {
         mFinished = true;
+        mMaxPadding = padding;
         mStore.EndUpload(*this);
+    }
+}
+
+void FirmwareUpload::CutPadding(std::uint64_t bodyLength) {
+    const std::uint64_t end = PayloadHeader::kSize + bodyLength;
+    if (mSize > end && mSize - end <= mMaxPadding &&
+        ftruncate(mBody, static_cast<off_t>(bodyLength)) == 0) {
+        mSize = end;
+        mSequential = false;
     }
 }
 

@@ -31,13 +31,16 @@ class FirmwareUpload {
     /// The payload is complete: checks it and carries it out; `FirmwareStore::Status` tells the
     /// outcome. A firmware is being flashed, or already is when flashing takes no time; a device
     /// ID is taken; a reset is requested. Nothing may be written afterwards.
-    void Finish();
+    /// @param padding how many bytes there may be at most behind the length that the header says
+    void Finish(std::uint32_t padding = 0);
 
   private:
     friend class FirmwareStore;
     explicit FirmwareUpload(FirmwareStore& store);
 
     [[nodiscard]] bool WriteBody(std::uint64_t offset, ConstBytes bytes) const;
+    // Drops what is behind the body, if that may be padding.
+    void CutPadding(std::uint64_t bodyLength);
     [[nodiscard]] std::uint32_t BodyCrc() const;
     [[nodiscard]] std::string BodyText(std::size_t limit) const;
 
@@ -47,6 +50,7 @@ class FirmwareUpload {
     std::uint64_t mSize = 0;
     Crc32 mSequentialCrc;
     bool mSequential = true;
+    std::uint32_t mMaxPadding = 0;
     bool mFinished = false;
 };
 

@@ -4,15 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "Bus.h"
 #include "DeviceProfile.h"
 
 namespace simulator {
 
-/// Which bus a description is for: it decides the byte order and the bus's own features.
-enum class Bus { kGigEVision, kUsb3Vision };
-
 /// The GenICam XML description (GenApi schema 1.1, SFNC names) of a device over the registers of
-/// FeatureAddresses.h.
+/// FeatureAddresses.h and of the device's layout.
 [[nodiscard]] std::string DescribeDevice(const DeviceOptions& options, Bus bus);
 
 /// The bytes at features::kXml: the description, zipped if the options say so. `fileName` is set to

@@ -72,11 +72,13 @@ GvcpBootstrap::GvcpBootstrap(DeviceMemory& memory, const DeviceOptions& options,
 
 void GvcpBootstrap::SetIdentity(const DeviceOptions& options, std::uint32_t address,
                                 std::uint32_t mask) {
-    constexpr std::uint32_t kBigEndianUtf8 = 0x80000001U;
+    constexpr std::uint32_t kUtf8 = 1;
+    const std::uint32_t bigEndian =
+        RegisterOrder(options.layout, Bus::kGigEVision) == std::endian::big ? 1U << 31U : 0;
     constexpr std::uint32_t kLinkLocalAndDhcp = 0x6U;
     const std::uint64_t mac = ParseMac(options.mac).value_or(0);
     mRegisters.SetNumber(kVersion, 0x00020000U);
-    mRegisters.SetNumber(kDeviceMode, kBigEndianUtf8);
+    mRegisters.SetNumber(kDeviceMode, bigEndian | kUtf8);
     mRegisters.SetNumber(kMacHigh, static_cast<std::uint32_t>(mac >> 32U));
     mRegisters.SetNumber(kMacLow, static_cast<std::uint32_t>(mac));
     mRegisters.SetNumber(kIpCapability, kLinkLocalAndDhcp);

@@ -26,6 +26,10 @@ std::uint16_t ToGvcp(MemoryStatus status) {
             return gvcp::kInvalidAddress;
         case MemoryStatus::kWriteProtect:
             return gvcp::kWriteProtect;
+        case MemoryStatus::kAccessDenied:
+            return gvcp::kAccessDenied;
+        case MemoryStatus::kBadAlignment:
+            return gvcp::kBadAlignment;
         case MemoryStatus::kInvalidParameter:
             return gvcp::kInvalidParameter;
         case MemoryStatus::kBusy:
@@ -60,10 +64,11 @@ GvcpHandler::GvcpHandler(const DeviceOptions& options, FirmwareStore& firmware, 
       mEvents(events),
       mCounters(counters),
       mBootstrap(mMemory, options, firmware, address, mask),
-      mFeatures(mMemory, options, firmware, events, std::endian::big,
+      mFeatures(mMemory, options, firmware, events, Bus::kGigEVision,
                 {std::move(resetRequested),
-                 [this](const std::string& what) {
-                     mEvents.Add("file_" + what, {{"commands", mCounters.All()}});
+                 [this](const std::string& what, nlohmann::json fields) {
+                     fields["commands"] = mCounters.All();
+                     mEvents.Add("file_" + what, std::move(fields));
                  }}),
       mChance(options.faults.seed) {}
 
@@ -170,6 +175,7 @@ Packet GvcpHandler::ReadRegisters(const Request& request) {
             status = gvcp::kBadAlignment;
         } else {
             status = ToGvcp(mMemory.ReadMemory(address, value));
+            SwapIfConverted(address, value);
         }
         if (status == gvcp::kSuccess) {
             values.insert(values.end(), value.begin(), value.end());
@@ -188,13 +194,21 @@ Packet GvcpHandler::WriteRegisters(const Request& request) {
     std::size_t index = 0;
     for (; index < size / kPairSize; ++index) {
         const ConstBytes pair = request.payload.subspan(index * kPairSize, kPairSize);
-        const std::uint16_t status =
-            WriteWords(request, LoadBig<std::uint32_t>(pair, 0), pair.subspan(4));
+        const auto address = LoadBig<std::uint32_t>(pair, 0);
+        std::array<std::uint8_t, 4> value{pair[4], pair[5], pair[6], pair[7]};
+        SwapIfConverted(address, value);
+        const std::uint16_t status = WriteWords(request, address, value);
         if (status != gvcp::kSuccess) {
             return WriteAcknowledge(status, request.command, request.id, index);
         }
     }
     return WriteAcknowledge(gvcp::kSuccess, request.command, request.id, index);
+}
+
+void GvcpHandler::SwapIfConverted(std::uint32_t address, Bytes value) const {
+    if (mOptions.registerCommandsSwap && address >= gvcp::kFirstManufacturerAddress) {
+        std::reverse(value.begin(), value.end());
+    }
 }
 
 Packet GvcpHandler::ReadMemory(const Request& request) {

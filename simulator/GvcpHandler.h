@@ -71,6 +71,8 @@ class GvcpHandler {
     [[nodiscard]] std::vector<std::uint8_t> Carry(const Request& request);
     [[nodiscard]] std::vector<std::uint8_t> ReadRegisters(const Request& request);
     [[nodiscard]] std::vector<std::uint8_t> WriteRegisters(const Request& request);
+    // What a little-endian device does whose register commands carry numbers, not bytes.
+    void SwapIfConverted(std::uint32_t address, Bytes value) const;
     [[nodiscard]] std::vector<std::uint8_t> ReadMemory(const Request& request);
     [[nodiscard]] std::vector<std::uint8_t> WriteMemory(const Request& request);
     [[nodiscard]] std::uint16_t WriteWords(const Request& request, std::uint32_t address,

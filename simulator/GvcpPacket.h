@@ -15,7 +15,8 @@ inline constexpr std::uint16_t kPort = 3956;
 inline constexpr std::uint8_t kKey = 0x42;
 inline constexpr std::uint8_t kAcknowledgeFlag = 0x01;
 inline constexpr std::size_t kHeaderSize = 8;
-inline constexpr std::size_t kMaxPayload = 540;     ///< bytes behind the header
+inline constexpr std::size_t kMaxPayload = 540;                     ///< bytes behind the header
+inline constexpr std::uint32_t kFirstManufacturerAddress = 0xa000;  ///< below: bootstrap
 inline constexpr std::size_t kMaxMemoryData = 536;  ///< bytes of one READMEM or WRITEMEM
 
 enum Command : std::uint16_t {

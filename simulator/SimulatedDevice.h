@@ -101,6 +101,11 @@ class SimulatedDevice::Builder {
     }
     Builder& bufferSize(std::uint32_t bytes) { return mOptions.bufferSize = bytes, *this; }
     Builder& layout(RegisterLayout value) { return mOptions.layout = value, *this; }
+    Builder& executeKeepsValue(bool value) { return mOptions.executeKeepsValue = value, *this; }
+    Builder& registerCommandsSwap(bool value) {
+        return mOptions.registerCommandsSwap = value, *this;
+    }
+    Builder& operationEvents(bool value) { return mOptions.operationEvents = value, *this; }
     Builder& concatenation(bool value) { return mOptions.concatenation = value, *this; }
     Builder& zippedXml(bool value) { return mOptions.zippedXml = value, *this; }
     Builder& latency(std::chrono::microseconds value) { return mOptions.latency = value, *this; }

@@ -7,6 +7,8 @@
 #include <map>
 #include <optional>
 
+#include "AccessArguments.h"
+#include "DurationOption.h"
 #include "HelpFormatter.h"
 #include "TftpArguments.h"
 
@@ -28,6 +30,7 @@ constexpr std::array kNetworkOptions = {"--interface",
                                         "--mac",
                                         "--ready-file",
                                         "--no-concatenation",
+                                        "--register-commands-swap",
                                         "--loss",
                                         "--duplicate",
                                         "--reorder",
@@ -45,7 +48,10 @@ constexpr std::array kNetworkOptions = {"--interface",
                                         "--refuse-control"};
 
 /// Options that would have no effect are refused, not passed over.
-std::string WhyMisplaced(const CLI::App& app, bool usb) {
+std::string WhyMisplaced(const CLI::App& app, RegisterLayout layout, bool usb) {
+    if (usb && layout == RegisterLayout::kLegacyEndian) {
+        return "the layout legacy-endian is for GigE Vision devices";
+    }
     for (const CLI::Option* const option : app.get_options()) {
         if (option->count() == 0) {
             continue;
@@ -62,16 +68,6 @@ std::string WhyMisplaced(const CLI::App& app, bool usb) {
         }
     }
     return "";
-}
-
-template <typename Duration>
-void AddDuration(CLI::App& app, const std::string& name, Duration& target,
-                 const std::string& description) {
-    const std::string unit = std::is_same_v<Duration, std::chrono::microseconds> ? "US" : "MS";
-    app.add_option_function<std::uint32_t>(
-           name, [&target](std::uint32_t value) { target = Duration(value); }, description)
-        ->type_name(unit)
-        ->default_str(std::to_string(target.count()));
 }
 
 void AddBytePosition(CLI::App& app, const std::string& name, std::optional<std::uint64_t>& target,
@@ -100,6 +96,8 @@ void AddPlace(CLI::App& app, SimulatorArguments& arguments) {
     app.add_option("--events", arguments.eventFile,
                    "What happens to the device, as JSON lines, appended")
         ->type_name("FILE");
+    app.add_flag("--operation-events", device.operationEvents,
+                 "Among them every file operation, with the commands so far");
 }
 
 void AddIdentity(CLI::App& app, SimulatorArguments& arguments) {
@@ -157,34 +155,6 @@ void AddFirmware(CLI::App& app, DeviceOptions& device) {
         [&firmware] { firmware.wording = FirmwareStore::Wording::kNonVolatile; },
         "Report success as \"Successfully wrote file to non-volatile memory\" "
         "instead of \"Firmware applied: \"");
-}
-
-void AddAccess(CLI::App& app, DeviceOptions& device) {
-    app.add_option("--buffer-size", device.bufferSize, "Size of FileAccessBuffer")
-        ->type_name("BYTES")
-        ->capture_default_str();
-    app.add_flag_callback(
-        "--selector-dependent", [&device] { device.layout = RegisterLayout::kSelectorDependent; },
-        "File registers at addresses that depend on the selectors");
-    app.add_flag_callback(
-        "--no-concatenation", [&device] { device.concatenation = false; },
-        "One register per READREG and WRITEREG");
-    app.add_flag("--zipped-xml", device.zippedXml, "Give the GenICam description zipped");
-    app.add_flag("--second-url-only", device.secondUrlOnly,
-                 "Name the GenICam description in the second URL register only");
-    AddDuration(app, "--latency", device.latency, "Time before each answer");
-    AddDuration(app, "--execute-latency", device.executeLatency,
-                "Time that starting a file operation takes (PENDING_ACK over 200 ms)");
-    AddDuration(app, "--operation-time", device.operationTime,
-                "How long FileOperationExecute shows that it is not done");
-    app.add_option("--heartbeat-timeout", device.heartbeatTimeout,
-                   "Until the application sets another")
-        ->type_name("MS")
-        ->capture_default_str();
-    app.add_option("--short-write-every", device.shortWriteEvery,
-                   "Every so many file writes take half of the bytes; 0: never")
-        ->type_name("N")
-        ->capture_default_str();
 }
 
 void AddFaults(CLI::App& app, DeviceOptions& device) {
@@ -270,7 +240,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
     AddPlace(app, *this);
     AddIdentity(app, *this);
     AddFirmware(app, device);
-    AddAccess(app, device);
+    AddAccessOptions(app, device);
     AddFaults(app, device);
     AddTftpOptions(app, device);
     usb.AddTo(app);
@@ -288,7 +258,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         why = usb.Complete();
     }
     if (why.empty()) {
-        why = WhyMisplaced(app, usb.enabled);
+        why = WhyMisplaced(app, device.layout, usb.enabled);
     }
     if (!why.empty()) {
         std::cerr << why << "\n";

@@ -49,6 +49,10 @@ std::uint16_t StatusOf(MemoryStatus status) {
             return 0x8003;
         case MemoryStatus::kWriteProtect:
             return 0x8004;
+        case MemoryStatus::kBadAlignment:
+            return 0x8005;
+        case MemoryStatus::kAccessDenied:
+            return 0x8006;
         case MemoryStatus::kInvalidParameter:
             return kInvalidParameter;
         case MemoryStatus::kBusy:
@@ -108,10 +112,11 @@ U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
         [this](const std::string& name) { return mFirmware.SetDeviceId(name); });
     mMemory.Add<ReadOnlyRegion>(std::uint64_t{features::kXml}, std::move(xml));
     mFeatures.emplace(
-        mMemory, device, firmware, events, std::endian::little,
+        mMemory, device, firmware, events, Bus::kUsb3Vision,
         FeatureRegisters::Hooks{[this] { mResetting = true; },
-                                [this](const std::string& what) {
-                                    mEvents.Add("file_" + what, {{"commands", mCommands}});
+                                [this](const std::string& what, nlohmann::json fields) {
+                                    fields["commands"] = mCommands;
+                                    mEvents.Add("file_" + what, std::move(fields));
                                 }});
     mFirmware.SetListener(this);
 }

@@ -32,8 +32,9 @@ class FeatureRegistersTest : public testing::Test {
         mFirmware = FirmwareStore::Open(mOptions.firmware, mEvents, why);
         ASSERT_NE(mFirmware, nullptr) << why;
         mFeatures = std::make_unique<FeatureRegisters>(
-            mMemory, mOptions, *mFirmware, mEvents, std::endian::big,
-            FeatureRegisters::Hooks{[this] { ++mResets; }, [](const std::string&) {}});
+            mMemory, mOptions, *mFirmware, mEvents, simulator::Bus::kGigEVision,
+            FeatureRegisters::Hooks{[this] { ++mResets; },
+                                    [](const std::string&, const nlohmann::json&) {}});
     }
 
     MemoryStatus Set(std::uint32_t address, std::uint32_t value) {
@@ -121,14 +122,14 @@ TEST_F(FeatureRegistersTest, UpdatesThroughOneNamelessFile) {
         mMemory = DeviceMemory();
         Make();
         UpdateAndReadStatus();
-        EXPECT_EQ(Set(features::kFileSelector, 0), MemoryStatus::kWriteProtect);
+        EXPECT_EQ(Set(features::kFileSelector, 0), MemoryStatus::kInvalidAddress);
     }
 }
 
 TEST_F(FeatureRegistersTest, HasNoFileRegistersWithoutFileAccess) {
     mOptions.profile = Profile::kNoFileAccess;
     Make();
-    EXPECT_EQ(Set(features::kOperationSelector, 0), MemoryStatus::kWriteProtect);
+    EXPECT_EQ(Set(features::kOperationSelector, 0), MemoryStatus::kInvalidAddress);
     EXPECT_EQ(Set(features::kBuffer, 0), MemoryStatus::kInvalidAddress);
 }
 

@@ -60,21 +60,21 @@ TEST_F(FileAccessTest, WritesRemoteUpdateDfwAndReadsStatusTxt) {
 TEST_F(FileAccessTest, FailsWhatTheFilesDoNotAllow) {
     FileAccess files(*mFirmware, mEvents, 0);
     std::array<std::uint8_t, 4> buffer{};
-    EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kRead).status, Status::kFailure);
-    EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kReadWrite).status, Status::kFailure);
-    EXPECT_EQ(files.Open(File::kStatusTxt, OpenMode::kWrite).status, Status::kFailure);
-    EXPECT_EQ(files.Open(File::kUserData, OpenMode::kRead).status, Status::kFailure);
-    EXPECT_EQ(files.Open(File::kStatusTxt, OpenMode{7}).status, Status::kFailure);
-    EXPECT_EQ(files.Read(File::kStatusTxt, 0, buffer).status, Status::kFailure);
-    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 0, buffer).status, Status::kFailure);
-    EXPECT_EQ(files.Close(File::kStatusTxt).status, Status::kFailure);
-    EXPECT_EQ(files.Close(File::kRemoteUpdateDfw).status, Status::kFailure);
+    EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kRead).status, Status::kDenied);
+    EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kReadWrite).status, Status::kDenied);
+    EXPECT_EQ(files.Open(File::kStatusTxt, OpenMode::kWrite).status, Status::kDenied);
+    EXPECT_EQ(files.Open(File::kUserData, OpenMode::kRead).status, Status::kDenied);
+    EXPECT_EQ(files.Open(File::kStatusTxt, OpenMode{7}).status, Status::kDenied);
+    EXPECT_EQ(files.Read(File::kStatusTxt, 0, buffer).status, Status::kNotOpen);
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 0, buffer).status, Status::kNotOpen);
+    EXPECT_EQ(files.Close(File::kStatusTxt).status, Status::kNotOpen);
+    EXPECT_EQ(files.Close(File::kRemoteUpdateDfw).status, Status::kNotOpen);
 
     EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kWrite).status, Status::kSuccess);
-    EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kWrite).status, Status::kFailure);
-    EXPECT_EQ(files.Open(File::kStatusTxt, OpenMode::kRead).status, Status::kFailure);
-    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 1, buffer).status, Status::kFailure) << "a gap";
-    EXPECT_EQ(files.Close(File::kStatusTxt).status, Status::kFailure);
+    EXPECT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kWrite).status, Status::kDenied);
+    EXPECT_EQ(files.Open(File::kStatusTxt, OpenMode::kRead).status, Status::kDenied);
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 1, buffer).status, Status::kOverflow) << "a gap";
+    EXPECT_EQ(files.Close(File::kStatusTxt).status, Status::kNotOpen);
     EXPECT_EQ(files.Close(File::kRemoteUpdateDfw).status, Status::kSuccess);
 }
 
@@ -86,6 +86,21 @@ TEST_F(FileAccessTest, TakesHalfOfEveryNthWrite) {
     EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 16, AsBytes("01234567")).result, 4U);
     EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 20, AsBytes("4567")).result, 4U);
     EXPECT_EQ(files.Size(File::kRemoteUpdateDfw), 24U);
+}
+
+TEST_F(FileAccessTest, TakesMultiplesOfTheIncrementAndDropsThePaddingOfThePayload) {
+    FileAccess files(*mFirmware, mEvents, 3, 4);
+    const std::string payload = Payload{.body = "nine char"}.Encode();
+    ASSERT_EQ(files.Open(File::kRemoteUpdateDfw, OpenMode::kWrite).status, Status::kSuccess);
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 0, AsBytes(payload)).status,
+              Status::kInvalidLength);
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 0, AsBytes(payload.substr(0, 64))).result, 64U);
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 64, AsBytes("nine")).result, 4U);
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 68, AsBytes(" char???")).result, 4U) << "half";
+    EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 72, AsBytes("r???")).result, 4U);
+    EXPECT_EQ(files.Close(File::kRemoteUpdateDfw).status, Status::kSuccess);
+    EXPECT_EQ(mFirmware->Status(), "Firmware applied: MirskoSim 2.1");
+    EXPECT_EQ(mFirmware->State().stored.Text(), "2.1");
 }
 
 TEST_F(FileAccessTest, ShowsTheStatusAsItWasWhenItWasOpened) {

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "../Bus.h"
+#include "../DeviceMemory.h"
+#include "../DeviceProfile.h"
+#include "../FileOperations.h"
+#include "../RegisterRegion.h"
+#include "../description/DescriptionWriter.h"
+
+namespace simulator {
+
+/// How the features of file access are laid over registers, from both sides: the registers that the
+/// device has, and the nodes that describe them. What layouts have in common is here.
+class FileLayout {
+  public:
+    /// What the registers act on; outlives the layout.
+    struct Device {
+        DeviceMemory& memory;
+        RegisterRegion& registers;  ///< where the device's features are
+        FileOperations& files;
+    };
+
+    /// @param options outlive the layout
+    FileLayout(const DeviceOptions& options, Bus bus) : mOptions(options), mBus(bus) {}
+    virtual ~FileLayout() = default;
+    FileLayout(const FileLayout&) = delete;
+    FileLayout& operator=(const FileLayout&) = delete;
+
+    [[nodiscard]] static std::unique_ptr<FileLayout> Make(const DeviceOptions& options, Bus bus);
+
+    /// Adds the registers to the device, once.
+    virtual void Define(const Device& device) = 0;
+    /// Adds the nodes over them.
+    virtual void Describe(DescriptionWriter& writer) const = 0;
+    /// What FileAccessLength is a multiple of.
+    [[nodiscard]] virtual std::uint32_t Increment() const { return 1; }
+
+  protected:
+    using Element = DescriptionWriter::Element;
+    using Elements = DescriptionWriter::Elements;
+    using Bits = DescriptionWriter::Bits;
+    using Entry = DescriptionWriter::Entry;
+
+    [[nodiscard]] const DeviceOptions& Options() const { return mOptions; }
+    [[nodiscard]] Bus TheBus() const { return mBus; }
+    [[nodiscard]] bool HasSelector() const { return HasFileSelector(mOptions.profile); }
+
+    // Registers.
+
+    /// FileSelector, unless the profile has none.
+    void DefineFileSelector(RegisterRegion& registers, std::uint64_t address) const;
+    static void DefineOperationSelector(RegisterRegion& registers, std::uint64_t address);
+    /// FileAccessBuffer, a region of its own.
+    [[nodiscard]] Bytes DefineBuffer(DeviceMemory& memory, std::uint64_t address) const;
+    /// FileOperationExecute: what is written starts an operation, and is shown until it is done.
+    /// @param start called with the number that was written
+    void DefineCommand(const Device& device, std::uint64_t address,
+                       std::function<MemoryStatus(std::uint32_t value)> start) const;
+    [[nodiscard]] static FileAccess::File FileIn(const RegisterRegion& registers,
+                                                 std::uint64_t address);
+
+    // Nodes.
+
+    /// The category with those of the features that there are.
+    void DescribeCategory(DescriptionWriter& writer, bool hasFileSize = true) const;
+    /// FileSelector, unless the profile has none.
+    /// @param more entries that are not in the profile
+    void DescribeFileSelector(DescriptionWriter& writer, const Elements& place,
+                              const std::vector<Entry>& more = {}) const;
+    static void DescribeOperationSelector(DescriptionWriter& writer, const Element& value);
+    static void DescribeOpenMode(DescriptionWriter& writer, const Element& value,
+                                 const std::vector<Entry>& more = {}, const Elements& extra = {});
+    /// FileOperationStatus with all that FileAccess::Status knows. @param value the node
+    /// @param success the value of Success; those of the others follow
+    static void DescribeStatus(DescriptionWriter& writer, const std::string& value,
+                               std::uint32_t success = 0);
+
+  private:
+    const DeviceOptions& mOptions;
+    const Bus mBus;
+};
+
+}  // namespace simulator
