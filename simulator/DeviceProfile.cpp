@@ -2,15 +2,13 @@
 
 #include <arpa/inet.h>
 
-#include <algorithm>
-#include <array>
-#include <utility>
+#include "NameTable.h"
 
 namespace simulator {
 
 namespace {
 
-constexpr std::array<std::pair<Profile, const char*>, 7> kProfiles{{
+constexpr NameTable<Profile, 7> kProfiles{{{
     {Profile::kFileAccess, "file-access"},
     {Profile::kSingleFile, "single-file"},
     {Profile::kNoFileAccess, "no-file-access"},
@@ -18,7 +16,7 @@ constexpr std::array<std::pair<Profile, const char*>, 7> kProfiles{{
     {Profile::kMainLoad, "main-load"},
     {Profile::kSelectorWithoutDfw, "selector-without-dfw"},
     {Profile::kLoader, "loader"},
-}};
+}}};
 
 constexpr std::uint32_t kMaxBufferSize = 16U << 20U;
 // What the 16 bits of its result can say.
@@ -51,17 +49,11 @@ int HexDigit(char character) {
 }  // namespace
 
 const char* NameOf(Profile profile) {
-    const auto* const found =
-        std::find_if(kProfiles.begin(), kProfiles.end(),
-                     [profile](const auto& entry) { return entry.first == profile; });
-    return found->second;
+    return kProfiles.NameOf(profile);
 }
 
 std::optional<Profile> ProfileNamed(const std::string& name) {
-    const auto* const found =
-        std::find_if(kProfiles.begin(), kProfiles.end(),
-                     [&name](const auto& entry) { return entry.second == name; });
-    return found == kProfiles.end() ? std::nullopt : std::optional(found->first);
+    return kProfiles.ValueNamed(name);
 }
 
 bool HasFiles(Profile profile) {
@@ -120,6 +112,9 @@ std::string WhyUnusable(const DeviceOptions& options) {
         RegisterOrder(options.layout, Bus::kGigEVision) == std::endian::big) {
         return "register commands swap little-endian registers only: those of the layouts "
                "little-endian and legacy-endian";
+    }
+    if (options.secondUrlOnly && options.description.contains(DescriptionShape::kSecondUrl)) {
+        return "the first URL is either empty or leads nowhere";
     }
     for (const std::string& text :
          {options.vendor, options.model, options.serial, options.firmware.deviceId}) {

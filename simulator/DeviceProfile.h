@@ -9,6 +9,7 @@
 #include "FaultOptions.h"
 #include "FirmwareStore.h"
 #include "RegisterLayout.h"
+#include "description/DescriptionShape.h"
 #include "tftp/TftpSettings.h"
 
 namespace simulator {
@@ -54,6 +55,7 @@ struct DeviceOptions {
     std::chrono::milliseconds operationTime{0};
     /// Every so many file writes only half of the bytes are taken; 0: never.
     std::uint32_t shortWriteEvery = 0;
+    DescriptionShapes description;
     bool zippedXml = false;
     bool secondUrlOnly = false;  ///< the first URL register is empty
 

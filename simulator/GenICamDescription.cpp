@@ -1,8 +1,8 @@
 #include "GenICamDescription.h"
 
 #include "FeatureAddresses.h"
-#include "ZipArchive.h"
 #include "description/DescriptionWriter.h"
+#include "description/OddNodes.h"
 #include "layouts/FileLayout.h"
 
 namespace simulator {
@@ -10,6 +10,8 @@ namespace simulator {
 namespace {
 
 using Writer = DescriptionWriter;
+
+constexpr std::size_t kFurtherBytes = 1'200'000;
 
 void DescribeReset(Writer& writer, const DeviceOptions& options) {
     if (options.layout != RegisterLayout::kWriteOnlyExecute) {
@@ -70,12 +72,15 @@ void DescribeTransport(Writer& writer, std::endian others) {
 std::string DescribeDevice(const DeviceOptions& options, Bus bus) {
     const std::endian order = DescribedOrder(options.layout, bus);
     Writer writer(options, order);
+    std::vector<std::string> categories{"DeviceControl", "ImageFormatControl",
+                                        "TransportLayerControl"};
     if (HasFiles(options.profile)) {
-        writer.Category("Root", {"DeviceControl", "ImageFormatControl", "TransportLayerControl",
-                                 "FileAccessControl"});
-    } else {
-        writer.Category("Root", {"DeviceControl", "ImageFormatControl", "TransportLayerControl"});
+        categories.emplace_back("FileAccessControl");
     }
+    if (options.description.contains(DescriptionShape::kHarmlessOddities)) {
+        categories.emplace_back("OddControl");
+    }
+    writer.Category("Root", categories);
     DescribeControl(writer, options);
     if (bus == Bus::kGigEVision) {
         DescribeTransport(writer, order);
@@ -85,16 +90,13 @@ std::string DescribeDevice(const DeviceOptions& options, Bus bus) {
     if (HasFiles(options.profile)) {
         FileLayout::Make(options, bus)->Describe(writer);
     }
+    if (options.description.contains(DescriptionShape::kHarmlessOddities)) {
+        writer.Raw(OddNodes());
+    }
+    if (options.description.contains(DescriptionShape::kLarge)) {
+        writer.Raw(FurtherNodes(kFurtherBytes));
+    }
     return writer.Finish(bus == Bus::kGigEVision ? "GEV" : "U3V");
-}
-
-std::vector<std::uint8_t> EncodeDescription(const DeviceOptions& options, Bus bus,
-                                            std::string& fileName) {
-    const std::string text = DescribeDevice(options, bus);
-    const std::string name = Identifier(options.vendor + "_" + options.model);
-    fileName = name + (options.zippedXml ? ".zip" : ".xml");
-    return options.zippedXml ? ZipOneFile(name + ".xml", text)
-                             : std::vector<std::uint8_t>(text.begin(), text.end());
 }
 
 }  // namespace simulator

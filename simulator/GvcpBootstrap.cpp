@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "FeatureAddresses.h"
-#include "GenICamDescription.h"
+#include "description/StoredDescription.h"
 
 namespace simulator {
 
@@ -48,14 +48,6 @@ constexpr std::uint32_t kHeartbeatDisableBit = 1U << 0U;
 constexpr std::uint32_t kPendingAckBit = 1U << 1U;
 constexpr std::uint32_t kMinHeartbeat = 500;  // ms
 constexpr std::uint32_t kPendingMilliseconds = 200;
-
-std::string Hex(std::uint64_t value) {
-    std::string digits;
-    for (; value != 0; value >>= 4U) {
-        digits.insert(digits.begin(), "0123456789abcdef"[value & 0xfU]);
-    }
-    return digits;
-}
 
 }  // namespace
 
@@ -141,13 +133,11 @@ void GvcpBootstrap::SetCapabilities(const DeviceOptions& options) {
 }
 
 void GvcpBootstrap::SetDescription(DeviceMemory& memory, const DeviceOptions& options) {
-    std::string fileName;
-    std::vector<std::uint8_t> description = EncodeDescription(options, Bus::kGigEVision, fileName);
-    const std::string url =
-        "Local:" + fileName + ";" + Hex(features::kXml) + ";" + Hex(description.size());
-    mRegisters.SetText(options.secondUrlOnly ? kSecondUrl : kFirstUrl, kUrlSize, url);
-    description.resize((description.size() + 3) / 4 * 4);
-    memory.Add<ReadOnlyRegion>(features::kXml, std::move(description));
+    StoredDescription stored = StoredDescription::Of(options, Bus::kGigEVision);
+    mRegisters.SetText(kFirstUrl, kUrlSize, stored.firstUrl);
+    mRegisters.SetText(kSecondUrl, kUrlSize, stored.secondUrl);
+    stored.bytes.resize((stored.bytes.size() + 3) / 4 * 4);
+    memory.Add<ReadOnlyRegion>(features::kXml, std::move(stored.bytes));
 }
 
 std::vector<std::uint8_t> GvcpBootstrap::DiscoveryPayload() {

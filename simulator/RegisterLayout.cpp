@@ -1,14 +1,12 @@
 #include "RegisterLayout.h"
 
-#include <algorithm>
-#include <array>
-#include <utility>
+#include "NameTable.h"
 
 namespace simulator {
 
 namespace {
 
-constexpr std::array<std::pair<RegisterLayout, const char*>, 10> kLayouts{{
+constexpr NameTable<RegisterLayout, 10> kLayouts{{{
     {RegisterLayout::kPlain, "plain"},
     {RegisterLayout::kSelectorDependent, "selector"},
     {RegisterLayout::kBitFields, "bitfields"},
@@ -19,35 +17,21 @@ constexpr std::array<std::pair<RegisterLayout, const char*>, 10> kLayouts{{
     {RegisterLayout::kWide, "wide"},
     {RegisterLayout::kLittleEndian, "little-endian"},
     {RegisterLayout::kLegacyEndian, "legacy-endian"},
-}};
+}}};
 
 }  // namespace
 
 const char* NameOf(RegisterLayout layout) {
-    const auto* const found =
-        std::find_if(kLayouts.begin(), kLayouts.end(),
-                     [layout](const auto& entry) { return entry.first == layout; });
-    return found->second;
+    return kLayouts.NameOf(layout);
 }
 
 std::optional<RegisterLayout> LayoutNamed(const std::string& name) {
-    if (name == "selector-dependent") {
-        return RegisterLayout::kSelectorDependent;
-    }
-    const auto* const found =
-        std::find_if(kLayouts.begin(), kLayouts.end(),
-                     [&name](const auto& entry) { return entry.second == name; });
-    return found == kLayouts.end() ? std::nullopt : std::optional(found->first);
+    return name == "selector-dependent" ? RegisterLayout::kSelectorDependent
+                                        : kLayouts.ValueNamed(name);
 }
 
 const std::vector<RegisterLayout>& AllLayouts() {
-    static const std::vector<RegisterLayout> kAll = [] {
-        std::vector<RegisterLayout> all;
-        for (const auto& [layout, name] : kLayouts) {
-            all.push_back(layout);
-        }
-        return all;
-    }();
+    static const std::vector<RegisterLayout> kAll = kLayouts.Values();
     return kAll;
 }
 

@@ -107,6 +107,9 @@ class SimulatedDevice::Builder {
     }
     Builder& operationEvents(bool value) { return mOptions.operationEvents = value, *this; }
     Builder& concatenation(bool value) { return mOptions.concatenation = value, *this; }
+    Builder& description(DescriptionShapes value) {
+        return mOptions.description = std::move(value), *this;
+    }
     Builder& zippedXml(bool value) { return mOptions.zippedXml = value, *this; }
     Builder& latency(std::chrono::microseconds value) { return mOptions.latency = value, *this; }
     Builder& operationTime(std::chrono::milliseconds value) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "../FeatureAddresses.h"
+#include "OddNodes.h"
 
 namespace simulator {
 
@@ -41,10 +42,6 @@ std::string Line(const Element& element, const char* indent = "    ") {
            Escaped(element.value) + "</" + element.name + ">\n";
 }
 
-std::string NamedTag(const std::string& kind, const std::string& name) {
-    return "<" + kind + " Name=\"" + name + "\" NameSpace=\"Standard\">\n";
-}
-
 Elements Joined(std::initializer_list<Elements> parts) {
     Elements all;
     for (const Elements& part : parts) {
@@ -79,9 +76,17 @@ std::string HexNumber(std::uint64_t value) {
 DescriptionWriter::DescriptionWriter(const DeviceOptions& options, std::endian order)
     : mOptions(options), mOrder(order) {}
 
+void DescriptionWriter::Open(const std::string& indent, const std::string& kind,
+                             const std::string& name) {
+    mText += indent + "<" + kind + " Name=\"" + name + "\" NameSpace=\"Standard\">\n";
+    if (mOptions.description.contains(DescriptionShape::kExtensions)) {
+        mText += ExtensionOf(name, indent + "  ");
+    }
+}
+
 void DescriptionWriter::Node(const std::string& kind, const std::string& name,
                              const Elements& children) {
-    mText += "  " + NamedTag(kind, name);
+    Open("  ", kind, name);
     for (const Element& child : children) {
         mText += Line(child);
     }
@@ -123,12 +128,12 @@ void DescriptionWriter::Enumeration(const std::string& name, const Element& valu
                                     const std::vector<Entry>& entries,
                                     const std::vector<std::string>& selected,
                                     const Elements& more) {
-    mText += "  " + NamedTag("Enumeration", name);
+    Open("  ", "Enumeration", name);
     for (const Element& element : more) {
         mText += Line(element);
     }
     for (const Entry& entry : entries) {
-        mText += "    " + NamedTag("EnumEntry", entry.name);
+        Open("    ", "EnumEntry", entry.name);
         const char* const indent = "      ";
         if (!entry.displayName.empty()) {
             mText += Line({"DisplayName", entry.displayName}, indent);
@@ -167,7 +172,7 @@ void DescriptionWriter::StructRegister(const std::string& name, const Elements& 
          Joined({place, Access(4, access), {{"Endianess", OrderName()}}})) {
         mText += Line(element);
     }
-    mText += "    " + NamedTag("StructEntry", name);
+    Open("    ", "StructEntry", name);
     for (const Element& element : Joined({FieldOf(bits), {{"Sign", "Unsigned"}}})) {
         mText += Line(element, "      ");
     }

@@ -70,6 +70,9 @@ class DescriptionWriter {
     /// A Register of bytes. @param length the child that says how many
     void Buffer(const std::string& name, const Elements& place, const Element& length);
 
+    /// Nodes that are XML already.
+    void Raw(const std::string& nodes) { mText += nodes; }
+
     /// What says where a register is.
     [[nodiscard]] static Elements At(std::uint64_t address);
     /// `offset` beyond the address that the named node gives.
@@ -82,6 +85,8 @@ class DescriptionWriter {
     [[nodiscard]] std::string Finish(const std::string& nameSpace) const;
 
   private:
+    /// Begins a named node, and its Extension if there is to be one.
+    void Open(const std::string& indent, const std::string& kind, const std::string& name);
     [[nodiscard]] std::string OrderName() const;
     [[nodiscard]] Elements FieldOf(Bits bits) const;
 

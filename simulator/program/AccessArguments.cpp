@@ -2,19 +2,48 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "DurationOption.h"
 
+using simulator::DescriptionShape;
 using simulator::DeviceOptions;
 using simulator::RegisterLayout;
 
 namespace {
 
-void AddLayout(CLI::App& app, DeviceOptions& device) {
+template <typename Value>
+std::string Names(const std::vector<Value>& values) {
     std::string names;
-    for (const RegisterLayout layout : simulator::AllLayouts()) {
-        names += (names.empty() ? "" : ", ") + std::string(NameOf(layout));
+    for (const Value value : values) {
+        names += (names.empty() ? "" : ", ") + std::string(NameOf(value));
     }
+    return names;
+}
+
+void AddDescription(CLI::App& app, DeviceOptions& device) {
+    app.add_option_function<std::vector<std::string>>(
+           "--description",
+           [&device](const std::vector<std::string>& names) {
+               for (const std::string& name : names) {
+                   const std::optional<DescriptionShape> shape = simulator::ShapeNamed(name);
+                   if (!shape) {
+                       throw CLI::ValidationError("--description", "there is no shape " + name);
+                   }
+                   device.description.insert(*shape);
+               }
+           },
+           "Odd shapes of the GenICam description, joined by commas: " +
+               Names(simulator::AllShapes()))
+        ->type_name("NAMES")
+        ->delimiter(',')
+        ->expected(1)
+        // Else the "--" before COMMAND would be taken for the end of a list.
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void AddLayout(CLI::App& app, DeviceOptions& device) {
     app.add_option_function<std::string>(
            "--layout",
            [&device](const std::string& name) {
@@ -24,7 +53,7 @@ void AddLayout(CLI::App& app, DeviceOptions& device) {
                }
                device.layout = *layout;
            },
-           "How the file features are laid over registers: " + names)
+           "How the file features are laid over registers: " + Names(simulator::AllLayouts()))
         ->type_name("NAME")
         ->default_str(simulator::NameOf(device.layout));
     app.add_flag_callback(
@@ -41,6 +70,7 @@ void AddLayout(CLI::App& app, DeviceOptions& device) {
 
 void AddAccessOptions(CLI::App& app, DeviceOptions& device) {
     AddLayout(app, device);
+    AddDescription(app, device);
     app.add_option("--buffer-size", device.bufferSize, "Size of FileAccessBuffer")
         ->type_name("BYTES")
         ->capture_default_str();

@@ -13,6 +13,7 @@
 #include "TftpArguments.h"
 
 using simulator::DatagramFaults;
+using simulator::DescriptionShape;
 using simulator::DeviceOptions;
 using simulator::FaultOptions;
 using simulator::FirmwareStore;
@@ -48,9 +49,15 @@ constexpr std::array kNetworkOptions = {"--interface",
                                         "--refuse-control"};
 
 /// Options that would have no effect are refused, not passed over.
-std::string WhyMisplaced(const CLI::App& app, RegisterLayout layout, bool usb) {
-    if (usb && layout == RegisterLayout::kLegacyEndian) {
+std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool usb) {
+    if (usb && device.layout == RegisterLayout::kLegacyEndian) {
         return "the layout legacy-endian is for GigE Vision devices";
+    }
+    for (const DescriptionShape shape : {DescriptionShape::kBlanks, DescriptionShape::kSecondUrl}) {
+        if (usb && device.description.contains(shape)) {
+            return std::string("the description ") + NameOf(shape) +
+                   " is for GigE Vision devices: on USB3 Vision there are no URLs";
+        }
     }
     for (const CLI::Option* const option : app.get_options()) {
         if (option->count() == 0) {
@@ -258,7 +265,7 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         why = usb.Complete();
     }
     if (why.empty()) {
-        why = WhyMisplaced(app, device.layout, usb.enabled);
+        why = WhyMisplaced(app, device, usb.enabled);
     }
     if (!why.empty()) {
         std::cerr << why << "\n";

@@ -7,7 +7,7 @@
 
 #include "../Crc32.h"
 #include "../FeatureAddresses.h"
-#include "../GenICamDescription.h"
+#include "../description/StoredDescription.h"
 
 namespace simulator {
 
@@ -104,13 +104,12 @@ U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
       mStruck(struck),
       mVanished(std::move(vanished)),
       mTexts(TextsOf(device, firmware)) {
-    std::string fileName;
-    std::vector<std::uint8_t> xml = EncodeDescription(device, Bus::kUsb3Vision, fileName);
+    StoredDescription stored = StoredDescription::Of(device, Bus::kUsb3Vision);
     mBootstrap.emplace(
-        mMemory, mOptions, mTexts, xml.size(), device.zippedXml,
+        mMemory, mOptions, mTexts, stored.bytes.size(), stored.fileName.ends_with(".zip"),
         [this] { return mFirmware.DeviceId(); },
         [this](const std::string& name) { return mFirmware.SetDeviceId(name); });
-    mMemory.Add<ReadOnlyRegion>(std::uint64_t{features::kXml}, std::move(xml));
+    mMemory.Add<ReadOnlyRegion>(std::uint64_t{features::kXml}, std::move(stored.bytes));
     mFeatures.emplace(
         mMemory, device, firmware, events, Bus::kUsb3Vision,
         FeatureRegisters::Hooks{[this] { mResetting = true; },

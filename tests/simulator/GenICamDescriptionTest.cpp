@@ -7,13 +7,14 @@
 
 #include "Process.h"
 #include "TemporaryFolder.h"
+#include "simulator/description/StoredDescription.h"
 
 using simulator::Bus;
 using simulator::DescribeDevice;
 using simulator::DeviceOptions;
-using simulator::EncodeDescription;
 using simulator::Profile;
 using simulator::RegisterLayout;
+using simulator::StoredDescription;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -127,8 +128,7 @@ INSTANTIATE_TEST_SUITE_P(EveryLayout, GenICamDescriptionTest,
 TEST(ZippedDescriptionTest, UnpacksToTheSameTextWithAnIndependentUnzip) {
     DeviceOptions options;
     options.zippedXml = true;
-    std::string name;
-    const std::vector<std::uint8_t> zipped = EncodeDescription(options, Bus::kGigEVision, name);
+    const auto [name, zipped, first, second] = StoredDescription::Of(options, Bus::kGigEVision);
     EXPECT_EQ(name, "Mirsko_Simulated_Camera.zip");
     const TemporaryFolder folder;
     const std::string file = folder.Write(

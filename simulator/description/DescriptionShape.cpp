@@ -1,0 +1,34 @@
+#include "DescriptionShape.h"
+
+#include "../NameTable.h"
+
+namespace simulator {
+
+namespace {
+
+constexpr NameTable<DescriptionShape, 7> kShapes{{{
+    {DescriptionShape::kExtensions, "extensions"},
+    {DescriptionShape::kHarmlessOddities, "harmless-oddities"},
+    {DescriptionShape::kLarge, "large"},
+    {DescriptionShape::kPadding, "padding"},
+    {DescriptionShape::kOddZip, "odd-zip"},
+    {DescriptionShape::kBlanks, "blanks"},
+    {DescriptionShape::kSecondUrl, "second-url"},
+}}};
+
+}  // namespace
+
+const char* NameOf(DescriptionShape shape) {
+    return kShapes.NameOf(shape);
+}
+
+std::optional<DescriptionShape> ShapeNamed(const std::string& name) {
+    return kShapes.ValueNamed(name);
+}
+
+const std::vector<DescriptionShape>& AllShapes() {
+    static const std::vector<DescriptionShape> kAll = kShapes.Values();
+    return kAll;
+}
+
+}  // namespace simulator
