@@ -97,3 +97,62 @@ TEST(RegisterRegionTest, CallsTheHooksOfTheRegistersTouchedAndUndoesWhatTheyRefu
     EXPECT_EQ(Read(memory, 4, 4), "00000009");
     EXPECT_EQ(writes, 2U);
 }
+
+TEST(RegisterRegionTest, RefusesToReadAWriteOnlyRegister) {
+    DeviceMemory memory;
+    auto& region = memory.Add<RegisterRegion>(0x100U, 0x10U, std::endian::big);
+    region.Define(0x104, 4, Access::kWriteOnly);
+    std::vector<std::uint8_t> bytes(8);
+    EXPECT_EQ(memory.ReadMemory(0x100, bytes), MemoryStatus::kAccessDenied);
+    EXPECT_EQ(Write(memory, 0x104, "00000007"), MemoryStatus::kOk);
+    EXPECT_EQ(region.GetNumber(0x104), 7U);
+}
+
+TEST(RegisterRegionTest, HasNothingBetweenItsRegistersIfTheyAreNotReserved) {
+    DeviceMemory memory;
+    auto& region = memory.Add<RegisterRegion>(0x100U, 0x10U, std::endian::big,
+                                              RegisterRegion::Gaps::kUnmapped);
+    region.DefineStored(0x104, 5);
+    region.DefineStored(0x108, 6);
+    EXPECT_EQ(Read(memory, 0x104, 8), "0000000500000006");
+    std::vector<std::uint8_t> bytes(8);
+    for (const std::uint64_t address : {0x100U, 0x108U}) {
+        EXPECT_EQ(memory.ReadMemory(address, bytes), MemoryStatus::kInvalidAddress);
+        EXPECT_EQ(memory.WriteMemory(address, bytes), MemoryStatus::kInvalidAddress);
+    }
+    EXPECT_EQ(region.GetNumber(0x108), 6U);
+}
+
+TEST(RegisterRegionTest, GivesALongRegisterAsAWholeOnly) {
+    for (const std::endian order : {std::endian::big, std::endian::little}) {
+        DeviceMemory memory;
+        auto& region = memory.Add<RegisterRegion>(0x100U, 0x10U, order);
+        region.DefineLong(0x100, Access::kReadWrite);
+        region.SetLong(0x100, 0x0102030405060708U);
+        EXPECT_EQ(Read(memory, 0x100, 8),
+                  order == std::endian::big ? "0102030405060708" : "0807060504030201");
+        EXPECT_EQ(region.GetLong(0x100), 0x0102030405060708U);
+        EXPECT_EQ(Read(memory, 0x100, 12).substr(16), "00000000");
+        EXPECT_EQ(Write(memory, 0x100, "00000000"), MemoryStatus::kBadAlignment);
+        EXPECT_EQ(Write(memory, 0x104, "0000000000000000"), MemoryStatus::kBadAlignment);
+        EXPECT_EQ(region.GetLong(0x100), 0x0102030405060708U);
+    }
+}
+
+TEST(RegisterRegionTest, AsksWhetherARegisterIsAvailableOrLockedEachTime) {
+    DeviceMemory memory;
+    auto& region = memory.Add<RegisterRegion>(0x100U, 0x10U, std::endian::big);
+    bool available = false;
+    bool locked = true;
+    region.Define(0x100, 4, Access::kReadWrite, {.isAvailable = [&] { return available; }});
+    region.Define(0x104, 4, Access::kReadWrite, {.isLocked = [&] { return locked; }});
+    std::vector<std::uint8_t> bytes(4);
+    EXPECT_EQ(memory.ReadMemory(0x100, bytes), MemoryStatus::kAccessDenied);
+    EXPECT_EQ(Write(memory, 0x100, "00000001"), MemoryStatus::kAccessDenied);
+    EXPECT_EQ(Write(memory, 0x104, "00000001"), MemoryStatus::kWriteProtect);
+    EXPECT_EQ(Read(memory, 0x104, 4), "00000000");
+    available = true;
+    locked = false;
+    EXPECT_EQ(Write(memory, 0x100, "0000000200000003"), MemoryStatus::kOk);
+    EXPECT_EQ(Read(memory, 0x100, 8), "0000000200000003");
+}

@@ -132,10 +132,50 @@ TEST_F(SimulatorProgramTest, WritesWhatHappenedWithTheCommandsCounted) {
               6);
 }
 
+TEST_F(SimulatorProgramTest, TellsTheCommandsOfEveryFileOperationIfAsked) {
+    const auto process = Start({"--operation-events"});
+    GvcpClient client;
+    ASSERT_TRUE(client.Upload(Payload{.body = std::string(3000, 'x')}.Encode(), 1072));
+    EXPECT_EQ(process->Terminate().exitStatus, 0);
+    std::vector<int> costs;
+    int before = 0;
+    for (const json& event : Events()) {
+        if (event["event"] == "file_close") {
+            EXPECT_EQ(event["operations"], (json{{"open", 1}, {"write", 3}, {"close", 1}}));
+        }
+        if (event["event"] != "file_operation") {
+            continue;
+        }
+        int commands = 0;
+        for (const json& count : event["commands"]) {
+            commands += count.get<int>();
+        }
+        costs.push_back(commands - before);
+        before = commands;
+    }
+    // Status and result of the chunk before; two or one WRITEMEM; offset, length, operation,
+    // execute.
+    EXPECT_EQ(costs, (std::vector<int>{5, 7, 8, 8, 4}));
+}
+
+TEST_F(SimulatorProgramTest, LaysItsRegistersOutAsTold) {
+    const auto process = Start({"--layout", "wide", "--description", "blanks,large", "--no-tftp"});
+    GvcpClient client;
+    EXPECT_EQ(client.Read(0xd0000020), 4096U);
+    EXPECT_EQ(client.Read(0x10314), std::nullopt);
+    EXPECT_THAT(client.Ask("0084", "0000020000000008"), HasSubstr("6c6f63616c3a2047"));
+    EXPECT_EQ(process->Terminate().exitStatus, 0);
+}
+
 TEST_F(SimulatorProgramTest, RefusesWrongUseWithStatus2AndSaysWhy) {
     const std::vector<std::vector<std::string>> wrong{
         {"--nonsense"},
         {"--profile", "none"},
+        {"--layout", "none"},
+        {"--description", "large,none"},
+        {"--register-commands-swap"},
+        {"--layout", "command-register", "--execute-keeps-value"},
+        {"--description", "second-url", "--second-url-only"},
         {"--address", "here"},
         {"--mac", "02:00"},
         {"--buffer-size", "3"},
@@ -164,36 +204,44 @@ TEST_F(SimulatorProgramTest, RefusesOptionsThatWouldHaveNoEffect) {
         EXPECT_EQ(result.out, "");
         return result.err;
     };
-    for (const std::vector<std::string>& options :
-         std::vector<std::vector<std::string>>{{"--interface", "lo"},
-                                               {"--address", "127.0.0.1"},
-                                               {"--mac", "02:00:00:00:00:07"},
-                                               {"--ready-file", File("ready")},
-                                               {"--no-concatenation"},
-                                               {"--second-url-only"},
-                                               {"--heartbeat-timeout", "500"},
-                                               {"--loss", "1"},
-                                               {"--duplicate", "1"},
-                                               {"--reorder", "1"},
-                                               {"--delayed", "1"},
-                                               {"--delay", "1"},
-                                               {"--stale-acks", "1"},
-                                               {"--busy", "1"},
-                                               {"--refuse-control"},
-                                               {"--mute-after", "1"},
-                                               {"--discovery-delay", "1"},
-                                               {"--discoveries-lost", "1"},
-                                               {"--lose-control-at", "1"},
-                                               {"--seed", "1"},
-                                               {"--no-tftp"},
-                                               {"--tftp-port", "6969"},
-                                               {"--tftp-no-tsize"},
-                                               {"--tftp-loss", "1"},
-                                               {"--tftp-mute"}}) {
+    for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{
+             {"--interface", "lo"},
+             {"--address", "127.0.0.1"},
+             {"--mac", "02:00:00:00:00:07"},
+             {"--ready-file", File("ready")},
+             {"--no-concatenation"},
+             {"--register-commands-swap", "--layout=little-endian"},
+             {"--second-url-only"},
+             {"--heartbeat-timeout", "500"},
+             {"--loss", "1"},
+             {"--duplicate", "1"},
+             {"--reorder", "1"},
+             {"--delayed", "1"},
+             {"--delay", "1"},
+             {"--stale-acks", "1"},
+             {"--busy", "1"},
+             {"--refuse-control"},
+             {"--mute-after", "1"},
+             {"--discovery-delay", "1"},
+             {"--discoveries-lost", "1"},
+             {"--lose-control-at", "1"},
+             {"--seed", "1"},
+             {"--no-tftp"},
+             {"--tftp-port", "6969"},
+             {"--tftp-no-tsize"},
+             {"--tftp-loss", "1"},
+             {"--tftp-mute"}}) {
         std::vector<std::string> command = options;
         command.insert(command.end(), {"--u3v", "--", "true"});
         EXPECT_EQ(refusal(command),
                   options[0] + " is for GigE Vision devices; it has no effect with --u3v\n");
+    }
+    EXPECT_EQ(refusal({"--layout", "legacy-endian", "--u3v", "--", "true"}),
+              "the layout legacy-endian is for GigE Vision devices\n");
+    for (const std::string shape : {"blanks", "second-url"}) {
+        EXPECT_EQ(refusal({"--description", "large," + shape, "--u3v", "--", "true"}),
+                  "the description " + shape +
+                      " is for GigE Vision devices: on USB3 Vision there are no URLs\n");
     }
     EXPECT_EQ(refusal({"--plug", "2-1"}), "--plug needs --u3v\n");
     EXPECT_EQ(refusal({"--interface-busy"}), "--interface-busy needs --u3v\n");
