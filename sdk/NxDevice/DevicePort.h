@@ -15,8 +15,7 @@ class DevicePort : public GenPort {
     virtual NxResult ReadDescription(std::string& xml) = 0;
     /// False once commands fail at once.
     [[nodiscard]] virtual bool IsAlive() const = 0;
-    /// Whether the device is still the one that was connected; asks it where nothing else would
-    /// tell. Does not wait for the command of another thread, which tells as well. A failure after
-    /// which the port is alive is that of a device which is there and refuses.
+    /// Asks the device whether it is still the one that was connected, and controlled by this port.
+    /// A failure after which the port is alive is that of a device which is there and refuses.
     virtual NxResult Probe();
 };

@@ -155,28 +155,35 @@ NxResult GvcpPort::TakeControl() {
     }
 }
 
+// A thread that sends command after command would otherwise get the mutex again before one that
+// waits for it wakes up.
+std::unique_lock<std::mutex> GvcpPort::TakeTurn() {
+    const std::lock_guard turn(mTurn);
+    return std::unique_lock(mMutex);
+}
+
 // Without the mutex: whoever opens another connection must not wait for a long command.
 bool GvcpPort::IsAlive() const {
     return mChannel->IsAlive();
 }
 
 NxResult GvcpPort::ReadMemory(std::uint64_t address, std::span<std::byte> buffer) {
-    const std::lock_guard lock(mMutex);
+    const auto turn = TakeTurn();
     return mSpace.ReadBytes(address, buffer);
 }
 
 NxResult GvcpPort::WriteMemory(std::uint64_t address, std::span<const std::byte> data) {
-    const std::lock_guard lock(mMutex);
+    const auto turn = TakeTurn();
     return ExplainRefusedWrite(mSpace.WriteBytes(address, data));
 }
 
 NxResult GvcpPort::ReadRegisters(std::span<Register> registers) {
-    const std::lock_guard lock(mMutex);
+    const auto turn = TakeTurn();
     return mSpace.ReadRegisters(registers);
 }
 
 NxResult GvcpPort::WriteRegisters(std::span<const Register> registers) {
-    const std::lock_guard lock(mMutex);
+    const auto turn = TakeTurn();
     return ExplainRefusedWrite(mSpace.WriteRegisters(registers));
 }
 
@@ -214,29 +221,43 @@ NxResult GvcpPort::LoseControl(const std::string& sign) {
 void GvcpPort::KeepControl() {
     std::unique_lock lock(mMutex);
     while (mChannel->IsAlive()) {
-        const auto idle = mChannel->Now() - mChannel->LastWrite();
         const auto wait = std::clamp<GvcpChannel::Clock::duration>(
-            mHeartbeatInterval - idle, milliseconds(1), mHeartbeatInterval);
+            mHeartbeatInterval - IdleTime(), milliseconds(1), mHeartbeatInterval);
         if (mStopSignal.wait_for(lock, wait, [this] { return mStops; })) {
             return;
         }
-        BeatIfIdle();
+        if (mChannel->IsAlive() && IdleTime() >= mHeartbeatInterval) {
+            (void)CheckControl();
+        }
     }
 }
 
-// A write that was carried out shows both ends that control goes on.
-void GvcpPort::BeatIfIdle() {
-    if (!mChannel->IsAlive() || mChannel->Now() - mChannel->LastWrite() < mHeartbeatInterval) {
-        return;
-    }
+// A write that was carried out shows both ends that control goes on, and so does the privilege
+// register. Other reads do not count: not every device takes them for a heartbeat, and none of them
+// shows that control was lost.
+GvcpChannel::Clock::duration GvcpPort::IdleTime() const {
+    return mChannel->Now() - std::max(mChannel->LastWrite(), mLastCheck);
+}
+
+NxResult GvcpPort::CheckControl() {
     std::uint32_t privilege = 0;
-    if (mSpace.ReadNumber(kControlChannelPrivilege, privilege).IsOK() && !HasControl(privilege)) {
-        (void)LoseControl("the device was restarted or missed the heartbeat");
+    const bool wasRead = mSpace.ReadNumber(kControlChannelPrivilege, privilege).IsOK();
+    mLastCheck = mChannel->Now();
+    if (!mChannel->IsAlive()) {
+        return mChannel->Failure();
     }
+    return wasRead && !HasControl(privilege)
+               ? LoseControl("the device was restarted or missed the heartbeat")
+               : NxResult();
+}
+
+NxResult GvcpPort::Probe() {
+    const auto turn = TakeTurn();
+    return CheckControl();
 }
 
 NxResult GvcpPort::ReadDescription(std::string& xml) {
-    const std::lock_guard lock(mMutex);
+    const auto turn = TakeTurn();
     NxResult result = ReadLocatedDescription(kFirstUrl, xml);
     if (!result.IsOK() && mChannel->IsAlive() && ReadLocatedDescription(kSecondUrl, xml).IsOK()) {
         result = NxResult();

@@ -36,19 +36,26 @@ class GvcpPort : public DevicePort {
 
     NxResult ReadDescription(std::string& xml) override;
     [[nodiscard]] bool IsAlive() const override;
+    NxResult Probe() override;
 
   private:
+    /// Waits for the mutex, no longer than until the commands of those who waited before are done.
+    [[nodiscard]] std::unique_lock<std::mutex> TakeTurn();
+
     // All with the mutex held.
     NxResult TakeControl();
     void EnablePendingAck();
     NxResult ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml);
     NxResult ExplainRefusedWrite(NxResult refusal);
     NxResult LoseControl(const std::string& sign);
+    NxResult CheckControl();
+
+    [[nodiscard]] GvcpChannel::Clock::duration IdleTime() const;
 
     void KeepControl();
-    void BeatIfIdle();
 
     std::string mDeviceName;
+    std::mutex mTurn;
     std::mutex mMutex;
     std::unique_ptr<GvcpChannel> mChannel;
     GvcpAddressSpace mSpace;
@@ -57,6 +64,7 @@ class GvcpPort : public DevicePort {
     std::optional<std::uint32_t> mConfiguration;
 
     std::chrono::milliseconds mHeartbeatInterval{1000};
+    GvcpChannel::Clock::time_point mLastCheck{};  // of the control
     std::condition_variable mStopSignal;
     bool mStops = false;
     std::thread mHeartbeat;

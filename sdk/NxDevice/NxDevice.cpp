@@ -1,12 +1,14 @@
 #include <NxDevice/NxDevice.h>
 
 #include <utility>
+#include <vector>
 
 #include <NxBase/NxResultCodes.h>
 #include <NxGenICam/NxGenParameterArray.h>
 #include <NxGenICam/ParameterArrayFactory.h>
 #include <NxSystem/NxDeviceInfo.h>
 
+#include "DeviceHistory.h"
 #include "PortRegistry.h"
 
 namespace {
@@ -17,16 +19,52 @@ constexpr unsigned int kMakersProtocol = 1;
 
 class NxDevice::Impl {
   public:
-    Impl() = default;
+    explicit Impl(ConnectionId id) : mId(std::move(id)) {}
     ~Impl() {
-        parameters.reset();
-        PortRegistry::OfThisProcess().Release(share);
+        mEarlierParameters.clear();
+        mParameters.reset();
+        PortRegistry::OfThisProcess().Release(mShare);
     }
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
-    PortRegistry::Share share;
-    std::unique_ptr<NxGenParameterArray> parameters;
+    NxResult Connect() {
+        const DeviceHistory::Clock::time_point now = DeviceHistory::Clock::now();
+        PortRegistry::Share share;
+        std::unique_ptr<NxGenParameterArray> parameters;
+        NxResult result = PortRegistry::OfThisProcess().Acquire(mId, share);
+        if (result.IsOK()) {
+            result = MakeParameterArray(share.port, *share.xml, parameters);
+        }
+        if (result.IsOK()) {
+            std::swap(mShare, share);
+            std::swap(mParameters, parameters);
+            mConnected = now;
+            if (parameters != nullptr) {
+                mEarlierParameters.push_back(std::move(parameters));
+            }
+        }
+        PortRegistry::OfThisProcess().Release(share);
+        return result;
+    }
+
+    // The registers behind the node map are those of the firmware that ran before, and the control
+    // is gone.
+    void ReconnectAfterReset() {
+        if (DeviceHistory::OfThisProcess().WasResetSince(mId, mConnected)) {
+            (void)Connect();
+        }
+    }
+
+    [[nodiscard]] NxGenParameterArray* Parameters() const { return mParameters.get(); }
+
+  private:
+    ConnectionId mId;
+    DeviceHistory::Clock::time_point mConnected;
+    PortRegistry::Share mShare;
+    std::unique_ptr<NxGenParameterArray> mParameters;
+    // Of the times before the device was restarted: callers may still hold pointers into them.
+    std::vector<std::unique_ptr<NxGenParameterArray>> mEarlierParameters;
 };
 
 NxDevice::NxDevice(std::unique_ptr<Impl> impl) : mImpl(std::move(impl)) {}
@@ -53,12 +91,8 @@ NxDevice* NxDevice::CreateAndConnect(const NxString& connectionID, NxResult* res
     if (!result->IsOK()) {
         return nullptr;
     }
-    auto impl = std::make_unique<Impl>();
-    *result = PortRegistry::OfThisProcess().Acquire(id, impl->share);
-    if (!result->IsOK()) {
-        return nullptr;
-    }
-    *result = MakeParameterArray(impl->share.port, *impl->share.xml, impl->parameters);
+    auto impl = std::make_unique<Impl>(id);
+    *result = impl->Connect();
     return result->IsOK() ? new NxDevice(std::move(impl)) : nullptr;
 }
 
@@ -67,5 +101,6 @@ void NxDevice::Free(NxDevice* device) {
 }
 
 NxGenParameterArray* NxDevice::GetParameters() {
-    return mImpl->parameters.get();
+    mImpl->ReconnectAfterReset();
+    return mImpl->Parameters();
 }

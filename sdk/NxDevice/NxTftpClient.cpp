@@ -5,11 +5,28 @@
 
 #include <NxBase/NxResultCodes.h>
 
+#include <NxSystem/ConnectionId.h>
+
 #include <NxDevice/TftpClient.h>
+
+#include "DeviceHistory.h"
+#include "DfwHeaderCodec.h"
+
+namespace {
+
+bool IsResetRecord(std::span<const std::byte> data) {
+    NxDfwHeader header;
+    return data.size() >= NxDfwHeader::kSize &&
+           DfwHeaderCodec::Decode(data.first<NxDfwHeader::kSize>(), header).empty() &&
+           header.kind == NxDfwHeader::Kind::kReset;
+}
+
+}  // namespace
 
 class NxTftpClient::Impl {
   public:
     TftpClient client;
+    ConnectionId server;
 };
 
 NxTftpClient::NxTftpClient() : mImpl(std::make_unique<Impl>()) {}
@@ -17,7 +34,8 @@ NxTftpClient::NxTftpClient() : mImpl(std::make_unique<Impl>()) {}
 NxTftpClient::~NxTftpClient() = default;
 
 NxResult NxTftpClient::Init(const NxString& connectionID, const NxString& remoteFileName) {
-    return mImpl->client.Init(connectionID, remoteFileName);
+    NxResult result = mImpl->client.Init(connectionID, remoteFileName);
+    return result.IsOK() ? ConnectionId::Parse(connectionID, mImpl->server) : result;
 }
 
 NxResult NxTftpClient::SendFile(const NxString& localPath) {
@@ -28,7 +46,13 @@ NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) 
     if (data == nullptr && length != 0) {
         return NxResult(kNxInvalidArgument, "There is no data to send");
     }
-    return mImpl->client.SendData(std::as_bytes(std::span(data, length)));
+    const auto bytes = std::as_bytes(std::span(data, length));
+    NxResult result = mImpl->client.SendData(bytes);
+    // A device may restart before it acknowledges.
+    if (IsResetRecord(bytes) && (result.IsOK() || result.GetCode() == kNxTimeout)) {
+        DeviceHistory::OfThisProcess().NoteReset(mImpl->server);
+    }
+    return result;
 }
 
 NxResult NxTftpClient::GetData(unsigned char* buffer, unsigned int size, unsigned int* received) {

@@ -1,23 +1,39 @@
 #include "PortRegistry.h"
 
+#include <thread>
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
 
+#include "DeviceHistory.h"
 #include "OpenDevicePort.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// A device that was told to restart and has not begun to by then goes on as it is.
+constexpr milliseconds kLongestRestartDelay{2000};
+constexpr milliseconds kRestartPoll{20};
+
+}  // namespace
 
 PortRegistry& PortRegistry::OfThisProcess() {
     static PortRegistry registry;
     return registry;
 }
 
-bool PortRegistry::IsSameDevice(const ConnectionId& one, const ConnectionId& other) {
-    if (one.kind != other.kind || one.address != other.address || one.guid != other.guid) {
-        return false;
+// A device answers for a while before it restarts, and would drop the connection then.
+NxResult PortRegistry::AwaitRestart(const ConnectionId& id, DevicePort& port) {
+    while (true) {
+        NxResult result = port.Probe();
+        const bool isDue =
+            DeviceHistory::OfThisProcess().WasResetSince(id, Clock::now() - kLongestRestartDelay);
+        if (!result.IsOK() || !isDue) {
+            return result;
+        }
+        std::this_thread::sleep_for(kRestartPoll);
     }
-    // Without an interface any way to the address will do.
-    return one.interfaceName.empty() || other.interfaceName.empty() ||
-           one.interfaceName == other.interfaceName;
 }
 
 NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
@@ -28,20 +44,23 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
     });
     for (const Entry& entry : mEntries) {
         std::shared_ptr<DevicePort> known = entry.port.lock();
-        if (known == nullptr || !IsSameDevice(entry.id, id)) {
+        if (known == nullptr || !NameSameDevice(entry.id, id)) {
             continue;
         }
-        NxResult result = known->Probe();
+        const bool wasReset = DeviceHistory::OfThisProcess().WasResetSince(id, entry.opened);
+        NxResult result = wasReset ? AwaitRestart(id, *known) : known->Probe();
         if (result.IsOK()) {
             share = {.port = std::move(known), .xml = entry.xml};
             return {};
         }
         // While its channel lives, this process holds the interface, and nobody can claim it twice.
-        // One that is there and does not answer would not do so for a new connection either.
-        if (known->IsAlive() || result.GetCode() == kNxTimeout) {
+        // One that is there and does not answer would not do so for a new connection either, unless
+        // it is silent because it restarts.
+        if (known->IsAlive() || (result.GetCode() == kNxTimeout && !wasReset)) {
             return result;
         }
     }
+    const Clock::time_point opened = Clock::now();
     std::shared_ptr<DevicePort> port;
     NxResult result = OpenDevicePort(id, port);
     if (!result.IsOK()) {
@@ -53,7 +72,7 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
         return result;
     }
     share = {.port = port, .xml = std::make_shared<const std::string>(std::move(xml))};
-    mEntries.push_back({.id = id, .port = port, .xml = share.xml});
+    mEntries.push_back({.id = id, .opened = opened, .port = port, .xml = share.xml});
     return {};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,19 +23,25 @@ class PortRegistry {
 
     static PortRegistry& OfThisProcess();
 
+    /// A channel that is there already is handed out only after the device was asked whether it is
+    /// still controlled by it. A device that this process has told to restart is given the time for
+    /// that.
     /// @param share untouched on failure
     NxResult Acquire(const ConnectionId& id, Share& share);
     /// Gives a share back, and control of the device when it was the last.
     void Release(Share& share);
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     struct Entry {
         ConnectionId id;
+        Clock::time_point opened;
         std::weak_ptr<DevicePort> port;
         std::shared_ptr<const std::string> xml;
     };
 
-    static bool IsSameDevice(const ConnectionId& one, const ConnectionId& other);
+    static NxResult AwaitRestart(const ConnectionId& id, DevicePort& port);
 
     // Held while a device is connected or released: the next connection to it must wait for both.
     std::mutex mMutex;

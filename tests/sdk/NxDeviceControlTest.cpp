@@ -167,6 +167,31 @@ TEST_F(NxDeviceControlTest, KeepsControlWhileNothingIsDone) {
     ExpectUpdated();
 }
 
+TEST_F(NxDeviceControlTest, SendsThreeHeartbeatsPerTimeoutWhileIdle) {
+    simulator::DeviceOptions options;
+    options.heartbeatTimeout = 600;
+    StartAndConnect(Builder().options(options));
+    const std::uint64_t others = Commands();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(WaitUntil([this] { return simulated->GvcpCounts()["HEARTBEAT"] >= 10; }));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(9 * 200));
+    EXPECT_EQ(Commands(), others);
+    ExpectOK(Update(10000));
+    ExpectUpdated();
+}
+
+TEST_F(NxDeviceControlTest, SendsNoMoreHeartbeatsWhileTheDeviceTakesItsTime) {
+    simulator::DeviceOptions options;
+    options.heartbeatTimeout = 600;
+    options.operationTime = milliseconds(1000);
+    StartAndConnect(Builder().options(options));
+    const auto start = std::chrono::steady_clock::now();
+    ExpectOK(Update(5000));
+    const auto heartbeats = static_cast<std::int64_t>(simulated->GvcpCounts()["HEARTBEAT"]);
+    EXPECT_LE(heartbeats, (std::chrono::steady_clock::now() - start) / milliseconds(200) + 1);
+    ExpectUpdated();
+}
+
 TEST_F(NxDeviceControlTest, NoticesWhileIdleThatTheDeviceWasRestarted) {
     simulator::DeviceOptions options;
     options.heartbeatTimeout = 400;

@@ -4,6 +4,7 @@
 
 #include <NxBase/NxResultCodes.h>
 
+#include "DeviceHistory.h"
 #include "OpenDevicePort.h"
 
 namespace {
@@ -24,6 +25,9 @@ class FakePort : public DevicePort {
     [[nodiscard]] bool IsAlive() const override { return isAlive; }
     NxResult Probe() override {
         ++probes;
+        if (probes <= probesBeforeFailure) {
+            return {};
+        }
         isAlive = failure.IsOK() || survivesFailure;
         return failure;
     }
@@ -31,6 +35,7 @@ class FakePort : public DevicePort {
     bool isAlive = true;
     NxResult failure;  ///< of a probe
     bool survivesFailure = false;
+    int probesBeforeFailure = 0;
     int probes = 0;
 };
 
@@ -41,7 +46,8 @@ class PortRegistryTest : public testing::Test {
     PortRegistryTest() {
         opened.clear();
         mId.kind = ConnectionId::Kind::kUsb;
-        mId.guid = "123456789ABC";
+        // What the process remembers of a device must not reach the next test.
+        mId.guid = testing::UnitTest::GetInstance()->current_test_info()->name();
     }
     ~PortRegistryTest() override { opened.clear(); }
 
@@ -93,6 +99,36 @@ TEST_F(PortRegistryTest, DoesNotAskADeviceTwiceThatDoesNotAnswer) {
     EXPECT_EQ(Acquire(mSecond).GetCode(), kNxTimeout);
     EXPECT_EQ(opened.size(), 1U);
     EXPECT_EQ(mSecond.port, nullptr);
+}
+
+TEST_F(PortRegistryTest, OpensADeviceAnewThatThisProcessResetAlsoWhenItWasStillAnswering) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    DeviceHistory::OfThisProcess().NoteReset(mId);
+    opened[0]->probesBeforeFailure = 3;
+    opened[0]->failure = NxResult(kNxControlLost, "was restarted");
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(opened[0]->probes, 4);
+    EXPECT_EQ(opened.size(), 2U);
+}
+
+TEST_F(PortRegistryTest, OpensADeviceAnewThatIsSilentSinceThisProcessResetIt) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    DeviceHistory::OfThisProcess().NoteReset(mId);
+    opened[0]->failure = NxResult(kNxTimeout, "did not answer");
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(opened.size(), 2U);
+}
+
+TEST_F(PortRegistryTest, SharesTheChannelOfADeviceThatDoesNotRestartWhenItIsTold) {
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    DeviceHistory::OfThisProcess().NoteReset(mId);
+    ASSERT_TRUE(Acquire(mSecond).IsOK());
+    EXPECT_EQ(mFirst.port, mSecond.port);
+    // The time for the restart is over.
+    const int probes = opened[0]->probes;
+    PortRegistry::Share third;
+    ASSERT_TRUE(Acquire(third).IsOK());
+    EXPECT_EQ(opened[0]->probes, probes + 1);
 }
 
 TEST_F(PortRegistryTest, SaysWhyADeviceRefusesWhoseInterfaceThisProgramHolds) {

@@ -41,6 +41,10 @@ class NX_API NxDevice {
     static void Free(NxDevice* device);
 
     /// The node map; owned by this connection, never null.
+    ///
+    /// Once this process has reset the device (a reset record by NxTftpClient), waits for the
+    /// device, takes control again and gives the node map of the firmware that it runs now; the one
+    /// from before stays valid, and what is read through it fails.
     [[nodiscard]] NxGenParameterArray* GetParameters();
 
   private:

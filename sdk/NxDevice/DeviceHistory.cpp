@@ -1,0 +1,55 @@
+#include "DeviceHistory.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t kMostDevices = 64;
+
+}  // namespace
+
+bool NameSameDevice(const ConnectionId& one, const ConnectionId& other) {
+    if (one.kind != other.kind || one.address != other.address || one.guid != other.guid) {
+        return false;
+    }
+    return one.interfaceName.empty() || other.interfaceName.empty() ||
+           one.interfaceName == other.interfaceName;
+}
+
+DeviceHistory& DeviceHistory::OfThisProcess() {
+    static DeviceHistory history;
+    return history;
+}
+
+const DeviceHistory::Entry* DeviceHistory::Find(const ConnectionId& device) const {
+    const auto found = std::find_if(
+        mEntries.begin(), mEntries.end(),
+        [&device](const Entry& entry) { return NameSameDevice(entry.device, device); });
+    return found != mEntries.end() ? &*found : nullptr;
+}
+
+DeviceHistory::Entry& DeviceHistory::FindOrAdd(const ConnectionId& device) {
+    const auto known = std::find_if(
+        mEntries.begin(), mEntries.end(),
+        [&device](const Entry& entry) { return NameSameDevice(entry.device, device); });
+    if (known != mEntries.end()) {
+        std::rotate(known, known + 1, mEntries.end());
+        return mEntries.back();
+    }
+    if (mEntries.size() == kMostDevices) {
+        mEntries.erase(mEntries.begin());
+    }
+    mEntries.emplace_back().device = device;
+    return mEntries.back();
+}
+
+void DeviceHistory::NoteReset(const ConnectionId& device) {
+    const std::lock_guard lock(mMutex);
+    FindOrAdd(device).reset = Clock::now();
+}
+
+bool DeviceHistory::WasResetSince(const ConnectionId& device, Clock::time_point time) const {
+    const std::lock_guard lock(mMutex);
+    const Entry* const entry = Find(device);
+    return entry != nullptr && entry->reset.has_value() && *entry->reset >= time;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <NxSystem/ConnectionId.h>
+
+/// Whether two connection IDs name one device. Without an interface any way to the address will do.
+[[nodiscard]] bool NameSameDevice(const ConnectionId& one, const ConnectionId& other);
+
+/// What this process remembers of the devices it dealt with, beyond its connections to them: the
+/// 64 devices that it dealt with last. Safe to call from any thread.
+class DeviceHistory {
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    static DeviceHistory& OfThisProcess();
+
+    /// The device was told to restart.
+    void NoteReset(const ConnectionId& device);
+    /// Whether it was told to restart at or after that time.
+    [[nodiscard]] bool WasResetSince(const ConnectionId& device, Clock::time_point time) const;
+
+  private:
+    struct Entry {
+        ConnectionId device;
+        std::optional<Clock::time_point> reset;
+    };
+
+    // With the mutex held.
+    [[nodiscard]] const Entry* Find(const ConnectionId& device) const;
+    Entry& FindOrAdd(const ConnectionId& device);
+
+    mutable std::mutex mMutex;
+    std::vector<Entry> mEntries;  // the one that was added last is last
+};
