@@ -4,9 +4,16 @@
 #include <span>
 #include <string>
 
-/// Takes a device's GenICam description out of the zip archive in which the device stores it: the
-/// first member, stored or deflated, of at most 64 MiB, its CRC checked. Anything that is not a
-/// zip archive is the description itself; zeros at its end are padding.
+/// Takes a device's GenICam description out of what the device stores, a zip archive or the text
+/// itself; its bytes tell which, whatever its name says (APPNOTE.TXT 6.3). Of an archive, the first
+/// member that is named as XML is taken, or else its first file: stored or deflated, of at most
+/// 16 MiB, its CRC checked. What follows the archive, its text or the text's last element is not
+/// looked at: devices pad, and keep the rest of what they stored before.
+///
+/// Needs no more memory than the text itself has.
 /// @param xml untouched on failure
-/// @return false when it is an archive, but damaged, encrypted, empty or too large
+/// @param why set on failure, e.g. "its zip archive is encrypted"
+/// @return false when it is an archive of which nothing can be taken
+[[nodiscard]] bool UnpackDescription(std::span<const std::byte> stored, std::string& xml,
+                                     std::string& why);
 [[nodiscard]] bool UnpackDescription(std::span<const std::byte> stored, std::string& xml);

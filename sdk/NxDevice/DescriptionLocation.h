@@ -9,8 +9,11 @@ struct DescriptionLocation {
     std::uint32_t address = 0;
     std::uint32_t length = 0;  ///< bytes
 
-    /// Takes "Local:camera.zip;10000;5A3C" apart, whatever follows a '?'; numbers are hexadecimal.
+    /// Takes "Local:camera.zip;10000;5A3C" apart; numbers are hexadecimal. Blanks around its parts,
+    /// the case of its letters, "0x", and whatever follows a zero byte, or a '?' after the length,
+    /// do not matter.
     /// @param url not trusted
-    /// @return false, `location` untouched, for anything else, an empty file or one over 16 MiB
-    static bool Parse(const std::string& url, DescriptionLocation& location);
+    /// @return what is wrong with it, e.g. "its length is 0", `location` then untouched; empty when
+    ///         nothing is: a file of 1 byte to 16 MiB in the device itself
+    [[nodiscard]] static std::string Parse(const std::string& url, DescriptionLocation& location);
 };

@@ -1,10 +1,14 @@
 #include "DeviceHistory.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t kMostDevices = 64;
+constexpr std::size_t kMostDescriptions = 8;
+// Several times what cameras have; a longer one is downloaded each time.
+constexpr std::size_t kLongestKept = 4U << 20U;
 
 }  // namespace
 
@@ -45,11 +49,36 @@ DeviceHistory::Entry& DeviceHistory::FindOrAdd(const ConnectionId& device) {
 
 void DeviceHistory::NoteReset(const ConnectionId& device) {
     const std::lock_guard lock(mMutex);
-    FindOrAdd(device).reset = Clock::now();
+    Entry& entry = FindOrAdd(device);
+    entry.reset = Clock::now();
+    entry.description.reset();
 }
 
 bool DeviceHistory::WasResetSince(const ConnectionId& device, Clock::time_point time) const {
     const std::lock_guard lock(mMutex);
     const Entry* const entry = Find(device);
     return entry != nullptr && entry->reset.has_value() && *entry->reset >= time;
+}
+
+void DeviceHistory::KeepDescription(const ConnectionId& device,
+                                    std::shared_ptr<const DescriptionCopy> copy) {
+    if (copy->xml.size() > kLongestKept) {
+        return;
+    }
+    const std::lock_guard lock(mMutex);
+    FindOrAdd(device).description = std::move(copy);
+    std::size_t kept = 0;
+    for (auto entry = mEntries.rbegin(); entry != mEntries.rend(); ++entry) {
+        kept += entry->description != nullptr ? 1 : 0;
+        if (kept > kMostDescriptions) {
+            entry->description.reset();
+        }
+    }
+}
+
+std::shared_ptr<const DescriptionCopy> DeviceHistory::Description(
+    const ConnectionId& device) const {
+    const std::lock_guard lock(mMutex);
+    const Entry* const entry = Find(device);
+    return entry != nullptr ? entry->description : nullptr;
 }

@@ -9,6 +9,8 @@
 
 #include <NxSystem/ConnectionId.h>
 
+#include "DescriptionCopy.h"
+
 /// Whether two connection IDs name one device. Without an interface any way to the address will do.
 [[nodiscard]] bool NameSameDevice(const ConnectionId& one, const ConnectionId& other);
 
@@ -20,15 +22,22 @@ class DeviceHistory {
 
     static DeviceHistory& OfThisProcess();
 
-    /// The device was told to restart.
+    /// The device was told to restart; its next firmware may have another description.
     void NoteReset(const ConnectionId& device);
     /// Whether it was told to restart at or after that time.
     [[nodiscard]] bool WasResetSince(const ConnectionId& device, Clock::time_point time) const;
+
+    /// Keeps it until the device is told to restart, for the 8 devices that were read last.
+    void KeepDescription(const ConnectionId& device, std::shared_ptr<const DescriptionCopy> copy);
+    /// Null when there is none.
+    [[nodiscard]] std::shared_ptr<const DescriptionCopy> Description(
+        const ConnectionId& device) const;
 
   private:
     struct Entry {
         ConnectionId device;
         std::optional<Clock::time_point> reset;
+        std::shared_ptr<const DescriptionCopy> description;
     };
 
     // With the mutex held.
@@ -36,5 +45,5 @@ class DeviceHistory {
     Entry& FindOrAdd(const ConnectionId& device);
 
     mutable std::mutex mMutex;
-    std::vector<Entry> mEntries;  // the one that was added last is last
+    std::vector<Entry> mEntries;  // the one that was dealt with last is last
 };

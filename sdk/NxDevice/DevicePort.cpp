@@ -1,5 +1,19 @@
 #include "DevicePort.h"
 
+#include <utility>
+
+#include "DeviceHistory.h"
+
 NxResult DevicePort::Probe() {
     return {};
+}
+
+std::shared_ptr<const DescriptionCopy> DevicePort::EarlierDescription() const {
+    return mId.has_value() ? DeviceHistory::OfThisProcess().Description(*mId) : nullptr;
+}
+
+void DevicePort::KeepDescription(std::shared_ptr<const DescriptionCopy> copy) const {
+    if (mId.has_value()) {
+        DeviceHistory::OfThisProcess().KeepDescription(*mId, std::move(copy));
+    }
 }

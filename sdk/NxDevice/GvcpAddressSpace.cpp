@@ -19,8 +19,10 @@ GvcpChannel::Effect EffectOf(std::size_t bytes) {
                                      : GvcpChannel::Effect::kQuick;
 }
 
-bool LiesBeyond32Bits(const GenPort::Register& one) {
-    return one.address > 0xFFFFFFFFU;
+// The bytes from an address on that one command can access: none goes round.
+std::size_t CutBlock(std::uint64_t address, std::size_t bytes) {
+    const std::uint64_t beforeZero = 0x100000000U - static_cast<std::uint32_t>(address);
+    return std::min({bytes, GvcpPacket::kLargestBlock, static_cast<std::size_t>(beforeZero)});
 }
 
 }  // namespace
@@ -72,10 +74,6 @@ NxResult GvcpAddressSpace::ReadBlock(std::uint32_t address, std::span<std::byte>
 }
 
 NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte> buffer) {
-    if (address > 0xFFFFFFFFU || buffer.size() > 0x100000000U - address) {
-        return NxResult(kNxInvalidArgument,
-                        "An address of " + mDeviceName + " lies beyond 32 bits");
-    }
     // Only multiples of four can be addressed.
     const std::size_t lead = address % 4;
     if (lead != 0) {
@@ -90,7 +88,7 @@ NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte>
         buffer = buffer.subspan(part);
     }
     while (!buffer.empty()) {
-        const std::size_t part = std::min(buffer.size(), GvcpPacket::kLargestBlock);
+        const std::size_t part = CutBlock(address, buffer.size());
         if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address), buffer.first(part));
             !result.IsOK()) {
             return result;
@@ -102,13 +100,14 @@ NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte>
 }
 
 NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std::byte> data) {
-    if (address % 4 != 0 || address > 0xFFFFFFFFU || data.size() > 0x100000000U - address) {
+    if (address % 4 != 0) {
         return NxResult(kNxInvalidArgument,
-                        "An address of " + mDeviceName +
-                            " cannot be written: it is no multiple of four, or beyond 32 bits");
+                        mDeviceName + " cannot be written at " +
+                            GvcpPacket::Hexadecimal(static_cast<std::uint32_t>(address), 8) +
+                            ", which is not a multiple of four");
     }
     while (!data.empty()) {
-        const std::size_t part = std::min(data.size(), GvcpPacket::kLargestBlock);
+        const std::size_t part = CutBlock(address, data.size());
         if (NxResult result = WriteBlock(static_cast<std::uint32_t>(address), data.first(part));
             !result.IsOK()) {
             return result;
@@ -167,10 +166,6 @@ NxResult GvcpAddressSpace::SendRegisters(const std::vector<GvcpPacket::RegisterV
 }
 
 NxResult GvcpAddressSpace::WriteRegisters(std::span<const Register> registers) {
-    if (std::ranges::any_of(registers, LiesBeyond32Bits)) {
-        return NxResult(kNxInvalidArgument,
-                        "A register of " + mDeviceName + " lies beyond 32 bits");
-    }
     std::vector<GvcpPacket::RegisterValue> values;
     values.reserve(registers.size());
     for (const Register& one : registers) {
@@ -182,10 +177,6 @@ NxResult GvcpAddressSpace::WriteRegisters(std::span<const Register> registers) {
 }
 
 NxResult GvcpAddressSpace::ReadRegisters(std::span<Register> registers) {
-    if (std::ranges::any_of(registers, LiesBeyond32Bits)) {
-        return NxResult(kNxInvalidArgument,
-                        "A register of " + mDeviceName + " lies beyond 32 bits");
-    }
     const std::size_t atOnce = mCombinesRegisters ? GvcpPacket::kMostReadRegisters : 1;
     while (!registers.empty()) {
         const auto part = registers.first(std::min(registers.size(), atOnce));

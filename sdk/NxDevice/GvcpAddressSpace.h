@@ -14,9 +14,12 @@
 /// as few commands as the device takes (GigE Vision 2.0, sections 16.1 to 16.4). Knows nothing of
 /// control: a refused write is told as the device told it. Not for several threads at once.
 ///
+/// Addresses count modulo 2^32, as descriptions of devices use them: what lies beyond is cut off,
+/// and an access may go round.
+///
 /// Every operation fails with the channel's own description once a command goes unanswered, with
-/// kNxInvalidArgument for an address outside the space, with kNxProtocol for an answer of the wrong
-/// length, and else with what the device's GVCP status stands for.
+/// kNxInvalidArgument for a write to an address that is not a multiple of four, with kNxProtocol
+/// for an answer of the wrong length, and else with what the device's GVCP status stands for.
 class GvcpAddressSpace {
   public:
     using Register = GenPort::Register;

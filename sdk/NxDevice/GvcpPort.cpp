@@ -8,17 +8,13 @@
 #include <NxSystem/NetworkInterface.h>
 #include <NxSystem/UdpSocket.h>
 
-#include "DescriptionArchive.h"
-#include "DescriptionLocation.h"
+#include "GvcpDescription.h"
 
 namespace {
 
 using std::chrono::milliseconds;
 
 // Bootstrap registers (GigE Vision 2.0, section 28).
-constexpr std::uint32_t kFirstUrl = 0x0200;
-constexpr std::uint32_t kSecondUrl = 0x0400;
-constexpr std::size_t kUrlSize = 512;
 constexpr std::uint32_t kCapability = 0x0934;
 constexpr std::uint32_t kHeartbeatTimeout = 0x0938;
 constexpr std::uint32_t kConfiguration = 0x0954;
@@ -258,40 +254,14 @@ NxResult GvcpPort::Probe() {
 
 NxResult GvcpPort::ReadDescription(std::string& xml) {
     const auto turn = TakeTurn();
-    NxResult result = ReadLocatedDescription(kFirstUrl, xml);
-    if (!result.IsOK() && mChannel->IsAlive() && ReadLocatedDescription(kSecondUrl, xml).IsOK()) {
-        result = NxResult();
-    }
+    std::shared_ptr<const DescriptionCopy> copy = EarlierDescription();
+    NxResult result = GvcpDescription(*mChannel, mSpace, mDeviceName).Read(copy);
     mChannel->ClearDeadline();
-    return mChannel->IsAlive() ? result : mChannel->Failure();
-}
-
-NxResult GvcpPort::ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml) {
-    std::string url(kUrlSize, '\0');
-    if (NxResult result =
-            mSpace.ReadBytes(locationRegister, std::as_writable_bytes(std::span(url)));
-        !result.IsOK()) {
-        return result;
+    if (result.IsOK()) {
+        xml = copy->xml;
+        KeepDescription(std::move(copy));
     }
-    DescriptionLocation location;
-    if (!DescriptionLocation::Parse(url, location)) {
-        std::string shown = url.substr(0, std::min<std::size_t>(url.find('\0'), 80));
-        std::replace_if(
-            shown.begin(), shown.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-        return NxResult(kNxBadDescription, mDeviceName +
-                                               " does not store its GenICam description itself "
-                                               "(\"" +
-                                               shown + "\")");
-    }
-    std::vector<std::byte> stored(location.length);
-    if (NxResult result = mSpace.ReadBytes(location.address, stored); !result.IsOK()) {
-        return result;
-    }
-    if (!UnpackDescription(stored, xml)) {
-        return NxResult(kNxBadDescription,
-                        mDeviceName + " stores its GenICam description as a damaged archive");
-    }
-    return {};
+    return result;
 }
 
 NxResult OpenGvcpPort(const ConnectionId& id, std::shared_ptr<DevicePort>& port) {

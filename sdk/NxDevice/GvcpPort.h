@@ -21,8 +21,7 @@ class GvcpPort : public DevicePort {
     explicit GvcpPort(std::unique_ptr<GvcpChannel> channel);
     ~GvcpPort() override;
 
-    /// Takes control and starts the heartbeat. What the device is asked until ReadDescription ends
-    /// is over within that time.
+    /// Takes control and starts the heartbeat; the device is given that time.
     /// @return kNxAccessDenied when another application controls the device
     NxResult Start(std::chrono::milliseconds patience);
 
@@ -45,7 +44,6 @@ class GvcpPort : public DevicePort {
     // All with the mutex held.
     NxResult TakeControl();
     void EnablePendingAck();
-    NxResult ReadLocatedDescription(std::uint32_t locationRegister, std::string& xml);
     NxResult ExplainRefusedWrite(NxResult refusal);
     NxResult LoseControl(const std::string& sign);
     NxResult CheckControl();

@@ -66,6 +66,7 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
     if (!result.IsOK()) {
         return result;
     }
+    port->SetConnectionId(id);
     std::string xml;
     result = port->ReadDescription(xml);
     if (!result.IsOK()) {

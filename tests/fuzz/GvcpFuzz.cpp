@@ -30,7 +30,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     }
     const std::string url(reinterpret_cast<const char*>(bytes), size);
     DescriptionLocation location;
-    if (DescriptionLocation::Parse(url, location)) {
+    if (DescriptionLocation::Parse(url, location).empty()) {
         Require(location.length > 0 && location.length <= (16U << 20U));
         Require(location.fileName.find('\0') == std::string::npos);
     }

@@ -8,6 +8,9 @@
 
 #include "Process.h"
 #include "TemporaryFolder.h"
+#include "ZipBuilder.h"
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -48,6 +51,94 @@ TEST(DescriptionArchiveTest, UnpacksDeflatedAndStoredMembers) {
         EXPECT_TRUE(Unpack(Zip({level}) + std::string(7, '\0'), xml)) << level << " padded";
         EXPECT_EQ(xml, kXml) << level;
     }
+}
+
+TEST(DescriptionArchiveTest, TakesArchivesAsDevicesStoreThem) {
+    // The sizes behind the data, extra fields of either length, and a comment.
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{"-9"}, {"-fd"}, {"-X"}, {"-fd", "-X"}}) {
+        for (const std::string& rest : {""s, "\0\0\0"s, "\xFF\xFF\xFF\xFF\xFF"s, "PK\x05\x06"s}) {
+            std::string xml;
+            EXPECT_TRUE(Unpack(Zip(options) + rest, xml)) << options[0];
+            EXPECT_EQ(xml, kXml) << options[0];
+        }
+    }
+}
+
+TEST(DescriptionArchiveTest, TakesTheArchiveInFrontOfTheRestOfAnOlderOne) {
+    const std::string archive = MakeZip({{.name = "new.xml", .content = kXml}});
+    const std::string longer =
+        MakeZip({{.name = "older.xml", .content = kXml + kXml, .method = ZipMember::kStored}});
+    ASSERT_GT(longer.size(), archive.size());
+    std::string xml;
+    EXPECT_TRUE(Unpack(archive + longer.substr(archive.size()), xml));
+    EXPECT_EQ(xml, kXml);
+    // Also when the older one's end is what comes first.
+    EXPECT_TRUE(Unpack(archive.substr(0, archive.size() - 22) + longer.substr(longer.size() - 22) +
+                           archive.substr(archive.size() - 22),
+                       xml));
+    EXPECT_EQ(xml, kXml);
+}
+
+TEST(DescriptionArchiveTest, TakesTheMemberThatIsNamedAsXml) {
+    std::string xml;
+    EXPECT_TRUE(Unpack(MakeZip({{.name = "Camera/", .content = ""},
+                                {.name = "Camera/read me.txt", .content = "text"},
+                                {.name = "Camera/My camera.XML", .content = kXml},
+                                {.name = "b.xml", .content = "<B/>"}}),
+                       xml));
+    EXPECT_EQ(xml, kXml);
+    EXPECT_TRUE(Unpack(
+        MakeZip({{.name = "Camera/", .content = ""}, {.name = "camera", .content = kXml}}), xml));
+    EXPECT_EQ(xml, kXml);
+}
+
+TEST(DescriptionArchiveTest, TakesTheDocumentOfAMemberAndOfAPlainText) {
+    for (const std::string& rest :
+         {"\0\0"s, "\0</Older></RegisterDescription>"s, "er></RegisterDescription>\n"s, "\xFF"s}) {
+        std::string xml;
+        EXPECT_TRUE(Unpack(MakeZip({{.name = "a.xml", .content = kXml + rest}}), xml));
+        EXPECT_EQ(xml, kXml);
+        xml.clear();
+        EXPECT_TRUE(Unpack(kXml + rest, xml));
+        EXPECT_EQ(xml, kXml);
+    }
+}
+
+TEST(DescriptionArchiveTest, SaysWhatIsWrongWithAnArchive) {
+    const auto problem = [](const std::string& stored) {
+        std::string xml;
+        std::string why;
+        EXPECT_FALSE(UnpackDescription(std::as_bytes(std::span(stored)), xml, why));
+        return why;
+    };
+    const ZipMember member{.name = "a.xml", .content = kXml};
+    const auto changed = [&member](const auto& change) {
+        ZipMember other = member;
+        change(other);
+        return MakeZip({other});
+    };
+    const std::string archive = MakeZip({member});
+    EXPECT_EQ(problem(archive.substr(0, archive.size() - 1)),
+              "its zip archive is cut short: its directory is missing");
+    EXPECT_EQ(problem(changed([](ZipMember& m) { m.flags = 1; })), "its zip archive is encrypted");
+    EXPECT_EQ(problem(changed([](ZipMember& m) { m.crcError = 1; })),
+              "its zip archive is damaged: its text's checksum is wrong");
+    EXPECT_EQ(problem(changed([](ZipMember& m) { m.sizeError = 1; })),
+              "its zip archive is damaged: " + std::to_string(kXml.size()) +
+                  " bytes cannot hold a text of " + std::to_string(kXml.size() + 1));
+    EXPECT_EQ(problem(changed([](ZipMember& m) { m.content.clear(); })),
+              "its zip archive holds a text of 0 bytes, not 1 byte to 16 MiB");
+    EXPECT_EQ(problem(MakeZip({{.name = "Camera/", .content = ""}})),
+              "its zip archive is damaged: its directory lists no file");
+}
+
+TEST(DescriptionArchiveTest, RefusesATextThatIsTooLargeBeforeItIsUnpacked) {
+    std::string xml;
+    std::string why;
+    const std::string bomb = MakeZip({MakeBomb("a.xml", 17)});
+    EXPECT_FALSE(UnpackDescription(std::as_bytes(std::span(bomb)), xml, why));
+    EXPECT_EQ(why, "its zip archive holds a text of 17825792 bytes, not 1 byte to 16 MiB");
 }
 
 TEST(DescriptionArchiveTest, RefusesEncryptedArchives) {

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxDevice/NxDfwPayload.h>
+#include <NxDevice/NxTftpClient.h>
 #include <NxGenICam/NxGenParameterArray.h>
 #include <NxSystem/UdpSocket.h>
 
@@ -113,7 +115,8 @@ TEST_F(NxDeviceControlTest, SaysWithinFiveSecondsThatTheDeviceFellMuteWhileConne
         SCOPED_TRACE(commands);
         FaultOptions faults;
         faults.muteAfterCommands = commands;
-        StartDevice(Builder().faults(faults));
+        // A device whose description was not read before.
+        StartDevice(Builder().faults(faults).serial("SIM-" + std::to_string(commands)));
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(Connect(), nullptr);
         EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5500));
@@ -146,6 +149,50 @@ TEST_F(NxDeviceControlTest, GivesControlUpWithTheLastConnection) {
     device = Connect();
     EXPECT_NE(device, nullptr) << result.GetDescription().GetAscii();
     EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(1500));
+}
+
+TEST_F(NxDeviceControlTest, DownloadsTheDescriptionOnce) {
+    StartAndConnect(Builder());
+    const std::uint64_t whole = simulated->GvcpCounts()["READMEM"];
+    ASSERT_GT(whole, 15U);
+    NxDevice::Free(device);
+    device = Connect();
+    ASSERT_NE(device, nullptr) << result.GetDescription().GetAscii();
+    EXPECT_LE(simulated->GvcpCounts()["READMEM"], whole + 6);
+    ExpectOK(Update(10000));
+    ExpectUpdated();
+}
+
+TEST_F(NxDeviceControlTest, DownloadsTheDescriptionOfAnotherVersionOfTheDevice) {
+    StartAndConnect(Builder().version({1, 0}));
+    const std::uint64_t whole = simulated->GvcpCounts()["READMEM"];
+    NxDevice::Free(device);
+    device = nullptr;
+    simulated.reset();
+    StartAndConnect(Builder().version({1, 1}));
+    EXPECT_GE(simulated->GvcpCounts()["READMEM"], whole);
+}
+
+TEST_F(NxDeviceControlTest, TakesControlAgainOfADeviceThatThisProcessReset) {
+    StartAndConnect(Builder().rebootTime(milliseconds(700)));
+    const NxGenParameterArray* const before = device->GetParameters();
+    EXPECT_EQ(device->GetParameters(), before);
+    const std::uint64_t whole = simulated->GvcpCounts()["READMEM"];
+
+    std::array<unsigned char, 4096> record{};
+    unsigned int length = 0;
+    const std::string payload = folder.Write("payload.dfw", Payload().Encode());
+    ExpectOK(NxDfwPayload::GetResetRecord(NxString(payload), record.data(), 4096, length));
+    NxTftpClient client;
+    ExpectOK(client.Init(NxString(kId), "RemoteUpdateDfw"));
+    ExpectOK(client.SendData(record.data(), length));
+    // The device still answers, for 100 ms.
+    NxString model;
+    ExpectOK(device->GetParameters()->GetStringValue("DeviceModelName", model));
+    EXPECT_NE(device->GetParameters(), before);
+    EXPECT_GE(simulated->GvcpCounts()["READMEM"], 2 * whole);
+    ExpectOK(Update(10000));
+    ExpectUpdated();
 }
 
 TEST_F(NxDeviceControlTest, LeavesTheDevicesConfigurationAsItWas) {
