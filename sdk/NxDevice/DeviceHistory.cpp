@@ -1,7 +1,10 @@
 #include "DeviceHistory.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
+
+#include <NxSystem/PrintableText.h>
 
 namespace {
 
@@ -9,6 +12,17 @@ constexpr std::size_t kMostDevices = 64;
 constexpr std::size_t kMostDescriptions = 8;
 // Several times what cameras have; a longer one is downloaded each time.
 constexpr std::size_t kLongestKept = 4U << 20U;
+constexpr std::size_t kLongestReason = 400;
+
+// Not in the middle of a character.
+std::string_view CutReason(std::string_view text) {
+    std::size_t length = std::min(text.size(), kLongestReason);
+    while (length > 0 && length < text.size() &&
+           (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80) {
+        --length;
+    }
+    return text.substr(0, length);
+}
 
 }  // namespace
 
@@ -58,6 +72,22 @@ bool DeviceHistory::WasResetSince(const ConnectionId& device, Clock::time_point 
     const std::lock_guard lock(mMutex);
     const Entry* const entry = Find(device);
     return entry != nullptr && entry->reset.has_value() && *entry->reset >= time;
+}
+
+void DeviceHistory::NoteNoFileAccess(const ConnectionId& device, const std::string& reason) {
+    const std::lock_guard lock(mMutex);
+    FindOrAdd(device).noFileAccess = PrintableText(CutReason(reason));
+}
+
+void DeviceHistory::NoteConnected(const ConnectionId& device) {
+    const std::lock_guard lock(mMutex);
+    FindOrAdd(device).noFileAccess.clear();
+}
+
+std::string DeviceHistory::WhyNoFileAccess(const ConnectionId& device) const {
+    const std::lock_guard lock(mMutex);
+    const Entry* const entry = Find(device);
+    return entry != nullptr ? entry->noFileAccess : std::string();
 }
 
 void DeviceHistory::KeepDescription(const ConnectionId& device,

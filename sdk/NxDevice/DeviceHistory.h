@@ -27,6 +27,13 @@ class DeviceHistory {
     /// Whether it was told to restart at or after that time.
     [[nodiscard]] bool WasResetSince(const ConnectionId& device, Clock::time_point time) const;
 
+    /// GenICam file access to the device was not possible, for that reason. It is kept as one
+    /// printable line of at most 400 bytes, until the device was connected to.
+    void NoteNoFileAccess(const ConnectionId& device, const std::string& reason);
+    void NoteConnected(const ConnectionId& device);
+    /// Empty when it was possible, or not tried.
+    [[nodiscard]] std::string WhyNoFileAccess(const ConnectionId& device) const;
+
     /// Keeps it until the device is told to restart, for the 8 devices that were read last.
     void KeepDescription(const ConnectionId& device, std::shared_ptr<const DescriptionCopy> copy);
     /// Null when there is none.
@@ -37,6 +44,7 @@ class DeviceHistory {
     struct Entry {
         ConnectionId device;
         std::optional<Clock::time_point> reset;
+        std::string noFileAccess;
         std::shared_ptr<const DescriptionCopy> description;
     };
 

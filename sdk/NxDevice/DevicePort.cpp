@@ -8,6 +8,12 @@ NxResult DevicePort::Probe() {
     return {};
 }
 
+void DevicePort::NoteNoFileAccess(const std::string& reason) {
+    if (mId.has_value()) {
+        DeviceHistory::OfThisProcess().NoteNoFileAccess(*mId, reason);
+    }
+}
+
 std::shared_ptr<const DescriptionCopy> DevicePort::EarlierDescription() const {
     return mId.has_value() ? DeviceHistory::OfThisProcess().Description(*mId) : nullptr;
 }

@@ -26,6 +26,8 @@ class DevicePort : public GenPort {
     /// Asks the device whether it is still the one that was connected, and controlled by this port.
     /// A failure after which the port is alive is that of a device which is there and refuses.
     virtual NxResult Probe();
+    /// Kept until the device is connected to again.
+    void NoteNoFileAccess(const std::string& reason) override;
 
   protected:
     /// What this process has read of this device before; null when nothing.

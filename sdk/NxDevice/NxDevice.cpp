@@ -80,6 +80,11 @@ NxDevice* NxDevice::CreateAndConnect(const NxDeviceInfo* info, NxResult* result)
         *result = NxResult(kNxNotSupported,
                            std::string("Cannot control ") + info->GetConnectionID().GetAscii() +
                                ": it is in its boot loader, which takes firmware by TFTP only");
+        ConnectionId id;
+        if (ConnectionId::Parse(info->GetConnectionID(), id).IsOK()) {
+            DeviceHistory::OfThisProcess().NoteNoFileAccess(id,
+                                                            result->GetDescription().GetAscii());
+        }
         return nullptr;
     }
     return CreateAndConnect(info->GetConnectionID(), result);
@@ -93,7 +98,12 @@ NxDevice* NxDevice::CreateAndConnect(const NxString& connectionID, NxResult* res
     }
     auto impl = std::make_unique<Impl>(id);
     *result = impl->Connect();
-    return result->IsOK() ? new NxDevice(std::move(impl)) : nullptr;
+    if (!result->IsOK()) {
+        DeviceHistory::OfThisProcess().NoteNoFileAccess(id, result->GetDescription().GetAscii());
+        return nullptr;
+    }
+    DeviceHistory::OfThisProcess().NoteConnected(id);
+    return new NxDevice(std::move(impl));
 }
 
 void NxDevice::Free(NxDevice* device) {

@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <span>
+#include <string>
+#include <utility>
 
 #include <NxBase/NxResultCodes.h>
 
@@ -25,6 +27,19 @@ bool IsResetRecord(std::span<const std::byte> data) {
 
 class NxTftpClient::Impl {
   public:
+    // Whoever reads of a TFTP server that fails, wants to know why the device was not updated by
+    // file access in the first place.
+    [[nodiscard]] NxResult Explain(NxResult result) const {
+        const std::string why = DeviceHistory::OfThisProcess().WhyNoFileAccess(server);
+        const bool isOfDevice =
+            result.GetCode() != kNxLocalFile && result.GetCode() != kNxInvalidArgument;
+        if (result.IsOK() || why.empty() || !isOfDevice) {
+            return result;
+        }
+        return NxResult(result.GetCode(), std::string(result.GetDescription().GetAscii()) +
+                                              "; GenICam file access was not possible: " + why);
+    }
+
     TftpClient client;
     ConnectionId server;
 };
@@ -39,7 +54,7 @@ NxResult NxTftpClient::Init(const NxString& connectionID, const NxString& remote
 }
 
 NxResult NxTftpClient::SendFile(const NxString& localPath) {
-    return mImpl->client.SendFile(localPath);
+    return mImpl->Explain(mImpl->client.SendFile(localPath));
 }
 
 NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) {
@@ -52,7 +67,7 @@ NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) 
     if (IsResetRecord(bytes) && (result.IsOK() || result.GetCode() == kNxTimeout)) {
         DeviceHistory::OfThisProcess().NoteReset(mImpl->server);
     }
-    return result;
+    return mImpl->Explain(std::move(result));
 }
 
 NxResult NxTftpClient::GetData(unsigned char* buffer, unsigned int size, unsigned int* received) {
@@ -64,7 +79,7 @@ NxResult NxTftpClient::GetData(unsigned char* buffer, unsigned int size, unsigne
     if (received != nullptr) {
         *received = static_cast<unsigned int>(count);
     }
-    return result;
+    return mImpl->Explain(std::move(result));
 }
 
 NxResult NxTftpClient::GetProgress(long& done, long& total) {

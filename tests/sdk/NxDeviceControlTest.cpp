@@ -195,6 +195,33 @@ TEST_F(NxDeviceControlTest, TakesControlAgainOfADeviceThatThisProcessReset) {
     ExpectUpdated();
 }
 
+TEST_F(NxDeviceControlTest, LetsAFailureOfTftpSayWhyFileAccessWasNotPossible) {
+    FaultOptions faults;
+    faults.refuseControl = true;
+    StartDevice(Builder().faults(faults));
+    EXPECT_EQ(Connect(), nullptr);
+    NxTftpClient client;
+    ExpectOK(client.Init(NxString(kId), "nonsense"));
+    const auto read = [&client] {
+        std::array<unsigned char, 64> buffer{};
+        const NxResult outcome = client.GetData(buffer.data(), 64, nullptr);
+        EXPECT_EQ(outcome.GetCode(), kNxTftpError);
+        return std::string(outcome.GetDescription().GetAscii());
+    };
+    const std::string why =
+        "; GenICam file access was not possible: Cannot control 127.0.0.1 on lo: another "
+        "application controls it (GVCP ACCESS_DENIED 0x8006)";
+    const std::string both = read();
+    EXPECT_TRUE(both.starts_with("Cannot read nonsense from 127.0.0.1 on lo: its TFTP server "));
+    EXPECT_TRUE(both.ends_with(why)) << both;
+    EXPECT_EQ(std::string(client.SendFile("/nowhere").GetDescription().GetAscii()).find(why),
+              std::string::npos);
+
+    simulated.reset();
+    StartAndConnect(Builder());
+    EXPECT_EQ(read() + why, both);
+}
+
 TEST_F(NxDeviceControlTest, LeavesTheDevicesConfigurationAsItWas) {
     constexpr std::uint32_t kConfiguration = 0x954;
     GvcpClient other;

@@ -131,6 +131,19 @@ TEST_F(PortRegistryTest, SharesTheChannelOfADeviceThatDoesNotRestartWhenItIsTold
     EXPECT_EQ(opened[0]->probes, probes + 1);
 }
 
+TEST_F(PortRegistryTest, APortKeepsWhyFileAccessIsNotPossible) {
+    const DeviceHistory& history = DeviceHistory::OfThisProcess();
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    GenPort& port = *mFirst.port;
+    EXPECT_EQ(history.WhyNoFileAccess(mId), "");
+    port.NoteNoFileAccess("its FileAccessBuffer\n is not a register");
+    EXPECT_EQ(history.WhyNoFileAccess(mId), "its FileAccessBuffer? is not a register");
+    port.NoteNoFileAccess(std::string(399, 'a') + "\xC3\xA4");
+    EXPECT_EQ(history.WhyNoFileAccess(mId), std::string(399, 'a'));
+    DeviceHistory::OfThisProcess().NoteConnected(mId);
+    EXPECT_EQ(history.WhyNoFileAccess(mId), "");
+}
+
 TEST_F(PortRegistryTest, SaysWhyADeviceRefusesWhoseInterfaceThisProgramHolds) {
     ASSERT_TRUE(Acquire(mFirst).IsOK());
     opened[0]->failure = NxResult(kNxDeviceError, "refused to read (BUSY 0x8007)");

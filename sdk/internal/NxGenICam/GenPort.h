@@ -43,7 +43,7 @@ class NX_API GenPort {
     /// 3).
     [[nodiscard]] virtual bool HasRegisterCommands() const = 0;
 
-    /// Remembers why the device's files cannot be reached through its features, for whoever falls
-    /// back to another transport. Does nothing unless overridden.
+    /// GenICam file access to the device is not possible, for that reason, in one line. A port may
+    /// keep it for the failure of what is tried instead; this one does not.
     virtual void NoteNoFileAccess(const std::string& reason);
 };
