@@ -227,7 +227,8 @@ TEST_F(NxGenParameterArrayTest, RefusesNodesWhoseEvaluationWouldHarmTheProcess) 
     Load(chain + bush + thicket + GenXml::Integer("One", "<Value>1</Value>") +
          "<IntSwissKnife Name=\"Nest\"><Formula>" + parentheses + "1</Formula></IntSwissKnife>" +
          GenXml::StringRegister("Long", 0x100, "0x7fffffffffff") +
-         GenXml::StringRegister("Negative", 0x100, "-1") + GenXml::Integer("Ok", "<Value>5</Value>"));
+         GenXml::StringRegister("Negative", 0x100, "-1") +
+         GenXml::Integer("Ok", "<Value>5</Value>"));
     for (const char* name : {"C0", "B0", "T0", "Nest", "Long", "Negative"}) {
         EXPECT_EQ(Text(name), "untouched") << name;
         EXPECT_FALSE(result.IsOK()) << name;

@@ -114,43 +114,59 @@ NxResult FileOperation::Run(std::span<const Setting> settings) {
     return result.IsOK() ? CheckStatus() : result;
 }
 
-NxResult FileOperation::Send() {
-    RegisterBus& bus = mNodes.Bus();
-    const std::vector<RegisterView::Write> writes = mView.TakeWrites();
-    if (mView.HoldsLittleEndian()) {
-        bus.ExpectLittleEndianWords();
-    }
-    const bool takesWords =
-        bus.WritesWords() && std::ranges::all_of(writes, [&bus](const RegisterView::Write& write) {
-            return bus.TakesWords(write.address, write.bytes.size());
-        });
-    NxResult result;
-    // One alone is what opens or erases: it is given its time as the write of one register.
-    if (takesWords && writes.size() > 1) {
-        std::vector<GenPort::Register> words;
-        for (const RegisterView::Write& write : writes) {
+bool FileOperation::TakesWords(const RegisterView::Write& write) const {
+    const RegisterBus& bus = mNodes.Bus();
+    return bus.WritesWords() && bus.TakesWords(write.address, write.bytes.size()) &&
+           (write.bytes.size() == 4 || !mHabits.refusesHalves);
+}
+
+NxResult FileOperation::SendAll(std::span<const RegisterView::Write> writes) {
+    std::vector<GenPort::Register> words;
+    while (!writes.empty()) {
+        words.clear();
+        std::size_t count = 0;
+        for (; count < writes.size() && TakesWords(writes[count]); ++count) {
+            const RegisterView::Write& write = writes[count];
             for (std::size_t i = 0; i < write.bytes.size(); i += 4) {
                 words.push_back({.address = write.address + i});
                 std::copy_n(write.bytes.begin() + static_cast<std::ptrdiff_t>(i), 4,
                             words.back().bytes.begin());
             }
         }
-        result = bus.WriteWords(words);
-    } else {
-        for (const RegisterView::Write& write : writes) {
-            result = bus.Write(write.address, write.bytes);
-            if (!result.IsOK()) {
-                break;
-            }
+        // One alone is what opens or erases: it is given its time as the write of one register.
+        const bool isTogether = count > 1;
+        count = std::max<std::size_t>(count, 1);
+        NxResult result = isTogether
+                              ? mNodes.Bus().WriteWords(words)
+                              : mNodes.Bus().Write(writes.front().address, writes.front().bytes);
+        if (!result.IsOK()) {
+            return result;
         }
+        writes = writes.subspan(isTogether ? count : 1);
+    }
+    return {};
+}
+
+NxResult FileOperation::Send() {
+    RegisterBus& bus = mNodes.Bus();
+    const std::vector<RegisterView::Write> writes = mView.TakeWrites();
+    if (mView.HoldsLittleEndian()) {
+        bus.ExpectLittleEndianWords();
+    }
+    NxResult result = SendAll(writes);
+    const bool hasHalves = std::ranges::any_of(writes, [this](const RegisterView::Write& write) {
+        return write.bytes.size() == 8 && TakesWords(write);
+    });
+    if (IsRefusal(result) && hasHalves) {
+        // What was refused has not executed anything: the command's register comes last.
+        mHabits.refusesHalves = true;
+        result = SendAll(writes);
     }
     mView.Forget();
-    if (result.IsOK() && !bus.KnowsWordOrder()) {
-        // The last one executes the operation; asking for it might be taken for the end of it.
-        for (std::size_t i = 0; i + 1 < writes.size() && !bus.KnowsWordOrder(); ++i) {
-            if (writes[i].bytes.size() == 4) {
-                bus.LearnWordOrder(writes[i].address);
-            }
+    // The last one executes the operation; asking for it might be taken for the end of it.
+    for (std::size_t i = 0; i + 1 < writes.size() && result.IsOK() && !bus.KnowsWordOrder(); ++i) {
+        if (writes[i].bytes.size() == 4) {
+            bus.LearnWordOrder(writes[i].address);
         }
     }
     return result;
@@ -160,7 +176,11 @@ NxResult FileOperation::Fetch(bool onlyState) {
     if (!mFetchesTogether) {
         return {};
     }
-    NxResult result = mView.Fetch(mNodes.Bus(), onlyState);
+    NxResult result = mView.Fetch(mNodes.Bus(), onlyState, !mHabits.refusesHalves);
+    if (IsRefusal(result) && !mHabits.refusesHalves && mView.HasHalves()) {
+        mHabits.refusesHalves = true;
+        result = mView.Fetch(mNodes.Bus(), onlyState, false);
+    }
     if (IsRefusal(result)) {
         // One of them may not be read now; each is asked for when its turn comes.
         mFetchesTogether = false;
@@ -201,20 +221,31 @@ NxResult FileOperation::FindWhetherValueIsKept() {
 }
 
 NxResult FileOperation::Await() {
-    if (NxResult result = Fetch(false); !result.IsOK()) {
-        return result;
+    if (!FetchesStateToo()) {
+        return AwaitEnd(true);
     }
+    NxResult result = Fetch(false);
+    return result.IsOK() ? AwaitEnd(!FetchesStateToo()) : result;
+}
+
+bool FileOperation::FetchesStateToo() const {
+    return !mHabits.refusesHalves || !mView.HasHalvesOfState();
+}
+
+NxResult FileOperation::AwaitEnd(bool outcomeIsOlder) {
     if (!mTellsItsEnd) {
-        return {};
+        return outcomeIsOlder ? Fetch(false) : NxResult();
     }
     bool isDone = false;
-    if (NxResult result = IsDone(isDone); !result.IsOK() || isDone || mHabits.keepsValue) {
+    NxResult result = IsDone(isDone);
+    if (mHabits.keepsValue) {
         // One that changes after all was only slow when it seemed to be kept.
-        mHabits.keepsValue = mHabits.keepsValue && !isDone;
-        return result;
+        mHabits.keepsValue = !isDone;
+        isDone = true;
     }
     OperationPoll poll(mName, mNodes.Port().DeviceName());
-    while (!isDone) {
+    while (result.IsOK() && !isDone) {
+        outcomeIsOlder = true;
         if (const NxResult timeout = poll.Pause(); !timeout.IsOK()) {
             // It may be one that never tells; then its status does.
             std::string status;
@@ -222,13 +253,13 @@ NxResult FileOperation::Await() {
             return mHabits.keepsValue ? NxResult() : timeout;
         }
         mView.Forget();
-        NxResult result = Fetch(true);
+        result = FetchesStateToo() ? Fetch(true) : NxResult();
         if (result.IsOK()) {
             result = IsDone(isDone);
         }
-        if (!result.IsOK()) {
-            return result;
-        }
+    }
+    if (!result.IsOK() || !outcomeIsOlder) {
+        return result;
     }
     mView.Forget();
     return Fetch(false);

@@ -23,10 +23,13 @@ class FileOperation {
         Id node = NodeTable::kNone;
         std::int64_t value = 0;
     };
-    /// How a device's FileOperationExecute behaves, found out as it is used.
+    /// How a device behaves, found out as it is used.
     struct Habits {
-        /// It keeps the value that executed it, so that it never tells the end of an operation.
+        /// Its FileOperationExecute keeps the value that executed it, so that it never tells the
+        /// end of an operation.
         bool keepsValue = false;
+        /// It refuses accesses to one half of a register of eight bytes.
+        bool refusesHalves = false;
     };
 
     /// @param name "Write", for descriptions; the operation is selected
@@ -57,7 +60,11 @@ class FileOperation {
     NxResult Require(const char* feature, Id& node);
     void Trace();
     NxResult Send();
+    NxResult SendAll(std::span<const RegisterView::Write> writes);
+    [[nodiscard]] bool TakesWords(const RegisterView::Write& write) const;
     NxResult Await();
+    [[nodiscard]] bool FetchesStateToo() const;
+    NxResult AwaitEnd(bool outcomeIsOlder);
     NxResult IsDone(bool& isDone);
     NxResult Fetch(bool onlyState);
     NxResult CheckStatus();

@@ -21,6 +21,7 @@ bool RegisterView::Read(std::uint64_t address, std::span<std::byte> bytes, bool 
         word.isSteady |= isSteady;
         word.isState |= mMarksState;
         word.isAsked = true;
+        word.isHalf |= bytes.size() > 4;
         isKnown = isKnown && (word.isKnown || (mPretends && !isSteady));
         bytes[i] = word.isKnown ? word.bytes[at % 4] : std::byte{0};
     }
@@ -49,11 +50,24 @@ void RegisterView::Forget() {
     }
 }
 
-NxResult RegisterView::Fetch(RegisterBus& bus, bool onlyState) {
+bool RegisterView::HasHalvesOfState() const {
+    return std::ranges::any_of(mWords,
+                               [](const Word& word) { return word.isHalf && word.isState; });
+}
+
+bool RegisterView::HasHalves() const {
+    return std::ranges::any_of(mWords, [](const Word& word) { return word.isHalf; });
+}
+
+NxResult RegisterView::Fetch(RegisterBus& bus, bool onlyState, bool withHalves) {
+    // What tells the end comes first: what is read after it belongs to an operation that has ended.
     std::vector<GenPort::Register> registers;
-    for (const Word& word : mWords) {
-        if (word.isAsked && !word.isSteady && (word.isState || !onlyState)) {
-            registers.push_back({.address = word.address});
+    for (const bool state : {true, false}) {
+        for (const Word& word : mWords) {
+            if (word.isAsked && !word.isSteady && word.isState == state && (state || !onlyState) &&
+                (withHalves || !word.isHalf)) {
+                registers.push_back({.address = word.address});
+            }
         }
     }
     if (registers.empty()) {

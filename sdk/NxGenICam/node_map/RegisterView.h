@@ -52,7 +52,10 @@ class RegisterView {
     /// Forgets what the device may have changed.
     void Forget();
     /// Asks the device for all that may have changed, or for the state only.
-    NxResult Fetch(RegisterBus& bus, bool onlyState);
+    /// @param withHalves also for registers of eight bytes, word by word
+    NxResult Fetch(RegisterBus& bus, bool onlyState, bool withHalves);
+    [[nodiscard]] bool HasHalves() const;
+    [[nodiscard]] bool HasHalvesOfState() const;
 
     void NoteLittleEndian() { mHoldsLittleEndian = true; }
     [[nodiscard]] bool HoldsLittleEndian() const { return mHoldsLittleEndian; }
@@ -65,6 +68,7 @@ class RegisterView {
         bool isSteady = false;
         bool isState = false;
         bool isAsked = false;  ///< not only written
+        bool isHalf = false;   ///< of a register of eight bytes
     };
     Word& Find(std::uint64_t address);
 
