@@ -14,7 +14,7 @@ set(MIRSKO_ARROWS_simulator_u3v simulator)
 set(MIRSKO_ARROWS_mirsko-simulator simulator simulator_u3v)
 set(MIRSKO_ARROWS_MirskoFirmwareUpdater app update transfer firmware_file
     NxDevice NxGenICam NxSystem NxBase NyUtilsLib)
-set(MIRSKO_ARROWS_mirsko-devices NxSystem NxBase)
+set(MIRSKO_ARROWS_mirsko-devices NxDevice NxGenICam NxSystem NxBase)
 set(MIRSKO_ARROWS_mirsko-package NxDevice NxGenICam NxBase NyUtilsLib)
 
 set(MIRSKO_OWN_TARGETS NyUtilsLib NxBase NxSystem NxGenICam NxDevice sdk_headers sdk_internal

@@ -313,14 +313,15 @@ NxGenFile::NxGenFile() : mImpl(std::make_unique<Impl>()) {}
 
 NxGenFile::~NxGenFile() = default;
 
+NxResult NxGenFile::CheckSupport(NxGenParameterArray* parameters) {
+    return parameters != nullptr ? FindFileAccess(parameters->GetImpl().Nodes())
+                                 : NxResult(kNxInvalidArgument, "No node map to look into");
+}
+
 bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
-    if (parameters == nullptr) {
-        return false;
-    }
-    NodeMap& nodes = parameters->GetImpl().Nodes();
-    const NxResult result = FindFileAccess(nodes);
-    if (!result.IsOK()) {
-        nodes.Port().NoteNoFileAccess(result.GetDescription().GetAscii());
+    const NxResult result = CheckSupport(parameters);
+    if (!result.IsOK() && parameters != nullptr) {
+        parameters->GetImpl().Nodes().Port().NoteNoFileAccess(result.GetDescription().GetAscii());
     }
     return result.IsOK();
 }

@@ -51,6 +51,46 @@ TEST_F(DevicesTest, SaysOfEachDeviceWhatTellsItFromOthers) {
     EXPECT_EQ(result.exitStatus, 0);
 }
 
+struct Choice {
+    const char* profile;
+    const char* expected;
+};
+
+class TransportChoiceTest : public DevicesTest, public testing::WithParamInterface<Choice> {};
+
+TEST_P(TransportChoiceTest, NamesTheTransportThatTheUpdaterTakes) {
+    SimulatedCamera camera({"--profile", GetParam().profile});
+    const ProcessResult result = ListDevices({"--transport"});
+    EXPECT_THAT(result.out, HasSubstr(std::string("\n        transport: ") + GetParam().expected));
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.exitStatus, 0);
+    TemporaryFolder folder;
+    const std::string path = folder.Write("fw.dfw", MakePayload("new firmware"));
+    const ProcessResult update = RunUpdater({kLoopback, "--noreset", path});
+    EXPECT_THAT(update.out, HasSubstr("Firmware upload complete."));
+    EXPECT_EQ(camera.HasEvent("file_open"),
+              std::string(GetParam().expected).starts_with("GenICam"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Profiles, TransportChoiceTest,
+    testing::Values(Choice{"file-access", "GenICam file access\n"},
+                    Choice{"single-file", "GenICam file access\n"},
+                    Choice{"main-load", "GenICam file access\n"},
+                    Choice{"no-file-access",
+                           "TFTP; 127.0.0.1 on lo has no GenICam file access: it has no feature "
+                           "FileOperationSelector\n"},
+                    Choice{"backup-load", "TFTP; the device runs its backup load\n"},
+                    Choice{
+                        "selector-without-dfw",
+                        "TFTP; 127.0.0.1 on lo has no entry RemoteUpdateDfw in its FileSelector"},
+                    Choice{"loader", "TFTP; Cannot control "}),
+    [](const auto& choice) {
+        std::string name = choice.param.profile;
+        std::erase(name, '-');
+        return name;
+    });
+
 TEST_F(DevicesTest, TellsHowUsbDevicesAreSelected) {
     UsbCamera camera;
     const ProcessResult result = camera.Run({Program("mirsko-devices")});

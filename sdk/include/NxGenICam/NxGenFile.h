@@ -26,8 +26,13 @@ class NX_API NxGenFile {
     NxGenFile(const NxGenFile&) = delete;
     NxGenFile& operator=(const NxGenFile&) = delete;
 
-    /// True when the node map has FileOperationSelector, FileOperationExecute, FileOpenMode and
-    /// FileAccessBuffer. FileSelector may be missing: the device then has one file.
+    /// Whether a transfer would find what it uses: FileOperationSelector and FileOpenMode,
+    /// FileOperationExecute and a FileAccessBuffer that is a register, the last two writable.
+    /// FileSelector may be missing: the device then has one file.
+    /// @return kNxNoFileAccess with what is missing, or what kept the device from being asked
+    static NxResult CheckSupport(NxGenParameterArray* parameters);
+    /// True when CheckSupport is OK. The device's port remembers why it is not, for the description
+    /// of what is tried instead.
     [[nodiscard]] static bool IsSupported(NxGenParameterArray* parameters);
 
     /// Opens the file of that name. A refused open is followed by one Close and one more Open,

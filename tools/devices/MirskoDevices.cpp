@@ -9,6 +9,8 @@
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxSystem.h>
 
+#include "TransportChoice.h"
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -24,8 +26,8 @@ const char* KindOf(const NxDeviceInfo& device) {
     }
 }
 
-Json Describe(const NxDeviceInfo& device) {
-    return Json{{"kind", KindOf(device)},
+Json Describe(const NxDeviceInfo& device, bool withTransport) {
+    Json result{{"kind", KindOf(device)},
                 {"vendor", device.GetVendorName().GetAscii()},
                 {"model", device.GetModelName().GetAscii()},
                 {"serial", device.GetSerialNumber().GetAscii()},
@@ -34,9 +36,15 @@ Json Describe(const NxDeviceInfo& device) {
                 {"address", device.GetIPAddress().GetAscii()},
                 {"mac", device.GetMACAddress().GetAscii()},
                 {"connectionId", device.GetConnectionID().GetAscii()}};
+    if (withTransport) {
+        const TransportChoice choice = TransportChoice::Find(device);
+        result["transport"] = choice.Name();
+        result["transportReason"] = choice.reason;
+    }
+    return result;
 }
 
-Json Describe(const NxInterface& interface) {
+Json Describe(const NxInterface& interface, bool withTransport) {
     Json result;
     result["name"] = interface.GetName().GetAscii();
     const auto* adapter = dynamic_cast<const NxNetworkAdapter*>(&interface);
@@ -47,7 +55,7 @@ Json Describe(const NxInterface& interface) {
     }
     result["devices"] = Json::array();
     for (unsigned int i = 0; i < interface.GetDeviceCount(); ++i) {
-        result["devices"].push_back(Describe(*interface.GetDeviceInfo(i)));
+        result["devices"].push_back(Describe(*interface.GetDeviceInfo(i), withTransport));
     }
     return result;
 }
@@ -75,6 +83,11 @@ void PrintText(const Json& interfaces) {
                 std::cout << ", ID " << field("deviceId");
             }
             std::cout << " (" << field("kind") << ", " << field("connectionId") << ")\n";
+            if (device.contains("transport")) {
+                std::cout << "        transport: " << field("transport")
+                          << (field("transportReason").empty() ? "" : "; ")
+                          << field("transportReason") << '\n';
+            }
         }
         if (interface["devices"].empty()) {
             std::cout << "    no devices\n";
@@ -91,6 +104,11 @@ int main(int argc, char** argv) {
         "mirsko-devices");
     bool asJson = false;
     options.add_flag("--json", asJson, "Print a JSON array of interfaces instead of text");
+    bool withTransport = false;
+    options.add_flag("--transport", withTransport,
+                     "Connect to each device and print the transport that the updater would use "
+                     "for a payload, and why not file access. Takes control of a device for that "
+                     "time: do not use it while cameras are being opened");
     try {
         options.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -101,7 +119,7 @@ int main(int argc, char** argv) {
     const NxResult result = system.Find();
     Json interfaces = Json::array();
     for (unsigned int i = 0; i < system.GetInterfaceCount(); ++i) {
-        interfaces.push_back(Describe(*system.GetInterface(i)));
+        interfaces.push_back(Describe(*system.GetInterface(i), withTransport));
     }
     if (asJson) {
         // Device texts may hold bytes that are not UTF-8.
