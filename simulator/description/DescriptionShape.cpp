@@ -6,10 +6,11 @@ namespace simulator {
 
 namespace {
 
-constexpr NameTable<DescriptionShape, 7> kShapes{{{
+constexpr NameTable<DescriptionShape, 8> kShapes{{{
     {DescriptionShape::kExtensions, "extensions"},
     {DescriptionShape::kHarmlessOddities, "harmless-oddities"},
     {DescriptionShape::kLarge, "large"},
+    {DescriptionShape::kSchema10, "schema-1.0"},
     {DescriptionShape::kPadding, "padding"},
     {DescriptionShape::kOddZip, "odd-zip"},
     {DescriptionShape::kBlanks, "blanks"},

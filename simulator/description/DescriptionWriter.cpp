@@ -220,18 +220,20 @@ Elements DescriptionWriter::FieldOf(Bits bits) const {
 }
 
 std::string DescriptionWriter::Finish(const std::string& nameSpace) const {
+    const std::string minor =
+        mOptions.description.contains(DescriptionShape::kSchema10) ? "0" : "1";
+    const std::string schema = "http://www.genicam.org/GenApi/Version_1_" + minor;
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
            "<RegisterDescription ModelName=\"" +
            Identifier(mOptions.model) + "\" VendorName=\"" + Identifier(mOptions.vendor) +
            "\" ToolTip=\"" + Escaped(mOptions.model) + "\" StandardNameSpace=\"" + nameSpace +
-           "\" SchemaMajorVersion=\"1\" SchemaMinorVersion=\"1\" SchemaSubMinorVersion=\"0\""
-           " MajorVersion=\"1\" MinorVersion=\"0\" SubMinorVersion=\"0\""
-           " ProductGuid=\"3c2b0c52-7d0a-4bb5-9d0e-0f2d8f2a6e01\""
-           " VersionGuid=\"9f0c4a1e-52b7-4c0f-8a7d-5a1c6e3b7f02\""
-           " xmlns=\"http://www.genicam.org/GenApi/Version_1_1\""
-           " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\""
-           " xsi:schemaLocation=\"http://www.genicam.org/GenApi/Version_1_1"
-           " http://www.genicam.org/GenApi/GenApiSchema_Version_1_1.xsd\">\n" +
+           "\" SchemaMajorVersion=\"1\" SchemaMinorVersion=\"" + minor +
+           "\" SchemaSubMinorVersion=\"0\" MajorVersion=\"1\" MinorVersion=\"0\""
+           " SubMinorVersion=\"0\" ProductGuid=\"3c2b0c52-7d0a-4bb5-9d0e-0f2d8f2a6e01\""
+           " VersionGuid=\"9f0c4a1e-52b7-4c0f-8a7d-5a1c6e3b7f02\" xmlns=\"" +
+           schema +
+           "\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xsi:schemaLocation=\"" +
+           schema + " http://www.genicam.org/GenApi/GenApiSchema_Version_1_" + minor + ".xsd\">\n" +
            mText + "  <Port Name=\"Device\"/>\n</RegisterDescription>\n";
 }
 

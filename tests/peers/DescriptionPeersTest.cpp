@@ -1,9 +1,8 @@
 // The odd shapes of the simulated camera's description, as Aravis's client reads them.
-#include <algorithm>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CaseName.h"
 #include "Process.h"
 #include "UsbCamera.h"
 #include "simulator/SimulatedDevice.h"
@@ -55,9 +54,7 @@ TEST_P(DescriptionPeersTest, IsReadByAravisOverUsb3Vision) {
 
 INSTANTIATE_TEST_SUITE_P(Every, DescriptionPeersTest, testing::ValuesIn(simulator::AllShapes()),
                          [](const testing::TestParamInfo<DescriptionShape>& shape) {
-                             std::string name = NameOf(shape.param);
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
+                             return CaseName(NameOf(shape.param));
                          });
 
 TEST(EveryShapePeersTest, IsReadByAravisInAllShapesAtOnce) {

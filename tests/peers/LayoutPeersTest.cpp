@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CaseName.h"
 #include "Process.h"
 #include "UsbCamera.h"
 #include "simulator/SimulatedDevice.h"
@@ -101,9 +102,7 @@ std::string Control(std::vector<std::string> controls) {
 }
 
 std::string NameOfCase(const testing::TestParamInfo<RegisterLayout>& layout) {
-    std::string name = NameOf(layout.param);
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
+    return CaseName(NameOf(layout.param));
 }
 
 std::vector<RegisterLayout> AllButLegacy() {
@@ -153,6 +152,22 @@ TEST(LegacyEndianPeersTest, IsReadByAravisWithTheBytesOfItsNumbersReversed) {
     EXPECT_THAT(out, HasSubstr("FileAccessLength = 1048576 ")) << "0x1000 reversed";
     EXPECT_THAT(out, HasSubstr("R[0x00000004] = 0x00000001\n"));
     EXPECT_THAT(out, HasSubstr("GevHeartbeatTimeout = 3000 "));
+}
+
+TEST(LegacyEndianPeersTest, IsReadByAravisByRegisterCommandsThatSwapAsSchema10WantsThem) {
+    const auto device = SimulatedDevice::Builder()
+                            .layout(RegisterLayout::kLegacyEndian)
+                            .description({simulator::DescriptionShape::kSchema10})
+                            .registerCommandsSwap(true)
+                            .serveTftp(false)
+                            .build();
+    Start(*device);
+    const std::string out = Control({"FileSelector=StatusTxt", "FileSelector", "FileAccessLength",
+                                     "FileOperationExecute", "FileOperationStatus"});
+    EXPECT_THAT(out, HasSubstr("FileSelector = StatusTxt\nFileSelector = StatusTxt\n"));
+    EXPECT_THAT(out, HasSubstr("FileAccessLength = 4096 "));
+    EXPECT_THAT(out, HasSubstr("FileOperationStatus = Success\n"));
+    EXPECT_EQ(device->GvcpCounts()["WRITEREG"], 3U) << "control, selector, execute";
 }
 
 TEST(LocalSelectorPeersTest, OffersAravisOnlyTheEntriesThatThereAre) {

@@ -1,10 +1,9 @@
 #include "simulator/description/DescriptionShape.h"
 
-#include <algorithm>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CaseName.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
 #include "simulator/GenICamDescription.h"
@@ -69,13 +68,11 @@ TEST_P(DescriptionShapeTest, IsWellFormedInEveryLayout) {
 
 INSTANTIATE_TEST_SUITE_P(Every, DescriptionShapeTest, testing::ValuesIn(simulator::AllShapes()),
                          [](const testing::TestParamInfo<DescriptionShape>& shape) {
-                             std::string name = NameOf(shape.param);
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
+                             return CaseName(NameOf(shape.param));
                          });
 
 TEST(DescriptionShapesTest, HaveANameEach) {
-    EXPECT_EQ(simulator::AllShapes().size(), 7U);
+    EXPECT_EQ(simulator::AllShapes().size(), 8U);
     for (const DescriptionShape shape : simulator::AllShapes()) {
         EXPECT_EQ(simulator::ShapeNamed(NameOf(shape)), shape);
     }
@@ -109,6 +106,14 @@ TEST(DescriptionShapesTest, AddNodesThatNobodyAsksFor) {
                              "<HyperRegister", "<pFeature>NoSuchFeature</pFeature>"}) {
         EXPECT_THAT(odd, HasSubstr(text));
     }
+}
+
+TEST(DescriptionShapesTest, SayWhichSchemaTheyAreOf) {
+    EXPECT_THAT(TextOf(Stored({}).bytes), HasSubstr(" SchemaMinorVersion=\"1\" "));
+    const std::string old = TextOf(Stored({DescriptionShape::kSchema10}).bytes);
+    EXPECT_THAT(old, HasSubstr(" SchemaMinorVersion=\"0\" "));
+    EXPECT_THAT(old, HasSubstr(" xmlns=\"http://www.genicam.org/GenApi/Version_1_0\" "));
+    EXPECT_THAT(old, testing::Not(HasSubstr("Version_1_1")));
 }
 
 TEST(DescriptionShapesTest, LeaveTheRestOfAnOlderTextBehindTheNewOne) {

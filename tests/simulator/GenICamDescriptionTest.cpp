@@ -1,10 +1,9 @@
 #include "simulator/GenICamDescription.h"
 
-#include <algorithm>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CaseName.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
 #include "simulator/description/StoredDescription.h"
@@ -102,10 +101,8 @@ namespace {
 
 std::string NameOfCase(const testing::TestParamInfo<GenICamDescriptionTest::ParamType>& parameter) {
     const auto [profile, layout, bus] = parameter.param;
-    std::string name = std::string(NameOf(profile)) + "_" + NameOf(layout) +
-                       (bus == Bus::kGigEVision ? "_gige" : "_usb");
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
+    return CaseName(std::string(NameOf(profile)) + "_" + NameOf(layout) +
+                    (bus == Bus::kGigEVision ? "_gige" : "_usb"));
 }
 
 }  // namespace
