@@ -50,8 +50,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     }
     DeviceOptions options;
     options.profile = static_cast<Profile>(input[0] % 7);
-    options.layout =
-        (input[1] & 1U) != 0 ? RegisterLayout::kSelectorDependent : RegisterLayout::kPlain;
+    const std::vector<RegisterLayout>& layouts = AllLayouts();
+    options.layout = (input[1] & 1U) != 0 ? RegisterLayout::kSelectorDependent
+                                          : layouts[input[0] / 7 % layouts.size()];
     options.concatenation = (input[1] & 2U) == 0;
     options.bufferSize = (input[1] & 4U) != 0 ? 64 : 1024;
     options.shortWriteEvery = input[1] >> 5U;

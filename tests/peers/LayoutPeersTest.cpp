@@ -167,7 +167,8 @@ TEST(LegacyEndianPeersTest, IsReadByAravisByRegisterCommandsThatSwapAsSchema10Wa
     EXPECT_THAT(out, HasSubstr("FileSelector = StatusTxt\nFileSelector = StatusTxt\n"));
     EXPECT_THAT(out, HasSubstr("FileAccessLength = 4096 "));
     EXPECT_THAT(out, HasSubstr("FileOperationStatus = Success\n"));
-    EXPECT_EQ(device->GvcpCounts()["WRITEREG"], 3U) << "control, selector, execute";
+    EXPECT_EQ(device->GvcpCounts()["WRITEREG"], 4U)
+        << "control taken and given back, selector, execute";
 }
 
 TEST(LocalSelectorPeersTest, OffersAravisOnlyTheEntriesThatThereAre) {

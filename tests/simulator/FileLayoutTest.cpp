@@ -128,6 +128,19 @@ class FileLayoutTest : public testing::TestWithParam<Bus> {
         EXPECT_FALSE(steps.succeeded()) << "nothing is open";
     }
 
+    /// The same on a device without a FileSelector.
+    void UpdateOneNamelessFile(RegisterLayout layout, Steps steps) {
+        mOptions.profile = simulator::Profile::kMainLoad;
+        const bool bigEndian = mBigEndian;
+        Make(layout);
+        mBigEndian = bigEndian;
+        EXPECT_EQ(TryGet(layout == RegisterLayout::kWide ? 0xffffd0000000 : 0x10300),
+                  DeviceChannel::kInvalidAddress);
+        EXPECT_THAT(DescribeDevice(mOptions, GetParam()), testing::Not(HasSubstr("FileSelector")));
+        steps.select = [](std::uint32_t) {};
+        Update(steps);
+    }
+
     Steps Plain() {
         return {.execute =
                     [this](std::uint32_t operation, std::uint32_t mode) {
@@ -160,6 +173,7 @@ class GigEVisionLayoutTest : public FileLayoutTest {};
 TEST_P(FileLayoutTest, UpdatesThroughPlainRegisters) {
     Make(RegisterLayout::kPlain);
     Update(Plain());
+    UpdateOneNamelessFile(RegisterLayout::kPlain, Plain());
 }
 
 TEST_P(FileLayoutTest, UpdatesThroughLittleEndianRegisters) {
@@ -170,6 +184,7 @@ TEST_P(FileLayoutTest, UpdatesThroughLittleEndianRegisters) {
                 HasSubstr("<Address>0x10318</Address>\n    <Length>4</Length>\n"
                           "    <AccessMode>RW</AccessMode>\n    <pPort>Device</pPort>\n"
                           "    <Sign>Unsigned</Sign>\n    <Endianess>LittleEndian</Endianess>"));
+    UpdateOneNamelessFile(RegisterLayout::kLittleEndian, Plain());
 }
 
 TEST_P(GigEVisionLayoutTest, UpdatesThroughLegacyEndianRegistersAgainstItsDescription) {
@@ -180,6 +195,7 @@ TEST_P(GigEVisionLayoutTest, UpdatesThroughLegacyEndianRegistersAgainstItsDescri
     Update(Plain());
     EXPECT_THAT(DescribeDevice(mOptions, GetParam()),
                 testing::Not(HasSubstr("<Endianess>LittleEndian")));
+    UpdateOneNamelessFile(RegisterLayout::kLegacyEndian, Plain());
 }
 
 TEST_P(GigEVisionLayoutTest, GivesRegistersOfALittleEndianDeviceByCommandAsConfigured) {
@@ -228,6 +244,8 @@ TEST_P(FileLayoutTest, UpdatesThroughRegistersThatDependOnTheSelectors) {
     steps.succeeded = [&] { return Get(at(0x0c)) == 0; };
     steps.result = [&] { return Get(at(0x10)); };
     Update(steps);
+    steps.select(0);
+    UpdateOneNamelessFile(RegisterLayout::kSelectorDependent, steps);
 }
 
 TEST_P(FileLayoutTest, UpdatesThroughBitFields) {
@@ -266,6 +284,7 @@ TEST_P(FileLayoutTest, UpdatesThroughBitFields) {
     steps.range(0, 6);
     steps.execute(kWrite, 0);
     EXPECT_EQ(Get(0xfffffc) >> 28U, 4U) << "InvalidLength";
+    UpdateOneNamelessFile(RegisterLayout::kBitFields, steps);
 }
 
 TEST_P(FileLayoutTest, UpdatesThroughLocalSelectors) {
@@ -284,6 +303,7 @@ TEST_P(FileLayoutTest, UpdatesThroughLocalSelectors) {
     EXPECT_EQ(TryGet(0x10304), DeviceChannel::kInvalidAddress) << "no operation selector";
     EXPECT_EQ(TryPut(0x10300, 6), DeviceChannel::kInvalidParameter) << "not a file of this device";
     EXPECT_EQ(Get(0x1031c), 3U);
+    UpdateOneNamelessFile(RegisterLayout::kLocalSelectors, steps);
 }
 
 TEST_P(FileLayoutTest, UpdatesThroughACommandRegister) {
@@ -306,6 +326,7 @@ TEST_P(FileLayoutTest, UpdatesThroughACommandRegister) {
     EXPECT_EQ(Get(0x10314), 16U);
     EXPECT_EQ(TryPut(0x10318, 4), DeviceChannel::kInvalidParameter);
     EXPECT_EQ(TryPut(0x10318, 0x100), DeviceChannel::kInvalidParameter);
+    UpdateOneNamelessFile(RegisterLayout::kCommandRegister, steps);
 }
 
 TEST_P(FileLayoutTest, ShowsTheCommandUntilItIsDone) {
@@ -343,6 +364,7 @@ TEST_P(FileLayoutTest, UpdatesThroughAWriteOnlyExecuteRegister) {
     EXPECT_THAT(DescribeDevice(mOptions, GetParam()),
                 HasSubstr("<ImposedAccessMode>WO</ImposedAccessMode>\n"
                           "    <pValue>FileOperationExecuteReg</pValue>"));
+    UpdateOneNamelessFile(RegisterLayout::kWriteOnlyExecute, Plain());
 }
 
 TEST_P(FileLayoutTest, KeepsWhatWasWrittenToAWriteOnlyReset) {
@@ -378,6 +400,11 @@ TEST_P(FileLayoutTest, UpdatesThroughAReadOnlyOffset) {
     Succeed(steps, kRead);
     EXPECT_EQ(Get(0x10410), 8U) << "an operation done twice shows";
     EXPECT_EQ(Get(0x10400), 0U) << "of another file";
+    steps.range = [&](std::uint64_t offset, std::uint32_t length) {
+        Put(0x10314, length);
+        EXPECT_EQ(Get(0x10400), offset);
+    };
+    UpdateOneNamelessFile(RegisterLayout::kReadOnlyOffset, steps);
 }
 
 TEST_P(FileLayoutTest, UpdatesThroughWideRegisters) {
@@ -408,17 +435,7 @@ TEST_P(FileLayoutTest, UpdatesThroughWideRegisters) {
     // GigE Vision knows the lower half of an address only.
     EXPECT_EQ(TryGet(base & 0xffffffffU),
               GetParam() == Bus::kGigEVision ? 0U : DeviceChannel::kInvalidAddress);
-}
-
-TEST_P(FileLayoutTest, WorksWithoutAFileSelectorInEveryLayout) {
-    for (const RegisterLayout layout : simulator::AllLayouts()) {
-        SCOPED_TRACE(NameOf(layout));
-        mOptions.profile = simulator::Profile::kMainLoad;
-        Make(layout);
-        const std::uint64_t selector = layout == RegisterLayout::kWide ? 0xffffd0000000 : 0x10300;
-        EXPECT_EQ(TryGet(selector), DeviceChannel::kInvalidAddress);
-        EXPECT_THAT(DescribeDevice(mOptions, GetParam()), testing::Not(HasSubstr("FileSelector")));
-    }
+    UpdateOneNamelessFile(RegisterLayout::kWide, steps);
 }
 
 TEST_P(FileLayoutTest, RefusesWhatARegisterDoesNotAllow) {
