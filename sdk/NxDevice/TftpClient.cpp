@@ -9,8 +9,8 @@
 
 #include <NxDevice/TftpReader.h>
 #include <NxDevice/TftpSession.h>
-#include <NxDevice/TftpWriter.h>
 
+#include "DfwHeaderCodec.h"
 #include "TftpFileSource.h"
 
 namespace {
@@ -61,6 +61,14 @@ unsigned int WindowSizeFor(unsigned int blockSize) {
     return std::clamp(bytes / blockSize, 1U, kMostBlocksInWindow);
 }
 
+// A device is reset by such a record before it could acknowledge it.
+bool IsResetRecord(std::span<const std::byte> data) {
+    NxDfwHeader header;
+    return data.size() == NxDfwHeader::kSize &&
+           DfwHeaderCodec::Decode(data.first<NxDfwHeader::kSize>(), header).empty() &&
+           header.kind == NxDfwHeader::Kind::kReset;
+}
+
 class MemorySource : public TftpSource {
   public:
     explicit MemorySource(std::span<const std::byte> data) : mData(data) {}
@@ -105,17 +113,17 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
 NxResult TftpClient::SendFile(const NxString& localPath) {
     TftpFileSource source;
     NxResult result = source.Open(localPath);
-    return result.IsOK() ? Send(source) : result;
+    return result.IsOK() ? Send(source, LastSilence::kIsFailure) : result;
 }
 
 NxResult TftpClient::SendData(std::span<const std::byte> data) {
     MemorySource source(data);
-    return Send(source);
+    return Send(source, IsResetRecord(data) ? LastSilence::kIsArrival : LastSilence::kIsFailure);
 }
 
-NxResult TftpClient::Send(TftpSource& source) {
+NxResult TftpClient::Send(TftpSource& source, LastSilence lastSilence) {
     return Run(source.Size(), [&](TftpSession& session) {
-        return TftpWriter(session, source).Run(mRemoteFileName, WantedOptions());
+        return TftpWriter(session, source, lastSilence).Run(mRemoteFileName, WantedOptions());
     });
 }
 

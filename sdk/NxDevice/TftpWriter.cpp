@@ -28,8 +28,12 @@ constexpr std::size_t kHeaderSize = std::tuple_size_v<TftpEncoder::Header>;
 
 }  // namespace
 
-TftpWriter::TftpWriter(TftpSession& session, TftpSource& source)
-    : mSession(session), mSource(source), mTimer(kShortestTimeout), mPacing(1) {}
+TftpWriter::TftpWriter(TftpSession& session, TftpSource& source, LastSilence lastSilence)
+    : mSession(session),
+      mSource(source),
+      mLastSilence(lastSilence),
+      mTimer(kShortestTimeout),
+      mPacing(1) {}
 
 NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
     wanted.transferSize = mSource.Size();
@@ -74,7 +78,8 @@ unsigned int TftpWriter::LongestWindow(const TftpOptions& options) const {
     if (blocks > TftpBlockNumbers::kLastBeforeRollover) {
         return 1;
     }
-    // At least one acknowledgement is to come before the last window: see MayHaveEnded.
+    // At least one acknowledgement is to come before the last window: a server that takes a window
+    // to be what it is not shows that before everything has been sent.
     return static_cast<unsigned int>(std::min<std::uint64_t>(options.windowSize, (blocks + 1) / 2));
 }
 
@@ -125,12 +130,14 @@ NxResult TftpWriter::AwaitAcknowledgement() {
         bool timedOut = false;
         NxResult result = mSession.Receive(deadline, packet, timedOut);
         if (!result.IsOK()) {
-            return result;
+            mEnded = ShowsClosedTransfer(packet);
+            return mEnded ? NxResult() : result;
         }
         if (!timedOut && packet.opcode == TftpOpcode::kData) {
             return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
                                   "its TFTP server answered a write request with data");
         }
+        mAnswerWasRepeated = mAnswerWasRepeated || (!timedOut && IsLastAnswer(packet));
         if (!timedOut && IsFirstAnswer(packet) && wholeWindowSent &&
             mSession.Now() - mSentAt >= kLateFirstAnswer) {
             mLacksFirstBlock = true;
@@ -168,11 +175,17 @@ bool TftpWriter::IsFirstAnswer(const TftpPacket& packet) const {
                                   (packet.opcode == TftpOpcode::kAck && packet.number == 0));
 }
 
+bool TftpWriter::IsLastAnswer(const TftpPacket& packet) const {
+    return IsFirstAnswer(packet) ||
+           (packet.opcode == TftpOpcode::kAck && packet.number == mNumbers.NumberOf(mAcknowledged));
+}
+
 void TftpWriter::Acknowledge(std::uint64_t block) {
     const TftpSession::TimePoint now = mSession.Now();
     const bool wholeWindow = block == mHighest;
     mAcknowledged = block;
     mLacksFirstBlock = false;
+    mAnswerWasRepeated = false;
     mNext = std::max(mNext, block + 1);
     mMovedAt = now;
     mTimer.EndBackOff();
@@ -196,13 +209,7 @@ void TftpWriter::GoBack() {
 NxResult TftpWriter::OnTimeout() {
     const TftpSession::TimePoint now = mSession.Now();
     if (now - mMovedAt >= TftpTimer::kSilenceLimit) {
-        if (MayHaveEnded()) {
-            mEnded = true;
-            return NxResult();
-        }
-        return mSession.Silence("its TFTP server stopped answering after " +
-                                std::to_string(BytesIn(mAcknowledged)) + " of " +
-                                std::to_string(mSource.Size()) + " bytes");
+        return FellSilent();
     }
     mTimer.BackOff();
     mSession.Monitor().Stall(
@@ -221,15 +228,38 @@ NxResult TftpWriter::OnTimeout() {
     return mSession.CheckPace(BytesIn(mAcknowledged));
 }
 
-// Whether the server may be silent because the transfer has ended well for it. Nobody acknowledges
-// an acknowledgement: a server that has everything, and sent its last one, may be gone, while that
-// last one was lost. It is taken to have everything when all but the last window is acknowledged
-// and that window was sent again and again. A server that died at that very moment looks the same;
-// whether the firmware is in order is for the device's status to say. A server that was last heard
-// to lack the first block has not got everything.
-bool TftpWriter::MayHaveEnded() const {
-    return mSession.CanSend() && mHighest == mBlockCount && !mLacksFirstBlock &&
-           (mAcknowledged > 0 || mBlockCount == 1);
+NxResult TftpWriter::FellSilent() {
+    mEnded = SilenceIsArrival();
+    if (mEnded) {
+        return NxResult();
+    }
+    std::string reason = "its TFTP server stopped answering after " +
+                         std::to_string(BytesIn(mAcknowledged)) + " of " +
+                         std::to_string(mSource.Size()) + " bytes";
+    if (mHighest == mBlockCount) {
+        reason += "; the rest was sent too, but never acknowledged";
+    }
+    return mSession.Silence(reason);
+}
+
+bool TftpWriter::LacksLastBlockAtMost() const {
+    return mAcknowledged + 1 == mBlockCount && mHighest == mBlockCount;
+}
+
+// Nobody acknowledges an acknowledgement: a server that has everything may close the transfer
+// although its last one was lost, and then knows no transfer when the last block comes once more.
+// One that went on to repeat the answer before it was waiting for the last block and gave up.
+bool TftpWriter::ShowsClosedTransfer(const TftpPacket& packet) const {
+    const bool lastBlockWasRepeated = mRepeatedUpTo == mBlockCount && mNext > mBlockCount;
+    return packet.opcode == TftpOpcode::kError &&
+           packet.number == static_cast<std::uint16_t>(TftpErrorCode::kUnknownTransferId) &&
+           LacksLastBlockAtMost() && lastBlockWasRepeated && !mAnswerWasRepeated;
+}
+
+// A server that was last heard to lack the first block has not got everything.
+bool TftpWriter::SilenceIsArrival() const {
+    return mLastSilence == LastSilence::kIsArrival && LacksLastBlockAtMost() && !mLacksFirstBlock &&
+           mSession.CanSend();
 }
 
 std::uint64_t TftpWriter::WindowEnd() const {

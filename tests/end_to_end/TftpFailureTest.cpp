@@ -117,6 +117,23 @@ TEST_F(TftpFailureTest, GivesUpAServerThatStopsInTheMiddle) {
     EXPECT_EQ(camera.State()["stored_version"], "1.0");
 }
 
+TEST_F(TftpFailureTest, DoesNotTakeTheSuccessOfAnEarlierUpdateForItsOwn) {
+    // Ethernet's packet size, unlike loopback's, makes the client ask for windows of many blocks:
+    // the device falls silent with the first half of the file, after the first window.
+    const NetworkPair network({NetworkPair::Cable{"169.254.0.1/16", "169.254.0.2/16"}});
+    SimulatedCamera camera({"--profile", "loader", "--tftp-silent-at", "31000", "--interface",
+                            "far0", "--address", "169.254.0.2"},
+                           &network);
+    const std::string interface = "--localinterface=" + NetworkPair::NearMac(0);
+    ExpectUpdated(RunUpdater({interface, "--noreset", Payload(1, 20000)}));
+    ASSERT_THAT(camera.State()["last_status"].get<std::string>(), StartsWith("Firmware applied:"));
+    const std::string firmware = camera.Firmware();
+    const ProcessResult result =
+        RunUpdater({interface, "--noreset", Payload(2, 60000)}, seconds(60));
+    ExpectTransferFailed(result, "stopped answering after 30828 of 60064 bytes");
+    EXPECT_TRUE(camera.Firmware() == firmware);
+}
+
 TEST_F(TftpFailureTest, AcceptsNoOptionValueOutOfRange) {
     // Ethernet's packet size, unlike loopback's, makes the client ask for windows of many blocks.
     const NetworkPair network({NetworkPair::Cable{"169.254.0.1/16", "169.254.0.2/16"}});

@@ -33,7 +33,8 @@ std::uint16_t FakeTftpServer::NumberOf(std::uint64_t block) const {
 }
 
 bool FakeTftpServer::IsMute(const Transfer& transfer) const {
-    return transfer.block >= mBehaviour.muteAfterBlock;
+    return transfer.block >= mBehaviour.muteAfterBlock ||
+           (mBehaviour.mutesLastAck && transfer.isWrite && transfer.done);
 }
 
 std::vector<FakeTftpServer::Datagram> FakeTftpServer::OnDatagram(const Datagram& datagram,
@@ -42,11 +43,15 @@ std::vector<FakeTftpServer::Datagram> FakeTftpServer::OnDatagram(const Datagram&
         return OnRequest(datagram.bytes, now);
     }
     const auto found = mTransfers.find(datagram.port);
+    const std::uint16_t opcode = NumberAt(datagram.bytes, 0);
     if (found == mTransfers.end()) {
-        return {};
+        if (!mBehaviour.rejectsStrays || opcode == 5) {
+            return {};
+        }
+        ++mRejectedStrays;
+        return {{datagram.port, TftpScript::Error(5, "no transfer")}};
     }
     Transfer& transfer = found->second;
-    const std::uint16_t opcode = NumberAt(datagram.bytes, 0);
     std::vector<std::string> answers;
     if (opcode == 5) {
         mTransfers.erase(found);

@@ -19,6 +19,8 @@ class FakeTftpServer {
         Options options = Options::kGranted;
         bool rolloverToOne = false;
         bool vanishesAfterLastAck = false;  ///< does not repeat its last acknowledgement
+        bool mutesLastAck = false;          ///< never acknowledges a last block
+        bool rejectsStrays = false;         ///< answers what belongs to no transfer with ERROR 5
         std::uint64_t muteAfterBlock = UINT64_MAX;
         Clock::duration answerDelay{0};
     };
@@ -40,6 +42,7 @@ class FakeTftpServer {
     /// Files that arrived completely.
     [[nodiscard]] const std::vector<std::string>& Files() const { return mFiles; }
     [[nodiscard]] unsigned int RepeatedBlocks() const { return mRepeatedBlocks; }
+    [[nodiscard]] unsigned int RejectedStrays() const { return mRejectedStrays; }
     [[nodiscard]] Clock::duration AnswerDelay() const { return mBehaviour.answerDelay; }
 
   private:
@@ -70,4 +73,5 @@ class FakeTftpServer {
     std::uint16_t mNextPort = 40000;
     std::vector<std::string> mFiles;
     unsigned int mRepeatedBlocks = 0;
+    unsigned int mRejectedStrays = 0;
 };

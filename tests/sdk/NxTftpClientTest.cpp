@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxDevice/NxDfwPayload.h>
 
 #include "Process.h"
 #include "TemporaryFolder.h"
@@ -90,6 +92,48 @@ TEST(NxTftpClientTest, SendsPlainBlocksThroughAFaultyNetwork) {
         ASSERT_FALSE(server.Files().empty());
         EXPECT_TRUE(server.Files().front() == content);
     }
+}
+
+TEST(NxTftpClientTest, OnlyAResetRecordNeedsNoAcknowledgement) {
+    const TemporaryFolder folder;
+    const std::string body = folder.Write("body.bin", "firmware");
+    const std::string payload = (folder.Path() / "camera.dfw").string();
+    ASSERT_TRUE(NxDfwPayload::Create(body, "MirskoCam", 2, 1, payload).IsOK());
+    const auto record = [&payload](const auto& build) {
+        std::vector<unsigned char> bytes(4096);
+        unsigned int length = 0;
+        EXPECT_TRUE(build(payload, bytes.data(), 4096U, length).IsOK());
+        return std::string(bytes.begin(), bytes.begin() + length);
+    };
+    const std::string reset = record(NxDfwPayload::GetResetRecord);
+    const std::string newId = record([](const auto& file, auto... buffer) {
+        return NxDfwPayload::GetDeviceIdRecord(file, "left", buffer...);
+    });
+    std::string damaged = reset;
+    damaged.back() = static_cast<char>(damaged.back() ^ 1);
+
+    UdpTftpServer server({.mutesLastAck = true}, {}, 5);
+    // All at once: each of them waits until the silence has lasted ten seconds.
+    const auto sent = [](const std::string& content) {
+        return std::async(std::launch::async, [content] {
+            NxTftpClient client;
+            return Send(client, content).GetCode();
+        });
+    };
+    std::vector<std::future<unsigned int>> outcomes;
+    for (const std::string& content : {reset, damaged, newId, reset + "x"}) {
+        outcomes.push_back(sent(content));
+    }
+    outcomes.push_back(std::async(std::launch::async, [&payload] {
+        NxTftpClient client;
+        EXPECT_TRUE(client.Init(kConnectionId, "RemoteUpdateDfw").IsOK());
+        return client.SendFile(payload).GetCode();
+    }));
+    EXPECT_EQ(outcomes[0].get(), kNxOk);
+    for (std::size_t i = 1; i < outcomes.size(); ++i) {
+        EXPECT_EQ(outcomes[i].get(), kNxTimeout) << i;
+    }
+    EXPECT_EQ(server.Files().size(), outcomes.size());
 }
 
 TEST(NxTftpClientTest, ReadsAFileThroughAFaultyNetwork) {

@@ -130,6 +130,32 @@ TEST_F(TftpWindowTest, AServerThatDiesBeforeTheFirstWindowIsAFailure) {
     EXPECT_LE(mDuration, 10200ms);
 }
 
+TEST_F(TftpWindowTest, AServerThatDiesBeforeTheLastWindowIsAFailure) {
+    for (const auto silence :
+         {TftpWriter::LastSilence::kIsFailure, TftpWriter::LastSilence::kIsArrival}) {
+        mLastSilence = silence;
+        OpenWithWindow("28", "2");
+        ExpectBlocks(1, {"01234567", "89abcdef"}).Reply(kPeer, Ack(2));
+        ExpectBlocks(3, {"ghijklmn", "opqr"}).TimeOut();
+        for (int i = 0; i < 10; ++i) {
+            mSocket.ExpectSend(kPeer, Data(3, "ghijklmn"))
+                .TimeOut()
+                .ExpectSend(kPeer, Data(4, "opqr"))
+                .TimeOut();
+        }
+        EXPECT_EQ(Write("0123456789abcdefghijklmnopqr", Blocks(8, 2)).GetCode(), kNxTimeout);
+        EXPECT_LE(mDuration, 10200ms);
+    }
+}
+
+TEST_F(TftpWindowTest, ATransferThatIsClosedInTheLastWindowIsAFailure) {
+    OpenWithWindow("28", "2");
+    ExpectBlocks(1, {"01234567", "89abcdef"}).Reply(kPeer, Ack(2));
+    ExpectBlocks(3, {"ghijklmn", "opqr"}).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(3, "ghijklmn")).Reply(kPeer, Error(5, "no transfer"));
+    EXPECT_EQ(Write("0123456789abcdefghijklmnopqr", Blocks(8, 2)).GetCode(), kNxTftpError);
+}
+
 TEST_F(TftpWindowTest, EndlessDuplicatesCannotStallIt) {
     OpenWithBlocksOfEight("9");
     Exchange(1, "01234567");
@@ -146,7 +172,7 @@ TEST_F(TftpWindowTest, EndlessDuplicatesCannotStallIt) {
     for (; total < 10000ms; total += 20ms) {
         mSocket.Reply(kPeer, Ack(1), 20ms);
     }
-    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+    EXPECT_EQ(Write("012345678", Blocks(8)).GetCode(), kNxTimeout);
     EXPECT_LE(mDuration, 10100ms);
 }
 

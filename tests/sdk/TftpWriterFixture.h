@@ -20,7 +20,7 @@ class TftpWriterTest : public testing::Test {
     }
     NxResult Write(TftpSource& source, const TftpOptions& wanted) {
         TftpSession session(mSocket, TftpScript::kServer, "192.168.1.20 on eth1", mMonitor);
-        TftpWriter writer(session, source);
+        TftpWriter writer(session, source, mLastSilence);
         const auto start = mSocket.Now();
         NxResult result = writer.Run("file", wanted);
         mDuration = mSocket.Now() - start;
@@ -51,7 +51,15 @@ class TftpWriterTest : public testing::Test {
             .Reply(TftpScript::kPeer, TftpScript::Ack(block));
     }
 
+    // Silence until the writer gives up, in answer to that block.
+    void StayAwayFrom(std::uint16_t block, const std::string& data) {
+        for (int i = 0; i < 11; ++i) {
+            mSocket.ExpectSend(TftpScript::kPeer, TftpScript::Data(block, data)).TimeOut();
+        }
+    }
+
     ScriptedSocket mSocket;
+    TftpWriter::LastSilence mLastSilence = TftpWriter::LastSilence::kIsFailure;
     TftpMonitor mMonitor;
     DatagramSocket::Clock::duration mDuration{};
 };

@@ -239,25 +239,91 @@ TEST_F(TftpWriterTest, GivesUpWhenTheServerStopsInTheMiddle) {
     EXPECT_LE(mDuration, 10100ms);
 }
 
-TEST_F(TftpWriterTest, ALostLastAckIsNoFailure) {
+TEST_F(TftpWriterTest, SilenceInPlaceOfTheLastAckIsAFailure) {
     OpenWithBlocksOfEight("9");
     Exchange(1, "01234567");
-    for (int i = 0; i < 11; ++i) {
-        mSocket.ExpectSend(kPeer, Data(2, "8")).TimeOut();
-    }
-    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+    StayAwayFrom(2, "8");
+    const NxResult result = Write("012345678", Blocks(8));
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_STREQ(result.GetDescription().GetAscii(),
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server stopped answering "
+                 "after 8 of 9 bytes; the rest was sent too, but never acknowledged");
     EXPECT_LE(mDuration, 10100ms);
 }
 
-TEST_F(TftpWriterTest, ALostLastAckOfASingleBlockIsNoFailure) {
+TEST_F(TftpWriterTest, SilenceInPlaceOfTheOnlyAckIsAFailure) {
     OpenWithBlocksOfEight("3");
-    for (int i = 0; i < 11; ++i) {
-        mSocket.ExpectSend(kPeer, Data(1, "abc")).TimeOut();
+    StayAwayFrom(1, "abc");
+    EXPECT_EQ(Write("abc", Blocks(8)).GetCode(), kNxTimeout);
+}
+
+TEST_F(TftpWriterTest, SilenceInPlaceOfTheLastAckIsArrivalOfWhatMakesTheServerGoAway) {
+    mLastSilence = TftpWriter::LastSilence::kIsArrival;
+    OpenWithBlocksOfEight("3");
+    StayAwayFrom(1, "abc");
+    EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
+    EXPECT_LE(mDuration, 10100ms);
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    StayAwayFrom(2, "8");
+    EXPECT_TRUE(Write("012345678", Blocks(8)).IsOK());
+}
+
+TEST_F(TftpWriterTest, SilenceBeforeTheLastBlockIsAlwaysAFailure) {
+    mLastSilence = TftpWriter::LastSilence::kIsArrival;
+    OpenWithBlocksOfEight("20");
+    Exchange(1, "01234567");
+    StayAwayFrom(2, "89abcdef");
+    EXPECT_EQ(Write("0123456789abcdefghij", Blocks(8)).GetCode(), kNxTimeout);
+}
+
+TEST_F(TftpWriterTest, AClosedTransferThatHadAllButTheLastAckIsDone) {
+    for (const auto& text : {"012345678"s, "01234567"s}) {
+        OpenWithBlocksOfEight(std::to_string(text.size()));
+        Exchange(1, "01234567");
+        mSocket.ExpectSend(kPeer, Data(2, text.substr(8))).TimeOut();
+        mSocket.ExpectSend(kPeer, Data(2, text.substr(8))).Reply(kPeer, Error(5, "no transfer"));
+        EXPECT_TRUE(Write(text, Blocks(8)).IsOK());
+        EXPECT_LE(mDuration, 100ms);
     }
+}
+
+TEST_F(TftpWriterTest, AClosedTransferOfASingleBlockIsDone) {
+    OpenWithBlocksOfEight("3");
+    mSocket.ExpectSend(kPeer, Data(1, "abc")).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(1, "abc")).Reply(kPeer, Error(5, "no transfer"));
     EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
 }
 
+TEST_F(TftpWriterTest, ATransferClosedBeforeTheLastBlockCameTwiceIsAFailure) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "8")).Reply(kPeer, Error(5, "no transfer"));
+    EXPECT_EQ(Write("012345678", Blocks(8)).GetCode(), kNxTftpError);
+}
+
+TEST_F(TftpWriterTest, ATransferClosedBeforeTheLastBlockIsAFailure) {
+    OpenWithBlocksOfEight("20");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "89abcdef")).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(2, "89abcdef")).Reply(kPeer, Error(5, "no transfer"));
+    EXPECT_EQ(Write("0123456789abcdefghij", Blocks(8)).GetCode(), kNxTftpError);
+}
+
+TEST_F(TftpWriterTest, ATransferClosedByAServerThatWaitedForTheLastBlockIsAFailure) {
+    OpenWithBlocksOfEight("9");
+    Exchange(1, "01234567");
+    mSocket.ExpectSend(kPeer, Data(2, "8")).Reply(kPeer, Ack(1)).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(2, "8")).Reply(kPeer, Error(5, "no transfer"));
+    EXPECT_EQ(Write("012345678", Blocks(8)).GetCode(), kNxTftpError);
+    OpenWithBlocksOfEight("3");
+    mSocket.ExpectSend(kPeer, Data(1, "abc")).Reply(kPeer, OptionAck({"blksize", "8"})).TimeOut();
+    mSocket.ExpectSend(kPeer, Data(1, "abc")).Reply(kPeer, Error(5, "no transfer"));
+    EXPECT_EQ(Write("abc", Blocks(8)).GetCode(), kNxTftpError);
+}
+
 TEST_F(TftpWriterTest, SilenceIsAFailureWhenTheServerWasLastHeardToLackTheOnlyBlock) {
+    mLastSilence = TftpWriter::LastSilence::kIsArrival;
     for (const std::string& firstAnswer : {OptionAck({"blksize", "8"}), Ack(0)}) {
         mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
             .TimeOut(1s, 1s)
@@ -308,6 +374,7 @@ TEST_F(TftpWriterTest, GoesOnWhenTheNetworkWasDownForAMoment) {
 }
 
 TEST_F(TftpWriterTest, NeverTakesALastBlockThatCouldNotBeSentForArrived) {
+    mLastSilence = TftpWriter::LastSilence::kIsArrival;
     OpenWithBlocksOfEight("9");
     Exchange(1, "01234567");
     for (int i = 0; i < 11; ++i) {

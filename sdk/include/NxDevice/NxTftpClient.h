@@ -26,13 +26,15 @@ class NX_API NxTftpClient {
     ///         before stays then
     NxResult Init(const NxString& connectionID, const NxString& remoteFileName);
     /// Sends a whole local file, which is never held in memory as a whole; blocks until it is done
-    /// or failed.
+    /// or failed. Done means that the server acknowledged the last block, or all blocks but that
+    /// one and then answered its repetition that the transfer is closed.
     /// @return kNxLocalFile, kNxInvalidArgument before Init, kNxSocket when the interface cannot be
     ///         used, kNxTimeout when the server does not answer any more, kNxTftpError for an ERROR
     ///         packet (RFC 1350, section 5) with the server's text, kNxProtocol for an answer that
     ///         cannot be (RFC 2347)
     NxResult SendFile(const NxString& localPath);
-    /// Sends that many bytes; else as SendFile.
+    /// Sends that many bytes; else as SendFile. A reset record (NxDfwPayload::GetResetRecord) is
+    /// also done when the server takes the request and is silent from then on.
     /// @param data null is allowed for 0 bytes only (kNxInvalidArgument)
     NxResult SendData(const unsigned char* data, unsigned int length);
     /// Receives the remote file.

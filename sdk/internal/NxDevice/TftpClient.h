@@ -13,6 +13,7 @@
 #include <NxDevice/TftpMonitor.h>
 #include <NxDevice/TftpOptions.h>
 #include <NxDevice/TftpSource.h>
+#include <NxDevice/TftpWriter.h>
 
 /// What tests and benchmarks may choose for themselves.
 struct TftpClientSettings {
@@ -35,7 +36,9 @@ class NX_API TftpClient {
     [[nodiscard]] const TftpMonitor& Monitor() const { return mMonitor; }
 
   private:
-    NxResult Send(TftpSource& source);
+    using LastSilence = TftpWriter::LastSilence;
+
+    NxResult Send(TftpSource& source, LastSilence lastSilence);
     template <typename Transfer>
     NxResult Run(std::uint64_t size, const Transfer& transfer);
     [[nodiscard]] TftpOptions WantedOptions() const;

@@ -18,8 +18,17 @@
 /// Sends a file to a server. One object makes one transfer.
 class NX_API TftpWriter {
   public:
-    TftpWriter(TftpSession& session, TftpSource& source);
+    /// What it means when a server that was sent everything never answers the last block.
+    enum class LastSilence {
+        kIsFailure,
+        kIsArrival,  ///< for what makes the server go away the moment that it has it
+    };
 
+    TftpWriter(TftpSession& session, TftpSource& source,
+               LastSilence lastSilence = LastSilence::kIsFailure);
+
+    /// @return OK when the server acknowledged the last block; also when it acknowledged all blocks
+    ///         before, and answers a repeat of the last one that the transfer is closed
     NxResult Run(const std::string& fileName, TftpOptions wanted);
 
   private:
@@ -29,16 +38,21 @@ class NX_API TftpWriter {
     NxResult SendBlock(std::uint64_t block);
     NxResult AwaitAcknowledgement();
     [[nodiscard]] bool IsFirstAnswer(const TftpPacket& packet) const;
+    [[nodiscard]] bool IsLastAnswer(const TftpPacket& packet) const;
     void Acknowledge(std::uint64_t block);
     NxResult OnTimeout();
     void OnGap();
     void GoBack();
-    [[nodiscard]] bool MayHaveEnded() const;
+    [[nodiscard]] bool LacksLastBlockAtMost() const;
+    [[nodiscard]] bool ShowsClosedTransfer(const TftpPacket& packet) const;
+    [[nodiscard]] bool SilenceIsArrival() const;
+    NxResult FellSilent();
     [[nodiscard]] std::uint64_t WindowEnd() const;
     [[nodiscard]] std::uint64_t BytesIn(std::uint64_t blocks) const;
 
     TftpSession& mSession;
     TftpSource& mSource;
+    LastSilence mLastSilence;
     TftpOptions mOptions;
     TftpTimer mTimer;
     TftpPacing mPacing;
@@ -52,6 +66,7 @@ class NX_API TftpWriter {
     std::uint64_t mRepeatedUpTo = 0;  ///< blocks up to this one may have been sent twice
     bool mProbing = false;            ///< the next burst asks what has arrived
     bool mLacksFirstBlock = false;    ///< the server said so, and nothing else since
+    bool mAnswerWasRepeated = false;  ///< the last one, since the blocks after it were sent
     bool mEnded = false;
 
     TftpSession::TimePoint mSentAt;      ///< of the last block sent
