@@ -1,8 +1,12 @@
 #include <NxBase/NxResult.h>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 
 namespace {
+
+// Room for two of the longest paths and what is said of them.
+constexpr std::size_t kLongestDescription = 10000;
 
 const char* GeneralDescription(unsigned int code) {
     switch (code) {
@@ -77,7 +81,7 @@ NxResult::NxResult(unsigned int code)
     : mCode(code), mDescription(code == kNxOk ? NxString() : DescribeCode(code)) {}
 
 NxResult::NxResult(unsigned int code, const NxString& description)
-    : mCode(code), mDescription(description) {}
+    : mCode(code), mDescription(PrintableText(description.GetAscii(), kLongestDescription)) {}
 
 bool NxResult::IsOK() const {
     return mCode == kNxOk;

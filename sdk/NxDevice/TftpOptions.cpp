@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include <NxBase/PrintableText.h>
+
 namespace {
 
 bool ParseNumber(const std::string& text, std::uint64_t& number) {
@@ -43,12 +45,9 @@ std::string TftpOptions::Agree(const TftpPacket& optionAck, TftpOptions& agreed)
     for (const TftpOption& option : optionAck.options) {
         const auto refuse = [&option](const char* why) {
             // The value comes from the device: only its beginning, and printable, is shown.
-            std::string shown = option.name + "=" + option.value;
-            shown.resize(shown.size() < 60 ? shown.size() : 60);
-            for (char& character : shown) {
-                character = character >= ' ' && character <= '~' ? character : '?';
-            }
-            return "it answered with option " + shown + ", " + why;
+            constexpr std::size_t kShown = 60;
+            return "it answered with option " +
+                   PrintableText(option.name + "=" + option.value, kShown) + ", " + why;
         };
         if (!AsksFor(option.name)) {
             return refuse("which was not asked for");

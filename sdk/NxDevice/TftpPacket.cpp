@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include <NxBase/ByteOrder.h>
+#include <NxBase/PrintableText.h>
 
 namespace {
 
 constexpr std::size_t kHeaderSize = 4;
-constexpr std::size_t kLongestText = 200;
 constexpr std::size_t kMostOptions = 16;
 
 using Bytes = std::span<const std::byte>;
@@ -25,15 +26,10 @@ bool TakeText(Bytes& bytes, std::string& text) {
     return true;
 }
 
-std::string Printable(Bytes bytes) {
+std::string MessageOf(Bytes bytes) {
     // Cut at the zero, which some servers leave out.
-    const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
-    std::string text;
-    for (auto byte = bytes.begin(); byte != end && text.size() < kLongestText; ++byte) {
-        const auto character = std::to_integer<char>(*byte);
-        text += character >= ' ' && character <= '~' ? character : '?';
-    }
-    return text;
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return PrintableText(text.substr(0, text.find('\0')));
 }
 
 void ToLowerCase(std::string& text) {
@@ -104,7 +100,7 @@ bool TftpPacket::Parse(std::span<const std::byte> datagram, TftpPacket& packet) 
             packet.data = datagram.subspan(kHeaderSize);
             return true;
         case TftpOpcode::kError:
-            packet.text = Printable(datagram.subspan(kHeaderSize));
+            packet.text = MessageOf(datagram.subspan(kHeaderSize));
             return true;
         default:
             return false;

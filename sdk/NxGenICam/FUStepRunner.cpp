@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUUpdaterCodes.h>
 
 #include "FUUnicode.h"
@@ -10,6 +11,9 @@
 namespace NxGenICamLib {
 
 namespace {
+
+// No manifest may hold a longer one.
+constexpr std::size_t kLongestMessage = 1024;
 
 /// Empty for a code that the list does not hold.
 std::string MeaningOf(unsigned int code) {
@@ -48,7 +52,8 @@ NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureAssert& step) const {
         case FUPattern::Match::kYes:
             return {};
         case FUPattern::Match::kNo:
-            return NyUtilsLib::Result(kNxAssertFailed, step.message);
+            return NyUtilsLib::Result(kNxAssertFailed,
+                                      PrintableText(step.message, kLongestMessage));
         default:
             return NyUtilsLib::Result(
                 kNxAssertFailed, mPlace + ", " + what + ": its pattern takes too long to match");
@@ -80,8 +85,9 @@ NyUtilsLib::Result FUStepRunner::Report(const NyUtilsLib::Result& result,
 
 std::string DescribeFailure(const NyUtilsLib::Result& result) {
     const std::string failed = " failed with code " + std::to_string(result.GetCode());
-    const std::string meaning =
-        result.GetMessage().empty() ? MeaningOf(result.GetCode()) : result.GetMessage();
+    const std::string meaning = result.GetMessage().empty()
+                                    ? MeaningOf(result.GetCode())
+                                    : PrintableText(result.GetMessage(), kLongestMessage);
     return meaning.empty() ? failed : failed + ": " + meaning;
 }
 

@@ -1,6 +1,6 @@
 #include "FUUnicode.h"
 
-#include <algorithm>
+#include <NxBase/PrintableText.h>
 
 namespace NxGenICamLib {
 
@@ -39,18 +39,7 @@ bool IsXmlCharacter(unsigned int value) {
 
 std::string Quoted(std::string_view text) {
     static constexpr std::size_t kLongest = 60;
-    std::string quoted = "\"";
-    for (const char character : text.substr(0, kLongest)) {
-        quoted += character >= 0x20 && character <= 0x7E ? character : '?';
-    }
-    return quoted + (text.size() > kLongest ? "...\"" : "\"");
-}
-
-std::string Printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(),
-        [](char byte) { return (byte >= 0 && byte < 0x20) || byte == 0x7F; }, '?');
-    return text;
+    return '"' + PrintableText(text, kLongest) + '"';
 }
 
 }  // namespace NxGenICamLib

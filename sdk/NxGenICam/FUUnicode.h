@@ -18,11 +18,7 @@ FUCharacter DecodeUtf8(std::string_view text);
 /// Whether XML 1.0, section 2.2, allows the character.
 bool IsXmlCharacter(unsigned int value);
 
-/// A text in double quotes, shortened, with '?' for what is not printable ASCII: fit for a message
-/// on a terminal whatever a file or device put into it.
+/// At most 60 characters of a text as PrintableText shows them, in double quotes.
 std::string Quoted(std::string_view text);
-
-/// The text with '?' for every ASCII control character, such as those that steer a terminal.
-std::string Printable(std::string text);
 
 }  // namespace NxGenICamLib

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 
 #include "FUStepRunner.h"
 #include "FUUnicode.h"
@@ -122,7 +123,7 @@ class GenFUControl::Impl {
         if (mUpdater.ReadGenStringValue("DeviceModelName", model).GetCode() != 0) {
             model = "this device";
         }
-        const std::string message = "No update in this package is for " + Printable(model);
+        const std::string message = "No update in this package is for " + PrintableText(model);
         if (unread.GetCode() != 0) {
             return NyUtilsLib::Result(unread.GetCode(), message + ": " + unread.GetMessage());
         }

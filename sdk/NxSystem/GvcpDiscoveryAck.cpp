@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include <NxBase/ByteOrder.h>
-#include <NxSystem/PrintableText.h>
+#include <NxBase/PrintableText.h>
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include <NxBase/NxResultCodes.h>
 
-#include <NxSystem/PrintableText.h>
+#include <NxBase/PrintableText.h>
 #include <NxSystem/UsbContext.h>
 
 namespace {

@@ -24,9 +24,22 @@ void Require(bool condition) {
     }
 }
 
+// The sequences are looked for as bytes, without the code under test: C1, U+2028 to U+202E and
+// U+2066 to U+2069 in UTF-8.
 bool IsPrintable(const std::string& text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char character) { return character >= ' ' && character <= '~'; });
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = [&](std::size_t at) {
+            return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
+        };
+        const bool isC1 = byte(i) == 0xC2 && byte(i + 1) >= 0x80 && byte(i + 1) < 0xA0;
+        const bool isTurn = byte(i) == 0xE2 &&
+                            ((byte(i + 1) == 0x80 && byte(i + 2) >= 0xA8 && byte(i + 2) <= 0xAE) ||
+                             (byte(i + 1) == 0x81 && byte(i + 2) >= 0xA6 && byte(i + 2) <= 0xA9));
+        if (byte(i) < 0x20 || byte(i) == 0x7F || isC1 || isTurn) {
+            return false;
+        }
+    }
+    return text.size() < 1000;
 }
 
 constexpr Endpoint kServer{0x0a000001, 69};

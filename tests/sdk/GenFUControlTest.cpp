@@ -119,8 +119,8 @@ TEST_F(GenFUControlTest, TellsWhichFeatureCouldNotBeReadWhenNoUpdateSuits) {
 }
 
 TEST_F(GenFUControlTest, KeepsControlCharactersOfTheModelFromTheTerminal) {
-    mUpdater.features = {{"DeviceModelName", "A\x1B[2J\nB"}, {"Revision", "1"}};
-    EXPECT_EQ(Run(TwoModels()).GetMessage(), "No update in this package is for A?[2J?B");
+    mUpdater.features = {{"DeviceModelName", "A\x1B[2J\nB\u009b\u202e\u2028"}, {"Revision", "1"}};
+    EXPECT_EQ(Run(TwoModels()).GetMessage(), "No update in this package is for A?[2J?B\?\?\?");
 }
 
 TEST_F(GenFUControlTest, DoesTheStepsInOrder) {

@@ -198,7 +198,12 @@ TEST_F(GenFUParserTest, TakesTheInstalledExample) {
 }
 
 TEST_F(GenFUParserTest, ShowsNoControlCharactersOfTheManifest) {
-    const std::string message =
-        mParser.Build(ReplaceInManifest("<DeviceReset/>", "<caf\xC3\xA9/>")).GetMessage();
-    EXPECT_EQ(message, "Manifest.xml:6:1: unknown element \"caf\?\?\" in <Procedure>");
+    std::string message =
+        mParser.Build(ReplaceInManifest("<DeviceReset/>", "<caf\u00e9/>")).GetMessage();
+    EXPECT_EQ(message, "Manifest.xml:6:1: unknown element \"caf\u00e9\" in <Procedure>");
+    message = mParser
+                  .Build(ReplaceInManifest("SchemaMajorVersion=\"1\"",
+                                           "SchemaMajorVersion=\"\u009b\u202e&#10;2\""))
+                  .GetMessage();
+    EXPECT_EQ(message.substr(message.find("must")), "must be \"1\", not \"\?\?\?2\"");
 }

@@ -99,7 +99,7 @@ TEST(TftpOptionsTest, ShowsOnlyABoundedPrintablePartOfABadOption) {
     const std::string problem =
         Wanted().Agree(OptionAck({{"blksize", "\x1b[2J" + std::string(60000, '1')}}), agreed);
     EXPECT_EQ(problem, "it answered with option blksize=?[2J" + std::string(48, '1') +
-                           ", which is no number");
+                           "..., which is no number");
 }
 
 }  // namespace

@@ -54,9 +54,11 @@ TEST(TftpPacketTest, ParsesAnErrorWithOrWithoutItsZero) {
 TEST(TftpPacketTest, MakesErrorTextsPrintableAndBoundsThem) {
     TftpPacket packet;
     ASSERT_TRUE(Parse("\0\5\0\0\x1b[31mred\n\xff\x80"s + "\0"s, packet));
-    EXPECT_EQ(packet.text, "?[31mred???");
+    EXPECT_EQ(packet.text, "?[31mred?\xff?");
+    ASSERT_TRUE(Parse("\0\5\0\0\u202egel\u00f6scht\u009b2J"s, packet));
+    EXPECT_EQ(packet.text, "?gel\u00f6scht?2J");
     ASSERT_TRUE(Parse("\0\5\0\0"s + std::string(60000, 'x'), packet));
-    EXPECT_EQ(packet.text, std::string(200, 'x'));
+    EXPECT_EQ(packet.text, std::string(200, 'x') + "...");
 }
 
 TEST(TftpPacketTest, ParsesOptionsInAnyOrderAndCase) {

@@ -273,8 +273,8 @@ TEST_F(CheckCommandTest, ComparesModelTagsOfPlainPayloadsWithTheModelsNamed) {
 TEST_F(CheckCommandTest, ShowsNoControlCharactersOfAMembersName) {
     ZipFile zip;
     zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("\x1B[2Ja.dfw", GoodPayload());
-    ExpectFindings(zip, "warning: a.dfw: the updater takes the member \"?[2Ja.dfw\" for it\n");
+    zip.Add("\x1B[2J\u009b2J\u202e\u2028a.dfw", GoodPayload());
+    ExpectFindings(zip, "warning: a.dfw: the updater takes the member \"?[2J?2J\?\?a.dfw\" for it\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {

@@ -2,13 +2,14 @@
 
 #include <iostream>
 
+#include <NxBase/PrintableText.h>
+
 #include "FileKind.h"
 #include "ModelProbe.h"
 #include "ModelTags.h"
 #include "Package.h"
 #include "PackageCheck.h"
 #include "PayloadCheck.h"
-#include "PrintableText.h"
 
 CLI::App* CheckCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
@@ -27,8 +28,8 @@ int CheckCommand::Run() {
     const std::vector<Finding> findings =
         IsPayloadPath(mFile) ? CheckPlainPayload() : CheckPackage();
     for (const Finding& finding : findings) {
-        std::cout << (finding.isError ? "error: " : "warning: ") << PrintableText(finding.text)
-                  << '\n';
+        std::cout << (finding.isError ? "error: " : "warning: ")
+                  << PrintableText(finding.text, kLongestLine) << '\n';
     }
     if (findings.empty()) {
         std::cout << mFile << ": nothing found\n";

@@ -2,9 +2,11 @@
 
 #include <iostream>
 
+#include <NxBase/PrintableText.h>
+
 Command::~Command() = default;
 
 int Command::Fail(const std::string& text) {
-    std::cerr << "mirsko-package: " << text << '\n';
+    std::cerr << "mirsko-package: " << PrintableText(text, kLongestLine) << '\n';
     return kFailed;
 }

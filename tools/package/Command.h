@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <string>
+
 #include <CLI/CLI.hpp>
 
 /// One subcommand of mirsko-package: its options and what it does.
@@ -9,6 +12,9 @@ class Command {
     static constexpr int kDone = 0;
     static constexpr int kFailed = 1;  ///< a failure, or something that a check found
     static constexpr int kUsage = 2;
+
+    /// Number of characters that a printed line may have.
+    static constexpr std::size_t kLongestLine = 2000;
 
     Command() = default;
     virtual ~Command();
@@ -21,7 +27,7 @@ class Command {
     [[nodiscard]] virtual int Run() = 0;
 
   protected:
-    /// Prints "mirsko-package: <text>" to standard error.
+    /// Prints "mirsko-package: <text>" to standard error, as PrintableText makes it.
     /// @return kFailed
     static int Fail(const std::string& text);
 };

@@ -4,12 +4,12 @@
 #include <iostream>
 #include <optional>
 
+#include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUParser.h>
 
 #include "ControlFile.h"
 #include "FileKind.h"
 #include "ManifestText.h"
-#include "PrintableText.h"
 
 namespace {
 
@@ -73,14 +73,15 @@ int ImportCommand::Run() {
     error = mArchive.ReadText(*member, kLongestControlFile, text);
     error = error.empty() ? control.Read(text) : error;
     if (!error.empty()) {
-        return Fail("ControlFile.xml: " + PrintableText(error));
+        return Fail("ControlFile.xml: " + error);
     }
     for (const std::string& warning : control.Warnings()) {
-        std::cerr << "mirsko-package: ControlFile.xml: " << PrintableText(warning) << '\n';
+        std::cerr << "mirsko-package: ControlFile.xml: " << PrintableText(warning, kLongestLine)
+                  << '\n';
     }
     error = TakeFiles(control.GetModel());
     if (!error.empty()) {
-        return Fail(PrintableText(error));
+        return Fail(error);
     }
     const std::string manifest = ManifestText(control.GetModel());
     const NyUtilsLib::Result result = NxGenICamLib::GenFUParser(nullptr).Build(manifest);

@@ -3,12 +3,12 @@
 #include <iostream>
 #include <sstream>
 
+#include <NxBase/PrintableText.h>
 #include <NxDevice/NxDfwPayload.h>
 
 #include "Description.h"
 #include "FileKind.h"
 #include "Package.h"
-#include "PrintableText.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ void Print(const Json& description, const std::string& text, bool asJson) {
     }
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        std::cout << PrintableText(line) << '\n';
+        std::cout << PrintableText(line, Command::kLongestLine) << '\n';
     }
 }
 

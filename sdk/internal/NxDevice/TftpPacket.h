@@ -44,7 +44,7 @@ struct NX_API TftpPacket {
     TftpOpcode opcode = TftpOpcode::kError;
     std::uint16_t number = 0;         ///< block of DATA and ACK; code of ERROR
     std::span<const std::byte> data;  ///< DATA; part of the datagram that was parsed
-    std::string text;  ///< ERROR: its message, at most 200 characters, all printable ASCII
+    std::string text;                 ///< ERROR: its message, as PrintableText makes it
     std::vector<TftpOption> options;  ///< OACK, in its order
     bool optionsValid = true;         ///< false when an OACK breaks the format of RFC 2347
 

@@ -1,4 +1,4 @@
-#include <NxSystem/PrintableText.h>
+#include <NxBase/PrintableText.h>
 
 namespace {
 
@@ -26,21 +26,34 @@ std::size_t CharacterLength(std::string_view text) {
     return length;
 }
 
-bool IsControl(std::string_view character) {
-    const unsigned char first = ByteAt(character, 0);
+// The character's number; a byte that is no UTF-8 stands for itself.
+unsigned int CodePoint(std::string_view character) {
     if (character.size() == 1) {
-        return first < 0x20 || (first >= 0x7F && first < 0xA0);
+        return ByteAt(character, 0);
     }
-    return character.size() == 2 && first == 0xC2 && ByteAt(character, 1) < 0xA0;
+    unsigned int value = ByteAt(character, 0) & (0x7FU >> character.size());
+    for (std::size_t i = 1; i < character.size(); ++i) {
+        value = value << 6U | (ByteAt(character, i) & 0x3FU);
+    }
+    return value;
+}
+
+bool IsControl(unsigned int value) {
+    return value < 0x20 || (value >= 0x7F && value < 0xA0) || value == 0x061C || value == 0x200E ||
+           value == 0x200F || (value >= 0x2028 && value <= 0x202E) ||
+           (value >= 0x2066 && value <= 0x2069);
 }
 
 }  // namespace
 
-std::string PrintableText(std::string_view text) {
+std::string PrintableText(std::string_view text, std::size_t longest) {
     std::string printable;
-    while (!text.empty()) {
+    for (std::size_t count = 0; !text.empty(); ++count) {
+        if (count == longest) {
+            return printable + "...";
+        }
         const std::string_view character = text.substr(0, CharacterLength(text));
-        printable += IsControl(character) ? std::string_view("?") : character;
+        printable += IsControl(CodePoint(character)) ? std::string_view("?") : character;
         text.remove_prefix(character.size());
     }
     return printable;
