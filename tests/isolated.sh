@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs a command in network, process and mount namespaces of its own, with loopback up and an
-# empty /tmp: whatever it starts, binds or leaves in /tmp ends with it. Needs no privileges.
+# Runs a command in network, process and mount namespaces of its own, with loopback up and empty
+# /tmp and /run/lock: whatever it starts, binds or leaves there ends with it. Needs no privileges.
 #   tests/isolated.sh COMMAND [ARGUMENT…]
 set -eu
 if [ "$$" != 1 ]; then
@@ -23,6 +23,7 @@ case $repository in
     mount --rbind /mnt "$repository"
     ;;
 esac
+[ ! -d /run/lock ] || mount -t tmpfs -o mode=1777 tmpfs /run/lock
 mount -t proc proc /proc
 ip link set lo up
 cd "$here"

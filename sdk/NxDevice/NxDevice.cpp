@@ -9,6 +9,7 @@
 #include <NxSystem/NxDeviceInfo.h>
 
 #include "DeviceHistory.h"
+#include "DeviceLock.h"
 #include "PortRegistry.h"
 
 namespace {
@@ -32,7 +33,10 @@ class NxDevice::Impl {
         const DeviceHistory::Clock::time_point now = DeviceHistory::Clock::now();
         PortRegistry::Share share;
         std::unique_ptr<NxGenParameterArray> parameters;
-        NxResult result = PortRegistry::OfThisProcess().Acquire(mId, share);
+        NxResult result = mLock == nullptr ? DeviceLock::Acquire(mId, mLock) : NxResult();
+        if (result.IsOK()) {
+            result = PortRegistry::OfThisProcess().Acquire(mId, share);
+        }
         if (result.IsOK()) {
             result = MakeParameterArray(share.port, *share.xml, parameters);
         }
@@ -61,6 +65,7 @@ class NxDevice::Impl {
   private:
     ConnectionId mId;
     DeviceHistory::Clock::time_point mConnected;
+    std::shared_ptr<DeviceLock> mLock;  ///< given up after the device
     PortRegistry::Share mShare;
     std::unique_ptr<NxGenParameterArray> mParameters;
     // Of the times before the device was restarted: callers may still hold pointers into them.

@@ -10,6 +10,7 @@
 #include <NxDevice/TftpReader.h>
 #include <NxDevice/TftpSession.h>
 
+#include "DeviceLock.h"
 #include "DfwHeaderCodec.h"
 #include "TftpFileSource.h"
 
@@ -103,6 +104,10 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
         return NxResult(
             kNxInvalidArgument,
             "The remote file's name must have 1 to 255 bytes, not " + std::to_string(name.size()));
+    }
+    result = DeviceLock::Acquire(server, mLock);
+    if (!result.IsOK()) {
+        return result;
     }
     mServerIsSilent = mServerIsSilent && server.address == mServer.address;
     mServer = server;

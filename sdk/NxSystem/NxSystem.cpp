@@ -13,6 +13,7 @@
 #include <NxSystem/NxUSBHostController.h>
 
 #include <NxSystem/ConnectionId.h>
+#include <NxSystem/HardwareAddresses.h>
 #include <NxSystem/UsbDiscovery.h>
 
 #include "GvcpDiscovery.h"
@@ -28,6 +29,19 @@ std::unique_ptr<NxInterface> MakeAdapter(DiscoveredInterface& found) {
     adapter->address = FormatAddress(found.interface.address);
     adapter->devices = std::move(found.devices);
     return std::make_unique<NxNetworkAdapter>(std::move(adapter));
+}
+
+// So that a device is known again whichever interface leads to it.
+void RememberHardwareAddresses(const std::vector<std::unique_ptr<NxInterface>>& adapters) {
+    std::vector<HardwareAddresses::Entry> found;
+    for (const auto& adapter : adapters) {
+        for (unsigned int i = 0; i < adapter->GetDeviceCount(); ++i) {
+            const NxDeviceInfo& device = *adapter->GetDeviceInfo(i);
+            found.push_back(
+                {device.GetConnectionID().GetAscii(), device.GetMACAddress().GetAscii()});
+        }
+    }
+    HardwareAddresses::Remember(std::move(found));
 }
 
 constexpr unsigned int kUsb3VisionType = 2;
@@ -87,6 +101,7 @@ NxResult NxSystem::Find() {
     for (DiscoveredInterface& interface : found) {
         interfaces.push_back(MakeAdapter(interface));
     }
+    RememberHardwareAddresses(interfaces);
     const std::vector<UsbController> controllers = usb.get();
     for (const UsbController& controller : controllers) {
         interfaces.push_back(MakeHostController(controller));

@@ -29,7 +29,8 @@ class NX_API NxDevice {
     /// @param info null is refused
     /// @param result never null; receives the outcome: kNxInvalidArgument for a null record or a
     ///        malformed connection ID, kNxNotSupported for a device in its boot loader,
-    ///        kNxAccessDenied when another program controls the device or the system refuses,
+    ///        kNxAccessDenied when another program controls the device, another program of this
+    ///        computer works with it by this SDK (docs/device-lock.md), or the system refuses,
     ///        kNxSocket when the interface cannot be used, kNxTimeout or kNxDeviceGone when the
     ///        device does not answer or is not there, kNxProtocol or kNxDeviceError for what it
     ///        answers, kNxBadDescription when its GenICam XML cannot be used

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -14,6 +15,8 @@
 #include <NxDevice/TftpOptions.h>
 #include <NxDevice/TftpSource.h>
 #include <NxDevice/TftpWriter.h>
+
+class DeviceLock;
 
 /// What tests and benchmarks may choose for themselves.
 struct TftpClientSettings {
@@ -46,7 +49,8 @@ class NX_API TftpClient {
 
     TftpClientSettings mSettings;
     ConnectionId mServer;
-    std::string mRemoteFileName;   ///< empty: not initialised
-    bool mServerIsSilent = false;  ///< the last transfer ended so
+    std::shared_ptr<DeviceLock> mLock;  ///< of mServer
+    std::string mRemoteFileName;        ///< empty: not initialised
+    bool mServerIsSilent = false;       ///< the last transfer ended so
     TftpMonitor mMonitor;
 };
