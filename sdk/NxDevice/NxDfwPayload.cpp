@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include <NxBase/LocalFile.h>
 #include <NxBase/NxResultCodes.h>
 
 #include "DfwHeaderCodec.h"
-#include "LocalFile.h"
 #include "NewFile.h"
 
 namespace {

@@ -118,7 +118,10 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
 NxResult TftpClient::SendFile(const NxString& localPath) {
     TftpFileSource source;
     NxResult result = source.Open(localPath);
-    return result.IsOK() ? Send(source, LastSilence::kIsFailure) : result;
+    if (result.IsOK()) {
+        result = Send(source, LastSilence::kIsFailure);
+    }
+    return result.IsOK() ? source.CheckUnchanged() : result;
 }
 
 NxResult TftpClient::SendData(std::span<const std::byte> data) {

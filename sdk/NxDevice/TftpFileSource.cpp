@@ -1,9 +1,6 @@
 #include "TftpFileSource.h"
 
 #include <algorithm>
-#include <string>
-
-#include <NxBase/NxResultCodes.h>
 
 namespace {
 
@@ -12,7 +9,6 @@ constexpr std::size_t kPartSize{256U << 10U};
 }  // namespace
 
 NxResult TftpFileSource::Open(const NxString& path) {
-    mPath = path;
     mPart.resize(kPartSize);
     return mFile.Open(path);
 }
@@ -20,15 +16,19 @@ NxResult TftpFileSource::Open(const NxString& path) {
 NxResult TftpFileSource::Read(std::uint64_t offset, std::span<std::byte> buffer) {
     while (!buffer.empty()) {
         if (offset < mPartOffset || offset >= mPartOffset + mPartLength) {
-            NxResult result = mFile.ReadAt(offset, mPart, mPartLength);
+            const auto length =
+                static_cast<std::size_t>(std::min<std::uint64_t>(kPartSize, Size() - offset));
+            mPartLength = 0;
+            NxResult result = mFile.ReadWhole(offset, std::span(mPart).first(length));
+            // Before any of it is sent: a mixture never gets its last block.
+            if (result.IsOK()) {
+                result = mFile.CheckUnchanged();
+            }
             if (!result.IsOK()) {
                 return result;
             }
             mPartOffset = offset;
-            if (mPartLength == 0) {
-                return NxResult(kNxLocalFile, std::string(mPath.GetAscii()) +
-                                                  " became shorter while it was being sent");
-            }
+            mPartLength = length;
         }
         const auto skip = static_cast<std::size_t>(offset - mPartOffset);
         const std::size_t count = std::min(buffer.size(), mPartLength - skip);

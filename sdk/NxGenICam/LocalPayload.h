@@ -2,11 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <span>
 #include <string>
 
+#include <NxBase/LocalFile.h>
 #include <NxBase/NxResult.h>
 
 /// A regular file of this computer that is read once from its beginning to its end.
@@ -14,13 +13,15 @@ class LocalPayload {
   public:
     /// @return kNxLocalFile with the system's reason
     NxResult Open(const std::string& path);
-    [[nodiscard]] std::uint64_t Size() const { return mSize; }
+    [[nodiscard]] std::uint64_t Size() const { return mFile.Size(); }
     /// Fills the whole buffer with the next bytes.
-    /// @return kNxLocalFile also when the file has become shorter than that
+    /// @return kNxLocalFile also when the file does not have them, and with its last bytes when it
+    ///         was changed or replaced since it was opened
     NxResult Read(std::span<std::byte> buffer);
+    /// kNxLocalFile when the file was changed or replaced since it was opened.
+    [[nodiscard]] NxResult CheckUnchanged() const { return mFile.CheckUnchanged(); }
 
   private:
-    std::string mPath;
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile{nullptr, std::fclose};
-    std::uint64_t mSize = 0;
+    LocalFile mFile;
+    std::uint64_t mPosition = 0;
 };

@@ -245,7 +245,8 @@ NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
         left -= chunk.size();
         done = static_cast<long>(payload.Size() - left);
     }
-    return {};
+    NxResult result = payload.CheckUnchanged();
+    return result.IsOK() ? result : Explain(result, "write", end);
 }
 
 NxResult NxGenFile::Impl::Write(std::span<const std::byte> data, std::uint64_t& written) {

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <future>
 #include <string>
 #include <thread>
@@ -134,6 +137,61 @@ TEST(NxTftpClientTest, OnlyAResetRecordNeedsNoAcknowledgement) {
         EXPECT_EQ(outcomes[i].get(), kNxTimeout) << i;
     }
     EXPECT_EQ(server.Files().size(), outcomes.size());
+}
+
+// What happens to the local file in the middle of its transfer.
+TEST(NxTftpClientTest, FailsWhenTheLocalFileIsChangedOrReplacedMeanwhile) {
+    const std::string content = RandomBytes(600'000, 6);
+    const std::function<void(const std::string&)> changes[] = {
+        [](const std::string& path) {
+            std::fstream(path, std::ios::in | std::ios::out) << "other bytes";
+        },
+        [](const std::string& path) { std::ofstream(path, std::ios::app) << "more"; },
+        [](const std::string& path) { std::filesystem::resize_file(path, 400'000); },
+        [&content](const std::string& path) {
+            std::ofstream(path + ".new") << content;
+            std::filesystem::rename(path + ".new", path);
+        },
+        [](const std::string& path) { std::filesystem::remove(path); },
+    };
+    for (const auto& change : changes) {
+        const TemporaryFolder folder;
+        const std::string file = folder.Write("firmware.dfw", content);
+        // Long enough ago for the change to have a time of its own.
+        std::filesystem::last_write_time(
+            file, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+        UdpTftpServer server({.options = Options::kIgnored, .answerDelay = 1ms}, {}, 6);
+        NxTftpClient client;
+        ASSERT_TRUE(client.Init(kConnectionId, "RemoteUpdateDfw").IsOK());
+        std::future<NxResult> sent =
+            std::async(std::launch::async, [&] { return client.SendFile(file); });
+        long done = 0;
+        long total = 0;
+        EXPECT_TRUE(WaitUntil([&] { return client.GetProgress(done, total).IsOK() && done > 0; }));
+        change(file);
+        const NxResult result = sent.get();
+        EXPECT_EQ(result.GetCode(), kNxLocalFile);
+        EXPECT_EQ(std::string(result.GetDescription().GetAscii()),
+                  "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: Cannot send " + file +
+                      ": it was changed or replaced while it was being sent");
+        // The last block is held back, so that the device has no whole file of a mixture.
+        EXPECT_TRUE(server.Files().empty());
+    }
+}
+
+TEST(NxTftpClientTest, FailsWhenTheLocalFileIsReplacedAfterItsLastByteWasRead) {
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("firmware.dfw", RandomBytes(60'000, 7));
+    UdpTftpServer server({.options = Options::kIgnored, .answerDelay = 1ms}, {}, 7);
+    NxTftpClient client;
+    ASSERT_TRUE(client.Init(kConnectionId, "RemoteUpdateDfw").IsOK());
+    std::future<NxResult> sent =
+        std::async(std::launch::async, [&] { return client.SendFile(file); });
+    long done = 0;
+    long total = 0;
+    EXPECT_TRUE(WaitUntil([&] { return client.GetProgress(done, total).IsOK() && done > 0; }));
+    std::filesystem::remove(file);
+    EXPECT_EQ(sent.get().GetCode(), kNxLocalFile);
 }
 
 TEST(NxTftpClientTest, ReadsAFileThroughAFaultyNetwork) {

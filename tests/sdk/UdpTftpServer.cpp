@@ -92,7 +92,9 @@ void UdpTftpServer::ReceiveFrom(std::uint16_t number) {
 
 void UdpTftpServer::Deliver(const Datagram& datagram) {
     const sockaddr_in client = mPorts[datagram.port].client;
-    SendAll(mServer.OnDatagram(datagram, Clock::now()), client);
+    const std::vector<Datagram> answers = mServer.OnDatagram(datagram, Clock::now());
+    std::this_thread::sleep_for(mServer.AnswerDelay());
+    SendAll(answers, client);
 }
 
 void UdpTftpServer::SendAll(const std::vector<Datagram>& datagrams, const sockaddr_in& client) {

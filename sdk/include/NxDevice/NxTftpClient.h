@@ -32,10 +32,11 @@ class NX_API NxTftpClient {
     /// Sends a whole local file, which is never held in memory as a whole; blocks until it is done
     /// or failed. Done means that the server acknowledged the last block, or all blocks but that
     /// one and then answered its repetition that the transfer is closed.
-    /// @return kNxLocalFile, kNxInvalidArgument before Init, kNxSocket when the interface cannot be
-    ///         used, kNxTimeout when the server does not answer any more, kNxTftpError for an ERROR
-    ///         packet (RFC 1350, section 5) with the server's text, kNxProtocol for an answer that
-    ///         cannot be (RFC 2347)
+    /// @return kNxLocalFile when the file cannot be read or is not to the transfer's end the file
+    ///         that was opened, kNxInvalidArgument before Init, kNxSocket when the interface cannot
+    ///         be used, kNxTimeout when the server does not answer any more, kNxTftpError for an
+    ///         ERROR packet (RFC 1350, section 5) with the server's text, kNxProtocol for an answer
+    ///         that cannot be (RFC 2347)
     NxResult SendFile(const NxString& localPath);
     /// Sends that many bytes; else as SendFile. A reset record (NxDfwPayload::GetResetRecord) is
     /// also done when the server takes the request and is silent from then on.

@@ -43,8 +43,9 @@ class NX_API NxGenFile {
     NxResult Open(NxGenParameterArray* parameters, const NxString& fileName, NxGenOpenMode mode);
     /// Copies a whole local file into the open file, never holding it in memory as a whole, from
     /// where the last write ended; blocks until it is done or failed.
-    /// @return kNxLocalFile, kNxInvalidArgument when no file is open, kNxTransferIncomplete when
-    ///         the device takes no more bytes
+    /// @return kNxLocalFile when the local file cannot be read or is not to its end the file that
+    ///         was opened, kNxInvalidArgument when no file is open, kNxTransferIncomplete when the
+    ///         device takes no more bytes
     NxResult WriteFrom(const NxString& localPath);
     /// Writes from where the last write ended.
     /// @param length number of bytes at `data`, not negative

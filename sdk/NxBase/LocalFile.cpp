@@ -1,4 +1,4 @@
-#include "LocalFile.h"
+#include <NxBase/LocalFile.h>
 
 #include <cerrno>
 #include <cstring>
@@ -38,14 +38,12 @@ NxResult LocalFile::Open(const NxString& path) {
         (void)::close(mDescriptor);
     }
     mDescriptor = descriptor;
-    struct stat status {};
-    if (::fstat(mDescriptor, &status) != 0) {
+    if (::fstat(mDescriptor, &mStatus) != 0) {
         return Failure("open", mPath, std::strerror(errno));
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(mStatus.st_mode)) {
         return Failure("open", mPath, "not a regular file");
     }
-    mSize = static_cast<std::uint64_t>(status.st_size);
     return NxResult();
 }
 
@@ -67,6 +65,29 @@ NxResult LocalFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer,
         length += static_cast<std::size_t>(count);
     }
     return NxResult();
+}
+
+NxResult LocalFile::ReadWhole(std::uint64_t offset, std::span<std::byte> buffer) const {
+    std::size_t length = 0;
+    NxResult result = ReadAt(offset, buffer, length);
+    if (!result.IsOK() || length == buffer.size()) {
+        return result;
+    }
+    result = CheckUnchanged();
+    return result.IsOK() ? Failure("read", mPath, "it ends before its size says so") : result;
+}
+
+NxResult LocalFile::CheckUnchanged() const {
+    struct stat now {};
+    if (::fstat(mDescriptor, &now) != 0) {
+        return Failure("read", mPath, std::strerror(errno));
+    }
+    const bool isUnchanged = now.st_size == mStatus.st_size &&
+                             now.st_mtim.tv_sec == mStatus.st_mtim.tv_sec &&
+                             now.st_mtim.tv_nsec == mStatus.st_mtim.tv_nsec;
+    return isUnchanged && IsSameFileAs(mPath)
+               ? NxResult()
+               : Failure("send", mPath, "it was changed or replaced while it was being sent");
 }
 
 bool LocalFile::IsSameFileAs(const std::string& path) const {
