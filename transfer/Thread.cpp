@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <system_error>
 
 #include <NxBase/NxResultCodes.h>
 #include <NxDevice/NxDfwPayload.h>
@@ -36,7 +37,15 @@ Thread::~Thread() {
 }
 
 void Thread::Start() {
-    mThread = std::make_unique<std::thread>(Hook, static_cast<void*>(this));
+    try {
+        mThread = std::make_unique<std::thread>(Hook, static_cast<void*>(this));
+    } catch (const std::system_error& error) {
+        // The only way in which a thread says that the system has no room for it. Nothing was sent,
+        // so the worker has ended without an outcome.
+        SetResult(NxResult(kNxNoOutcome, std::string("Cannot start the transfer's thread: ") +
+                                             error.code().message()));
+        mComplete.store(true);
+    }
 }
 
 void Thread::Hook(void* arg) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "NoThreads.h"
 #include "ProbeThread.h"
 #include "Script.h"
 
@@ -234,6 +235,19 @@ TEST_F(TransferWorkerTest, TheOutcomeIsThereAsSoonAsTheTransferringEnds) {
         EXPECT_THAT(worker.GetProgress(), testing::AnyOf(60, 100));
     }
     EXPECT_EQ(worker.GetProgress(), 100);
+}
+
+TEST_F(TransferWorkerTest, AWorkerThatNoThreadIsToBeHadForIsCompleteAndSaysSo) {
+    worker.run = [](ProbeThread&) { FAIL() << "it ran"; };
+    {
+        const NoThreads full;
+        worker.Start();
+    }
+    EXPECT_TRUE(worker.IsComplete());
+    EXPECT_EQ(worker.mResult.GetCode(), 0x605U);
+    EXPECT_STREQ(worker.mResult.GetDescription().GetAscii(),
+                 "Cannot start the transfer's thread: Resource temporarily unavailable");
+    EXPECT_EQ(worker.GetProgress(), 0);
 }
 
 TEST_F(TransferWorkerTest, DeletingAWorkerJoinsItsThread) {
