@@ -41,6 +41,10 @@ std::size_t BufferLength(std::size_t ackLength) {
     return (ackLength + kPacket - 1) / kPacket * kPacket;
 }
 
+std::size_t WholeWords(std::size_t bytes) {
+    return bytes & ~std::size_t{3};
+}
+
 milliseconds TimeUntil(U3vChannel::Clock::time_point deadline) {
     return std::chrono::ceil<milliseconds>(deadline - U3vChannel::Clock::now());
 }
@@ -94,8 +98,9 @@ void U3vChannel::SetResponseTime(milliseconds announced) {
 void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
     const std::size_t command = std::max(longestCommand, kSmallestLimit);
     const std::size_t ack = std::max(longestAck, kSmallestLimit);
-    mReadBlock = std::min(ack - U3vPackets::kHeaderLength, kLargestBlock) & ~std::size_t{3};
-    mWriteBlock = std::min(command - U3vPackets::kWriteOverhead, mReadBlock) & ~std::size_t{3};
+    mReadBlock = WholeWords(std::min(ack - U3vPackets::kHeaderLength, kLargestBlock));
+    // The acknowledge of a write has 16 bytes, however much was written.
+    mWriteBlock = WholeWords(std::min(command - U3vPackets::kWriteOverhead, kLargestBlock));
 }
 
 NxResult U3vChannel::Read(std::uint64_t address, std::span<std::byte> buffer) {

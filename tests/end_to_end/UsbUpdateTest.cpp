@@ -161,6 +161,18 @@ TEST(UsbUpdateTest, WaitsForWhatTheCameraAnnouncesAsPending) {
     EXPECT_TRUE(camera.Events("u3v_command_repeated").empty());
 }
 
+TEST(UsbUpdateTest, SendsFewCommandsWhereOnlyAcknowledgesAreShort) {
+    UsbCamera camera({"--max-command", "65548", "--max-ack", "1024", "--buffer-size", "65536"});
+    const std::string body = RandomBytes(300000, 9);
+    ExpectSuccess(camera.Update({"--u3v", camera.Write("camera.dfw", MakePayload(body))}));
+    EXPECT_EQ(camera.Firmware(), body);
+    const auto commandsAt = [&camera](const std::string& event) {
+        return camera.Events(event).at(0)["commands"].get<int>();
+    };
+    // 10 of them carry the data; writes as short as the acknowledges would take 300.
+    EXPECT_LE(commandsAt("file_close") - commandsAt("file_open"), 40);
+}
+
 struct Limits {
     unsigned int command;
     unsigned int ack;
@@ -181,7 +193,8 @@ TEST_P(UsbLimitsTest, EveryByteArrives) {
 }
 
 static std::vector<Limits> AllLimits() {
-    std::vector<Limits> all = {{1024, 1024, 1000}, {65548, 65548, 16384}};
+    std::vector<Limits> all = {
+        {1024, 1024, 1000}, {65548, 65548, 16384}, {65548, 1024, 65536}, {1024, 65548, 65536}};
     const std::pair<unsigned int, unsigned int> transfers[] = {
         {1024, 1024}, {1044, 1036}, {4108, 4108}, {16404, 16396}, {65548, 65548}};
     for (const auto& [command, ack] : transfers) {

@@ -40,13 +40,14 @@ class ClosingPipe : public ScriptedPipe {
 
 }  // namespace
 
-TEST_F(U3vChannelTest, WritesBlocksThatFitBothLimits) {
+TEST_F(U3vChannelTest, WritesBlocksThatFillTheLongestCommand) {
     struct Case {
         std::size_t command, ack, block;
     };
-    for (const Case& limits : {Case{1024, 1024, 1004}, Case{1044, 1036, 1024},
-                               Case{4108, 4108, 4088}, Case{16404, 16396, 16384},
-                               Case{65548, 65548, 65512}, Case{1U << 30U, 1U << 30U, 65512}}) {
+    for (const Case& limits :
+         {Case{1024, 1024, 1004}, Case{1044, 1036, 1024}, Case{4108, 4108, 4088},
+          Case{16404, 16396, 16384}, Case{65548, 65548, 65512}, Case{65548, 1024, 65512},
+          Case{65548, 64, 65512}, Case{64, 65548, 44}, Case{1U << 30U, 1U << 30U, 65512}}) {
         mLog.commands.clear();
         mChannel.SetLimits(limits.command, limits.ack);
         mLog.answers = {ScriptedPipe::WriteAck(static_cast<int>(limits.block)),
@@ -58,6 +59,13 @@ TEST_F(U3vChannelTest, WritesBlocksThatFitBothLimits) {
         EXPECT_EQ(WrittenBy(mLog.commands[1]), 5U);
         EXPECT_LE(mLog.commands[0].size(), limits.command);
     }
+}
+
+TEST_F(U3vChannelTest, WritesA64KibibyteBufferWithTwoCommandsWhereAcknowledgesAreShort) {
+    mChannel.SetLimits(65548, 1024);
+    mLog.answers = {ScriptedPipe::WriteAck(65512), ScriptedPipe::WriteAck(24)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(65536)).IsOK());
+    EXPECT_EQ(mLog.commands.size(), 2U);
 }
 
 TEST_F(U3vChannelTest, ReadsBlocksThatFitTheAcknowledge) {
