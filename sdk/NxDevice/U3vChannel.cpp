@@ -66,7 +66,7 @@ U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
       mDevice(std::move(device)),
       // The answer to a command of a program that was killed may still wait in the device; it
       // must not look like one to ours.
-      mNextId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)),
+      mLastId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)),
       mPatience(kLeastPatience) {
     SetLimits(kSmallestLimit, kSmallestLimit);
 }
@@ -181,7 +181,7 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
     mReceived.resize(mHasAnswered ? BufferLength(ackLength) : kLongestAck);
     const Clock::time_point busyUntil = After(mPatience);
     while (mFailure.IsOK()) {
-        const std::uint16_t id = mNextId++;
+        const std::uint16_t id = TakeId();
         ByteOrder::StoreLittle16(&command[10], id);
         const Clock::time_point deadline = After(mPatience);
         std::size_t length = 0;
@@ -199,6 +199,11 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
         std::this_thread::sleep_for(kBusyPause);
     }
     return mFailure;
+}
+
+std::uint16_t U3vChannel::TakeId() {
+    mLastId = static_cast<std::uint16_t>(mLastId == 0xFFFF ? 1 : mLastId + 1);
+    return mLastId;
 }
 
 NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,

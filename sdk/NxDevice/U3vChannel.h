@@ -57,6 +57,8 @@ class U3vChannel {
                       U3vPackets::Ack& ack);
     NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, Clock::time_point deadline,
                       std::size_t length, U3vPackets::Ack& ack);
+    /// Of the next command; never 0, by which devices mark what answers no command.
+    std::uint16_t TakeId();
     /// @param length 0 afterwards when the bytes are to be dropped
     NxResult ParseAck(std::size_t& length, U3vPackets::Ack& ack);
     [[nodiscard]] Clock::time_point After(std::chrono::milliseconds patience) const;
@@ -67,7 +69,7 @@ class U3vChannel {
     std::string mDevice;
     std::size_t mReadBlock = 0;
     std::size_t mWriteBlock = 0;
-    std::uint16_t mNextId = 0;
+    std::uint16_t mLastId;
     std::chrono::milliseconds mPatience;
     Clock::time_point mDeadline = Clock::time_point::max();
     std::vector<std::byte> mReceived;

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include <NxBase/ByteOrder.h>
 #include <NxBase/NxResultCodes.h>
 
 #include "ScriptedPipe.h"
@@ -158,6 +159,19 @@ TEST_F(U3vChannelTest, SendsACommandAgainOnlyWhenTheDeviceWasBusy) {
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
     ASSERT_EQ(mLog.commands.size(), 2U);
     EXPECT_NE(mLog.commands[0][10], mLog.commands[1][10]) << "a new command has a new id";
+}
+
+TEST_F(U3vChannelTest, NumbersCommandsFromOneToTheHighestIdAndNeverWithZero) {
+    constexpr int kMoreThanAllIds = 0x10000 + 10;
+    int last = 0;
+    for (int i = 0; i < kMoreThanAllIds; ++i) {
+        mLog.commands.clear();
+        mLog.answers = {ScriptedPipe::WriteAck(4)};
+        ASSERT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+        const int id = ByteOrder::LoadLittle16(&mLog.commands.at(0)[10]);
+        ASSERT_TRUE(i == 0 || id == (last == 0xFFFF ? 1 : last + 1)) << id << " after " << last;
+        last = id;
+    }
 }
 
 TEST_F(U3vChannelTest, ReportsTheDevicesStatusAndStaysUsable) {
