@@ -130,25 +130,36 @@ NxResult U3vChannel::Write(std::uint64_t address, std::span<const std::byte> dat
 }
 
 NxResult U3vChannel::ReadBlock(std::uint64_t address, std::span<std::byte> buffer) {
+    const std::size_t words = WholeWords(buffer.size() + 3);
+    const NxResult result = ReadExactly(address, words, buffer);
+    if (words == buffer.size() || result.GetCode() != kNxDeviceError || !IsAlive()) {
+        return result;
+    }
+    // What is read may end with the memory that the device has there. Nothing was read, so asking
+    // again does no harm.
+    return ReadExactly(address, buffer.size(), buffer);
+}
+
+NxResult U3vChannel::ReadExactly(std::uint64_t address, std::size_t length,
+                                 std::span<std::byte> buffer) {
     std::vector<std::byte> command =
-        U3vPackets::ReadMemory(0, address, static_cast<std::uint16_t>(buffer.size()));
+        U3vPackets::ReadMemory(0, address, static_cast<std::uint16_t>(length));
     U3vPackets::Ack ack;
-    const NxResult result = Exchange(command, U3vPackets::kReadMemoryAck,
-                                     U3vPackets::kHeaderLength + buffer.size(), ack);
+    const NxResult result =
+        Exchange(command, U3vPackets::kReadMemoryAck, U3vPackets::kHeaderLength + length, ack);
     if (!result.IsOK()) {
         return result;
     }
     if (ack.status != U3vPackets::kStatusSuccess) {
-        return NxResult(kNxDeviceError, mDevice + " refused to read " +
-                                            std::to_string(buffer.size()) + " bytes at " +
-                                            Hexadecimal(address) + " (" +
+        return NxResult(kNxDeviceError, mDevice + " refused to read " + std::to_string(length) +
+                                            " bytes at " + Hexadecimal(address) + " (" +
                                             U3vPackets::DescribeStatus(ack.status) + ")");
     }
-    if (ack.payload.size() != buffer.size()) {
-        return Fail(kNxProtocol, "answered a read of " + std::to_string(buffer.size()) +
-                                     " bytes with " + std::to_string(ack.payload.size()));
+    if (ack.payload.size() < buffer.size() || ack.payload.size() > length) {
+        return Fail(kNxProtocol, "answered a read of " + std::to_string(length) + " bytes with " +
+                                     std::to_string(ack.payload.size()));
     }
-    std::copy(ack.payload.begin(), ack.payload.end(), buffer.begin());
+    std::copy_n(ack.payload.begin(), buffer.size(), buffer.begin());
     return NxResult();
 }
 

@@ -40,7 +40,8 @@ class U3vChannel {
     /// Upper limits of a command and of an acknowledge, in bytes with their headers.
     void SetLimits(std::size_t longestCommand, std::size_t longestAck);
 
-    /// Reads with as few commands as the limits allow.
+    /// Reads with as few commands as the limits allow. Asks for whole words of four bytes, since
+    /// some devices refuse anything else, and for the bytes alone where the device refuses that.
     NxResult Read(std::uint64_t address, std::span<std::byte> buffer);
     /// Writes with as few commands as the limits allow.
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
@@ -52,6 +53,8 @@ class U3vChannel {
 
   private:
     NxResult ReadBlock(std::uint64_t address, std::span<std::byte> buffer);
+    /// @param buffer takes the first of the `length` bytes that the device is asked for
+    NxResult ReadExactly(std::uint64_t address, std::size_t length, std::span<std::byte> buffer);
     NxResult WriteBlock(std::uint64_t address, std::span<const std::byte> data);
     NxResult Exchange(std::span<std::byte> command, std::uint16_t ackCommand, std::size_t ackLength,
                       U3vPackets::Ack& ack);

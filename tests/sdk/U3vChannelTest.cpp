@@ -22,6 +22,9 @@ class U3vChannelTest : public testing::Test {
     ~U3vChannelTest() override { EXPECT_TRUE(mLog.answers.empty()) << "answers left over"; }
 
     static std::string Text(const NxResult& result) { return result.GetDescription().GetAscii(); }
+    static int LengthAskedBy(const Bytes& command) {
+        return ByteOrder::LoadLittle16(&command.at(22));
+    }
     static std::size_t WrittenBy(const Bytes& command) { return command.size() - 20; }
 
     ScriptedPipe::Log mLog;
@@ -72,11 +75,43 @@ TEST_F(U3vChannelTest, WritesA64KibibyteBufferWithTwoCommandsWhereAcknowledgesAr
 TEST_F(U3vChannelTest, ReadsBlocksThatFitTheAcknowledge) {
     mChannel.SetLimits(1024, 1024);
     mLog.answers = {ScriptedPipe::Ack(0x0801, Bytes(1012, std::byte{1})),
-                    ScriptedPipe::Ack(0x0801, Bytes(3, std::byte{2}))};
-    Bytes buffer(1015);
+                    ScriptedPipe::Ack(0x0801, Bytes(4, std::byte{2}))};
+    Bytes buffer(1016);
     ASSERT_TRUE(mChannel.Read(0x2000, buffer).IsOK());
     EXPECT_EQ(buffer.front(), std::byte{1});
     EXPECT_EQ(buffer.back(), std::byte{2});
+}
+
+TEST_F(U3vChannelTest, AsksForWholeWordsAndCutsWhatIsTooMuch) {
+    mLog.answers = {
+        ScriptedPipe::Ack(0x0801, {std::byte{1}, std::byte{2}, std::byte{3}, std::byte{4},
+                                   std::byte{5}, std::byte{6}, std::byte{7}, std::byte{8}})};
+    Bytes memory(6, std::byte{0xEE});
+    ASSERT_TRUE(mChannel.Read(0x2000, std::span(memory).first(5)).IsOK());
+    EXPECT_EQ(LengthAskedBy(mLog.commands.at(0)), 8);
+    EXPECT_EQ(memory, (Bytes{std::byte{1}, std::byte{2}, std::byte{3}, std::byte{4}, std::byte{5},
+                             std::byte{0xEE}}));
+}
+
+TEST_F(U3vChannelTest, AsksForTheBytesAloneWhereTheDeviceHasNoMoreMemory) {
+    mLog.answers = {ScriptedPipe::Ack(0x0801, {}, 0x8003),
+                    ScriptedPipe::Ack(0x0801, Bytes(5, std::byte{2}))};
+    Bytes buffer(5);
+    EXPECT_TRUE(mChannel.Read(0x2000, buffer).IsOK());
+    EXPECT_EQ(buffer, Bytes(5, std::byte{2}));
+    ASSERT_EQ(mLog.commands.size(), 2U);
+    EXPECT_EQ(LengthAskedBy(mLog.commands[1]), 5);
+
+    mLog.answers = {ScriptedPipe::Ack(0x0801, {}, 0x8003), ScriptedPipe::Ack(0x0801, {}, 0x8003)};
+    EXPECT_THAT(Text(mChannel.Read(0x2000, buffer)), HasSubstr("refused to read 5 bytes"));
+    EXPECT_EQ(mLog.commands.size(), 4U);
+}
+
+TEST_F(U3vChannelTest, TakesTheBytesAloneThoughWholeWordsWereAskedFor) {
+    mLog.answers = {ScriptedPipe::Ack(0x0801, Bytes(5, std::byte{2}))};
+    Bytes buffer(5);
+    EXPECT_TRUE(mChannel.Read(0x2000, buffer).IsOK());
+    EXPECT_EQ(buffer, Bytes(5, std::byte{2}));
 }
 
 TEST_F(U3vChannelTest, IgnoresAcknowledgesOfOtherCommandsAndEmptyTransfers) {
