@@ -40,13 +40,24 @@ constexpr std::uint64_t kManifestEntryLength = 64;
 constexpr std::uint64_t kLongestDescription = 16U << 20U;
 constexpr std::size_t kRegisterLength = 4;
 
+bool IsNeighbour(const GenPort::Register& one, const GenPort::Register& next) {
+    return next.address == one.address + kRegisterLength;
+}
+
 std::size_t CountNeighbours(std::span<const GenPort::Register> registers) {
     std::size_t count = 1;
-    while (count < registers.size() &&
-           registers[count].address == registers[count - 1].address + kRegisterLength) {
+    while (count < registers.size() && IsNeighbour(registers[count - 1], registers[count])) {
         ++count;
     }
     return count;
+}
+
+// Of the first register, which takes two entries when it has eight bytes.
+std::size_t CountHalves(std::span<const GenPort::Register> registers) {
+    return registers.size() > 1 && registers[1].isSecondHalf &&
+                   IsNeighbour(registers[0], registers[1])
+               ? 2
+               : 1;
 }
 
 }  // namespace
@@ -104,18 +115,20 @@ NxResult U3vPort::WriteMemory(std::uint64_t address, std::span<const std::byte> 
     return mChannel.Write(address, data);
 }
 
+// Reading changes nothing, so that neighbours may be tried together: a device that takes one
+// register per command only says so, and nothing has happened.
 NxResult U3vPort::ReadRegisters(std::span<Register> registers) {
     const std::lock_guard lock(mMutex);
     while (!registers.empty()) {
+        const std::size_t one = CountHalves(registers);
         const std::span<Register> together =
-            registers.first(mReadsNeighbours ? CountNeighbours(registers) : 1);
+            registers.first(mReadsNeighbours ? CountNeighbours(registers) : one);
         const NxResult result = ReadTogether(together);
         if (result.IsOK()) {
             registers = registers.subspan(together.size());
             continue;
         }
-        // Some devices take one register per command only.
-        if (together.size() == 1 || result.GetCode() != kNxDeviceError || !mChannel.IsAlive()) {
+        if (together.size() == one || result.GetCode() != kNxDeviceError || !mChannel.IsAlive()) {
             return result;
         }
         mReadsNeighbours = false;
@@ -132,13 +145,24 @@ NxResult U3vPort::ReadTogether(std::span<Register> neighbours) {
     return result;
 }
 
+// One register per command, and the whole of it: half a register may be refused, or be taken for
+// all of it and start an operation with half of its number. Neighbours are not written together,
+// although that would save commands: a device that knows one register per command may write the
+// first, leave out the one that starts the operation, and report success.
 NxResult U3vPort::WriteRegisters(std::span<const Register> registers) {
     const std::lock_guard lock(mMutex);
-    for (const Register& one : registers) {
-        const NxResult result = mChannel.Write(one.address, one.bytes);
+    while (!registers.empty()) {
+        const std::size_t halves = CountHalves(registers);
+        std::array<std::byte, 2 * kRegisterLength> bytes{};
+        for (std::size_t i = 0; i < halves; ++i) {
+            std::copy_n(registers[i].bytes.begin(), kRegisterLength, &bytes[i * kRegisterLength]);
+        }
+        const NxResult result = mChannel.Write(registers.front().address,
+                                               std::span(bytes).first(halves * kRegisterLength));
         if (!result.IsOK()) {
             return result;
         }
+        registers = registers.subspan(halves);
     }
     return NxResult();
 }

@@ -1,8 +1,12 @@
 #include "U3vPort.h"
 
+#include <array>
 #include <condition_variable>
 #include <mutex>
+#include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +19,12 @@
 namespace {
 
 using Bytes = ScriptedPipe::Bytes;
+
+std::string Hex(std::uint64_t number) {
+    std::ostringstream text;
+    text << std::hex << number;
+    return text.str();
+}
 
 ScriptedPipe::Answer Number(std::uint64_t number, std::size_t size) {
     Bytes bytes(8);
@@ -36,6 +46,29 @@ class U3vPortTest : public testing::Test {
                         Number(1024, 4),
                         responseTime};
         return mPort.Start(U3vChannel::Clock::now() + std::chrono::seconds(2));
+    }
+
+    // Address and bytes of the write commands.
+    std::vector<std::string> Written() const {
+        std::vector<std::string> texts;
+        for (const Bytes& command : mLog.commands) {
+            std::string text = Hex(ByteOrder::LoadLittle64(&command[12])) + ": ";
+            for (std::size_t i = 20; i < command.size(); ++i) {
+                const std::string digits = Hex(std::to_integer<std::uint64_t>(command[i]));
+                text += digits.size() == 1 ? "0" + digits : digits;
+            }
+            texts.push_back(text);
+        }
+        return texts;
+    }
+    // Address and length of the read commands.
+    std::vector<std::string> Asked() const {
+        std::vector<std::string> texts;
+        for (const Bytes& command : mLog.commands) {
+            texts.push_back(Hex(ByteOrder::LoadLittle64(&command[12])) + "+" +
+                            std::to_string(ByteOrder::LoadLittle16(&command[22])));
+        }
+        return texts;
     }
 
     ScriptedPipe::Log mLog;
@@ -83,6 +116,37 @@ TEST_F(U3vPortTest, StartsWithADeviceThatDoesNotTellItsResponseTime) {
     mLog.answers = {ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
     EXPECT_LE(mLog.patience.back().count(), 5000);
+}
+
+TEST_F(U3vPortTest, WritesAnEightByteRegisterWithOneCommandAndItsNeighboursWithOthers) {
+    ASSERT_TRUE(Start(Number(200, 4)).IsOK());
+    mLog.commands.clear();
+    mLog.answers = {ScriptedPipe::WriteAck(4), ScriptedPipe::WriteAck(8),
+                    ScriptedPipe::WriteAck(4)};
+    const std::array<GenPort::Register, 4> registers{
+        {{.address = 0x10, .bytes = {std::byte{1}}},
+         {.address = 0x14, .bytes = {std::byte{2}}},
+         {.address = 0x18, .bytes = {std::byte{3}}, .isSecondHalf = true},
+         {.address = 0x1C, .bytes = {std::byte{4}}}}};
+    EXPECT_TRUE(mPort.WriteRegisters(registers).IsOK());
+    EXPECT_THAT(Written(),
+                testing::ElementsAre("10: 01000000", "14: 0200000003000000", "1c: 04000000"));
+}
+
+TEST_F(U3vPortTest, ReadsNeighboursTogetherAndARefusedOneRegisterByRegister) {
+    ASSERT_TRUE(Start(Number(200, 4)).IsOK());
+    std::array<GenPort::Register, 3> registers{
+        {{.address = 0x10}, {.address = 0x14}, {.address = 0x18, .isSecondHalf = true}}};
+    const auto low = ScriptedPipe::Ack(0x0801, Bytes(4, std::byte{1}));
+    const auto wide = ScriptedPipe::Ack(0x0801, Bytes(8, std::byte{2}));
+    // A half of the register of eight bytes is never asked for.
+    mLog.answers = {ScriptedPipe::Ack(0x0801, {}, 0x8003), low, wide, low, wide};
+    mLog.commands.clear();
+    EXPECT_TRUE(mPort.ReadRegisters(registers).IsOK());
+    EXPECT_EQ(registers[0].bytes[3], std::byte{1});
+    EXPECT_EQ(registers[2].bytes[3], std::byte{2});
+    EXPECT_TRUE(mPort.ReadRegisters(registers).IsOK());
+    EXPECT_THAT(Asked(), testing::ElementsAre("10+12", "10+4", "14+8", "10+4", "14+8"));
 }
 
 TEST_F(U3vPortTest, TellsByAProbeThatTheDeviceIsGone) {

@@ -128,7 +128,7 @@ NxResult FileOperation::SendAll(std::span<const RegisterView::Write> writes) {
         for (; count < writes.size() && TakesWords(writes[count]); ++count) {
             const RegisterView::Write& write = writes[count];
             for (std::size_t i = 0; i < write.bytes.size(); i += 4) {
-                words.push_back({.address = write.address + i});
+                words.push_back({.address = write.address + i, .isSecondHalf = i > 0});
                 std::copy_n(write.bytes.begin() + static_cast<std::ptrdiff_t>(i), 4,
                             words.back().bytes.begin());
             }

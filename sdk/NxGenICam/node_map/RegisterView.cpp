@@ -22,6 +22,7 @@ bool RegisterView::Read(std::uint64_t address, std::span<std::byte> bytes, bool 
         word.isState |= mMarksState;
         word.isAsked = true;
         word.isHalf |= bytes.size() > 4;
+        word.isSecondHalf |= i >= 4;
         isKnown = isKnown && (word.isKnown || (mPretends && !isSteady));
         bytes[i] = word.isKnown ? word.bytes[at % 4] : std::byte{0};
     }
@@ -66,7 +67,10 @@ NxResult RegisterView::Fetch(RegisterBus& bus, bool onlyState, bool withHalves) 
         for (const Word& word : mWords) {
             if (word.isAsked && !word.isSteady && word.isState == state && (state || !onlyState) &&
                 (withHalves || !word.isHalf)) {
-                registers.push_back({.address = word.address});
+                const bool isSecondHalf = word.isHalf && !registers.empty() &&
+                                          registers.back().address + 4 == word.address &&
+                                          word.isSecondHalf;
+                registers.push_back({.address = word.address, .isSecondHalf = isSecondHalf});
             }
         }
     }

@@ -69,6 +69,7 @@ class RegisterView {
         bool isState = false;
         bool isAsked = false;  ///< not only written
         bool isHalf = false;   ///< of a register of eight bytes
+        bool isSecondHalf = false;
     };
     Word& Find(std::uint64_t address);
 

@@ -14,10 +14,13 @@
 /// Bytes are always in the order in which the device's memory holds them.
 class NX_API GenPort {
   public:
-    /// Four bytes of device memory at a multiple of four.
+    /// Four bytes of device memory at a multiple of four: a register, or half of one of eight
+    /// bytes.
     struct Register {
         std::uint64_t address = 0;
         std::array<std::byte, 4> bytes{};
+        /// Of an eight-byte register, whose first half stands before this one.
+        bool isSecondHalf = false;
     };
 
     virtual ~GenPort();
@@ -28,10 +31,10 @@ class NX_API GenPort {
     /// the end of `data` and the next multiple of four may be overwritten with zeros.
     virtual NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) = 0;
     /// Reads registers in order: with one command where the bus can, else one by one; neighbours
-    /// in memory may be read together.
+    /// in memory may be read together. Both halves of a register go into one command.
     virtual NxResult ReadRegisters(std::span<Register> registers) = 0;
-    /// Writes registers in order: with one command where the bus can, else one by one; neighbours
-    /// in memory may be written together.
+    /// Writes registers in order: with one command where the bus can, else one by one. Both halves
+    /// of a register go into one command.
     virtual NxResult WriteRegisters(std::span<const Register> registers) = 0;
 
     /// The device and the way to it, for descriptions of failures: "192.168.1.20 on eth1".
