@@ -67,7 +67,7 @@ U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
       // The answer to a command of a program that was killed may still wait in the device; it
       // must not look like one to ours.
       mLastId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)),
-      mPatience(kLeastPatience) {
+      mLeastPatience(kLeastPatience) {
     SetLimits(kSmallestLimit, kSmallestLimit);
 }
 
@@ -92,7 +92,19 @@ NxResult U3vChannel::Start() {
 }
 
 void U3vChannel::SetResponseTime(milliseconds announced) {
-    mPatience = std::clamp(announced + kMargin, kLeastPatience, kMostPatience);
+    mResponseTime = announced;
+}
+
+void U3vChannel::SetLeastPatience(milliseconds patience) {
+    mLeastPatience = patience;
+}
+
+void U3vChannel::ResetLeastPatience() {
+    mLeastPatience = kLeastPatience;
+}
+
+milliseconds U3vChannel::GetPatience() const {
+    return std::clamp(mResponseTime + kMargin, mLeastPatience, kMostPatience);
 }
 
 void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
@@ -190,11 +202,11 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
 NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCommand,
                               std::size_t ackLength, U3vPackets::Ack& ack) {
     mReceived.resize(mHasAnswered ? BufferLength(ackLength) : kLongestAck);
-    const Clock::time_point busyUntil = After(mPatience);
+    const Clock::time_point busyUntil = After(GetPatience());
     while (mFailure.IsOK()) {
         const std::uint16_t id = TakeId();
         ByteOrder::StoreLittle16(&command[10], id);
-        const Clock::time_point deadline = After(mPatience);
+        const Clock::time_point deadline = After(GetPatience());
         std::size_t length = 0;
         bool sent = false;
         const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sent);
@@ -233,7 +245,7 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
         }
         if (isOurs && ack.command == U3vPackets::kPendingAck && ack.payload.size() >= 4) {
             const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
-            deadline = std::min(After(announced + mPatience), pendingUntil);
+            deadline = std::min(After(announced + GetPatience()), pendingUntil);
         } else if (isOurs) {
             return Fail(kNxProtocol,
                         "answered a command with acknowledge " + Hexadecimal(ack.command));

@@ -26,16 +26,20 @@ class U3vChannel {
     /// @param device names the device in descriptions
     U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device);
 
-    /// Until then, and no longer, commands of a connection in the making are waited for.
+    /// Until then, and no longer, commands are waited for, whatever the device announces.
     void SetDeadline(Clock::time_point deadline) { mDeadline = deadline; }
     void ClearDeadline() { mDeadline = Clock::time_point::max(); }
+    /// How long a command is waited for at least, whatever shorter time the device announces; 5
+    /// seconds until it is set.
+    void SetLeastPatience(std::chrono::milliseconds patience);
+    void ResetLeastPatience();
     /// Makes the endpoints work again after a stall and takes what still waits in the device: a
     /// program that was killed may have left an acknowledge of 64 KiB there. For the beginning of a
     /// connection. The deadline does not hold for making the endpoints work.
     /// @return kNxDeviceGone when the device was unplugged
     NxResult Start();
-    /// How long the device says that it takes at most to answer a command; waited for five seconds
-    /// at least and a minute at most.
+    /// How long the device says that it takes at most to answer a command; waited for with a
+    /// margin, a minute at most.
     void SetResponseTime(std::chrono::milliseconds announced);
     /// Upper limits of a command and of an acknowledge, in bytes with their headers.
     void SetLimits(std::size_t longestCommand, std::size_t longestAck);
@@ -46,6 +50,10 @@ class U3vChannel {
     /// Writes with as few commands as the limits allow.
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
 
+    /// How long a command is waited for.
+    [[nodiscard]] std::chrono::milliseconds GetPatience() const;
+    /// Number of bytes that one command reads at most.
+    [[nodiscard]] std::size_t GetReadBlock() const { return mReadBlock; }
     /// Safe to call from any thread, also during a command.
     [[nodiscard]] bool IsAlive() const { return mIsAlive; }
     /// The description of a device in texts, "USB3 Vision device X (GUID …) at USB port 2-1".
@@ -73,7 +81,8 @@ class U3vChannel {
     std::size_t mReadBlock = 0;
     std::size_t mWriteBlock = 0;
     std::uint16_t mLastId;
-    std::chrono::milliseconds mPatience;
+    std::chrono::milliseconds mLeastPatience;
+    std::chrono::milliseconds mResponseTime{0};  ///< as announced
     Clock::time_point mDeadline = Clock::time_point::max();
     std::vector<std::byte> mReceived;
     bool mHasAnswered =

@@ -21,10 +21,15 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// With the 0.8 seconds for the devices' texts, below the five seconds within which a connection is
-// made or refused.
+// Of silence. With the second for the devices' texts, a device that falls silent while it is
+// connected to is given up within five seconds.
 constexpr milliseconds kStartPatience{1500};
 constexpr milliseconds kDescriptionPatience{2500};
+// Each command is waited for as long as the device announces, but all of them together no longer
+// than any single one.
+constexpr std::chrono::seconds kMostForStart{60};
+// A device that talks without end does not hold a connection for ever.
+constexpr std::uint64_t kSlowestBytesPerSecond = 16U << 10U;
 
 // Technology-agnostic bootstrap registers (GenCP 1.1, section 5; USB3 Vision 1.0, section 4).
 constexpr std::uint64_t kResponseTimeRegister = 0x01CC;
@@ -65,15 +70,30 @@ std::size_t CountHalves(std::span<const GenPort::Register> registers) {
 U3vPort::U3vPort(std::unique_ptr<UsbContext> usb, std::unique_ptr<UsbPipe> pipe, std::string device)
     : mUsb(std::move(usb)), mChannel(std::move(pipe), std::move(device)) {}
 
-NxResult U3vPort::Start(U3vChannel::Clock::time_point deadline) {
+NxResult U3vPort::Start(milliseconds patience) {
     const std::lock_guard lock(mMutex);
-    mChannel.SetDeadline(deadline);
+    mChannel.SetDeadline(U3vChannel::Clock::now() + kMostForStart);
+    mChannel.SetLeastPatience(patience);
+    const NxResult result = ReadLimits();
+    mChannel.ResetLeastPatience();
+    mChannel.ClearDeadline();
+    return result;
+}
+
+NxResult U3vPort::ReadLimits() {
     std::uint64_t sbrm = 0;
     std::uint32_t longestCommand = 0;
     std::uint32_t longestAck = 0;
     std::uint32_t responseTime = 0;  // milliseconds
     NxResult result = mChannel.Start();
     if (result.IsOK()) {
+        // First, since all that follows may take as long. A device that does not tell has the
+        // shortest patience that any has.
+        result = ReadNumber(kResponseTimeRegister, responseTime);
+        if (!mChannel.IsAlive()) {
+            return result;
+        }
+        mChannel.SetResponseTime(milliseconds(responseTime));
         result = ReadNumber(kManifestAddressRegister, mManifestAddress);
     }
     if (result.IsOK()) {
@@ -95,13 +115,6 @@ NxResult U3vPort::Start(U3vChannel::Clock::time_point deadline) {
                                          std::to_string(longestAck));
     }
     mChannel.SetLimits(longestCommand, longestAck);
-    // A device that does not tell has the shortest patience that any has.
-    result = ReadNumber(kResponseTimeRegister, responseTime);
-    if (!mChannel.IsAlive()) {
-        return result;
-    }
-    mChannel.SetResponseTime(milliseconds(responseTime));
-    mChannel.ClearDeadline();
     return NxResult();
 }
 
@@ -169,14 +182,16 @@ NxResult U3vPort::WriteRegisters(std::span<const Register> registers) {
 
 NxResult U3vPort::ReadDescription(std::string& xml) {
     const std::lock_guard lock(mMutex);
-    mChannel.SetDeadline(U3vChannel::Clock::now() + kDescriptionPatience);
+    mChannel.SetLeastPatience(kDescriptionPatience);
+    mChannel.SetDeadline(U3vChannel::Clock::now() + kMostForStart);
     std::uint64_t address = 0;
     std::size_t length = 0;
     NxResult result = FindDescription(address, length);
     std::vector<std::byte> stored(length);
     if (result.IsOK()) {
-        result = mChannel.Read(address, stored);
+        result = ReadStored(address, stored);
     }
+    mChannel.ResetLeastPatience();
     mChannel.ClearDeadline();
     if (result.IsOK() && !UnpackDescription(stored, xml)) {
         result = NxResult(kNxBadDescription, mChannel.GetDeviceName() +
@@ -184,6 +199,30 @@ NxResult U3vPort::ReadDescription(std::string& xml) {
                                                  "its GenICam description");
     }
     return result;
+}
+
+NxResult U3vPort::ReadStored(std::uint64_t address, std::span<std::byte> stored) {
+    const auto begin = U3vChannel::Clock::now();
+    const std::size_t block = mChannel.GetReadBlock();
+    mChannel.ClearDeadline();
+    for (std::size_t offset = 0; offset < stored.size(); offset += block) {
+        const auto passed = U3vChannel::Clock::now() - begin;
+        const milliseconds atSlowestPace(offset * 1000 / kSlowestBytesPerSecond);
+        if (passed > mChannel.GetPatience() + atSlowestPace) {
+            const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(passed).count();
+            return NxResult(kNxTimeout, mChannel.GetDeviceName() + " sent only " +
+                                            std::to_string(offset) + " of " +
+                                            std::to_string(stored.size()) +
+                                            " bytes of its GenICam description in " +
+                                            std::to_string(seconds) + " seconds");
+        }
+        const NxResult result = mChannel.Read(
+            address + offset, stored.subspan(offset, std::min(block, stored.size() - offset)));
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    return NxResult();
 }
 
 NxResult U3vPort::Probe() {
@@ -262,7 +301,7 @@ NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port)
             std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
                                       "USB3 Vision device " + identity.model + " (GUID " +
                                           identity.guid + ") at USB port " + identity.place);
-        const NxResult started = opened->Start(U3vChannel::Clock::now() + kStartPatience);
+        const NxResult started = opened->Start(kStartPatience);
         if (started.IsOK()) {
             port = std::move(opened);
         }

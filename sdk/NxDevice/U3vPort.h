@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -9,8 +10,10 @@
 #include "DevicePort.h"
 #include "U3vChannel.h"
 
-/// Opens a USB3 Vision device's control channel and takes control of it; ends within 2.3
-/// seconds, or 5 more where the device does not answer to its endpoints being cleared.
+/// Opens a USB3 Vision device's control channel and takes control of it. Ends within 2.5 seconds
+/// when the device is silent, or 5 more where it does not answer to its endpoints being cleared;
+/// waits longer for a device that announces longer response times, a minute at most for all
+/// commands.
 /// @param guid the device's GUID as its connection ID carries it, or '@' and the USB port
 /// @param port untouched on failure
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port);
@@ -21,8 +24,9 @@ class U3vPort : public DevicePort {
     /// @param usb where the pipe's device comes from, kept open as long as the port; null in tests
     U3vPort(std::unique_ptr<UsbContext> usb, std::unique_ptr<UsbPipe> pipe, std::string device);
 
-    /// Asks the device for its limits and for where its description is; ends by the deadline.
-    NxResult Start(U3vChannel::Clock::time_point deadline);
+    /// Asks the device for its response time, its limits and where its description is.
+    /// @param patience for each command, unless the device announces that it may take longer
+    NxResult Start(std::chrono::milliseconds patience);
 
     NxResult ReadMemory(std::uint64_t address, std::span<std::byte> buffer) override;
     NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) override;
@@ -32,6 +36,8 @@ class U3vPort : public DevicePort {
     [[nodiscard]] bool HasRegisterCommands() const override { return false; }
     [[nodiscard]] std::string DeviceName() const override { return mChannel.GetDeviceName(); }
 
+    /// Ends after 2.5 seconds of silence, or what the device announces, and when less than 16 KiB
+    /// come in a second.
     NxResult ReadDescription(std::string& xml) override;
     [[nodiscard]] bool IsAlive() const override { return mChannel.IsAlive(); }
     /// A device that restarted is another one to USB, and the old one is gone without a sign. The
@@ -39,10 +45,12 @@ class U3vPort : public DevicePort {
     NxResult Probe() override;
 
   private:
+    NxResult ReadLimits();
     NxResult ReadTogether(std::span<Register> neighbours);
     NxResult ReadNumber(std::uint64_t address, std::uint32_t& number);
     NxResult ReadNumber(std::uint64_t address, std::uint64_t& number);
     NxResult FindDescription(std::uint64_t& address, std::size_t& length);
+    NxResult ReadStored(std::uint64_t address, std::span<std::byte> stored);
 
     std::unique_ptr<UsbContext> mUsb;
     std::mutex mMutex;

@@ -40,12 +40,12 @@ class U3vPortTest : public testing::Test {
     // A device with commands and acknowledges of 1024 bytes.
     NxResult Start(const ScriptedPipe::Answer& responseTime) {
         mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT),
+                        responseTime,
                         Number(0x1000, 8),
                         Number(0x2000, 8),
                         Number(1024, 4),
-                        Number(1024, 4),
-                        responseTime};
-        return mPort.Start(U3vChannel::Clock::now() + std::chrono::seconds(2));
+                        Number(1024, 4)};
+        return mPort.Start(std::chrono::seconds(2));
     }
 
     // Address and bytes of the write commands.
@@ -109,6 +109,17 @@ TEST_F(U3vPortTest, WaitsAsLongAsTheDeviceAnnounces) {
     mLog.answers = {ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
     EXPECT_GT(mLog.patience.back().count(), 12000);
+}
+
+TEST_F(U3vPortTest, AsksForTheResponseTimeFirstAndWaitsAsLongForWhatFollows) {
+    ASSERT_TRUE(Start(Number(12000, 4)).IsOK());
+    EXPECT_THAT(Asked(), testing::ElementsAre("1cc+4", "1d0+8", "1d8+8", "2014+4", "2018+4"));
+    // Taking what another program left in the device comes before.
+    ASSERT_EQ(mLog.patience.size(), 6U);
+    EXPECT_LE(mLog.patience[1].count(), 2000);
+    for (std::size_t i = 2; i < mLog.patience.size(); ++i) {
+        EXPECT_GT(mLog.patience[i].count(), 12000) << i;
+    }
 }
 
 TEST_F(U3vPortTest, StartsWithADeviceThatDoesNotTellItsResponseTime) {
