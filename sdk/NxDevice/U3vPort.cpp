@@ -21,10 +21,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Of silence. With the second for the devices' texts, a device that falls silent while it is
+// Of silence. With the 1.3 seconds for the devices' GUIDs, a device that falls silent while it is
 // connected to is given up within five seconds.
 constexpr milliseconds kStartPatience{1500};
 constexpr milliseconds kDescriptionPatience{2500};
+// For the GUIDs of the devices that were late.
+constexpr milliseconds kSecondAsking{500};
 // Each command is waited for as long as the device announces, but all of them together no longer
 // than any single one.
 constexpr std::chrono::seconds kMostForStart{60};
@@ -63,6 +65,71 @@ std::size_t CountHalves(std::span<const GenPort::Register> registers) {
                    IsNeighbour(registers[0], registers[1])
                ? 2
                : 1;
+}
+
+struct Camera {
+    libusb_device* device = nullptr;
+    U3vDescriptor descriptor;
+    U3vIdentity identity;
+};
+
+std::vector<Camera> FindCameras(const UsbContext& usb) {
+    std::vector<Camera> cameras;
+    for (const auto& [device, descriptor] : U3vDescriptor::FindAll(usb)) {
+        cameras.push_back({.device = device,
+                           .descriptor = descriptor,
+                           .identity = U3vIdentity::FromSystem(device)});
+    }
+    return cameras;
+}
+
+// Leaves in `cameras` those that were late, for another try.
+// @param failure of a device that may well be the one that is meant: which one it is cannot be told
+bool AskForGuid(const std::string& guid, U3vTextTime time, std::vector<Camera>& cameras,
+                Camera& found, NxResult& failure) {
+    std::vector<Camera> late;
+    for (Camera& camera : cameras) {
+        const NxResult read = U3vIdentity::ReadGuid(camera.device, camera.descriptor,
+                                                    time.TakeShare(), camera.identity);
+        if (camera.identity.guid == guid) {
+            found = std::move(camera);
+            return true;
+        }
+        if (read.GetCode() == kNxTimeout) {
+            late.push_back(std::move(camera));
+        } else if (!read.IsOK()) {
+            failure = read;
+        }
+    }
+    cameras = std::move(late);
+    return false;
+}
+
+/// @param guid the device's, or '@' and its USB port, for which no device has to be asked
+NxResult FindCamera(const UsbContext& usb, const std::string& guid, Camera& found) {
+    std::vector<Camera> cameras = FindCameras(usb);
+    for (Camera& camera : cameras) {
+        if ("@" + camera.identity.place == guid) {
+            found = std::move(camera);
+            return NxResult();
+        }
+    }
+    NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
+                                        " is plugged in; check its cable and its power");
+    // A device may be late for once, as when it has just been plugged in.
+    if (AskForGuid(guid, U3vTextTime(cameras.size()), cameras, found, failure) ||
+        AskForGuid(guid, U3vTextTime(cameras.size(), kSecondAsking), cameras, found, failure)) {
+        return NxResult();
+    }
+    return cameras.empty() ? failure
+                           : DescribeU3vOpenFailure(cameras.back().identity, LIBUSB_ERROR_TIMEOUT);
+}
+
+// "Model (GUID 123456789ABC) at USB port 2-1".
+std::string Describe(const U3vIdentity& identity) {
+    return (identity.model.empty() ? "" : identity.model + " ") +
+           (identity.guid.empty() ? "" : "(GUID " + identity.guid + ") ") + "at USB port " +
+           identity.place;
 }
 
 }  // namespace
@@ -278,34 +345,21 @@ NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
 
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port) {
     auto usb = std::make_unique<UsbContext>();
-    NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
-                                        " is plugged in; check its cable and its power");
-    const auto cameras = U3vDescriptor::FindAll(*usb);
-    U3vTextTime time(cameras.size());
-    for (const auto& [device, descriptor] : cameras) {
-        U3vIdentity identity;
-        const NxResult read = U3vIdentity::Read(device, descriptor, time.TakeShare(), identity);
-        if (identity.GetName() != guid && "@" + identity.place != guid) {
-            // Which device that is cannot be told; it may well be the one that is meant.
-            if (!read.IsOK()) {
-                failure = read;
-            }
-            continue;
-        }
-        auto pipe = std::make_unique<UsbBulkPipe>();
-        const int error = pipe->Open(usb->Get(), device, descriptor);
-        if (error != LIBUSB_SUCCESS) {
-            return DescribeU3vOpenFailure(identity, error);
-        }
-        auto opened =
-            std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
-                                      "USB3 Vision device " + identity.model + " (GUID " +
-                                          identity.guid + ") at USB port " + identity.place);
-        const NxResult started = opened->Start(kStartPatience);
-        if (started.IsOK()) {
-            port = std::move(opened);
-        }
-        return started;
+    Camera camera;
+    NxResult result = FindCamera(*usb, guid, camera);
+    if (!result.IsOK()) {
+        return result;
     }
-    return failure;
+    auto pipe = std::make_unique<UsbBulkPipe>();
+    const int error = pipe->Open(usb->Get(), camera.device, camera.descriptor);
+    if (error != LIBUSB_SUCCESS) {
+        return DescribeU3vOpenFailure(camera.identity, error);
+    }
+    auto opened = std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
+                                            "USB3 Vision device " + Describe(camera.identity));
+    result = opened->Start(kStartPatience);
+    if (result.IsOK()) {
+        port = std::move(opened);
+    }
+    return result;
 }

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
+#include <span>
+#include <utility>
 
 #include <libusb.h>
 
@@ -20,8 +22,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// One text takes well under a millisecond; a device that needs longer is not waited for again.
-constexpr milliseconds kTextPatience{250};
+// One text takes most devices well under a millisecond, and may take 500 (USB 2.0,
+// section 9.2.6.4).
+constexpr milliseconds kTextPatience{500};
+// US English, the one language that every device has to offer.
+constexpr std::uint16_t kEnglish = 0x0409;
 constexpr std::size_t kLongestName = 64;
 
 struct CloseHandle {
@@ -110,46 +115,59 @@ bool IsUsableName(const std::string& guid) {
                        [](unsigned char c) { return std::isgraph(c) != 0; });
 }
 
-}  // namespace
+// Index of the string descriptor and where its text goes.
+using Text = std::pair<std::uint8_t, std::string*>;
 
-NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descriptor,
-                           milliseconds patience, U3vIdentity& identity) {
-    identity = U3vIdentity();
-    identity.place = UsbContext::GetPlace(device);
-    identity.vendor = ReadSystemText(identity.place, "manufacturer");
-    identity.model = ReadSystemText(identity.place, "product");
-    identity.serial = ReadSystemText(identity.place, "serial");
+/// Reads the texts of one device until its time is over.
+class TextReader {
+  public:
+    TextReader(libusb_device_handle* device, milliseconds patience)
+        : mDevice(device), mDeadline(Clock::now() + patience) {}
 
+    /// @param text untouched on failure and when the device has no such text
+    /// @return LIBUSB_ERROR_TIMEOUT or LIBUSB_ERROR_NO_DEVICE when there is no use in asking on
+    int Read(std::uint8_t index, std::string& text) {
+        if (index == 0) {
+            return LIBUSB_SUCCESS;
+        }
+        StringDescriptor bytes{};
+        int length = ReadStringDescriptor(mDevice, index, mLanguage, mDeadline, bytes);
+        // A device that lacks the language says so at once; the others save the question.
+        if (length == LIBUSB_ERROR_PIPE && !mAskedForLanguages) {
+            mAskedForLanguages = true;
+            length = ReadStringDescriptor(mDevice, 0, 0, mDeadline, bytes);
+            if (length >= 4) {
+                mLanguage = static_cast<std::uint16_t>(bytes[2] | (bytes[3] << 8));
+                length = ReadStringDescriptor(mDevice, index, mLanguage, mDeadline, bytes);
+            }
+        }
+        if (length > 0) {
+            text = DecodeUtf16(bytes, length);
+        }
+        return std::min<int>(length, LIBUSB_SUCCESS);
+    }
+
+  private:
+    libusb_device_handle* mDevice;
+    Clock::time_point mDeadline;
+    std::uint16_t mLanguage = kEnglish;
+    bool mAskedForLanguages = false;
+};
+
+NxResult ReadTexts(libusb_device* device, U3vIdentity& identity, milliseconds patience,
+                   std::span<const Text> texts) {
+    identity = U3vIdentity::FromSystem(device);
     libusb_device_handle* opened = nullptr;
     const int error = libusb_open(device, &opened);
     if (error != LIBUSB_SUCCESS) {
         return DescribeU3vOpenFailure(identity, error);
     }
     const Handle handle(opened);
-
-    const Clock::time_point deadline = Clock::now() + patience;
-    StringDescriptor bytes{};
-    int length = ReadStringDescriptor(opened, 0, 0, deadline, bytes);
-    // US English is the one language that every device has to offer.
-    const auto language =
-        static_cast<std::uint16_t>(length >= 4 ? bytes[2] | (bytes[3] << 8) : 0x0409);
-    const std::array<std::pair<std::uint8_t, std::string*>, 6> texts{
-        {{descriptor.guid, &identity.guid},
-         {descriptor.vendor, &identity.vendor},
-         {descriptor.model, &identity.model},
-         {descriptor.version, &identity.version},
-         {descriptor.serial, &identity.serial},
-         {descriptor.userName, &identity.userName}}};
+    TextReader reader(opened, patience);
     for (const auto& [index, text] : texts) {
-        if (length == LIBUSB_ERROR_TIMEOUT || length == LIBUSB_ERROR_NO_DEVICE) {
-            return DescribeU3vOpenFailure(identity, length);
-        }
-        if (index == 0) {
-            continue;
-        }
-        length = ReadStringDescriptor(opened, index, language, deadline, bytes);
-        if (length > 0) {
-            *text = DecodeUtf16(bytes, length);
+        const int failure = reader.Read(index, *text);
+        if (failure == LIBUSB_ERROR_TIMEOUT || failure == LIBUSB_ERROR_NO_DEVICE) {
+            return DescribeU3vOpenFailure(identity, failure);
         }
     }
     if (!IsUsableName(identity.guid)) {
@@ -158,6 +176,34 @@ NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descripto
                                          " tells no usable GUID");
     }
     return NxResult();
+}
+
+}  // namespace
+
+U3vIdentity U3vIdentity::FromSystem(libusb_device* device) {
+    U3vIdentity identity;
+    identity.place = UsbContext::GetPlace(device);
+    identity.vendor = ReadSystemText(identity.place, "manufacturer");
+    identity.model = ReadSystemText(identity.place, "product");
+    identity.serial = ReadSystemText(identity.place, "serial");
+    return identity;
+}
+
+NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descriptor,
+                           milliseconds patience, U3vIdentity& identity) {
+    return ReadTexts(device, identity, patience,
+                     std::array<Text, 6>{{{descriptor.guid, &identity.guid},
+                                          {descriptor.vendor, &identity.vendor},
+                                          {descriptor.model, &identity.model},
+                                          {descriptor.version, &identity.version},
+                                          {descriptor.serial, &identity.serial},
+                                          {descriptor.userName, &identity.userName}}});
+}
+
+NxResult U3vIdentity::ReadGuid(libusb_device* device, const U3vDescriptor& descriptor,
+                               milliseconds patience, U3vIdentity& identity) {
+    return ReadTexts(device, identity, patience,
+                     std::array<Text, 1>{{{descriptor.guid, &identity.guid}}});
 }
 
 std::string U3vIdentity::GetName() const {

@@ -6,14 +6,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Below the second for which discovery listens to the network, and with the 4 seconds for the
-// limits and the description of one of the devices below the 5 seconds of a connection.
-constexpr milliseconds kForAll{800};
 constexpr milliseconds kForOne{500};
 
 }  // namespace
 
-U3vTextTime::U3vTextTime(std::size_t devices) : mEnd(Clock::now() + kForAll), mDevices(devices) {}
+U3vTextTime::U3vTextTime(std::size_t devices, milliseconds forAll)
+    : mEnd(Clock::now() + forAll), mDevices(devices) {}
 
 milliseconds U3vTextTime::TakeShare() {
     const auto left = std::chrono::floor<milliseconds>(mEnd - Clock::now());

@@ -51,8 +51,13 @@ FakeUsb::~FakeUsb() {
     fake = nullptr;
 }
 
-bool FakeUsb::Await(const libusb_device& device, std::chrono::milliseconds timeout) {
+bool FakeUsb::Await(libusb_device& device, std::chrono::milliseconds timeout) {
     timeouts.push_back(timeout);
+    if (device.late > 0) {
+        --device.late;
+        clock.Pass(timeout);
+        return false;
+    }
     clock.Pass(std::min(device.delay, timeout));
     return device.delay < timeout;
 }
@@ -117,13 +122,18 @@ libusb_claim_interface(libusb_device_handle* /*handle*/, int /*interface*/) {
 }
 [[gnu::visibility("default")]] int LIBUSB_CALL
 libusb_control_transfer(libusb_device_handle* handle, std::uint8_t /*type*/,
-                        std::uint8_t /*request*/, std::uint16_t value, std::uint16_t /*index*/,
+                        std::uint8_t /*request*/, std::uint16_t value, std::uint16_t index,
                         unsigned char* data, std::uint16_t length, unsigned int timeout) {
     if (!fake->Await(*handle->device, std::chrono::milliseconds(timeout))) {
         return LIBUSB_ERROR_TIMEOUT;
     }
     const auto number = static_cast<std::uint8_t>(value & 0xFF);
-    const std::u16string text = number == 0 ? u"\u0409" : handle->device->texts[number];
+    const char16_t language = handle->device->language;
+    if (number != 0 && index != language) {
+        return LIBUSB_ERROR_PIPE;
+    }
+    const std::u16string text =
+        number == 0 ? std::u16string(1, language) : handle->device->texts[number];
     std::vector<unsigned char> bytes{static_cast<unsigned char>(2 + 2 * text.size()),
                                      LIBUSB_DT_STRING};
     for (const char16_t unit : text) {

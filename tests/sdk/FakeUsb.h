@@ -15,6 +15,8 @@ struct libusb_device {
     std::map<std::uint8_t, std::u16string> texts{{1, u"123456789ABC"}, {2, u"Maker"}, {3, u"Model"},
                                                  {4, u"1.0"},          {5, u"7"},     {6, u"Left"}};
     std::chrono::milliseconds delay{0};  ///< of every answer; one that is too late is none
+    int late = 0;                        ///< how many of the next answers never come
+    std::uint16_t language = 0x0409;     ///< the only one; texts in others are refused
     std::uint8_t port = 3;               ///< of bus 250
 };
 
@@ -29,7 +31,7 @@ class FakeUsb {
 
     /// Waits as long as the device takes to answer, and no longer than that.
     /// @return false when the answer is too late
-    bool Await(const libusb_device& device, std::chrono::milliseconds timeout);
+    bool Await(libusb_device& device, std::chrono::milliseconds timeout);
 
     FakeClock clock;
     std::vector<libusb_device> devices;

@@ -58,10 +58,32 @@ TEST_F(U3vIdentityTest, GivesASlowDeviceItsTimeForAllOfItsTexts) {
     const NxResult result = Read();
     EXPECT_EQ(result.GetCode(), kNxTimeout);
     EXPECT_EQ(mIdentity.guid, "123456789ABC");
-    // Of seven texts.
+    // Of six texts.
     EXPECT_THAT(mUsb.timeouts,
-                testing::ElementsAre(milliseconds(250), milliseconds(250), milliseconds(100)));
+                testing::ElementsAre(milliseconds(500), milliseconds(300), milliseconds(100)));
     EXPECT_EQ(mUsb.clock.GetPassed(), milliseconds(500));
+}
+
+TEST_F(U3vIdentityTest, WaitsHalfASecondForAText) {
+    mDevice.delay = milliseconds(480);
+    EXPECT_EQ(Read().GetCode(), kNxTimeout);
+    EXPECT_EQ(mIdentity.guid, "123456789ABC");
+}
+
+TEST_F(U3vIdentityTest, ReadsTheGuidAloneToTellTheDeviceFromOthers) {
+    mDevice.delay = milliseconds(480);
+    EXPECT_TRUE(U3vIdentity::ReadGuid(&mDevice, mDescriptor, milliseconds(500), mIdentity).IsOK());
+    EXPECT_EQ(mIdentity.guid, "123456789ABC");
+    EXPECT_THAT(mUsb.timeouts, testing::SizeIs(1));
+}
+
+TEST_F(U3vIdentityTest, AsksForTheLanguageOnlyWhereEnglishIsRefused) {
+    mDevice.language = 0x0407;
+    ASSERT_TRUE(Read().IsOK());
+    EXPECT_EQ(mIdentity.guid, "123456789ABC");
+    EXPECT_EQ(mIdentity.userName, "Left");
+    // English, the languages, and six texts.
+    EXPECT_THAT(mUsb.timeouts, testing::SizeIs(8));
 }
 
 TEST_F(U3vIdentityTest, DoesNotWaitTwiceForADeviceThatDoesNotAnswer) {

@@ -75,3 +75,33 @@ TEST_F(UsbDiscoveryTest, ConnectsWithinFiveSecondsBehindDevicesThatDoNotAnswer) 
     // 1.5 seconds for the device's limits and 2.5 for its description are to come.
     EXPECT_LE(mUsb.clock.GetPassed(), kWindow);
 }
+
+TEST_F(UsbDiscoveryTest, ConnectsToADeviceThatTakesHalfASecondForItsGuid) {
+    PlugIn(1, milliseconds(490));
+    std::shared_ptr<DevicePort> port;
+    EXPECT_EQ(OpenU3vPort("GUID1", port).GetCode(), kNxAccessDenied) << "found; it is held";
+    EXPECT_THAT(mUsb.timeouts, testing::SizeIs(1)) << "the GUID alone";
+}
+
+TEST_F(UsbDiscoveryTest, AsksOnceMoreForAGuidThatWasLate) {
+    PlugIn(2, milliseconds(5));
+    mUsb.devices[0].late = 1;
+    std::shared_ptr<DevicePort> port;
+    EXPECT_EQ(OpenU3vPort("GUID1", port).GetCode(), kNxAccessDenied) << "found; it is held";
+    EXPECT_THAT(mUsb.timeouts, testing::SizeIs(3)) << "the other one is not asked again";
+
+    mUsb.timeouts.clear();
+    mUsb.devices[0].late = 2;
+    const NxResult silent = OpenU3vPort("GUID1", port);
+    EXPECT_EQ(silent.GetCode(), kNxTimeout);
+    EXPECT_THAT(silent.GetDescription().GetAscii(),
+                testing::HasSubstr("at USB port 250-1: it does not answer"));
+    EXPECT_THAT(mUsb.timeouts, testing::SizeIs(3));
+}
+
+TEST_F(UsbDiscoveryTest, ConnectsToAUsbPortWithoutAskingForTexts) {
+    PlugIn(2, milliseconds(100000));
+    std::shared_ptr<DevicePort> port;
+    EXPECT_EQ(OpenU3vPort("@250-2", port).GetCode(), kNxAccessDenied) << "found; it is held";
+    EXPECT_THAT(mUsb.timeouts, testing::IsEmpty());
+}

@@ -5,13 +5,14 @@
 
 #include <NxBase/NxApi.h>
 
-/// The time in which the texts of several devices are read one after the other: 0.8 seconds from
-/// its making on, however many they are. Slow ones leave time to the others.
+/// The time in which the texts of several devices are read one after the other, from its making on,
+/// however many they are. Slow ones leave time to the others.
 class NX_API U3vTextTime {
   public:
     using Clock = std::chrono::steady_clock;
 
-    explicit U3vTextTime(std::size_t devices);
+    explicit U3vTextTime(std::size_t devices,
+                         std::chrono::milliseconds forAll = std::chrono::milliseconds(800));
 
     /// How long the next device may take: an equal share of what the ones before have left, half a
     /// second at most; 0 when nothing is left.
