@@ -28,6 +28,8 @@ constexpr int kMostDrained = 16;
 
 // Largest packet of a bulk endpoint (USB 3.0, section 8.12.1.4).
 constexpr std::size_t kPacket = 1024;
+// Sent before the first of its packets is confirmed (USB 3.0, section 9.6.7: at most 16 packets).
+constexpr std::size_t kBurst = 16 * kPacket;
 // What every device takes before it has told its limits.
 constexpr std::size_t kSmallestLimit = 64;
 // What one acknowledge is at most, its 16-bit length field full.
@@ -47,6 +49,26 @@ std::size_t WholeWords(std::size_t bytes) {
 
 milliseconds TimeUntil(U3vChannel::Clock::time_point deadline) {
     return std::chrono::ceil<milliseconds>(deadline - U3vChannel::Clock::now());
+}
+
+// Whether a command that could not be sent has changed nothing in the device for certain, so that
+// it may be sent once more. A device carries a command out once it has all the bytes that the
+// header announces, and clearing its endpoint makes it forget what it has of one.
+bool DidNotExecute(const UsbPipe::Sending& sending, std::span<const std::byte> command) {
+    const std::size_t missing = command.size() - std::min(sending.taken, command.size());
+    if (sending.error == LIBUSB_ERROR_PIPE) {
+        // A stall is the device's own refusal of a packet, which it has not taken.
+        return missing > 0;
+    }
+    if (sending.error == LIBUSB_ERROR_IO) {
+        // A protocol error may just as well have hit the way back, on which the device confirms
+        // packets: as many as one burst holds may have arrived without being counted. A short write
+        // may thus have been carried out; a read may be, since it changes nothing and its
+        // acknowledge is told by its id.
+        return missing > kBurst || U3vPackets::IsRead(command);
+    }
+    // Unplugged, out of memory, or not taken in time: trying again would not help.
+    return false;
 }
 
 std::string Hexadecimal(std::uint64_t number) {
@@ -203,15 +225,22 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
                               std::size_t ackLength, U3vPackets::Ack& ack) {
     mReceived.resize(mHasAnswered ? BufferLength(ackLength) : kLongestAck);
     const Clock::time_point busyUntil = After(GetPatience());
+    bool mayTryAgain = true;
     while (mFailure.IsOK()) {
         const std::uint16_t id = TakeId();
         ByteOrder::StoreLittle16(&command[10], id);
         const Clock::time_point deadline = After(GetPatience());
         std::size_t length = 0;
-        bool sent = false;
-        const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sent);
+        UsbPipe::Sending sending;
+        const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sending);
+        if (error != LIBUSB_SUCCESS && mayTryAgain && DidNotExecute(sending, command)) {
+            mayTryAgain = false;
+            mPipe->ClearStall();
+            continue;
+        }
         if (error != LIBUSB_SUCCESS) {
-            return FailTransfer(error, sent ? "answer a command" : "take a command");
+            return FailTransfer(
+                error, sending.taken == command.size() ? "answer a command" : "take a command");
         }
         const NxResult result = AwaitAck(id, ackCommand, deadline, length, ack);
         // A busy device has not executed the command.

@@ -16,9 +16,10 @@
 
 /// Commands to one USB3 Vision device and their acknowledges, one at a time.
 ///
-/// A command is sent once and never again: USB loses nothing, so a late acknowledge means that the
-/// device is slow, and a repetition would be executed as well. Once the device was unplugged or
-/// left a command unanswered, every later command fails at once with the same description.
+/// A command that the device may have is never sent again: USB loses nothing, so a late acknowledge
+/// means that the device is slow, and a repetition would be executed as well. Once the device was
+/// unplugged or left a command unanswered, every later command fails at once with the same
+/// description.
 class U3vChannel {
   public:
     using Clock = std::chrono::steady_clock;

@@ -42,6 +42,10 @@ std::vector<std::byte> WriteMemory(std::uint16_t id, std::uint64_t address,
     return packet;
 }
 
+bool IsRead(std::span<const std::byte> command) {
+    return ByteOrder::LoadLittle16(&command[6]) == kReadMemoryCommand;
+}
+
 bool ParseAck(std::span<const std::byte> bytes, Ack& ack) {
     if (bytes.size() < kHeaderLength || ByteOrder::LoadLittle32(&bytes[0]) != kMagic) {
         return false;

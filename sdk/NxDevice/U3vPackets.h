@@ -29,6 +29,9 @@ std::vector<std::byte> ReadMemory(std::uint16_t id, std::uint64_t address, std::
 std::vector<std::byte> WriteMemory(std::uint16_t id, std::uint64_t address,
                                    std::span<const std::byte> data);
 
+/// Whether a command of ours is a READMEM_CMD.
+[[nodiscard]] bool IsRead(std::span<const std::byte> command);
+
 /// An acknowledge; `payload` points into the bytes that it was parsed from.
 struct Ack {
     std::uint16_t status = 0;

@@ -53,12 +53,13 @@ int UsbBulkPipe::Receive(std::span<std::byte> buffer, Milliseconds timeout, std:
 }
 
 int UsbBulkPipe::Exchange(std::span<const std::byte> bytes, std::span<std::byte> buffer,
-                          Milliseconds timeout, std::size_t& length, bool& sent) {
+                          Milliseconds timeout, std::size_t& length, Sending& sending) {
     using Clock = std::chrono::steady_clock;
     const auto deadline = Clock::now() + timeout;
     UsbTransfer in(mContext, mHandle, mDescriptor.inEndpoint, buffer);
     UsbTransfer out(mContext, mHandle, mDescriptor.outEndpoint, ForSending(bytes));
-    sent = false;
+    length = 0;
+    sending = {.error = LIBUSB_ERROR_TIMEOUT, .taken = 0};
     int error = in.Submit();
     if (error == LIBUSB_SUCCESS) {
         error = out.Submit();
@@ -79,8 +80,8 @@ int UsbBulkPipe::Exchange(std::span<const std::byte> bytes, std::span<std::byte>
         UsbTransfer::HandleEvents(mContext, left);
     }
     length = in.GetLength();
-    sent = out.GetError() == LIBUSB_SUCCESS && out.GetLength() == bytes.size();
-    if (sent) {
+    sending = {.error = out.GetError(), .taken = out.GetLength()};
+    if (sending.error == LIBUSB_SUCCESS && sending.taken == bytes.size()) {
         return in.GetError();
     }
     // The one that failed ended the other.

@@ -24,7 +24,8 @@ class UsbBulkPipe : public UsbPipe {
     [[nodiscard]] int Receive(std::span<std::byte> buffer, Milliseconds timeout,
                               std::size_t& length) override;
     [[nodiscard]] int Exchange(std::span<const std::byte> bytes, std::span<std::byte> buffer,
-                               Milliseconds timeout, std::size_t& length, bool& sent) override;
+                               Milliseconds timeout, std::size_t& length,
+                               Sending& sending) override;
     void ClearStall() override;
 
   private:

@@ -133,6 +133,9 @@ UsbFunction::Transfer U3vFunction::Out(std::uint8_t endpoint, ConstBytes bytes) 
     if (endpoint != kControlOut || mStalled) {
         return Transfer::kStalled;
     }
+    if (const Transfer arrived = Arrive(); arrived != Transfer::kDone) {
+        return arrived;
+    }
     if (mMute) {
         return Transfer::kDone;
     }
@@ -157,7 +160,22 @@ UsbFunction::Transfer U3vFunction::Out(std::uint8_t endpoint, ConstBytes bytes) 
     if (command.wantsAck && !mMute) {
         Schedule(command, status, payload);
     }
-    return mStalled ? Transfer::kStalled : Transfer::kDone;
+    // Taken, though the endpoint may stall from now on.
+    return Transfer::kDone;
+}
+
+UsbFunction::Transfer U3vFunction::Arrive() {
+    ++mSent;
+    if (mOptions.stallEvery != 0 && mSent % mOptions.stallEvery == 0) {
+        mStalled = true;
+        mEvents.Add("usb_stalled", {{"command", mSent}});
+        return Transfer::kStalled;
+    }
+    if (mOptions.protocolErrorEvery != 0 && mSent % mOptions.protocolErrorEvery == 0) {
+        mEvents.Add("usb_protocol_error", {{"command", mSent}});
+        return Transfer::kProtocolError;
+    }
+    return Transfer::kDone;
 }
 
 UsbFunction::Transfer U3vFunction::In(std::uint8_t endpoint, std::vector<std::uint8_t>& bytes) {

@@ -68,6 +68,7 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     std::uint16_t Write(ConstBytes command, std::vector<std::uint8_t>& payload);
     void Schedule(const Command& command, std::uint16_t status,
                   const std::vector<std::uint8_t>& payload);
+    [[nodiscard]] Transfer Arrive();
     void NoteRepetition(ConstBytes packet);
     void Vanish(Departure departure);
 
@@ -87,7 +88,8 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     bool mMute = false;
     bool mStalled = false;
     bool mResetting = false;
-    std::uint64_t mCommands = 0;
+    std::uint64_t mSent = 0;                 // commands, also those that did not arrive
+    std::uint64_t mCommands = 0;             // that arrived
     std::vector<std::uint8_t> mLastCommand;  // without its id
     std::deque<Answer> mAnswers;
 };

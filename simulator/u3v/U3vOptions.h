@@ -22,6 +22,10 @@ struct U3vOptions {
     /// Every so many commands PENDING_ACK is sent, and the acknowledge this much later; 0: never.
     std::uint32_t pendingEvery = 0;
     std::chrono::milliseconds pendingTime{300};
+    /// Every so many commands the endpoint stalls instead of taking it; 0: never.
+    std::uint32_t stallEvery = 0;
+    /// Every so many commands a protocol error keeps it from arriving; 0: never.
+    std::uint32_t protocolErrorEvery = 0;
     /// When this many bytes of a payload have come, both control endpoints stall.
     std::optional<std::uint64_t> stallAtByte;
     /// Stalled endpoints stall again as soon as they were cleared.

@@ -70,6 +70,16 @@ void UsbArguments::AddTo(CLI::App& app) {
            "Stall the control endpoints once so many payload bytes have come")
         ->type_name("BYTE")
         ->group(kGroup);
+    app.add_option("--stall-every", machine.camera.stallEvery,
+                   "Every so many commands stall the endpoint instead of taking it; 0: never")
+        ->type_name("N")
+        ->capture_default_str()
+        ->group(kGroup);
+    app.add_option("--protocol-error-every", machine.camera.protocolErrorEvery,
+                   "Every so many commands one is lost by a protocol error; 0: never")
+        ->type_name("N")
+        ->capture_default_str()
+        ->group(kGroup);
     app.add_flag("--stall-for-good", machine.camera.stallForGood,
                  "Stall again whenever a stall is cleared")
         ->group(kGroup);

@@ -24,7 +24,7 @@ class UsbFunction {
     };
 
     /// How a bulk transfer ends.
-    enum class Transfer { kDone, kNotReady, kStalled };
+    enum class Transfer { kDone, kNotReady, kStalled, kProtocolError };
 
     virtual ~UsbFunction() = default;
 

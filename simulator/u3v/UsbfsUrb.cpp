@@ -89,6 +89,9 @@ bool UsbfsUrb::TryFinish(UsbFunction& function) const {
         case UsbFunction::Transfer::kStalled:
             Finish(-EPIPE, 0);
             return true;
+        case UsbFunction::Transfer::kProtocolError:
+            Finish(-EPROTO, 0);
+            return true;
         case UsbFunction::Transfer::kNotReady:
             break;
     }

@@ -75,6 +75,29 @@ TEST(UsbFailureTest, SaysThatTheCameraStalledInTheMiddle) {
     EXPECT_FALSE(camera.Events("usb_stall_cleared").empty());
 }
 
+TEST(UsbFailureTest, ClearsStallsOfCommandsOnTheWay) {
+    UsbCamera camera({"--stall-every", "7"});
+    const std::string body = RandomBytes(100000, 10);
+    const ProcessResult result =
+        camera.Update({"--u3v", camera.Write("camera.dfw", MakePayload(body))});
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(result.out, EndsWith("Firmware upload complete.\n"));
+    EXPECT_EQ(camera.Firmware(), body);
+    EXPECT_GT(camera.Events("usb_stalled").size(), 5U);
+}
+
+TEST(UsbFailureTest, RepeatsAReadAfterAProtocolErrorButNoShortWrite) {
+    // Connecting takes more reads than that.
+    UsbCamera camera({"--protocol-error-every", "4"});
+    const ProcessResult result =
+        camera.Update({"--u3v", camera.Write("camera.dfw", SomePayload())});
+    EXPECT_LT(result.duration, kLongest);
+    EXPECT_GT(camera.Events("usb_protocol_error").size(), 1U);
+    EXPECT_THAT(result.out, EndsWith("Update failed.\n"));
+    EXPECT_THAT(result.err, HasSubstr("did not take a command (LIBUSB_ERROR_IO)"));
+    EXPECT_EQ(camera.Firmware(), "");
+}
+
 TEST(UsbFailureTest, SurvivesACameraThatStallsForGood) {
     UsbCamera camera({"--stall-at", "150000", "--stall-for-good"});
     ExpectFailedTransfer(

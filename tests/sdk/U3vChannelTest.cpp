@@ -245,6 +245,44 @@ TEST_F(U3vChannelTest, SaysAtOnceThatTheDeviceWasUnplugged) {
     EXPECT_FALSE(mChannel.IsAlive());
 }
 
+TEST_F(U3vChannelTest, ClearsAStallOfACommandAndSendsItOnceMore) {
+    mLog.sendErrors = {LIBUSB_ERROR_PIPE};
+    mLog.answers = {ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_EQ(mLog.clearedStalls, 1);
+    EXPECT_EQ(mLog.commands.size(), 1U) << "the device took one";
+
+    mLog.sendErrors = {LIBUSB_ERROR_PIPE, LIBUSB_ERROR_PIPE};
+    EXPECT_THAT(Text(mChannel.Write(0, Bytes(4))),
+                HasSubstr("stalled its control endpoint instead of being ready to take a command"));
+    EXPECT_EQ(mLog.commands.size(), 1U);
+}
+
+TEST_F(U3vChannelTest, SendsAReadOnceMoreAfterAProtocolError) {
+    Bytes buffer(4);
+    mLog.sendErrors = {LIBUSB_ERROR_IO};
+    // The first may have arrived all the same.
+    mLog.answers = {ScriptedPipe::Ack(0x0801, Bytes(4), 0, -1),
+                    ScriptedPipe::Ack(0x0801, Bytes(4, std::byte{1}))};
+    EXPECT_TRUE(mChannel.Read(0, buffer).IsOK());
+    EXPECT_EQ(buffer, Bytes(4, std::byte{1}));
+    EXPECT_EQ(mLog.clearedStalls, 1);
+}
+
+TEST_F(U3vChannelTest, SendsAWriteOnceMoreAfterAProtocolErrorOnlyWhereTheDeviceCannotHaveItsEnd) {
+    mChannel.SetLimits(65548, 65548);
+    mLog.sendErrors = {LIBUSB_ERROR_IO};
+    mLog.answers = {ScriptedPipe::WriteAck(20000)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(20000)).IsOK());
+
+    mLog.sendErrors = {LIBUSB_ERROR_IO};
+    const NxResult result = mChannel.Write(0, Bytes(16000));
+    EXPECT_EQ(result.GetCode(), kNxDeviceGone);
+    EXPECT_THAT(Text(result), HasSubstr("did not take a command (LIBUSB_ERROR_IO)"));
+    EXPECT_EQ(mLog.commands.size(), 1U);
+    EXPECT_FALSE(mChannel.IsAlive());
+}
+
 TEST_F(U3vChannelTest, GivesTheInterfaceBackBeforeItSaysThatItIsDead) {
     // Who sees that it is dead claims the interface at once.
     const U3vChannel* channel = nullptr;

@@ -80,12 +80,32 @@ TEST_F(UsbBulkPipeTest, EndsWhenLibusbHandlesNoEvents) {
 
 TEST_F(UsbBulkPipeTest, LeavesTheProcessorToOthersWhileAnExchangeCannotGoOn) {
     mUsb.eventsError = LIBUSB_ERROR_IO;
-    bool sent = true;
+    UsbPipe::Sending sending;
     std::array<std::byte, 16> answer{};
-    EXPECT_NE(mPipe.Exchange(mBytes, answer, milliseconds(100), mLength, sent), LIBUSB_SUCCESS);
-    EXPECT_FALSE(sent);
+    EXPECT_NE(mPipe.Exchange(mBytes, answer, milliseconds(100), mLength, sending), LIBUSB_SUCCESS);
+    EXPECT_NE(sending.error, LIBUSB_SUCCESS);
+    EXPECT_EQ(sending.taken, 0U);
     EXPECT_LE(mUsb.clock.GetPassed(), milliseconds(100) + kGivingUp + milliseconds(100));
     EXPECT_LT(mUsb.eventsHandled, kFewCalls);
+}
+
+TEST_F(UsbBulkPipeTest, TellsHowMuchOfACommandWasTakenBeforeItsEndpointStalled) {
+    mUsb.onEvents = [this] { mUsb.End(mUsb.submitted.at(1), LIBUSB_TRANSFER_STALL, 12); };
+    UsbPipe::Sending sending;
+    std::array<std::byte, 16> answer{};
+    EXPECT_EQ(mPipe.Exchange(mBytes, answer, milliseconds(100), mLength, sending),
+              LIBUSB_ERROR_PIPE);
+    EXPECT_EQ(sending.error, LIBUSB_ERROR_PIPE);
+    EXPECT_EQ(sending.taken, 12U);
+}
+
+TEST_F(UsbBulkPipeTest, TellsAStallOfTheAnswerFromOneOfTheCommand) {
+    mUsb.onEvents = [this] { mUsb.End(mUsb.submitted.at(0), LIBUSB_TRANSFER_STALL); };
+    UsbPipe::Sending sending;
+    std::array<std::byte, 16> answer{};
+    EXPECT_EQ(mPipe.Exchange(mBytes, answer, milliseconds(100), mLength, sending),
+              LIBUSB_ERROR_PIPE);
+    EXPECT_EQ(sending.error, LIBUSB_ERROR_TIMEOUT);
 }
 
 TEST_F(UsbBulkPipeTest, ClearsBothEndpointsAlsoWhenTheDeviceRefusesOne) {
