@@ -15,11 +15,13 @@ set(MIRSKO_ARROWS_mirsko-simulator simulator simulator_u3v)
 set(MIRSKO_ARROWS_MirskoFirmwareUpdater app update transfer firmware_file
     NxDevice NxGenICam NxSystem NxBase NyUtilsLib)
 set(MIRSKO_ARROWS_mirsko-devices NxDevice NxGenICam NxSystem NxBase)
+set(MIRSKO_ARROWS_MirskoFirmwareUpdater_installed ${MIRSKO_ARROWS_MirskoFirmwareUpdater})
 set(MIRSKO_ARROWS_mirsko-package NxDevice NxGenICam NxBase NyUtilsLib)
 
 set(MIRSKO_OWN_TARGETS NyUtilsLib NxBase NxSystem NxGenICam NxDevice sdk_headers sdk_internal
     compat_miniz firmware_file transfer update app simulator simulator_u3v
-    MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator fake_sdk)
+    MirskoFirmwareUpdater MirskoFirmwareUpdater_installed mirsko-devices mirsko-package
+    mirsko-simulator fake_sdk)
 
 # Fails the configure step when a target links one of ours that the table does not allow it, or
 # Aravis: tests and benchmarks compare ours with it, so nothing of ours may be made of it.

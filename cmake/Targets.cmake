@@ -16,6 +16,7 @@ function(mirsko_sdk_library name)
     set_target_properties(${name} PROPERTIES
         # A program's own path is not asked for what only a library needs.
         INSTALL_RPATH "$ORIGIN:/lib:/lib/genicam/bin/Linux64_ARM"
+        BUILD_WITH_INSTALL_RPATH ON
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         INTERFACE_MIRSKO_SDK_KIND real
         COMPATIBLE_INTERFACE_STRING MIRSKO_SDK_KIND)
@@ -46,13 +47,32 @@ function(mirsko_app_folder name)
     target_link_libraries(${name} PUBLIC sdk_headers PRIVATE ${arg_USES})
 endfunction()
 
-# mirsko_program(<name> SOURCES … LIBRARIES …): a program in <build>/bin.
+# mirsko_program(<name> SOURCES … LIBRARIES … [INSTALLED_RUN_PATH <folders>])
+# A program in <build>/bin. The installed one looks for its libraries in the folders named, by default
+# beside itself.
+#
+# Run paths are linked as they are installed: where CMake has to replace one, it ends the one of the
+# build tree with empty entries, and the dynamic linker takes an empty entry for the current folder. A
+# program whose installed run path leads nowhere in the build tree is therefore linked twice.
 function(mirsko_program name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "INSTALLED_RUN_PATH" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
-    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    set(beside "$ORIGIN/../lib")
+    if(NOT CMAKE_INSTALL_LIBDIR STREQUAL "lib")
+        string(PREPEND beside "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}:")
+    endif()
+    set_target_properties(${name} PROPERTIES INSTALL_RPATH "${beside}" BUILD_WITH_INSTALL_RPATH ON)
+    if(NOT arg_INSTALLED_RUN_PATH)
+        install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+        return()
+    endif()
+    add_executable(${name}_installed ${arg_SOURCES})
+    target_link_libraries(${name}_installed PRIVATE ${arg_LIBRARIES})
+    set_target_properties(${name}_installed PROPERTIES
+        OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/installed
+        INSTALL_RPATH "${arg_INSTALLED_RUN_PATH}" BUILD_WITH_INSTALL_RPATH ON)
+    install(TARGETS ${name}_installed RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
 # mirsko_test(<name> LABEL <label> SOURCES … LIBRARIES … [ISOLATED] [TIMEOUT <seconds>])

@@ -12,6 +12,7 @@ path=$(readelf --dynamic "$prefix/bin/MirskoFirmwareUpdater" | sed -n 's/.*R.*PA
     echo "The installed updater's run path is \"$path\"" >&2
     exit 1
 }
+"$(dirname "$0")/run_paths.sh" "$prefix"
 library=$(dirname "$(find "$prefix" -name libNxBase.so | head -n 1)")
 LD_LIBRARY_PATH=$library "$prefix/bin/MirskoFirmwareUpdater" --help | grep --quiet -- --localinterface
 for program in mirsko-devices mirsko-package mirsko-simulator; do
