@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <csignal>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <NxSystem/NxDeviceInfoGEV.h>
 #include <NxSystem/NxDeviceInfoMirskoProtocol.h>
@@ -69,6 +73,24 @@ const NxDeviceInfo* FirstDeviceOf(const Interface& interface) {
         }
     }
     return nullptr;
+}
+
+// A reader that has seen enough must not end a transfer half-way. A write that fails is nobody's
+// business: an update is told by the device, not by who listens.
+void IgnoreReadersThatGoAway() {
+    (void)std::signal(SIGPIPE, SIG_IGN);
+}
+
+// Whoever closes a standard stream leaves its number to the next socket or file, into which the
+// stages would be written then.
+void OccupyStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // Opening takes the lowest free number, which is this one. Where there is no /dev/null, any
+        // descriptor that nothing can be written to serves as well.
+        if (fcntl(stream, F_GETFD) == -1 && open("/dev/null", O_RDWR) == -1) {
+            (void)open("/", O_RDONLY);
+        }
+    }
 }
 
 }  // namespace
@@ -196,6 +218,8 @@ bool MirskoFirmwareUpdaterApp::RunUpdate(const Parameters& parameters, const NxD
 }
 
 int main(int argc, char** argv) {
+    IgnoreReadersThatGoAway();
+    OccupyStandardStreams();
     MirskoFirmwareUpdaterApp application;
     (void)application.InitInstance(argc, const_cast<const char**>(argv));
     return application.ExitInstance();
