@@ -13,7 +13,7 @@ namespace {
 
 // The transfer takes longer than the half second after which the first label is printed.
 std::vector<std::string> SlowCamera(const std::string& profile) {
-    return {"--profile", profile, "--latency", "3000"};
+    return {"--profile", profile, "--latency", "1500"};
 }
 
 /// The updater as a line of a shell that sees it as "$@".

@@ -57,6 +57,22 @@ TEST(UsbPeersTest, ArvToolRepeatsACommandWhoseAcknowledgeIsLate) {
     EXPECT_FALSE(camera.Events("u3v_command_repeated").empty());
 }
 
+TEST(UsbPeersTest, ArvToolRepeatsCommandsThatAProtocolErrorKeptFromTheCamera) {
+    UsbCamera camera({"--protocol-error-every", "12", "--max-ack", "1024"});
+    const ProcessResult features = camera.Run({"arv-tool-0.8", "features"});
+    EXPECT_THAT(features.out, HasSubstr("'FileOperationExecute'"));
+    EXPECT_GT(camera.Events("usb_protocol_error").size(), 1U);
+    EXPECT_TRUE(camera.Events("u3v_command_repeated").empty()) << "none of them had arrived";
+}
+
+TEST(UsbPeersTest, AStallOfACommandLastsUntilItIsClearedWhichArvToolDoesNot) {
+    UsbCamera camera({"--stall-every", "12", "--max-ack", "1024"});
+    const ProcessResult features = camera.Run({"arv-tool-0.8", "features"});
+    EXPECT_THAT(features.out, testing::Not(HasSubstr("'FileOperationExecute'")));
+    EXPECT_EQ(camera.Events("usb_stalled").size(), 1U);
+    EXPECT_TRUE(camera.Events("usb_stall_cleared").empty());
+}
+
 TEST(UsbPeersTest, ACommandsExitStatusIsHandedOn) {
     UsbCamera camera;
     EXPECT_EQ(camera.Run({"sh", "-c", "exit 7"}).exitStatus, 7);
