@@ -1,6 +1,7 @@
 #include "miniz.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -10,109 +11,231 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <zip.h>
+#include <zlib.h>
+
+#include "ZipBytes.h"
+#include "ZipDirectory.h"
 
 namespace {
 
-// An end-of-central-directory record without anything else (PKWARE APPNOTE 6.3, section 4.3.16).
-constexpr off_t kSmallestArchive = 22;
 constexpr std::size_t kChunkSize = 256UL * 1024;
-constexpr zip_uint32_t kDosDirectory = 0x10;
+constexpr std::uint32_t kLocalSignature = 0x04034b50;
+constexpr std::uint32_t kDosDirectory = 0x10;
+constexpr std::uint16_t kStored = 0;
+constexpr std::uint16_t kDeflated = 8;
+constexpr std::uint16_t kEncrypted = 1U << 0U | 1U << 6U;
+constexpr std::uint16_t kPatch = 1U << 5U;
 
-zip_t* Handle(const mz_zip_archive* archive) {
-    return archive != nullptr ? static_cast<zip_t*>(archive->m_pState) : nullptr;
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : mNumber(number) {}
+    ~Descriptor() { (void)Close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int Number() const { return mNumber; }
+    bool Close() {
+        const int number = mNumber;
+        mNumber = -1;
+        return number >= 0 && close(number) == 0;
+    }
+
+  private:
+    int mNumber;
+};
+
+struct OpenFile {
+    explicit OpenFile(int number) : descriptor(number) {}
+
+    Descriptor descriptor;
+    std::uint64_t size = 0;
+    ZipDirectory directory;
+};
+
+const OpenFile* Handle(const mz_zip_archive* archive) {
+    return archive != nullptr ? static_cast<const OpenFile*>(archive->m_pState) : nullptr;
 }
 
-bool IsDirectory(zip_t* zip, mz_uint index, const char* name) {
-    const std::size_t length = std::strlen(name);
-    if (length > 0 && name[length - 1] == '/') {
+/// Writes a member's bytes to a file and adds up what is to be compared with the directory.
+class Sink {
+  public:
+    Sink(int descriptor, std::uint64_t size) : mDescriptor(descriptor), mLeft(size) {}
+
+    /// @return false when writing fails, and at more bytes than the directory announces: a member
+    ///         must not fill the disk. What still belongs to it is written then.
+    [[nodiscard]] bool Take(const unsigned char* bytes, std::size_t count) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, mLeft));
+        mCrc = crc32_z(mCrc, bytes, wanted);
+        mLeft -= wanted;
+        return WriteAll(bytes, wanted) && wanted == count;
+    }
+    [[nodiscard]] bool IsWhole(std::uint32_t crc) const { return mLeft == 0 && mCrc == crc; }
+
+  private:
+    [[nodiscard]] bool WriteAll(const unsigned char* bytes, std::size_t count) const {
+        while (count > 0) {
+            const ssize_t written = write(mDescriptor, bytes, count);
+            if (written < 0 && errno == EINTR) {
+                continue;
+            }
+            if (written <= 0) {
+                return false;
+            }
+            bytes += written;
+            count -= static_cast<std::size_t>(written);
+        }
         return true;
     }
-    zip_uint8_t system = 0;
-    zip_uint32_t attributes = 0;
-    return zip_file_get_external_attributes(zip, index, ZIP_FL_UNCHANGED, &system, &attributes) ==
-               0 &&
-           (attributes & kDosDirectory) != 0;
-}
 
-bool WriteAll(int descriptor, const char* data, std::size_t length) {
-    while (length > 0) {
-        const ssize_t written = write(descriptor, data, length);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
+    int mDescriptor;
+    std::uint64_t mLeft;
+    uLong mCrc = 0;
+};
+
+/// A member's bytes as they stand in the archive.
+class Source {
+  public:
+    Source(const OpenFile& file, std::uint64_t offset, std::uint64_t size)
+        : mFile(file), mOffset(offset), mLeft(size) {}
+
+    /// @return false when reading fails; true without bytes at the member's end
+    [[nodiscard]] bool Read(std::vector<unsigned char>& chunk) {
+        chunk.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kChunkSize, mLeft)));
+        if (!ReadAt(mFile.descriptor.Number(), mOffset, chunk.data(), chunk.size())) {
             return false;
         }
-        data += written;
-        length -= static_cast<std::size_t>(written);
+        mOffset += chunk.size();
+        mLeft -= chunk.size();
+        return true;
     }
-    return true;
+
+  private:
+    const OpenFile& mFile;
+    std::uint64_t mOffset;
+    std::uint64_t mLeft;
+};
+
+bool CopyStored(Source source, Sink& sink) {
+    std::vector<unsigned char> chunk;
+    chunk.reserve(kChunkSize);
+    while (source.Read(chunk)) {
+        if (chunk.empty()) {
+            return true;
+        }
+        if (!sink.Take(chunk.data(), chunk.size())) {
+            return false;
+        }
+    }
+    return false;
 }
 
-// libzip checks the CRC when the last byte is read.
-bool CopyMember(zip_file_t* member, mz_uint64 size, int descriptor) {
-    std::vector<char> chunk(kChunkSize);
-    mz_uint64 copied = 0;
+bool Inflate(z_stream& stream, Source& source, Sink& sink) {
+    std::vector<unsigned char> in;
+    std::vector<unsigned char> out(kChunkSize);
+    in.reserve(kChunkSize);
     for (;;) {
-        const zip_int64_t count = zip_fread(member, chunk.data(), chunk.size());
-        if (count <= 0) {
-            return count == 0 && copied == size;
+        if (stream.avail_in == 0) {
+            if (!source.Read(in) || in.empty()) {
+                return false;
+            }
+            stream.next_in = in.data();
+            stream.avail_in = static_cast<uInt>(in.size());
         }
-        // A member that unpacks to more than it declares must not fill the disk.
-        const mz_uint64 wanted = std::min<mz_uint64>(static_cast<mz_uint64>(count), size - copied);
-        if (!WriteAll(descriptor, chunk.data(), wanted)) {
-            return false;
-        }
-        copied += wanted;
-        if (wanted < static_cast<mz_uint64>(count)) {
-            return false;
-        }
+        do {
+            stream.next_out = out.data();
+            stream.avail_out = static_cast<uInt>(out.size());
+            const int status = inflate(&stream, Z_NO_FLUSH);
+            if ((status != Z_OK && status != Z_STREAM_END && status != Z_BUF_ERROR) ||
+                !sink.Take(out.data(), out.size() - stream.avail_out)) {
+                return false;
+            }
+            if (status == Z_STREAM_END) {
+                return true;
+            }
+        } while (stream.avail_out == 0);
     }
+}
+
+bool CopyDeflated(Source source, Sink& sink) {
+    z_stream stream = {};
+    if (inflateInit2(&stream, -MAX_WBITS) != Z_OK) {
+        return false;
+    }
+    const bool done = Inflate(stream, source, sink);
+    (void)inflateEnd(&stream);
+    return done;
+}
+
+bool CopyMember(const OpenFile& file, const ZipDirectory::Entry& entry, int destination) {
+    if (entry.compressedSize == 0) {
+        return true;  // without asking for the CRC, as miniz does
+    }
+    std::array<unsigned char, 30> header{};
+    if (entry.localHeaderOffset > file.size ||
+        !ReadAt(file.descriptor.Number(), entry.localHeaderOffset, header.data(), header.size()) ||
+        Little32(header.data()) != kLocalSignature) {
+        return false;
+    }
+    const std::uint64_t offset =
+        entry.localHeaderOffset + header.size() + Little16(&header[26]) + Little16(&header[28]);
+    if (offset > file.size || entry.compressedSize > file.size - offset) {
+        return false;
+    }
+    const Source source(file, offset, entry.compressedSize);
+    Sink sink(destination, entry.size);
+    return (entry.method == kStored ? CopyStored(source, sink) : CopyDeflated(source, sink)) &&
+           sink.IsWhole(entry.crc);
 }
 
 }  // namespace
 
 mz_bool mz_zip_reader_init_file(mz_zip_archive* archive, const char* path, mz_uint32 flags) {
-    struct stat file = {};
-    // libzip takes an empty file for an empty archive.
-    if (archive == nullptr || path == nullptr || flags != 0 || stat(path, &file) != 0 ||
-        !S_ISREG(file.st_mode) || file.st_size < kSmallestArchive) {
+    if (archive == nullptr || path == nullptr || flags != 0) {
         return MZ_FALSE;
     }
-    archive->m_pState = zip_open(path, ZIP_RDONLY, nullptr);
-    return archive->m_pState != nullptr ? MZ_TRUE : MZ_FALSE;
+    // Opening a pipe must not wait for its writer.
+    auto file = std::make_unique<OpenFile>(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const int descriptor = file->descriptor.Number();
+    struct stat status = {};
+    if (descriptor < 0 || fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return MZ_FALSE;
+    }
+    file->size = static_cast<std::uint64_t>(status.st_size);
+    if (!file->directory.Read(descriptor, file->size)) {
+        return MZ_FALSE;
+    }
+    archive->m_pState = file.release();
+    return MZ_TRUE;
 }
 
 mz_uint mz_zip_reader_get_num_files(mz_zip_archive* archive) {
-    zip_t* const zip = Handle(archive);
-    return zip != nullptr ? static_cast<mz_uint>(zip_get_num_entries(zip, ZIP_FL_UNCHANGED)) : 0;
+    const OpenFile* const file = Handle(archive);
+    return file != nullptr ? static_cast<mz_uint>(file->directory.Count()) : 0;
 }
 
 mz_bool mz_zip_reader_file_stat(mz_zip_archive* archive, mz_uint index,
                                 mz_zip_archive_file_stat* stat) {
-    zip_t* const zip = Handle(archive);
-    zip_stat_t entry = {};
-    if (zip == nullptr || stat == nullptr ||
-        zip_stat_index(zip, index, ZIP_FL_UNCHANGED | ZIP_FL_ENC_RAW, &entry) != 0) {
+    const OpenFile* const file = Handle(archive);
+    if (file == nullptr || stat == nullptr) {
         return MZ_FALSE;
     }
-    constexpr zip_uint64_t kNeeded = ZIP_STAT_NAME | ZIP_STAT_SIZE | ZIP_STAT_COMP_SIZE |
-                                     ZIP_STAT_COMP_METHOD | ZIP_STAT_ENCRYPTION_METHOD |
-                                     ZIP_STAT_CRC;
-    if ((entry.valid & kNeeded) != kNeeded) {
+    const auto entry = file->directory.At(index);
+    if (!entry) {
         return MZ_FALSE;
     }
     *stat = {};
     stat->m_file_index = index;
-    stat->m_crc32 = entry.crc;
-    stat->m_comp_size = entry.comp_size;
-    stat->m_uncomp_size = entry.size;
-    stat->m_is_directory = IsDirectory(zip, index, entry.name) ? MZ_TRUE : MZ_FALSE;
-    stat->m_is_encrypted = entry.encryption_method != ZIP_EM_NONE ? MZ_TRUE : MZ_FALSE;
-    const bool readable = entry.comp_method == ZIP_CM_STORE || entry.comp_method == ZIP_CM_DEFLATE;
-    stat->m_is_supported = readable && stat->m_is_encrypted == MZ_FALSE ? MZ_TRUE : MZ_FALSE;
-    std::strncpy(stat->m_filename, entry.name, sizeof stat->m_filename - 1);
+    stat->m_crc32 = entry->crc;
+    stat->m_comp_size = entry->compressedSize;
+    stat->m_uncomp_size = entry->size;
+    const bool isFolder = (!entry->name.empty() && entry->name.back() == '/') ||
+                          (entry->externalAttributes & kDosDirectory) != 0;
+    const bool isPlain = (entry->flags & (kEncrypted | kPatch)) == 0;
+    const bool isKnown = entry->method == kStored || entry->method == kDeflated;
+    stat->m_is_directory = isFolder ? MZ_TRUE : MZ_FALSE;
+    stat->m_is_encrypted = (entry->flags & kEncrypted) != 0 ? MZ_TRUE : MZ_FALSE;
+    stat->m_is_supported = isPlain && isKnown ? MZ_TRUE : MZ_FALSE;
+    (void)entry->name.copy(stat->m_filename, sizeof stat->m_filename - 1);
     return MZ_TRUE;
 }
 
@@ -124,27 +247,20 @@ mz_bool mz_zip_reader_extract_to_file(mz_zip_archive* archive, mz_uint index,
         stat.m_is_directory != MZ_FALSE || stat.m_is_supported == MZ_FALSE) {
         return MZ_FALSE;
     }
-    const std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> member(
-        zip_fopen_index(Handle(archive), index, ZIP_FL_UNCHANGED), zip_fclose);
-    if (member == nullptr) {
+    Descriptor file(open(destination, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (file.Number() < 0) {
         return MZ_FALSE;
     }
-    const int descriptor = open(destination, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        return MZ_FALSE;
-    }
-    const bool copied = CopyMember(member.get(), stat.m_uncomp_size, descriptor);
-    const bool closed = close(descriptor) == 0;
-    return copied && closed ? MZ_TRUE : MZ_FALSE;
+    const OpenFile& opened = *Handle(archive);
+    const bool copied = CopyMember(opened, *opened.directory.At(index), file.Number());
+    return file.Close() && copied ? MZ_TRUE : MZ_FALSE;
 }
 
 mz_bool mz_zip_reader_end(mz_zip_archive* archive) {
-    zip_t* const zip = Handle(archive);
-    if (zip == nullptr) {
+    if (Handle(archive) == nullptr) {
         return MZ_FALSE;
     }
-    // Nothing was changed, so nothing is written: discarding it is closing it.
-    zip_discard(zip);
+    delete static_cast<OpenFile*>(archive->m_pState);
     archive->m_pState = nullptr;
     return MZ_TRUE;
 }

@@ -3,7 +3,8 @@
 #include <cstdint>
 
 /// The five operations of miniz that read a zip archive, for a system without miniz: the same names
-/// and the same outcomes, over libzip. Archives follow PKWARE APPNOTE 6.3, zip64 included.
+/// and the same outcomes. Archives follow PKWARE APPNOTE 6.3, zip64 included; zlib inflates.
+/// docs/building.md names what still differs, and why no other zip library stands behind them.
 
 using mz_bool = int;
 using mz_uint = unsigned int;
@@ -27,8 +28,8 @@ struct mz_zip_archive_file_stat {
     mz_uint64 m_uncomp_size = 0;  ///< bytes
     mz_bool m_is_directory = MZ_FALSE;
     mz_bool m_is_encrypted = MZ_FALSE;
-    mz_bool m_is_supported = MZ_FALSE;  ///< stored or deflated, and not encrypted
-    /// The bytes as stored, zero-terminated, cut to what fits.
+    mz_bool m_is_supported = MZ_FALSE;  ///< stored or deflated, and neither encrypted nor a patch
+    /// The bytes as stored, whatever an extra field says, zero-terminated, cut to what fits.
     char m_filename[MZ_ZIP_MAX_ARCHIVE_FILENAME_SIZE] = {};
 };
 

@@ -140,7 +140,7 @@ TEST_F(FirmwareArchivesTest, AMemberThatUnpacksToMoreThanItDeclaresStopsThere) {
     EXPECT_EQ(UnpackBytes(MakeZip({bomb})), "none");
     const std::vector<std::string> left = LeftBehind();
     ASSERT_EQ(left.size(), 1U);
-    // miniz notices it after the piece of 32 KiB that is too much, libzip before.
+    // miniz notices it after the piece of 32 KiB that is too much, compat/miniz before.
     EXPECT_LE(left[0].size(), (1024U + 32U) * 1024U);
 }
 
@@ -188,6 +188,57 @@ TEST_F(FirmwareArchivesTest, ALongNameIsComparedUpToItsFirst511Bytes) {
     const std::string name = std::string(505, 'n') + "a.dfw";
     EXPECT_EQ(UnpackBytes(MakeZip({{name, "payload"}})), "payload");
     EXPECT_EQ(UnpackBytes(MakeZip({{"nn" + name, "payload"}})), "none");
+}
+
+TEST_F(FirmwareArchivesTest, AMemberIsFoundByItsStoredNameWhateverItsUnicodePathSays) {
+    ZipMember renamed = {"a.dfw", "payload"};
+    // Version 1, CRC-32 of the stored name, and the name that other programs take (0x7075).
+    renamed.extra = ZipExtra(0x7075, std::string("\x01\xAF\x3A\x85\x90", 5) + "b.dfw");
+    const std::string archive = folder.Write("fw.zip", MakeZip({renamed}));
+    ASSERT_THAT(Process::Run({"zipinfo", "-1", archive}).out, testing::StartsWith("b.dfw"));
+    EXPECT_EQ(Unpack(archive), "payload");
+    EXPECT_EQ(Unpack(archive, "b.dfw"), "none");
+}
+
+TEST_F(FirmwareArchivesTest, AStoredNameEndsAtItsFirstZeroByte) {
+    EXPECT_EQ(UnpackBytes(MakeZip({{std::string("b.dfw\0/a.dfw", 12), "hidden"},
+                                   {std::string("a.dfw\0.txt", 10), "payload"}})),
+              "payload");
+    EXPECT_EQ(Unpack(Archive(), "a.dfw ."), "none");
+    EXPECT_EQ(Unpack(Archive(), "txt"), "none");
+}
+
+TEST_F(FirmwareArchivesTest, ASmallMemberWithStrongEncryptionDoesNotHideTheOthers) {
+    ZipMember secret = {"secret.txt", "tiny", 99, false, kEncrypted};
+    secret.extra = ZipExtra(0x9901, std::string("\x02\0AE\x03\0\0", 7));  // AES-256, stored
+    EXPECT_EQ(UnpackBytes(MakeZip({secret, {"a.dfw", "payload"}})), "payload");
+    EXPECT_EQ(Unpack(Archive(), "secret.txt"), "none");
+}
+
+TEST_F(FirmwareArchivesTest, OfTwoArchivesInOneFileTheLastIsRead) {
+    const std::string first = MakeZip({{"a.dfw", "old"}, {"b.dfw", "old"}});
+    EXPECT_EQ(UnpackBytes(first + MakeZip({{"a.dfw", "payload"}}, first.size())), "payload");
+    EXPECT_EQ(Unpack(Archive(), "b.dfw"), "none");
+}
+
+TEST_F(FirmwareArchivesTest, OfTwoEndRecordsTheLastCounts) {
+    const std::string archive = MakeZip({{"a.dfw", "payload"}});
+    std::string empty = MakeZip({});
+    EXPECT_EQ(UnpackBytes(archive + empty), "none");
+    EXPECT_EQ(UnpackBytes(archive + archive.substr(archive.size() - 22)), "payload");
+    // In the comment of the first one, too.
+    std::string commented = archive;
+    commented[commented.size() - 2] = static_cast<char>(empty.size());
+    EXPECT_EQ(UnpackBytes(commented + empty), "none");
+}
+
+TEST_F(FirmwareArchivesTest, AnOddMemberThatIsNotAskedForDoesNoHarm) {
+    constexpr std::uint16_t kUtf8 = 1U << 11U;
+    ZipMember wronglyMarked = {"\xFF\xFE", "x", 0, false, kUtf8};
+    ZipMember malformedExtra = {"b", "x"};
+    malformedExtra.extra = std::string("\x55\x54\x50\0z", 5);  // announces 80 bytes, has one
+    EXPECT_EQ(UnpackBytes(MakeZip({wronglyMarked, malformedExtra, {"a.dfw", "payload"}})),
+              "payload");
 }
 
 TEST_F(FirmwareArchivesTest, FourGibibytesOfZerosAreUnpackedInBoundedMemory) {

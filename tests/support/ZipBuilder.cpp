@@ -89,13 +89,20 @@ std::string Zip64Extra(const Sizes& sizes) {
 
 }  // namespace
 
-std::string MakeZip(const std::vector<ZipMember>& members) {
+std::string ZipExtra(std::uint16_t id, const std::string& data) {
+    std::string field;
+    Put16(field, id);
+    Put16(field, data.size());
+    return field + data;
+}
+
+std::string MakeZip(const std::vector<ZipMember>& members, std::size_t before) {
     std::string out;
     std::string central;
     for (const ZipMember& member : members) {
         const Sizes sizes = SizesOf(member);
-        const std::string extra = member.zip64 ? Zip64Extra(sizes) : "";
-        const std::size_t offset = out.size();
+        const std::string extra = (member.zip64 ? Zip64Extra(sizes) : "") + member.extra;
+        const std::size_t offset = before + out.size();
         Put32(out, 0x04034b50);
         PutCommon(out, member, sizes);
         Put16(out, extra.size());
@@ -112,7 +119,7 @@ std::string MakeZip(const std::vector<ZipMember>& members) {
         Put32(central, offset);
         central += member.name + extra;
     }
-    const std::size_t offset = out.size();
+    const std::size_t offset = before + out.size();
     out += central;
     Put32(out, 0x06054b50);
     Put32(out, 0);

@@ -22,10 +22,15 @@ struct ZipMember {
     std::string deflated = {};
     std::uint64_t deflatedSize = 0;
     std::uint32_t deflatedCrc = 0;
+    std::string extra = {};  ///< further extra fields of both headers
 };
 
 /// The bytes of an archive of these members, in this order (PKWARE APPNOTE 6.3).
-std::string MakeZip(const std::vector<ZipMember>& members);
+/// @param offset what stands before it in its file, in bytes
+std::string MakeZip(const std::vector<ZipMember>& members, std::size_t offset = 0);
+
+/// An extra field, for ZipMember::extra.
+std::string ZipExtra(std::uint16_t id, const std::string& data);
 
 /// A member of that many MiB of zeros, deflated; made without holding or deflating them all.
 ZipMember MakeBomb(const std::string& name, unsigned int mebibytes);
