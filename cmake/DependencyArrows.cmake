@@ -16,7 +16,8 @@ set(MIRSKO_ARROWS_MirskoFirmwareUpdater app update transfer firmware_file
     NxDevice NxGenICam NxSystem NxBase NyUtilsLib)
 set(MIRSKO_ARROWS_mirsko-devices NxDevice NxGenICam NxSystem NxBase)
 set(MIRSKO_ARROWS_MirskoFirmwareUpdater_installed ${MIRSKO_ARROWS_MirskoFirmwareUpdater})
-set(MIRSKO_ARROWS_mirsko-package NxDevice NxGenICam NxBase NyUtilsLib)
+# What mirsko-package says of a package must hold for the updater: both read it alike.
+set(MIRSKO_ARROWS_mirsko-package firmware_file NxDevice NxGenICam NxBase NyUtilsLib)
 
 set(MIRSKO_OWN_TARGETS NyUtilsLib NxBase NxSystem NxGenICam NxDevice sdk_headers sdk_internal
     compat_miniz firmware_file transfer update app simulator simulator_u3v

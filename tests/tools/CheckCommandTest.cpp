@@ -1,5 +1,6 @@
 #include <NxDevice/NxDfwPayload.h>
 
+#include "PackageArchive.h"
 #include "PackageFiles.h"
 #include "PackageTool.h"
 #include "ZipBuilder.h"
@@ -36,9 +37,9 @@ TEST_F(CheckCommandTest, FindsNothingInAGoodPackage) {
 }
 
 TEST_F(CheckCommandTest, TellsWhatIsNoPackage) {
-    Expect({"check", "@p.zip"}, 1, "error: @p.zip: No such file\n", "");
+    Expect({"check", "@p.zip"}, 1, "error: @p.zip: No such file or directory\n", "");
     mFolder.Write("p.zip", "no archive at all, though long enough to be one");
-    Expect({"check", "@p.zip"}, 1, "error: @p.zip: Not a zip archive\n", "");
+    Expect({"check", "@p.zip"}, 1, "error: @p.zip: not a zip archive, or damaged\n", "");
     mFolder.Write("p.zip", ZipFile().Bytes());
     Expect({"check", "@p.zip"}, 1, "error: @p.zip: no member is named \"Manifest.xml\"\n", "");
 }
@@ -93,7 +94,9 @@ TEST_F(CheckCommandTest, FindsDamagedMembers) {
     std::string bytes = zip.Bytes();
     bytes[bytes.find("ffff")] = 'g';
     mFolder.Write("p.zip", bytes);
-    Expect({"check", "@p.zip"}, 1, "error: a.dfw: CRC error\n", "");
+    Expect({"check", "@p.zip"}, 1,
+           "error: a.dfw: damaged: its data cannot be unpacked, or fails the length or CRC check\n",
+           "");
 }
 
 TEST_F(CheckCommandTest, FindsMembersThatTheUpdaterCannotUnpack) {
@@ -113,6 +116,63 @@ TEST_F(CheckCommandTest, FindsMembersThatTheUpdaterCannotUnpack) {
     ExpectFindings(folder,
                    "warning: a.dfw: the updater takes the member \"a.dfw/\" for it\n"
                    "error: a.dfw/: it is a folder\n");
+}
+
+TEST_F(CheckCommandTest, SeesNamesAsTheUpdaterDoes) {
+    const std::string missing = "error: a.dfw: the package holds no such file\n";
+    const auto findings = [this](const std::string& name, const std::string& text) {
+        mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, {name, GoodPayload()}}));
+        Expect({"check", "@p.zip"}, 1, text, "");
+    };
+    // The updater looks at 511 bytes of a name, and at none after a zero byte.
+    findings(std::string(507, 'n') + "a.dfw", missing);
+    findings(std::string("x\0a.dfw", 7), missing);
+    findings(std::string("a.dfw\0x", 7) + "/", "error: a.dfw: it is a folder\n");
+}
+
+TEST_F(CheckCommandTest, FindsFoldersByTheirAttributesToo) {
+    ZipMember member{.name = "a.dfw", .content = GoodPayload()};
+    member.externalAttributes = 0x10;
+    mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, member}));
+    Expect({"check", "@p.zip"}, 1, "error: a.dfw: it is a folder\n", "");
+}
+
+TEST_F(CheckCommandTest, FindsAFirstMemberWithoutWhichTheUpdaterFindsNone) {
+    // Its sizes are said to be in a zip64 field that it does not have in full.
+    ZipMember first{.name = "readme.txt", .content = "x", .zip64 = true};
+    std::string bytes =
+        MakeZip({first, {"Manifest.xml", GoodManifest()}, {"a.dfw", GoodPayload()}});
+    bytes[bytes.rfind(std::string("readme.txt\x01\0\x10", 13)) + 12] = '\x08';
+    mFolder.Write("p.zip", bytes);
+    Expect({"check", "@p.zip"}, 1,
+           "error: @p.zip: its first member cannot be read, so the updater finds none\n", "");
+}
+
+TEST_F(CheckCommandTest, FindsNothingInAPackageExactlyWhenItsFilesCanBeUnpacked) {
+    const std::string payload = GoodPayload(std::string(3000, 'f'));
+    const std::string good =
+        MakeZip({{"Manifest.xml", GoodManifest(), ZipMember::kDeflated}, {"a.dfw", payload}});
+    const auto unpacks = [&](const std::string& name, const std::string& content) {
+        const PackageArchive archive(Path("p.zip"));
+        const auto member = archive.Find(name);
+        return member && archive.Extract(*member, Path("unpacked")) &&
+               ReadFile(Path("unpacked")) == content;
+    };
+    std::size_t readable = 0;
+    std::size_t refused = 0;
+    // A bit here and there: in names, sizes, flags, offsets, data and records.
+    for (std::size_t at = 0; at < good.size(); at += at < 200 || at > good.size() - 200 ? 3 : 97) {
+        std::string bytes = good;
+        bytes[at] = static_cast<char>(bytes[at] ^ (1 << at % 8));
+        mFolder.Write("p.zip", bytes);
+        const bool isGood = unpacks("Manifest.xml", GoodManifest()) && unpacks("a.dfw", payload);
+        const ProcessResult check = Run({"check", "@p.zip"});
+        EXPECT_EQ(check.out.find("error: ") == std::string::npos, isGood)
+            << at << ": " << check.out;
+        ++(isGood ? readable : refused);
+    }
+    EXPECT_GT(readable, 20U);
+    EXPECT_GT(refused, 20U);
 }
 
 TEST_F(CheckCommandTest, FindsDamagedPayloads) {
@@ -141,7 +201,8 @@ TEST_F(CheckCommandTest, FindsAPayloadThatUnpacksToMoreThanTheArchiveSays) {
     member.sizeError = 8 - static_cast<std::int64_t>(member.content.size());
     mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, member}));
     Expect({"check", "@p.zip"}, 1,
-           "error: a.dfw: the archive says that it has 8 bytes, but it unpacks to more\n", "");
+           "error: a.dfw: damaged: its data cannot be unpacked, or fails the length or CRC check\n",
+           "");
 }
 
 TEST_F(CheckCommandTest, FindsRecordsInThePlaceOfFirmware) {

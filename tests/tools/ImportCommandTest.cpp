@@ -166,12 +166,15 @@ TEST_F(ImportCommandTest, TellsOfDamagedMembers) {
     std::string bytes = zip.Bytes();
     bytes.replace(bytes.rfind("firmware"), 1, "x");
     mFolder.Write("u.guf", bytes);
-    Expect({"import", "@u.guf", "@p.zip"}, 1, "", "mirsko-package: a.dfw: CRC error\n");
+    Expect({"import", "@u.guf", "@p.zip"}, 1, "",
+           "mirsko-package: a.dfw: damaged: its data cannot be unpacked, or fails the length or "
+           "CRC check\n");
     EXPECT_FALSE(Exists("p.zip"));
 }
 
 TEST_F(ImportCommandTest, TellsWhatIsNoUpdateFile) {
-    Expect({"import", "@u.guf", "@p.zip"}, 1, "", "mirsko-package: @u.guf: No such file\n");
+    Expect({"import", "@u.guf", "@p.zip"}, 1, "",
+           "mirsko-package: @u.guf: No such file or directory\n");
     mFolder.Write("u.guf", ZipFile().Bytes());
     Expect({"import", "@u.guf", "@p.zip"}, 1, "",
            "mirsko-package: @u.guf: it holds no \"ControlFile.xml\"\n");

@@ -1,94 +1,137 @@
 #include "Archive.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fstream>
+#include <thread>
 
-#include <zip.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
-struct Closer {
-    void operator()(zip_t* archive) const { zip_discard(archive); }
-    void operator()(zip_file_t* file) const { (void)zip_fclose(file); }
+/// A pipe whose writing end is a path that an archive can be unpacked to.
+class UnpackingPipe {
+  public:
+    UnpackingPipe() {
+        if (pipe2(mEnds.data(), O_CLOEXEC) != 0) {
+            mEnds = {-1, -1};
+        }
+    }
+    ~UnpackingPipe() {
+        CloseReader();
+        CloseWriter();
+    }
+    UnpackingPipe(const UnpackingPipe&) = delete;
+    UnpackingPipe& operator=(const UnpackingPipe&) = delete;
+
+    [[nodiscard]] bool IsOpen() const { return mEnds[0] >= 0; }
+    [[nodiscard]] std::string WriterPath() const {
+        return "/proc/self/fd/" + std::to_string(mEnds[1]);
+    }
+    /// @return the number of bytes, 0 at the end, negative on failure
+    [[nodiscard]] ssize_t Read(char* bytes, std::size_t count) const {
+        for (;;) {
+            const ssize_t got = read(mEnds[0], bytes, count);
+            if (got >= 0 || errno != EINTR) {
+                return got;
+            }
+        }
+    }
+    /// The writer fails from here on.
+    void CloseReader() { Close(mEnds[0]); }
+    void CloseWriter() { Close(mEnds[1]); }
+
+  private:
+    static void Close(int& end) {
+        if (end >= 0) {
+            (void)close(end);
+            end = -1;
+        }
+    }
+
+    std::array<int, 2> mEnds{-1, -1};
 };
 
-std::string DescribeError(int code) {
-    zip_error_t error;
-    zip_error_init_with_code(&error, code);
-    std::string text = zip_error_strerror(&error);
-    zip_error_fini(&error);
-    return text;
+/// A pipe without a reader is an error of the write, not the end of the program.
+void BlockBrokenPipeSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace
 
-class Archive::Impl {
-  public:
-    std::unique_ptr<zip_t, Closer> zip;
-};
-
-Archive::Archive() : mImpl(std::make_unique<Impl>()) {}
-
-Archive::~Archive() = default;
-
 std::string Archive::Open(const std::string& path) {
-    int code = 0;
-    mImpl->zip.reset(zip_open(path.c_str(), ZIP_RDONLY, &code));
     mMembers.clear();
-    if (!mImpl->zip) {
-        return DescribeError(code);
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0) {
+        return std::strerror(errno);
     }
-    const auto count = static_cast<zip_uint64_t>(zip_get_num_entries(mImpl->zip.get(), 0));
-    for (zip_uint64_t index = 0; index < count; ++index) {
-        zip_stat_t stat;
-        if (zip_stat_index(mImpl->zip.get(), index, ZIP_FL_ENC_RAW, &stat) != 0 ||
-            (stat.valid & ZIP_STAT_NAME) == 0) {
-            return "member " + std::to_string(index) + " cannot be read";
+    mArchive = std::make_unique<PackageArchive>(path);
+    if (!mArchive->IsOpen()) {
+        return "not a zip archive, or damaged";
+    }
+    for (std::size_t index = 0; index < mArchive->Count(); ++index) {
+        const auto member = mArchive->At(index);
+        if (member) {
+            mMembers.push_back({index, member->name, member->size, member->compressedSize,
+                                member->isFolder, member->isSupported});
+        } else if (index == 0) {
+            return "its first member cannot be read, so the updater finds none";
         }
-        const bool readable =
-            stat.encryption_method == ZIP_EM_NONE &&
-            (stat.comp_method == ZIP_CM_STORE || stat.comp_method == ZIP_CM_DEFLATE);
-        mMembers.push_back({stat.name, stat.size, stat.comp_size, readable});
     }
     return {};
 }
 
 std::optional<std::size_t> Archive::FindAsUpdater(const std::string& name) const {
-    for (std::size_t index = 0; index < mMembers.size(); ++index) {
-        if (mMembers[index].name.find(name) != std::string::npos) {
-            return index;
-        }
-    }
-    return std::nullopt;
+    const auto found = mArchive->Find(name);
+    const auto member = std::find_if(mMembers.begin(), mMembers.end(), [&found](const Member& one) {
+        return found && one.index == *found;
+    });
+    return member == mMembers.end()
+               ? std::nullopt
+               : std::optional<std::size_t>(std::distance(mMembers.begin(), member));
 }
 
 std::string Archive::Read(std::size_t member, const Take& take) const {
-    const std::string name = mMembers.at(member).name;
-    if (!name.empty() && name.back() == '/') {
+    const Member& wanted = mMembers.at(member);
+    if (wanted.isFolder) {
         return "it is a folder";
     }
-    if (!mMembers[member].isReadable) {
+    if (!wanted.isReadable) {
         return "it is encrypted, or compressed by another method than deflate";
     }
-    const std::unique_ptr<zip_file_t, Closer> file(zip_fopen_index(mImpl->zip.get(), member, 0));
-    if (!file) {
-        return zip_strerror(mImpl->zip.get());
+    UnpackingPipe pipe;
+    if (!pipe.IsOpen()) {
+        return std::strerror(errno);
     }
+    bool isWhole = false;
+    std::thread unpacking([this, &wanted, &pipe, &isWhole] {
+        BlockBrokenPipeSignal();
+        isWhole = mArchive->Extract(wanted.index, pipe.WriterPath());
+        pipe.CloseWriter();
+    });
     std::array<char, 65536> buffer{};
-    for (;;) {
-        const zip_int64_t count = zip_fread(file.get(), buffer.data(), buffer.size());
-        if (count < 0) {
-            return zip_file_strerror(file.get());
+    std::string error;
+    while (error.empty()) {
+        const ssize_t count = pipe.Read(buffer.data(), buffer.size());
+        if (count <= 0) {
+            break;
         }
-        if (count == 0) {
-            return {};
-        }
-        const std::string error = take(buffer.data(), static_cast<std::size_t>(count));
-        if (!error.empty()) {
-            return error;
-        }
+        error = take(buffer.data(), static_cast<std::size_t>(count));
     }
+    pipe.CloseReader();
+    unpacking.join();
+    if (error.empty() && !isWhole) {
+        return "damaged: its data cannot be unpacked, or fails the length or CRC check";
+    }
+    return error;
 }
 
 std::string Archive::ReadText(std::size_t member, std::size_t longest, std::string& text) const {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <optional>
 
 #include "MemberHeader.h"
 #include "ModelProbe.h"
@@ -159,12 +160,8 @@ void PackageCheck::CheckFile(const std::string& name) {
 void PackageCheck::CheckMember(std::size_t member) {
     const Archive& archive = mPackage.GetArchive();
     const Archive::Member& stored = archive.Members()[member];
-    const auto header = ReadMemberHeader(archive, member);
-    if (header && stored.size < NxDfwHeader::kSize) {
-        Error(stored.name + ": the archive says that it has " + std::to_string(stored.size) +
-              " bytes, but it unpacks to more");
-        return;
-    }
+    const auto header =
+        stored.size < NxDfwHeader::kSize ? std::nullopt : ReadMemberHeader(archive, member);
     if (header && header->bodyLength + NxDfwHeader::kSize != stored.size) {
         Error(stored.name + " is not a firmware payload: its body has " +
               std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, its header says " +
