@@ -38,7 +38,8 @@ TEST_F(HelpTest, OfEachSubcommandNamesItsOptionsAndArguments) {
                {"--manifest", "--model", "--upload", "--description", "--version", "PACKAGE"});
     ExpectHelp({"info", "--help"}, {"--json", "FILE"});
     ExpectHelp({"check", "--help"}, {"--model", "FILE"});
-    ExpectHelp({"import", "--help"}, {"--transport", "UPDATE", "PACKAGE"});
+    ExpectHelp({"import", "--help"}, {"--transport", "--language", "--drop-reset", "--ca",
+                                      "--ignore-signature", "UPDATE", "PACKAGE"});
 }
 
 TEST_F(HelpTest, OfAllNamesTheOptionsOfEverySubcommand) {

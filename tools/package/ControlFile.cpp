@@ -3,120 +3,181 @@
 #include <algorithm>
 #include <utility>
 
+#include "ControlText.h"
+#include "UpdaterLimits.h"
+#include "WholeValuePattern.h"
+#include "XmlDocument.h"
+
 namespace {
 
-/// An element's or attribute's name without its namespace prefix.
-std::string LocalName(const char* name) {
-    const std::string text = name;
-    const std::size_t colon = text.rfind(':');
-    return colon == std::string::npos ? text : text.substr(colon + 1);
+using Kind = PackageStep::Kind;
+
+constexpr const char* kNamespace = "http://www.genicam.org/GenFwUpdate/Version_1_0";
+// What a manifest allows.
+constexpr std::size_t kLongestText = 1024;
+constexpr std::size_t kMostInfos = 32;
+constexpr std::size_t kLongestInfoName = 64;
+
+std::string Quoted(const std::string& text) {
+    return "\"" + text + "\"";
 }
 
-std::string Collapse(const std::string& text) {
-    std::string collapsed;
-    for (const char character : text) {
-        const bool space =
-            character == ' ' || character == '\t' || character == '\n' || character == '\r';
-        if (!space) {
-            collapsed += character;
-        } else if (!collapsed.empty() && collapsed.back() != ' ') {
-            collapsed += ' ';
+std::string Unknown(const std::string& place, const std::string& kind, const std::string& name) {
+    return place + "unknown " + kind + " <" + name + ">";
+}
+
+bool IsInfoName(const std::string& name) {
+    const auto isLetter = [](char character) {
+        return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
+    };
+    return !name.empty() && name.size() <= kLongestInfoName && isLetter(name.front()) &&
+           std::all_of(name.begin(), name.end(), [&isLetter](char character) {
+               return isLetter(character) || (character >= '0' && character <= '9') ||
+                      character == '_' || character == '.' || character == '-';
+           });
+}
+
+std::string Joined(const std::set<std::string>& texts) {
+    std::string joined;
+    for (const std::string& text : texts) {
+        joined += (joined.empty() ? "" : ", ") + text;
+    }
+    return joined;
+}
+
+std::optional<Kind> KindOf(const std::string& name) {
+    for (const Kind kind : {Kind::kFileUpload, Kind::kFeatureAssert, Kind::kFeatureWrite,
+                            Kind::kFeatureExecute, Kind::kDeviceReset}) {
+        if (name == PackageModel::NameOf(kind)) {
+            return kind;
         }
     }
-    if (!collapsed.empty() && collapsed.back() == ' ') {
-        collapsed.pop_back();
-    }
-    return collapsed;
-}
-
-std::string NotKnown(const std::string& place, const std::string& kind, const std::string& name) {
-    return place + "the " + kind + " <" + name + "> is not known";
-}
-
-std::string TextOf(const pugi::xml_node& node) {
-    std::string text;
-    for (const pugi::xml_node& child : node) {
-        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
-            text += child.value();
-        }
-    }
-    return text;
-}
-
-std::string ChildText(const pugi::xml_node& node, const char* name) {
-    for (const pugi::xml_node& child : node) {
-        if (LocalName(child.name()) == name) {
-            return Collapse(TextOf(child));
-        }
-    }
-    return "";
-}
-
-/// The attribute of that name, else the child element of that name, as it stands.
-std::string RawProperty(const pugi::xml_node& node, const char* name) {
-    for (const pugi::xml_attribute& attribute : node.attributes()) {
-        if (LocalName(attribute.name()) == name) {
-            return attribute.value();
-        }
-    }
-    for (const pugi::xml_node& child : node) {
-        if (LocalName(child.name()) == name) {
-            return TextOf(child);
-        }
-    }
-    return "";
-}
-
-std::string Property(const pugi::xml_node& node, const char* name) {
-    return Collapse(RawProperty(node, name));
-}
-
-bool HasElements(const pugi::xml_node& node) {
-    return std::any_of(node.begin(), node.end(), [](const pugi::xml_node& child) {
-        return child.type() == pugi::node_element;
-    });
+    return std::nullopt;
 }
 
 }  // namespace
 
-ControlFile::ControlFile(std::string transport) : mTransport(std::move(transport)) {}
+ControlFile::ControlFile(Options options) : mOptions(std::move(options)) {}
 
 std::string ControlFile::Read(const std::string& text) {
-    pugi::xml_document document;
-    const pugi::xml_parse_result parsed =
-        document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata);
-    if (!parsed) {
-        return std::string(parsed.description()) + " at byte " + std::to_string(parsed.offset);
+    XmlDocument document;
+    std::string error = document.Parse(text);
+    if (!error.empty()) {
+        return error;
     }
-    const pugi::xml_node root = document.document_element();
-    if (LocalName(root.name()) != "FirmwareUpdate") {
-        return "it describes no firmware update";
+    const XmlElement root = document.Root();
+    if (root.LocalName() != "GufRuleSet") {
+        return "its root element is <" + root.LocalName() + ">, not <GufRuleSet>";
+    }
+    mNamespace = root.Namespace();
+    if (mNamespace != kNamespace) {
+        mWarnings.push_back("its namespace is " + Quoted(mNamespace) + ", not " +
+                            Quoted(kNamespace) + "; it is read as if it were");
     }
     if (Property(root, "SchemaMajorVersion") != "1") {
         mWarnings.push_back("it is not of schema version 1; it is read as if it were");
     }
-    for (const pugi::xml_node& node : root) {
-        const std::string name = LocalName(node.name());
-        std::string error;
+    for (const XmlElement& element : root.Elements()) {
+        const std::string name = NameOf(element);
         if (name == "Procedure") {
-            error = ReadProcedure(node);
+            error = ReadProcedure(element);
         } else if (name == "Update") {
-            error = ReadUpdate(node);
-        } else if (node.type() == pugi::node_element) {
+            error = ReadUpdate(element);
+        } else {
             mWarnings.push_back("<" + name + "> is left out");
         }
         if (!error.empty()) {
             return error;
         }
     }
+    if (!mLeftOutParts.empty()) {
+        mWarnings.push_back("left out, since a manifest has no place for them: " +
+                            Joined(mLeftOutParts));
+    }
+    if (!mLeftOutLanguages.empty()) {
+        mWarnings.push_back("texts are left out in these languages: " + Joined(mLeftOutLanguages));
+    }
     return "";
 }
 
-std::string ControlFile::ReadProcedure(const pugi::xml_node& node) {
-    PackageProcedure procedure{Property(node, "Id"), {}};
-    for (const pugi::xml_node& step : node) {
-        const std::string error =
-            step.type() == pugi::node_element ? ReadStep(step, procedure) : "";
+/// The local name of an element of the control file's own namespace; of another one it is put
+/// before it in braces, so that it is none of the names that mean something.
+std::string ControlFile::NameOf(const XmlElement& element) const {
+    const std::string name = element.LocalName();
+    return element.Namespace() == mNamespace ? name : "{" + element.Namespace() + "}" + name;
+}
+
+std::optional<XmlElement> ControlFile::Child(const XmlElement& parent,
+                                             const std::string& name) const {
+    for (const XmlElement& child : parent.Elements()) {
+        if (NameOf(child) == name) {
+            return child;
+        }
+    }
+    return std::nullopt;
+}
+
+/// The attribute of that name, else the child element of that name, as it stands.
+std::string ControlFile::RawProperty(const XmlElement& element, const std::string& name) const {
+    const std::string attribute = element.Attribute(name);
+    const auto child = Child(element, name);
+    return !attribute.empty() || !child ? attribute : child->Text();
+}
+
+std::string ControlFile::Property(const XmlElement& element, const std::string& name) const {
+    return Collapse(RawProperty(element, name));
+}
+
+std::string ControlFile::TextInLanguage(const std::vector<XmlElement>& candidates) {
+    const auto distance = [this](const XmlElement& one) {
+        return LanguageDistance(one.Attribute("Lang"), mOptions.language);
+    };
+    const auto best = std::min_element(candidates.begin(), candidates.end(),
+                                       [&distance](const XmlElement& one, const XmlElement& other) {
+                                           return distance(one) < distance(other);
+                                       });
+    for (auto one = candidates.begin(); one != candidates.end(); ++one) {
+        if (one != best) {
+            const std::string language = one->Attribute("Lang");
+            mLeftOutLanguages.insert(language.empty() ? "(not named)" : language);
+        }
+    }
+    return best == candidates.end() ? "" : best->Text();
+}
+
+std::string ControlFile::ChildInLanguage(const XmlElement& parent, const std::string& name) {
+    std::vector<XmlElement> candidates;
+    for (const XmlElement& child : parent.Elements()) {
+        if (NameOf(child) == name) {
+            candidates.push_back(child);
+        }
+    }
+    return candidates.empty() ? parent.Attribute(name) : TextInLanguage(candidates);
+}
+
+std::string ControlFile::Fitted(const std::string& text, const std::string& place) {
+    std::string fitted = Collapse(WithoutControlCharacters(text));
+    if (fitted.size() <= kLongestText) {
+        return fitted;
+    }
+    // Not within a character: what follows the cut must not be a continuation byte of UTF-8.
+    std::size_t end = kLongestText;
+    while (end > 0 && (static_cast<unsigned char>(fitted[end]) & 0xC0U) == 0x80U) {
+        --end;
+    }
+    mWarnings.push_back(place + "a text is cut to " + std::to_string(end) + " bytes");
+    return Collapse(fitted.substr(0, end));
+}
+
+std::string ControlFile::ReadProcedure(const XmlElement& element) {
+    PackageProcedure procedure{Property(element, "Id"), {}};
+    for (const XmlElement& step : element.Elements()) {
+        if (NameOf(step) == "Description") {
+            mWarnings.push_back("procedure " + Quoted(procedure.id) +
+                                ": its description is left out");
+            continue;
+        }
+        const std::string error = ReadStep(step, procedure);
         if (!error.empty()) {
             return error;
         }
@@ -125,95 +186,160 @@ std::string ControlFile::ReadProcedure(const pugi::xml_node& node) {
     return "";
 }
 
-std::string ControlFile::ReadStep(const pugi::xml_node& node, PackageProcedure& procedure) {
-    const std::string name = LocalName(node.name());
-    const std::string place = "procedure \"" + procedure.id + "\": ";
-    PackageStep step;
-    step.description = ChildText(node, "Description");
-    if (name == "Description") {
-        mWarnings.push_back(place + "its description is left out");
-        return "";
-    }
-    if (name == "FileUpload") {
-        step.kind = PackageStep::Kind::kFileUpload;
-        step.fileName = Property(node, "FileName");
-        step.deviceFileName = Property(node, "DeviceFileName");
-        step.transport = Property(node, "Transport");
-        if (step.transport.empty()) {
-            step.transport = mTransport;
-        }
-    } else if (name == "FeatureAssert") {
-        step.kind = PackageStep::Kind::kFeatureAssert;
-        step.featureName = Property(node, "FeatureName");
-        step.pattern = Property(node, "AssertPattern");
-        step.message = Property(node, "Message");
-        if (step.message.empty()) {
-            step.message = step.featureName + " does not match " + step.pattern;
-            mWarnings.push_back(place + "a FeatureAssert has no message; \"" + step.message +
-                                "\" is taken");
-        }
-    } else if (name == "FeatureWrite") {
-        step.kind = PackageStep::Kind::kFeatureWrite;
-        step.featureName = Property(node, "FeatureName");
-        // The grammar of packages keeps its white space.
-        step.value = RawProperty(node, "Value");
-    } else if (name == "FeatureExecute") {
-        step.kind = PackageStep::Kind::kFeatureExecute;
-        step.featureName = Property(node, "FeatureName");
-    } else if (name == "DeviceReset") {
-        step.kind = PackageStep::Kind::kDeviceReset;
-    } else {
+std::string ControlFile::ReadStep(const XmlElement& element, PackageProcedure& procedure) {
+    const std::string name = NameOf(element);
+    const auto kind = KindOf(name);
+    if (!kind) {
         // To leave out a step would make another update of it.
-        return NotKnown(place, "step", name);
+        return Unknown("procedure " + Quoted(procedure.id) + ": ", "step", name);
+    }
+    const std::string place = PlaceOfStep(procedure, procedure.steps.size() + 1, *kind);
+    PackageStep step;
+    step.kind = *kind;
+    step.description = Fitted(ChildInLanguage(element, "Description"), place);
+    step.featureName = Property(element, "FeatureName");
+    std::string error;
+    switch (*kind) {
+        case Kind::kFileUpload:
+            step.featureName.clear();
+            step.fileName = Property(element, "FileName");
+            step.deviceFileName = Property(element, "DeviceFileName");
+            step.transport = mOptions.transport;
+            NoteParts(element, {"Description", "FileName", "DeviceFileName"});
+            break;
+        case Kind::kFeatureAssert:
+            error = ReadAssert(element, place, step);
+            NoteParts(element, {"Description", "FeatureName", "AssertPattern", "Message"});
+            break;
+        case Kind::kFeatureWrite:
+            // The grammar of packages keeps its white space.
+            step.value = RawProperty(element, "Value");
+            NoteParts(element, {"Description", "FeatureName", "Value"});
+            break;
+        case Kind::kFeatureExecute:
+            NoteParts(element, {"Description", "FeatureName"});
+            break;
+        case Kind::kDeviceReset:
+            NoteParts(element, {"Description"});
+            break;
     }
     procedure.steps.push_back(std::move(step));
-    return "";
+    return error;
 }
 
-std::string ControlFile::ReadUpdate(const pugi::xml_node& node) {
-    PackageUpdate update{Property(node, "ProcedureId"), {}, {}};
+std::string ControlFile::ReadAssert(const XmlElement& element, const std::string& place,
+                                    PackageStep& step) {
+    const std::string pattern = RawProperty(element, "AssertPattern");
+    if (pattern.empty()) {
+        return place + "it has no pattern";
+    }
+    step.message = Fitted(ChildInLanguage(element, "Message"), place);
+    if (step.message.empty()) {
+        step.message = Fitted(step.featureName + " does not match " + pattern, place);
+        mWarnings.push_back(place + "it has no message; " + Quoted(step.message) + " is taken");
+    }
+    const std::string error = WholeValuePattern(pattern, step.pattern);
+    return error.empty() ? "" : place + error;
+}
+
+std::string ControlFile::ReadUpdate(const XmlElement& element) {
+    PackageUpdate update{Property(element, "ProcedureId"), {}, {}};
     const std::string place = "update " + std::to_string(mModel.updates.size() + 1) + ": ";
-    for (const pugi::xml_node& part : node) {
-        const std::string name = LocalName(part.name());
+    for (const XmlElement& part : element.Elements()) {
+        const std::string name = NameOf(part);
+        std::string error;
         if (name == "Info") {
-            ReadInfo(part, update);
+            error = ReadInfo(part, place, update);
         } else if (name == "Condition") {
-            std::string feature = Property(part, "Feature");
-            feature = feature.empty() ? Property(part, "FeatureName") : feature;
-            std::string pattern = Collapse(TextOf(part));
-            pattern = pattern.empty() ? Property(part, "Pattern") : pattern;
-            update.conditions.push_back({feature, pattern});
-        } else if (part.type() == pugi::node_element) {
-            if (HasElements(part)) {
-                // It may be a condition, without which the update would be for other devices too.
-                return NotKnown(place, "element", name);
-            }
-            AddInfo(update, name, TextOf(part));
+            error = ReadCondition(part, place, update);
+        } else if (name == "Description" && !part.HasElements()) {
+            AddInfo(update, place, name, part.Text());
+        } else {
+            // It may be a condition, without which the update would be for other devices too.
+            error = Unknown(place, "element", name);
         }
+        if (!error.empty()) {
+            return error;
+        }
+    }
+    if (update.conditions.empty()) {
+        mWarnings.push_back(place + "it has no condition, and so is for every model");
+        update.conditions.push_back({"DeviceModelName", "[\\s\\S]*"});
     }
     mModel.updates.push_back(std::move(update));
     return "";
 }
 
-void ControlFile::ReadInfo(const pugi::xml_node& node, PackageUpdate& update) {
-    for (const pugi::xml_node& child : node) {
-        if (child.type() == pugi::node_element) {
-            AddInfo(update, LocalName(child.name()), TextOf(child));
+std::string ControlFile::ReadCondition(const XmlElement& element, const std::string& place,
+                                       PackageUpdate& update) {
+    for (const XmlElement& part : element.Elements()) {
+        const std::string name = NameOf(part);
+        if (name != "FeatureName" && name != "Pattern") {
+            return Unknown(place, "part of a condition", name);
         }
     }
-    std::string name = Property(node, "Name");
-    name = name.empty() ? Property(node, "Key") : name;
-    if (!name.empty() && !HasElements(node)) {
-        AddInfo(update, name, TextOf(node));
-    } else if (!HasElements(node)) {
-        mWarnings.push_back("an Info without a name is left out");
+    std::string feature = Property(element, "Feature");
+    feature = feature.empty() ? Property(element, "FeatureName") : feature;
+    const std::string pattern =
+        element.HasElements() ? RawProperty(element, "Pattern") : element.Text();
+    if (pattern.empty()) {
+        return place + "a condition has no pattern";
     }
+    PackageCondition condition{feature, ""};
+    const std::string error = WholeValuePattern(pattern, condition.pattern);
+    update.conditions.push_back(condition);
+    return error.empty() ? "" : place + "condition on " + feature + ": " + error;
 }
 
-void ControlFile::AddInfo(PackageUpdate& update, const std::string& name, const std::string& text) {
+std::string ControlFile::ReadInfo(const XmlElement& element, const std::string& place,
+                                  PackageUpdate& update) {
+    if (!element.HasElements()) {
+        std::string name = Property(element, "Name");
+        name = name.empty() ? Property(element, "Key") : name;
+        AddInfo(update, place, name, element.Text());
+        return "";
+    }
+    std::vector<std::pair<std::string, std::vector<XmlElement>>> entries;
+    for (const XmlElement& child : element.Elements()) {
+        const std::string name = NameOf(child) == "Entry" ? Property(child, "Key") : NameOf(child);
+        const auto entry = std::find_if(entries.begin(), entries.end(),
+                                        [&name](const auto& one) { return one.first == name; });
+        if (entry == entries.end()) {
+            entries.emplace_back(name, std::vector<XmlElement>{child});
+        } else {
+            entry->second.push_back(child);
+        }
+    }
+    for (const auto& [name, candidates] : entries) {
+        AddInfo(update, place, name, TextInLanguage(candidates));
+    }
+    return "";
+}
+
+void ControlFile::AddInfo(PackageUpdate& update, const std::string& place, const std::string& name,
+                          const std::string& text) {
     const bool known = std::any_of(update.infos.begin(), update.infos.end(),
                                    [&name](const PackageInfo& info) { return info.name == name; });
-    if (!known) {
-        update.infos.push_back({name, Collapse(text)});
+    if (known || !IsInfoName(name) || update.infos.size() == kMostInfos) {
+        mWarnings.push_back(place + "the info " + Quoted(name) + " is left out: " +
+                            (known ? "there is one of that name"
+                             : !IsInfoName(name)
+                                 ? "a manifest does not allow that name"
+                                 : "a manifest has at most " + std::to_string(kMostInfos)));
+        return;
+    }
+    update.infos.push_back({name, Fitted(text, place)});
+}
+
+void ControlFile::NoteParts(const XmlElement& element, const std::set<std::string>& known) {
+    for (const XmlElement& child : element.Elements()) {
+        if (known.count(NameOf(child)) == 0) {
+            mLeftOutParts.insert(NameOf(child));
+        }
+    }
+    for (const std::string& name : element.AttributeNames()) {
+        if (known.count(name) == 0) {
+            mLeftOutParts.insert(name);
+        }
     }
 }

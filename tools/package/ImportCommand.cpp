@@ -2,37 +2,38 @@
 
 #include <algorithm>
 #include <iostream>
-#include <optional>
 
 #include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUParser.h>
 
-#include "ControlFile.h"
 #include "FileKind.h"
 #include "ManifestText.h"
+#include "PackageSignature.h"
+#include "UpdaterLimits.h"
 
 namespace {
 
-/// "./a\b" as "a/b".
-std::string NormalPath(std::string path) {
-    std::replace(path.begin(), path.end(), '\\', '/');
-    while (path.rfind("./", 0) == 0 || path.rfind('/', 0) == 0) {
-        path.erase(0, path[0] == '/' ? 1 : 2);
-    }
-    return path;
+constexpr const char* kControlFile = "Control.xml";
+constexpr std::size_t kLongestName = 128;
+
+void Note(const std::string& text) {
+    std::cerr << "mirsko-package: " << PrintableText(text, Command::kLongestLine) << '\n';
 }
 
-std::string LastPart(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);  // npos + 1 is 0
-}
-
-std::optional<std::size_t> FindMember(const Archive& archive, const std::string& path) {
-    for (std::size_t index = 0; index < archive.Members().size(); ++index) {
-        if (NormalPath(archive.Members()[index].name) == path) {
-            return index;
-        }
+/// The last part of a path, as a manifest can name it: printable ASCII, without ".." and without a
+/// dot in front.
+std::string FileName(const std::string& path) {
+    std::string name = path.substr(path.rfind('/') + 1);  // npos + 1 is 0
+    std::replace_if(
+        name.begin(), name.end(), [](char byte) { return byte < 0x20 || byte > 0x7E; }, '_');
+    if (!name.empty() && name.front() == '.') {
+        name.front() = '_';
     }
-    return std::nullopt;
+    for (std::size_t at = 0; (at = name.find("..", at)) != std::string::npos; ++at) {
+        name[at] = '_';
+    }
+    // The end stays: it says what kind of file it is.
+    return name.size() <= kLongestName ? name : name.substr(name.size() - kLongestName);
 }
 
 }  // namespace
@@ -41,12 +42,26 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
         "import", "Make a package of a GenICam update file (GenICam FWUpdate 1.0)");
     options
-        ->add_option("--transport", mTransport,
+        ->add_option("--transport", mOptions.transport,
                      "How the files are to be uploaded, which an update file does\n"
                      "not tell: GenICam, which is the default, or TFTP")
         ->option_text("TRANSPORT")
         ->check(CLI::IsMember({"GenICam", "TFTP"}));
-    options->add_option("UPDATE", mUpdateFile, "The \".guf\" file")->type_name("")->required();
+    options
+        ->add_option("--language", mOptions.language,
+                     "Language of the texts where there are several, e.g. de;\n"
+                     "en by default, and where there is no text in that language")
+        ->option_text("LANGUAGE");
+    options->add_flag("--drop-reset", mDropReset,
+                      "Leave out resets at the end, which the updater refuses");
+    options
+        ->add_option("--ca", mAuthorities,
+                     "Import only what is signed by a certificate in this PEM\n"
+                     "file, or by one that it vouches for")
+        ->option_text("FILE")
+        ->check(CLI::ExistingFile);
+    options->add_flag("--ignore-signature", mIgnoreSignature, "Import whatever the signature is");
+    options->add_option("UPDATE", mUpdatePath, "The \".guf\" file")->type_name("")->required();
     options->add_option("PACKAGE", mPackage, "The \".zip\" file to write")
         ->type_name("")
         ->required()
@@ -59,42 +74,105 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
 }
 
 int ImportCommand::Run() {
-    constexpr std::size_t kLongestControlFile = std::size_t{1} << 20U;
-    std::string error = mArchive.Open(mUpdateFile);
-    if (!error.empty()) {
-        return Fail(mUpdateFile + ": " + error);
-    }
-    const auto member = FindMember(mArchive, "ControlFile.xml");
-    if (!member) {
-        return Fail(mUpdateFile + ": it holds no \"ControlFile.xml\"");
-    }
-    std::string text;
-    ControlFile control(mTransport);
-    error = mArchive.ReadText(*member, kLongestControlFile, text);
-    error = error.empty() ? control.Read(text) : error;
-    if (!error.empty()) {
-        return Fail("ControlFile.xml: " + error);
-    }
-    for (const std::string& warning : control.Warnings()) {
-        std::cerr << "mirsko-package: ControlFile.xml: " << PrintableText(warning, kLongestLine)
-                  << '\n';
-    }
-    error = TakeFiles(control.GetModel());
+    const std::string error = Import();
     if (!error.empty()) {
         return Fail(error);
     }
-    const std::string manifest = ManifestText(control.GetModel());
-    const NyUtilsLib::Result result = NxGenICamLib::GenFUParser(nullptr).Build(manifest);
-    if (result.GetCode() != 0) {
-        return Fail("the control file makes no good manifest: " + result.GetMessage());
-    }
-    mWriter.AddText("Manifest.xml", manifest);
-    error = mWriter.Write(mPackage);
-    if (!error.empty()) {
-        return Fail(error);
+    if (!mSigners.empty()) {
+        std::cout << mUpdatePath << ": signed by " << PrintableText(mSigners, kLongestLine) << '\n';
     }
     std::cout << mPackage << ": " << mTaken.size() + 1 << " members\n";
     return kDone;
+}
+
+std::string ImportCommand::Import() {
+    std::string error = mUpdate.Open(mUpdatePath);
+    if (!error.empty()) {
+        return mUpdatePath + ": " + error;
+    }
+    PackageModel model;
+    error = CheckSignature();
+    error = error.empty() ? ReadControlFile(model) : error;
+    error = error.empty() ? TakeFiles(model) : error;
+    if (!error.empty()) {
+        return error;
+    }
+    const std::string manifest = ManifestText(model);
+    const NyUtilsLib::Result result = NxGenICamLib::GenFUParser(nullptr).Build(manifest);
+    if (result.GetCode() != 0) {
+        return std::string("the control file makes no good manifest: ") + result.GetMessage();
+    }
+    NoteUnusedFiles();
+    mWriter.AddText("Manifest.xml", manifest);
+    return mWriter.Write(mPackage);
+}
+
+std::string ImportCommand::CheckSignature() {
+    if (!mUpdate.Signature()) {
+        const std::string problem = mUpdatePath + ": it is not signed";
+        if (!mAuthorities.empty()) {
+            return Refuse(problem);
+        }
+        Note(problem);
+        return "";
+    }
+    PackageSignature signature(mAuthorities);
+    switch (signature.Verify(*mUpdate.Signature(), mUpdate.PackagePath())) {
+        case PackageSignature::Verdict::kTrusted:
+            mSigners = signature.Signers();
+            return "";
+        case PackageSignature::Verdict::kUntrusted: {
+            const std::string problem = mUpdatePath + ": signed by " + signature.Signers() +
+                                        ", who cannot be verified: " + signature.Reason();
+            if (!mAuthorities.empty()) {
+                return Refuse(problem);
+            }
+            Note(problem);
+            return "";
+        }
+        default:
+            return Refuse(mUpdatePath + ": the signature is wrong: " + signature.Reason());
+    }
+}
+
+std::string ImportCommand::Refuse(const std::string& problem) const {
+    if (!mIgnoreSignature) {
+        return problem + " (--ignore-signature imports it nevertheless)";
+    }
+    Note(problem);
+    return "";
+}
+
+std::string ImportCommand::ReadControlFile(PackageModel& model) {
+    constexpr std::size_t kLongest = std::size_t{1} << 20U;
+    std::size_t member = 0;
+    std::string error = mUpdate.Find(kControlFile, member);
+    if (!error.empty()) {
+        return mUpdatePath + ": " + error;
+    }
+    std::string text;
+    ControlFile control(mOptions);
+    error = mUpdate.Package().ReadText(member, kLongest, text);
+    error = error.empty() ? control.Read(text) : error;
+    if (!error.empty()) {
+        return std::string(kControlFile) + ": " + error;
+    }
+    model = control.GetModel();
+    std::vector<std::string> notes = control.Warnings();
+    if (mDropReset) {
+        const std::vector<std::string> dropped = DropFinalResets(model);
+        notes.insert(notes.end(), dropped.begin(), dropped.end());
+    }
+    const std::vector<std::string> limits = UpdaterLimits(model);
+    notes.insert(notes.end(), limits.begin(), limits.end());
+    PackageModel without = model;
+    if (!DropFinalResets(without).empty()) {
+        notes.emplace_back("--drop-reset leaves the resets at the end out");
+    }
+    for (const std::string& note : notes) {
+        Note(std::string(kControlFile) + ": " + note);
+    }
+    return "";
 }
 
 std::string ImportCommand::TakeFiles(PackageModel& model) {
@@ -103,7 +181,8 @@ std::string ImportCommand::TakeFiles(PackageModel& model) {
             if (step.kind != PackageStep::Kind::kFileUpload) {
                 continue;
             }
-            const std::string error = TakeFile(NormalPath(step.fileName), step.fileName);
+            const std::string error =
+                TakeFile(UpdateFile::NormalPath(step.fileName), step.fileName);
             if (!error.empty()) {
                 return error;
             }
@@ -118,31 +197,53 @@ std::string ImportCommand::TakeFile(const std::string& path, std::string& name) 
         name = taken->second;
         return "";
     }
-    const auto member = FindMember(mArchive, path);
-    if (path.empty() || !member) {
-        return mUpdateFile + ": it holds no file \"" + path + "\"";
+    std::size_t member = 0;
+    std::string error = mUpdate.Find(path, member);
+    if (!error.empty()) {
+        return mUpdatePath + ": " + error;
     }
     const auto isTaken = [this](const std::string& wanted) {
         return wanted == "Manifest.xml" ||
                std::any_of(mTaken.begin(), mTaken.end(),
                            [&wanted](const auto& entry) { return entry.second == wanted; });
     };
-    name = LastPart(path);
+    name = FileName(path);
     if (isTaken(name)) {
-        name = path;
-        std::replace(name.begin(), name.end(), '/', '_');
+        std::string whole = path;
+        std::replace(whole.begin(), whole.end(), '/', '_');
+        name = FileName(whole);
     }
     if (isTaken(name)) {
         return "two files would have the name \"" + name + "\"";
     }
     mCopies.emplace_back();
     const std::string& copy = mCopies.back().Path();
-    const std::string error =
-        copy.empty() ? "a temporary file cannot be made" : mArchive.Extract(*member, copy);
+    error = copy.empty() ? "a temporary file cannot be made" : mUpdate.Extract(member, copy);
     if (!error.empty()) {
         return path + ": " + error;
     }
     mTaken[path] = name;
     mWriter.AddFile(name, copy);
     return "";
+}
+
+void ImportCommand::NoteUnusedFiles() const {
+    constexpr std::size_t kMostNames = 10;
+    std::vector<std::string> unused = mUpdate.Unused();
+    for (const Archive::Member& member : mUpdate.Package().Members()) {
+        const std::string path = UpdateFile::NormalPath(member.name);
+        if (!member.isFolder && path != kControlFile && mTaken.count(path) == 0) {
+            unused.push_back(member.name);
+        }
+    }
+    std::string names;
+    for (std::size_t index = 0; index < std::min(unused.size(), kMostNames); ++index) {
+        names += (index == 0 ? "" : ", ") + unused[index];
+    }
+    if (unused.size() > kMostNames) {
+        names += " and " + std::to_string(unused.size() - kMostNames) + " more";
+    }
+    if (!unused.empty()) {
+        Note("files that no step uploads are left out: " + names);
+    }
 }

@@ -2,13 +2,16 @@
 
 #include <list>
 #include <map>
+#include <set>
 #include <string>
+#include <vector>
 
-#include "Archive.h"
 #include "ArchiveWriter.h"
 #include "Command.h"
+#include "ControlFile.h"
 #include "PackageModel.h"
 #include "TemporaryFile.h"
+#include "UpdateFile.h"
 
 /// import: makes a package of a GenICam update file.
 class ImportCommand : public Command {
@@ -17,15 +20,26 @@ class ImportCommand : public Command {
     int Run() override;
 
   private:
+    /// @return empty, or why nothing is to be imported; each of the others likewise
+    std::string Import();
+    std::string CheckSignature();
+    /// @param problem with the signature, which ends the import unless it is to be ignored
+    std::string Refuse(const std::string& problem) const;
+    std::string ReadControlFile(PackageModel& model);
     /// Gives each uploaded file a name without folders and extracts it.
-    /// @return empty, or what went wrong
     std::string TakeFiles(PackageModel& model);
     std::string TakeFile(const std::string& path, std::string& name);
+    void NoteUnusedFiles() const;
 
-    std::string mUpdateFile;
+    std::string mUpdatePath;
     std::string mPackage;
-    std::string mTransport = "GenICam";
-    Archive mArchive;
+    ControlFile::Options mOptions;
+    bool mDropReset = false;
+    std::string mAuthorities;
+    bool mIgnoreSignature = false;
+
+    UpdateFile mUpdate;
+    std::string mSigners;  ///< who signed it, if they are trusted
     ArchiveWriter mWriter;
     std::map<std::string, std::string> mTaken;  ///< path in the update file to name in the package
     std::list<TemporaryFile> mCopies;

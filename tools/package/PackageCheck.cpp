@@ -9,6 +9,7 @@
 #include "ModelTags.h"
 #include "PayloadCheck.h"
 #include "TemporaryFile.h"
+#include "UpdaterLimits.h"
 
 namespace {
 
@@ -76,47 +77,23 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
     std::size_t number = 0;
     bool resetBefore = false;
     for (const PackageStep& step : procedure.steps) {
-        const std::string place = "procedure " + Quoted(procedure.id) + ", step " +
-                                  std::to_string(++number) + ", " +
-                                  PackageModel::NameOf(step.kind) + ": ";
-        switch (step.kind) {
-            case Kind::kFileUpload:
-                if (resetBefore) {
-                    Warn(place +
-                         "the updater resets the device after the upload by TFTP before it, unless "
-                         "it is given --noreset, and the device may not be back yet");
-                }
-                resetBefore = step.transport == "TFTP";
-                CheckUpload(step, place);
-                break;
-            case Kind::kFeatureAssert:
-                if (step.featureName != "DeviceModelName") {
-                    Warn(place + "the updater answers every feature with the model name, " +
-                         Quoted(step.featureName) + " too");
-                }
-                break;
-            case Kind::kFeatureWrite:
-            case Kind::kFeatureExecute:
-                Warn(place + "the updater answers with code 1540, which ends the update");
-                break;
-            case Kind::kDeviceReset:
-                Warn(
-                    place +
-                    "the updater answers with code 16, which ends the update; it resets the device "
-                    "by itself after an upload by TFTP");
-                break;
+        const std::string place = PlaceOfStep(procedure, ++number, step.kind);
+        if (step.kind == Kind::kFileUpload) {
+            if (resetBefore) {
+                Warn(place +
+                     "the updater resets the device after the upload by TFTP before it, unless it "
+                     "is given --noreset, and the device may not be back yet");
+            }
+            resetBefore = step.transport == "TFTP";
+            if (step.transport != "TFTP" && step.transport != "GenICam") {
+                Warn(place + "the transport " + Quoted(step.transport) +
+                     " means GenICam file access to the updater");
+            }
         }
-    }
-}
-
-void PackageCheck::CheckUpload(const PackageStep& step, const std::string& place) {
-    if (step.transport != "TFTP" && step.transport != "GenICam") {
-        Warn(place + "the transport " + Quoted(step.transport) +
-             " means GenICam file access to the updater");
-    }
-    if (!step.deviceFileName.empty() && step.deviceFileName != "RemoteUpdateDfw") {
-        Warn(place + "the updater writes the device file \"RemoteUpdateDfw\", never " +
-             Quoted(step.deviceFileName));
+        const std::string limit = UpdaterLimit(step);
+        if (!limit.empty()) {
+            Warn(place + limit);
+        }
     }
 }
 
@@ -129,9 +106,9 @@ void PackageCheck::CheckUpdate(const PackageUpdate& update, std::size_t number) 
         }
     }
     for (const PackageCondition& condition : update.conditions) {
-        if (condition.featureName != "DeviceModelName") {
-            Warn(place + "the updater answers every feature with the model name, " +
-                 Quoted(condition.featureName) + " too");
+        const std::string limit = UpdaterLimit(condition);
+        if (!limit.empty()) {
+            Warn(place + limit);
         }
     }
 }

@@ -17,7 +17,6 @@ class PackageCheck {
   private:
     void CheckManifestMember();
     void CheckProcedure(const PackageProcedure& procedure);
-    void CheckUpload(const PackageStep& step, const std::string& place);
     void CheckUpdate(const PackageUpdate& update, std::size_t number);
     void CheckFile(const std::string& name);
     void CheckMember(std::size_t member);

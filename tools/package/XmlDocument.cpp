@@ -1,0 +1,34 @@
+#include "XmlDocument.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+XmlDocument::XmlDocument() = default;
+
+XmlDocument::~XmlDocument() = default;
+
+void XmlDocument::Freer::operator()(_xmlDoc* document) const {
+    xmlFreeDoc(document);
+}
+
+std::string XmlDocument::Parse(const std::string& text) {
+    xmlResetLastError();
+    mDocument.reset(xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
+                                  XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    if (!mDocument) {
+        const xmlError* const error = xmlGetLastError();
+        if (error == nullptr || error->message == nullptr) {
+            return "it is not XML";
+        }
+        const std::string message = error->message;
+        return "line " + std::to_string(error->line) + ": " + message.substr(0, message.find('\n'));
+    }
+    if (mDocument->intSubset != nullptr || mDocument->extSubset != nullptr) {
+        return "it has a document type declaration, which could change what it says";
+    }
+    return "";
+}
+
+XmlElement XmlDocument::Root() const {
+    return XmlElement(xmlDocGetRootElement(mDocument.get()));
+}
