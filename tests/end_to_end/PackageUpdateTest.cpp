@@ -77,6 +77,28 @@ TEST_F(PackageUpdateTest, IsNotTiedToAModelByItsPath) {
     EXPECT_TRUE(mCamera.Firmware() == mFirst);
 }
 
+TEST_F(PackageUpdateTest, RunsAnImportedUpdateFile) {
+    const std::string control =
+        "<g:GufRuleSet xmlns:g=\"http://www.genicam.org/GenFwUpdate/Version_1_0\" "
+        "SchemaMajorVersion=\"1\" SchemaMinorVersion=\"0\"><g:Procedure Id=\"p\"><g:FileUpload>"
+        "<g:FileName>fw/a.dfw</g:FileName><g:DeviceFileName>RemoteUpdateDfw</g:DeviceFileName>"
+        "</g:FileUpload><g:DeviceReset/></g:Procedure><g:Update ProcedureId=\"p\">"
+        "<g:Condition Feature=\"DeviceModelName\">^Simulated |Other$</g:Condition></g:Update>"
+        "</g:GufRuleSet>";
+    const std::string update = mFolder.Write(
+        "u.guf",
+        MakeZip({Member("package.zip", MakeZip({Member("Control.xml", control),
+                                                Member("fw/a.dfw", MakePayload(mFirst))}))}));
+    const std::string package = (mFolder.Path() / "package.zip").string();
+    EXPECT_EQ(Process::Run({Program("mirsko-package"), "import", "--drop-reset", update, package})
+                  .exitStatus,
+              0);
+    const ProcessResult result = RunUpdater({kLoopback, package});
+    EXPECT_EQ(WithoutLabels(result.out), kOneUpload);
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(mCamera.Firmware() == mFirst);
+}
+
 TEST(PackageWithoutControlTest, SaysWhoHoldsTheDevice) {
     SimulatedCamera camera({"--profile", "file-access", "--refuse-control"});
     const TemporaryFolder folder;
