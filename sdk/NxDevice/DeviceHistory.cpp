@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include <NxSystem/PrintableText.h>
+#include <NxBase/PrintableText.h>
 
 namespace {
 

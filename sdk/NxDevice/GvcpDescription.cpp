@@ -6,7 +6,7 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
-#include <NxSystem/PrintableText.h>
+#include <NxBase/PrintableText.h>
 
 #include "DescriptionArchive.h"
 #include "DescriptionText.h"

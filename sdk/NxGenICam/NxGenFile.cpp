@@ -14,6 +14,7 @@
 #include "file_access/FileChunks.h"
 #include "file_access/FileFeatures.h"
 #include "file_access/FileOperation.h"
+#include "file_access/TransferPace.h"
 
 namespace {
 
@@ -70,6 +71,13 @@ class NxGenFile::Impl {
     NxResult Prepare(FileChunks::Direction direction);
     NxResult WriteUntil(std::uint64_t end, std::span<const std::byte> data, std::uint64_t& written);
     void FindFileSize();
+    void StartPace() {
+        mPace = TransferPace(TransferPace::Clock::now());
+        mPaceStart = mPosition;
+    }
+    [[nodiscard]] NxResult CheckPace() const {
+        return mPace.Check(mPosition - mPaceStart, TransferPace::Clock::now());
+    }
     /// @param end size of what is moved; 0 when nothing is
     NxResult Explain(const NxResult& cause, const std::string& verb, std::uint64_t end) const;
 
@@ -81,6 +89,8 @@ class NxGenFile::Impl {
     FileChunks::Direction mDirection = FileChunks::Direction::kWrite;
     std::unique_ptr<FileChunks> mChunks;  ///< of that direction; null until something is moved
     std::uint64_t mPosition = 0;
+    TransferPace mPace{TransferPace::Clock::time_point()};  ///< since mPaceStart was moved
+    std::uint64_t mPaceStart = 0;
     std::optional<std::uint64_t> mFileSize;
 };
 
@@ -230,6 +240,7 @@ NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
     if (NxResult result = Prepare(FileChunks::Direction::kWrite); !result.IsOK()) {
         return Explain(result, "write", end);
     }
+    StartPace();
     std::vector<std::byte> buffer(mChunks->ChunkSize());
     for (std::uint64_t left = payload.Size(); left > 0;) {
         const std::span<std::byte> chunk = std::span(buffer).first(
@@ -250,6 +261,7 @@ NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
 }
 
 NxResult NxGenFile::Impl::Write(std::span<const std::byte> data, std::uint64_t& written) {
+    StartPace();
     return WriteUntil(mPosition + data.size(), data, written);
 }
 
@@ -274,12 +286,16 @@ NxResult NxGenFile::Impl::WriteUntil(std::uint64_t end, std::span<const std::byt
         mPosition += taken;
         written += taken;
         data = data.subspan(static_cast<std::size_t>(taken));
+        if (const NxResult pace = CheckPace(); !pace.IsOK()) {
+            return Explain(pace, "write", end);
+        }
     }
     return {};
 }
 
 NxResult NxGenFile::Impl::Read(std::span<std::byte> buffer, std::uint64_t& read) {
     const std::uint64_t end = mFileSize.value_or(mPosition + buffer.size());
+    StartPace();
     if (NxResult result = Prepare(FileChunks::Direction::kRead); !result.IsOK()) {
         return Explain(result, "read", end);
     }
@@ -302,6 +318,9 @@ NxResult NxGenFile::Impl::Read(std::span<std::byte> buffer, std::uint64_t& read)
         }
         mPosition += given;
         read += given;
+        if (const NxResult pace = CheckPace(); !pace.IsOK()) {
+            return Explain(pace, "read", end);
+        }
         // Asking again past the end is an error to some devices.
         if (given == 0 || (given < wanted && !mFileSize.has_value())) {
             return {};

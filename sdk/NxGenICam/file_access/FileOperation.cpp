@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 
 #include "../node_map/NodeWriter.h"
 #include "FileFeatures.h"
@@ -287,8 +288,8 @@ NxResult FileOperation::CheckStatus() {
     return status == FileFeatures::kSuccess
                ? NxResult()
                : NxResult(kNxFileOperation, mNodes.Port().DeviceName() + " answered " + mName +
-                                                " with the file operation status \"" + status +
-                                                "\"");
+                                                " with the file operation status \"" +
+                                                PrintableText(status) + "\"");
 }
 
 NxResult FileOperation::ReadResult(std::int64_t& value) {

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 
 #include "ByteOrderRule.h"
 #include "DescriptionReader.h"
 #include "NodeWriter.h"
-#include "Printable.h"
 
 namespace {
 
@@ -286,7 +286,7 @@ NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) 
         isKnown = isKnown || rights.isImplemented;
     }
     return NxResult(kNxNoSuchNode, Port().DeviceName() + " has no entry " + entry + " in its " +
-                                       Printable(std::string(mTable.Name(enumeration))) +
+                                       PrintableText(mTable.Name(enumeration)) +
                                        (isKnown ? " that is available" : ""));
 }
 

@@ -5,9 +5,9 @@
 #include <cmath>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 
 #include "FormulaArithmetic.h"
-#include "Printable.h"
 
 namespace {
 
@@ -74,7 +74,7 @@ NxResult NodeValues::Fail(Id node, const std::string& reason) const {
     if (name.empty() && mTable.Parent(node) != NodeTable::kNone) {
         name = std::string(mTable.Name(mTable.Parent(node)));
     }
-    return NxResult(kNxNodeAccess, "The GenICam feature " + Printable(name) + " of " +
+    return NxResult(kNxNodeAccess, "The GenICam feature " + PrintableText(name) + " of " +
                                        mBus.Port().DeviceName() + " " + reason);
 }
 
@@ -102,8 +102,7 @@ NxResult NodeValues::Follow(const NodeTable::Property& reference, Id& node) {
                                                               : mTable.Find(reference.text);
     if (found == NodeTable::kNone) {
         return NxResult(kNxNodeAccess, "The GenICam description of " + mBus.Port().DeviceName() +
-                                           " refers to a node \"" +
-                                           Printable(std::string(reference.text)) +
+                                           " refers to a node \"" + PrintableText(reference.text) +
                                            "\" that it does not define");
     }
     node = found;

@@ -1,0 +1,92 @@
+// The real binary, and cameras that lay out and describe their registers as real ones do.
+#include <gmock/gmock.h>
+
+#include "SimulatedCamera.h"
+#include "TemporaryFolder.h"
+#include "Updater.h"
+#include "UsbCamera.h"
+
+namespace {
+
+using Options = std::vector<std::string>;
+
+std::string NameOf(const testing::TestParamInfo<Options>& options) {
+    std::string name;
+    for (const std::string& option : options.param) {
+        for (const char c : option) {
+            if (std::isalnum(static_cast<unsigned char>(c)) != 0) {
+                name += c;
+            }
+        }
+    }
+    return name;
+}
+
+void ExpectSuccess(const ProcessResult& result) {
+    EXPECT_EQ(WithoutLabels(result.out),
+              "Starting update...\n\nValidating update... Please wait...\nUpdate is valid.\n"
+              "Resetting device\nFirmware upload complete.\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.exitStatus, 0);
+}
+
+class RealGigEVisionCameraTest : public testing::TestWithParam<Options> {};
+class RealUsb3VisionCameraTest : public testing::TestWithParam<Options> {};
+
+}  // namespace
+
+// Without TFTP, so that only file access can succeed.
+TEST_P(RealGigEVisionCameraTest, IsUpdatedByFileAccess) {
+    Options options = GetParam();
+    options.insert(options.end(), {"--profile", "file-access", "--no-tftp"});
+    SimulatedCamera camera(options);
+    const TemporaryFolder folder;
+    const std::string body = RandomBytes(100003, 1);
+    ExpectSuccess(RunUpdater({kLoopback, folder.Write("camera.dfw", MakePayload(body))}));
+    EXPECT_TRUE(camera.Firmware() == body);
+}
+
+TEST_P(RealUsb3VisionCameraTest, IsUpdatedByFileAccess) {
+    UsbCamera camera(GetParam());
+    const std::string body = RandomBytes(30003, 1);
+    ExpectSuccess(camera.Update({"--u3v", camera.Write("camera.dfw", MakePayload(body))}));
+    EXPECT_TRUE(camera.Firmware() == body);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Layouts, RealGigEVisionCameraTest,
+    testing::Values(Options{"--layout", "plain"}, Options{"--layout", "selector"},
+                    Options{"--layout", "bitfields"}, Options{"--layout", "local-selectors"},
+                    Options{"--layout", "command-register"},
+                    Options{"--layout", "write-only-execute"},
+                    Options{"--layout", "read-only-offset"}, Options{"--layout", "wide"},
+                    Options{"--layout", "little-endian"},
+                    Options{"--layout", "little-endian", "--register-commands-swap"},
+                    Options{"--layout", "legacy-endian"},
+                    Options{"--layout", "bitfields", "--no-concatenation"},
+                    Options{"--layout", "read-only-offset", "--short-write-every", "3"},
+                    Options{"--layout", "plain", "--buffer-size", "512", "--latency", "1"}),
+    NameOf);
+
+INSTANTIATE_TEST_SUITE_P(
+    Descriptions, RealGigEVisionCameraTest,
+    testing::Values(Options{"--description", "extensions"},
+                    Options{"--description", "harmless-oddities"},
+                    Options{"--description", "large"}, Options{"--description", "padding"},
+                    Options{"--description", "odd-zip"}, Options{"--description", "blanks"},
+                    Options{"--description", "second-url"}, Options{"--description", "schema-1.0"},
+                    Options{"--description", "schema-1.0", "--layout", "little-endian",
+                            "--register-commands-swap"}),
+    NameOf);
+
+INSTANTIATE_TEST_SUITE_P(
+    Layouts, RealUsb3VisionCameraTest,
+    testing::Values(Options{"--layout", "plain"}, Options{"--layout", "selector"},
+                    Options{"--layout", "bitfields"}, Options{"--layout", "local-selectors"},
+                    Options{"--layout", "command-register"},
+                    Options{"--layout", "write-only-execute"},
+                    Options{"--layout", "read-only-offset"}, Options{"--layout", "wide"},
+                    Options{"--layout", "little-endian"},
+                    Options{"--description", "extensions", "--description", "harmless-oddities"},
+                    Options{"--description", "large", "--description", "padding"}),
+    NameOf);
