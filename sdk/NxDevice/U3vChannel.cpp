@@ -51,24 +51,29 @@ milliseconds TimeUntil(U3vChannel::Clock::time_point deadline) {
     return std::chrono::ceil<milliseconds>(deadline - U3vChannel::Clock::now());
 }
 
-// Whether a command that could not be sent has changed nothing in the device for certain, so that
-// it may be sent once more. A device carries a command out once it has all the bytes that the
-// header announces, and clearing its endpoint makes it forget what it has of one.
-bool DidNotExecute(const UsbPipe::Sending& sending, std::span<const std::byte> command) {
+/// What became of a command that could not be sent.
+enum class Fate {
+    kNotCarriedOut,  ///< for certain, or it was a read, which changes nothing
+    kUnknown,        ///< the device may have all of it
+    kHopeless        ///< sending it again would not help
+};
+
+// A device carries a command out once it has all the bytes that the header announces, and clearing
+// its endpoint makes it forget what it has of one.
+Fate FateOf(const UsbPipe::Sending& sending, std::span<const std::byte> command) {
     const std::size_t missing = command.size() - std::min(sending.taken, command.size());
-    if (sending.error == LIBUSB_ERROR_PIPE) {
+    if (sending.error == LIBUSB_ERROR_PIPE && missing > 0) {
         // A stall is the device's own refusal of a packet, which it has not taken.
-        return missing > 0;
+        return Fate::kNotCarriedOut;
     }
     if (sending.error == LIBUSB_ERROR_IO) {
         // A protocol error may just as well have hit the way back, on which the device confirms
-        // packets: as many as one burst holds may have arrived without being counted. A short write
-        // may thus have been carried out; a read may be, since it changes nothing and its
-        // acknowledge is told by its id.
-        return missing > kBurst || U3vPackets::IsRead(command);
+        // packets: as many as one burst holds may have arrived without being counted.
+        return missing > kBurst || U3vPackets::IsRead(command) ? Fate::kNotCarriedOut
+                                                               : Fate::kUnknown;
     }
-    // Unplugged, out of memory, or not taken in time: trying again would not help.
-    return false;
+    // Unplugged, out of memory, or not taken in time.
+    return Fate::kHopeless;
 }
 
 std::string Hexadecimal(std::uint64_t number) {
@@ -233,16 +238,28 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
         std::size_t length = 0;
         UsbPipe::Sending sending;
         const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sending);
-        if (error != LIBUSB_SUCCESS && mayTryAgain && DidNotExecute(sending, command)) {
+        const Fate fate = error == LIBUSB_SUCCESS ? Fate::kHopeless : FateOf(sending, command);
+        if (error != LIBUSB_SUCCESS && (fate == Fate::kHopeless || !mayTryAgain)) {
+            return FailTransfer(
+                error, sending.taken == command.size() ? "answer a command" : "take a command");
+        }
+        if (fate == Fate::kNotCarriedOut) {
             mayTryAgain = false;
             mPipe->ClearStall();
             continue;
         }
-        if (error != LIBUSB_SUCCESS) {
-            return FailTransfer(
-                error, sending.taken == command.size() ? "answer a command" : "take a command");
+        bool isSilent = false;
+        const NxResult result = AwaitAck(id, ackCommand, deadline, length, ack, isSilent);
+        if (isSilent && fate == Fate::kUnknown) {
+            // A device that has a command answers it within the time that it announces. It is
+            // listened to before the endpoints are cleared, which would take its answer away.
+            mayTryAgain = false;
+            mPipe->ClearStall();
+            continue;
         }
-        const NxResult result = AwaitAck(id, ackCommand, deadline, length, ack);
+        if (isSilent) {
+            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "answer a command");
+        }
         // A busy device has not executed the command.
         if (!result.IsOK() || ack.status != U3vPackets::kStatusBusy ||
             Clock::now() + kBusyPause >= busyUntil) {
@@ -259,8 +276,8 @@ std::uint16_t U3vChannel::TakeId() {
 }
 
 NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
-                              Clock::time_point deadline, std::size_t length,
-                              U3vPackets::Ack& ack) {
+                              Clock::time_point deadline, std::size_t length, U3vPackets::Ack& ack,
+                              bool& isSilent) {
     const Clock::time_point pendingUntil = After(kMostPatience);
     for (;;) {
         const NxResult result = ParseAck(length, ack);
@@ -279,12 +296,12 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
             return Fail(kNxProtocol,
                         "answered a command with acknowledge " + Hexadecimal(ack.command));
         }
-        if (Clock::now() >= deadline) {
-            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "answer a command");
-        }
-        const int error = mPipe->Receive(mReceived, TimeUntil(deadline), length);
+        const int error = Clock::now() >= deadline
+                              ? LIBUSB_ERROR_TIMEOUT
+                              : mPipe->Receive(mReceived, TimeUntil(deadline), length);
+        isSilent = error == LIBUSB_ERROR_TIMEOUT;
         if (error != LIBUSB_SUCCESS) {
-            return FailTransfer(error, "answer a command");
+            return isSilent ? NxResult() : FailTransfer(error, "answer a command");
         }
     }
 }

@@ -16,7 +16,7 @@
 
 /// Commands to one USB3 Vision device and their acknowledges, one at a time.
 ///
-/// A command that the device may have is never sent again: USB loses nothing, so a late acknowledge
+/// No command is sent again while the device may have it: USB loses nothing, so a late acknowledge
 /// means that the device is slow, and a repetition would be executed as well. Once the device was
 /// unplugged or left a command unanswered, every later command fails at once with the same
 /// description.
@@ -67,8 +67,10 @@ class U3vChannel {
     NxResult WriteBlock(std::uint64_t address, std::span<const std::byte> data);
     NxResult Exchange(std::span<std::byte> command, std::uint16_t ackCommand, std::size_t ackLength,
                       U3vPackets::Ack& ack);
+    /// @param length of what has come already
+    /// @param isSilent set when no acknowledge came by the deadline; success then
     NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, Clock::time_point deadline,
-                      std::size_t length, U3vPackets::Ack& ack);
+                      std::size_t length, U3vPackets::Ack& ack, bool& isSilent);
     /// Of the next command; never 0, by which devices mark what answers no command.
     std::uint16_t TakeId();
     /// @param length 0 afterwards when the bytes are to be dropped

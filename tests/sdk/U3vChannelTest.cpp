@@ -269,18 +269,44 @@ TEST_F(U3vChannelTest, SendsAReadOnceMoreAfterAProtocolError) {
     EXPECT_EQ(mLog.clearedStalls, 1);
 }
 
-TEST_F(U3vChannelTest, SendsAWriteOnceMoreAfterAProtocolErrorOnlyWhereTheDeviceCannotHaveItsEnd) {
+TEST_F(U3vChannelTest, SendsALongWriteOnceMoreAfterAProtocolError) {
     mChannel.SetLimits(65548, 65548);
     mLog.sendErrors = {LIBUSB_ERROR_IO};
     mLog.answers = {ScriptedPipe::WriteAck(20000)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(20000)).IsOK());
+    EXPECT_EQ(mLog.clearedStalls, 1);
+}
 
+TEST_F(U3vChannelTest, TakesTheAcknowledgeOfAShortWriteThatAProtocolErrorLetThrough) {
+    mLog.answers = {ScriptedPipe::WriteAck(4)};
+    ASSERT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
     mLog.sendErrors = {LIBUSB_ERROR_IO};
-    const NxResult result = mChannel.Write(0, Bytes(16000));
+    mLog.answers = {ScriptedPipe::Ack(0x0803, Bytes(), 0, 1)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_EQ(mLog.commands.size(), 1U) << "the second was not sent again";
+    EXPECT_EQ(mLog.clearedStalls, 0);
+}
+
+TEST_F(U3vChannelTest, SendsAShortWriteOnceMoreWhenNoAcknowledgeShowsThatItArrived) {
+    mLog.sendErrors = {LIBUSB_ERROR_IO};
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT), ScriptedPipe::WriteAck(4)};
+    EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
+    EXPECT_GT(mLog.patience.at(0).count(), 4900) << "as long as for any command";
+    EXPECT_EQ(mLog.commands.size(), 1U);
+    EXPECT_EQ(mLog.clearedStalls, 1);
+
+    mLog.sendErrors = {LIBUSB_ERROR_IO, LIBUSB_ERROR_IO};
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT)};
+    const NxResult result = mChannel.Write(0, Bytes(4));
     EXPECT_EQ(result.GetCode(), kNxDeviceGone);
     EXPECT_THAT(Text(result), HasSubstr("did not take a command (LIBUSB_ERROR_IO)"));
-    EXPECT_EQ(mLog.commands.size(), 1U);
     EXPECT_FALSE(mChannel.IsAlive());
+}
+
+TEST_F(U3vChannelTest, SaysThatTheDeviceWasUnpluggedWhenAProtocolErrorTurnsOutToBeThat) {
+    mLog.sendErrors = {LIBUSB_ERROR_IO};
+    mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_NO_DEVICE)};
+    EXPECT_THAT(Text(mChannel.Write(0, Bytes(4))), HasSubstr("Device X was unplugged"));
 }
 
 TEST_F(U3vChannelTest, GivesTheInterfaceBackBeforeItSaysThatItIsDead) {
