@@ -1,5 +1,3 @@
-#include <pthread.h>
-
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -9,6 +7,8 @@
 
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxSystem.h>
+
+#include "NoThreads.h"
 
 TEST(NxSystemTest, HasNoInterfacesBeforeFind) {
     const NxSystem system;
@@ -28,19 +28,11 @@ TEST(NxSystemTest, LetsNoLibraryPrintWhateverTheEnvironmentAsksFor) {
 }
 
 TEST(NxSystemTest, FindsDevicesWhereNoThreadIsToBeHad) {
-    pthread_attr_t usual;
-    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
-    pthread_attr_t huge;
-    ASSERT_EQ(pthread_attr_init(&huge), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 47U), 0);
-    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    const NoThreads full;
     EXPECT_THROW(std::thread([] {}).join(), std::system_error);
     NxSystem system;
     EXPECT_TRUE(system.Find().IsOK());
     EXPECT_GE(system.GetInterfaceCount(), 1U);
-    EXPECT_EQ(pthread_setattr_default_np(&usual), 0);
-    pthread_attr_destroy(&huge);
-    pthread_attr_destroy(&usual);
 }
 
 TEST(NxSystemTest, ListsLoopbackWhenNoDeviceAnswers) {
