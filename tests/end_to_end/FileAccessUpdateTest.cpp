@@ -40,6 +40,24 @@ TEST(FileAccessUpdateTest, WritesTheFirmwareAndSaysSoStageByStage) {
     EXPECT_EQ(DeviceField("version"), "2.1");
 }
 
+TEST(FileAccessUpdateTest, ClaimsNoSuccessForAPayloadThatWasReplacedMeanwhile) {
+    SimulatedCamera camera({"--profile", "file-access", "--latency", "4000"});
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("camera.dfw", MakePayload(RandomBytes(300000, 1)));
+    Process updater({Program("MirskoFirmwareUpdater"), kLoopback, file});
+    ASSERT_TRUE(
+        WaitUntil([&] { return updater.OutputSoFar().find("transferred") != std::string::npos; }));
+    (void)folder.Write("camera.dfw", MakePayload(RandomBytes(300000, 2)));
+    const ProcessResult result = updater.Wait(std::chrono::seconds(60));
+    EXPECT_EQ(WithoutLabels(result.out), "Starting update...\n\nUpdate failed.\n");
+    EXPECT_THAT(result.err,
+                testing::MatchesRegex(
+                    "Cannot write the device's file RemoteUpdateDfw at byte [0-9]+ of 300064: "
+                    "Cannot send [^ ]*camera.dfw: it was changed or replaced while it was being "
+                    "sent\nWriting payload file to device failed!\n"));
+    EXPECT_EQ(camera.Firmware(), "");
+}
+
 TEST(FileAccessUpdateTest, SelectsTheInterfaceInEverySpellingOfItsMac) {
     for (const char* mac : {"00-00-00-00-00-00", "000000000000", "00:00-00:00-00:00"}) {
         SimulatedCamera camera({"--profile", "file-access"});

@@ -34,6 +34,22 @@ NxResult Send(NxTftpClient& client, const std::string& content) {
                          : result;
 }
 
+// Calls `meanwhile` once the first bytes are acknowledged.
+NxResult SendFile(const std::string& file, const std::function<void()>& meanwhile) {
+    NxTftpClient client;
+    NxResult result = client.Init(kConnectionId, "RemoteUpdateDfw");
+    if (!result.IsOK()) {
+        return result;
+    }
+    std::future<NxResult> sent =
+        std::async(std::launch::async, [&] { return client.SendFile(file); });
+    long done = 0;
+    long total = 0;
+    EXPECT_TRUE(WaitUntil([&] { return client.GetProgress(done, total).IsOK() && done > 0; }));
+    meanwhile();
+    return sent.get();
+}
+
 TEST(NxTftpClientTest, InitTakesNetworkDevicesOnly) {
     NxTftpClient client;
     EXPECT_TRUE(client.Init("192.168.1.20%eth1", "status").IsOK());
@@ -161,15 +177,7 @@ TEST(NxTftpClientTest, FailsWhenTheLocalFileIsChangedOrReplacedMeanwhile) {
         std::filesystem::last_write_time(
             file, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
         UdpTftpServer server({.options = Options::kIgnored, .answerDelay = 1ms}, {}, 6);
-        NxTftpClient client;
-        ASSERT_TRUE(client.Init(kConnectionId, "RemoteUpdateDfw").IsOK());
-        std::future<NxResult> sent =
-            std::async(std::launch::async, [&] { return client.SendFile(file); });
-        long done = 0;
-        long total = 0;
-        EXPECT_TRUE(WaitUntil([&] { return client.GetProgress(done, total).IsOK() && done > 0; }));
-        change(file);
-        const NxResult result = sent.get();
+        const NxResult result = SendFile(file, [&] { change(file); });
         EXPECT_EQ(result.GetCode(), kNxLocalFile);
         EXPECT_EQ(std::string(result.GetDescription().GetAscii()),
                   "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: Cannot send " + file +
@@ -183,15 +191,7 @@ TEST(NxTftpClientTest, FailsWhenTheLocalFileIsReplacedAfterItsLastByteWasRead) {
     const TemporaryFolder folder;
     const std::string file = folder.Write("firmware.dfw", RandomBytes(60'000, 7));
     UdpTftpServer server({.options = Options::kIgnored, .answerDelay = 1ms}, {}, 7);
-    NxTftpClient client;
-    ASSERT_TRUE(client.Init(kConnectionId, "RemoteUpdateDfw").IsOK());
-    std::future<NxResult> sent =
-        std::async(std::launch::async, [&] { return client.SendFile(file); });
-    long done = 0;
-    long total = 0;
-    EXPECT_TRUE(WaitUntil([&] { return client.GetProgress(done, total).IsOK() && done > 0; }));
-    std::filesystem::remove(file);
-    EXPECT_EQ(sent.get().GetCode(), kNxLocalFile);
+    EXPECT_EQ(SendFile(file, [&] { std::filesystem::remove(file); }).GetCode(), kNxLocalFile);
 }
 
 TEST(NxTftpClientTest, ReadsAFileThroughAFaultyNetwork) {

@@ -335,7 +335,8 @@ TEST_F(CheckCommandTest, ShowsNoControlCharactersOfAMembersName) {
     ZipFile zip;
     zip.Add("Manifest.xml", GoodManifest());
     zip.Add("\x1B[2J\u009b2J\u202e\u2028a.dfw", GoodPayload());
-    ExpectFindings(zip, "warning: a.dfw: the updater takes the member \"?[2J?2J\?\?a.dfw\" for it\n");
+    ExpectFindings(zip,
+                   "warning: a.dfw: the updater takes the member \"?[2J?2J\?\?a.dfw\" for it\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {
