@@ -74,15 +74,24 @@ std::vector<std::string> NamesOf(const ConnectionId& id) {
     return names;
 }
 
+// Empty where there is no folder for them.
+std::vector<std::string> PathsOf(const ConnectionId& id) {
+    const std::string folder = LockFolder();
+    std::vector<std::string> paths;
+    for (const std::string& name : folder.empty() ? std::vector<std::string>() : NamesOf(id)) {
+        paths.push_back(folder);
+        paths.back().append("/mirsko-").append(name).append(".lock");
+    }
+    return paths;
+}
+
 }  // namespace
 
 DeviceLock::DeviceLock() = default;
 
 NxResult DeviceLock::Acquire(const ConnectionId& id, std::shared_ptr<DeviceLock>& lock) {
-    const std::string folder = LockFolder();
     std::shared_ptr<DeviceLock> taken(new DeviceLock);
-    for (const std::string& name : folder.empty() ? std::vector<std::string>() : NamesOf(id)) {
-        const std::string path = folder + "/mirsko-" + name + ".lock";
+    for (const std::string& path : PathsOf(id)) {
         Holdings& holdings = OfThisProcess();
         const std::lock_guard guard(holdings.mutex);
         std::weak_ptr<LockFile>& known = holdings.files[path];
