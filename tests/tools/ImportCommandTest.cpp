@@ -44,6 +44,7 @@ class ImportCommandTest : public PackageTool {
     </guf:DeviceReset>
   </guf:Procedure>
   <guf:Procedure Id="other">
+    <guf:ExpectedDurationMs>2000</guf:ExpectedDurationMs>
     <guf:FileUpload><guf:FileName>lens/camera.dfw</guf:FileName></guf:FileUpload>
   </guf:Procedure>
   <guf:Hint>none</guf:Hint>
@@ -470,6 +471,15 @@ TEST_F(ImportCommandTest, RefusesAControlFileThatIsNestedWithoutEnd) {
     const ProcessResult result = Run({"import", "@u.guf", "@p.zip"});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_THAT(result.err, HasSubstr("mirsko-package: Control.xml: line 1: "));
+}
+
+TEST_F(ImportCommandTest, DoesNotOverwriteTheUpdateFile) {
+    const std::string bytes =
+        MakeZip({{"Control.xml", GoodControlFile(OneUpload("a"))}, {"a", "x"}});
+    mFolder.Write("p.zip", bytes);
+    Expect({"import", "@p.zip", "@./p.zip"}, 1, "",
+           "mirsko-package: @./p.zip is the update file itself\n");
+    EXPECT_EQ(ReadFile(Path("p.zip")), bytes);
 }
 
 TEST_F(ImportCommandTest, TellsWhatIsNoUpdateFile) {

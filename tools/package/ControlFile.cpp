@@ -26,6 +26,12 @@ std::string Unknown(const std::string& place, const std::string& kind, const std
     return place + "unknown " + kind + " <" + name + ">";
 }
 
+/// The updater has times of its own.
+bool IsTime(const std::string& name) {
+    return name == "ExpectedDurationMs" || name == "MaximumExecutionTimeoutMs" ||
+           name == "DeviceDiscoveryDelayMs";
+}
+
 bool IsInfoName(const std::string& name) {
     const auto isLetter = [](char character) {
         return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
@@ -175,6 +181,10 @@ std::string ControlFile::ReadProcedure(const XmlElement& element) {
         if (NameOf(step) == "Description") {
             mWarnings.push_back("procedure " + Quoted(procedure.id) +
                                 ": its description is left out");
+            continue;
+        }
+        if (IsTime(NameOf(step))) {
+            mLeftOutParts.insert(NameOf(step));
             continue;
         }
         const std::string error = ReadStep(step, procedure);

@@ -1,6 +1,7 @@
 #include "ImportCommand.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 #include <NxBase/PrintableText.h>
@@ -86,6 +87,10 @@ int ImportCommand::Run() {
 }
 
 std::string ImportCommand::Import() {
+    std::error_code missing;
+    if (std::filesystem::equivalent(mUpdatePath, mPackage, missing)) {
+        return mPackage + " is the update file itself";
+    }
     std::string error = mUpdate.Open(mUpdatePath);
     if (!error.empty()) {
         return mUpdatePath + ": " + error;
