@@ -10,16 +10,21 @@
 
 namespace simulator {
 
-/// How an access to a device's memory ended; each bus has its own code for it.
-enum class MemoryStatus {
-    kOk,
-    kInvalidAddress,
-    kWriteProtect,
-    kAccessDenied,
-    kBadAlignment,
-    kInvalidParameter,
-    kBusy
+/// How an access to a device's memory ended; the values are the status codes of GVCP and of GenCP,
+/// which agree on these.
+enum class MemoryStatus : std::uint16_t {
+    kOk = 0x0000,
+    kInvalidParameter = 0x8002,
+    kInvalidAddress = 0x8003,
+    kWriteProtect = 0x8004,
+    kBadAlignment = 0x8005,
+    kAccessDenied = 0x8006,
+    kBusy = 0x8007
 };
+
+[[nodiscard]] constexpr std::uint16_t CodeOf(MemoryStatus status) {
+    return static_cast<std::uint16_t>(status);
+}
 
 /// A piece of a device's address space. Used by one thread at a time.
 class MemoryRegion {

@@ -13,31 +13,6 @@ namespace {
 
 using Packet = std::vector<std::uint8_t>;
 
-// Long enough for every retry of a command, short enough that a new application that got the port
-// of an old one is not taken for it.
-constexpr std::chrono::seconds kRepeatWindow{4};
-constexpr std::size_t kMaxRemembered = 32;
-
-std::uint16_t ToGvcp(MemoryStatus status) {
-    switch (status) {
-        case MemoryStatus::kOk:
-            return gvcp::kSuccess;
-        case MemoryStatus::kInvalidAddress:
-            return gvcp::kInvalidAddress;
-        case MemoryStatus::kWriteProtect:
-            return gvcp::kWriteProtect;
-        case MemoryStatus::kAccessDenied:
-            return gvcp::kAccessDenied;
-        case MemoryStatus::kBadAlignment:
-            return gvcp::kBadAlignment;
-        case MemoryStatus::kInvalidParameter:
-            return gvcp::kInvalidParameter;
-        case MemoryStatus::kBusy:
-            return gvcp::kBusy;
-    }
-    return gvcp::kNotImplemented;
-}
-
 // Writes acknowledge with a reserved half-word and the index of the register, or the number of
 // bytes, at which they ended.
 Packet WriteAcknowledge(std::uint16_t status, std::uint16_t command, std::uint16_t id,
@@ -101,10 +76,10 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
         return acknowledge ? std::optional(refusal) : std::nullopt;
     }
     mControl.Heard(peer, now);
-    if (const Answered* const answered = FindAnswered(peer, request.id, now)) {
+    if (const Packet* const answered = mAnswered.Find(peer, request.id, now)) {
         mCounters.Count("REPEATED");
         GvcpReply repeated;
-        repeated.acknowledge = answered->acknowledge;
+        repeated.acknowledge = *answered;
         return repeated;
     }
     const GvcpReply reply = Answer(request);
@@ -114,8 +89,7 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
 GvcpReply GvcpHandler::Answer(const Request& request) {
     CountCommand(request);
     GvcpReply reply;
-    const std::optional<Answered> before =
-        mAnswered.contains(request.peer) ? std::optional(mAnswered.at(request.peer)) : std::nullopt;
+    const Packet* const before = mAnswered.Last(request.peer);
     if (Happens(mOptions.faults.busyPercent, mChance)) {
         reply.acknowledge = gvcp::Acknowledge(gvcp::kBusy, request.command, request.id);
         reply.delay = mOptions.latency;
@@ -131,13 +105,13 @@ GvcpReply GvcpHandler::Answer(const Request& request) {
             gvcp::kSuccess, gvcp::kPending, request.id,
             static_cast<std::size_t>(std::min<std::int64_t>(announced.count(), 0xffff))));
     }
-    if (before && Happens(mOptions.faults.staleAckPercent, mChance)) {
-        mEvents.Add("stale_ack", {{"id", before->id}});
-        reply.first.push_back(before->acknowledge);
+    if (before != nullptr && Happens(mOptions.faults.staleAckPercent, mChance)) {
+        mEvents.Add("stale_ack", {{"id", LoadBig<std::uint16_t>(*before, 6)}});
+        reply.first.push_back(*before);
     }
     // One that was told to come back later must not get that answer for ever.
     if (LoadBig<std::uint16_t>(reply.acknowledge, 0) != gvcp::kBusy) {
-        Remember(request, reply.acknowledge);
+        mAnswered.Remember(request.peer, request.id, reply.acknowledge, request.now);
     }
     return reply;
 }
@@ -174,7 +148,7 @@ Packet GvcpHandler::ReadRegisters(const Request& request) {
         } else if (address % 4 != 0) {
             status = gvcp::kBadAlignment;
         } else {
-            status = ToGvcp(mMemory.ReadMemory(address, value));
+            status = CodeOf(mMemory.ReadMemory(address, value));
             SwapIfConverted(address, value);
         }
         if (status == gvcp::kSuccess) {
@@ -229,7 +203,7 @@ Packet GvcpHandler::ReadMemory(const Request& request) {
         status = gvcp::kAccessDenied;
     } else {
         StoreBig(Bytes(answer), 0, address);
-        status = ToGvcp(mMemory.ReadMemory(address, Bytes(answer).subspan(4)));
+        status = CodeOf(mMemory.ReadMemory(address, Bytes(answer).subspan(4)));
     }
     if (status != gvcp::kSuccess) {
         answer.clear();
@@ -259,7 +233,7 @@ std::uint16_t GvcpHandler::WriteWords(const Request& request, std::uint32_t addr
     if (!mControl.MayWrite(request.peer)) {
         return gvcp::kAccessDenied;
     }
-    return ToGvcp(mMemory.WriteMemory(address, bytes));
+    return CodeOf(mMemory.WriteMemory(address, bytes));
 }
 
 std::uint16_t GvcpHandler::WriteControl(const Request& request, std::uint32_t value) {
@@ -337,24 +311,6 @@ void GvcpHandler::CountCommand(const Request& request) {
         }
     };
     mCounters.Count(kind());
-}
-
-const GvcpHandler::Answered* GvcpHandler::FindAnswered(const Peer& peer, std::uint16_t id,
-                                                       Clock::time_point now) const {
-    const auto found = mAnswered.find(peer);
-    return found != mAnswered.end() && found->second.id == id &&
-                   now - found->second.when < kRepeatWindow
-               ? &found->second
-               : nullptr;
-}
-
-void GvcpHandler::Remember(const Request& request, const Packet& acknowledge) {
-    if (mAnswered.size() >= kMaxRemembered && !mAnswered.contains(request.peer)) {
-        mAnswered.erase(std::min_element(
-            mAnswered.begin(), mAnswered.end(),
-            [](const auto& a, const auto& b) { return a.second.when < b.second.when; }));
-    }
-    mAnswered.insert_or_assign(request.peer, Answered{request.id, acknowledge, request.now});
 }
 
 }  // namespace simulator

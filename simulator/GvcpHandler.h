@@ -3,11 +3,11 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <random>
 #include <vector>
 
+#include "AnsweredCommands.h"
 #include "CommandCounters.h"
 #include "ControlPrivilege.h"
 #include "DeviceMemory.h"
@@ -54,11 +54,6 @@ class GvcpHandler {
     void Abandon();
 
   private:
-    struct Answered {
-        std::uint16_t id;
-        std::vector<std::uint8_t> acknowledge;
-        Clock::time_point when;
-    };
     struct Request {
         const Peer& peer;
         std::uint16_t command;
@@ -80,9 +75,6 @@ class GvcpHandler {
     [[nodiscard]] std::uint16_t WriteControl(const Request& request, std::uint32_t value);
     void CountCommand(const Request& request);
     void ControlEnded(const char* why);
-    [[nodiscard]] const Answered* FindAnswered(const Peer& peer, std::uint16_t id,
-                                               Clock::time_point now) const;
-    void Remember(const Request& request, const std::vector<std::uint8_t>& acknowledge);
 
     const DeviceOptions& mOptions;
     EventLog& mEvents;
@@ -91,7 +83,7 @@ class GvcpHandler {
     GvcpBootstrap mBootstrap;
     FeatureRegisters mFeatures;
     ControlPrivilege mControl;
-    std::map<Peer, Answered> mAnswered;  // the last command of each application
+    AnsweredCommands mAnswered;
     std::mt19937 mChance;
 };
 

@@ -6,9 +6,6 @@ namespace simulator {
 
 namespace {
 
-constexpr std::uint32_t kOffset = 0x10310;
-constexpr std::uint32_t kLength = 0x10314;
-constexpr std::uint32_t kExecute = 0x10318;
 constexpr std::uint32_t kOpenMode = 0x1031c;
 
 /// Status, result and file size are bit fields, limits are in registers (StatusWord.h), and the
@@ -39,13 +36,13 @@ class BitFieldLayout : public FileLayout {
         const Bytes buffer = DefineBuffer(device.memory, features::kBuffer);
         DefineCommand(device, kExecute, [device, buffer](std::uint32_t value) {
             const RegisterRegion& from = device.registers;
-            return value == 0 ? MemoryStatus::kOk
-                              : device.files.Start(
-                                    {FileIn(from, features::kFileSelector),
-                                     static_cast<FileAccess::Operation>(
-                                         from.GetNumber(features::kOperationSelector)),
-                                     static_cast<FileAccess::OpenMode>(from.GetNumber(kOpenMode)),
-                                     from.GetNumber(kOffset), from.GetNumber(kLength), buffer});
+            return value == 0
+                       ? MemoryStatus::kOk
+                       : device.files.Start(RequestFor(
+                             from,
+                             static_cast<FileAccess::Operation>(
+                                 from.GetNumber(features::kOperationSelector)),
+                             static_cast<FileAccess::OpenMode>(from.GetNumber(kOpenMode)), buffer));
         });
     }
 
@@ -58,11 +55,7 @@ class BitFieldLayout : public FileLayout {
         writer.Command("FileOperationExecute", DescriptionWriter::At(kExecute));
         DescribeOpenMode(writer, {"pValue", "FileOpenModeReg"}, {}, {{"pIsLocked", "FileIsOpen"}});
         writer.Register("FileOpenModeReg", DescriptionWriter::At(kOpenMode), "RW");
-        writer.Buffer("FileAccessBuffer", DescriptionWriter::At(features::kBuffer),
-                      {"pLength", "FileBufferLengthReg"});
-        writer.Register("FileBufferLengthReg", DescriptionWriter::At(StatusWord::kBufferLength),
-                        "RO");
-        writer.Number("FileAccessOffset", DescriptionWriter::At(kOffset), "RW", 0, 0xffffffffU);
+        DescribeOffset(writer);
         writer.Node("Integer", "FileAccessLength",
                     {{"pValue", "FileAccessLengthReg"},
                      {"pMin", "FileAccessLengthMinReg"},

@@ -5,9 +5,6 @@ namespace simulator {
 
 namespace {
 
-constexpr std::uint32_t kOffset = 0x10310;
-constexpr std::uint32_t kLength = 0x10314;
-constexpr std::uint32_t kCommand = 0x10318;
 constexpr std::uint32_t kState = 0x1031c;
 
 constexpr std::uint32_t kModeShift = 4;
@@ -24,10 +21,13 @@ constexpr std::uint32_t kSuccess = 1;
 /// | 0x10300 | FileSelector | RW |
 /// | 0x10310 | FileAccessOffset | RW |
 /// | 0x10314 | FileAccessLength; refused while no file is open | RW |
-/// | 0x10318 | FileOperationExecute. Written: operation + 0x10 * open mode, so that 0 opens for
-/// reading. Read: that value until it is done, then 0x80 + 0x100 * status + 0x10000 * result; the
-/// status of success is 1 | RW | | 0x1031c | bit 0: a file is open | RO | | 0x1000000 |
-/// FileAccessBuffer | RW |
+/// | 0x10318 | FileOperationExecute | RW |
+/// | 0x1031c | bit 0: a file is open | RO |
+/// | 0x1000000 | FileAccessBuffer | RW |
+///
+/// FileOperationExecute takes operation + 0x10 * open mode, so that 0 opens for reading, and shows
+/// that until it is done; then 0x80 + 0x100 * status + 0x10000 * result. The status of success
+/// is 1.
 class CommandRegisterLayout : public FileLayout {
   public:
     using FileLayout::FileLayout;
@@ -41,29 +41,27 @@ class CommandRegisterLayout : public FileLayout {
                          {.isAvailable = [&files] { return files.IsOpen(); }});
         registers.SetNumber(kLength, Options().bufferSize);
         registers.DefineShown(kState, [&files] { return files.IsOpen() ? 1U : 0U; });
-        registers.SetNumber(kCommand, Done({}));
+        registers.SetNumber(kExecute, Done({}));
         const Bytes buffer = DefineBuffer(device.memory, features::kBuffer);
         registers.Define(
-            kCommand, 4, RegisterRegion::Access::kReadWrite,
+            kExecute, 4, RegisterRegion::Access::kReadWrite,
             {.beforeRead =
                  [&registers, &files] {
                      if (!files.IsBusy() && files.Count() != 0) {
-                         registers.SetNumber(kCommand, Done(files.Outcome()));
+                         registers.SetNumber(kExecute, Done(files.Outcome()));
                      }
                  },
              .afterWrite =
                  [device, buffer] {
                      const RegisterRegion& from = device.registers;
-                     const std::uint32_t value = from.GetNumber(kCommand);
+                     const std::uint32_t value = from.GetNumber(kExecute);
                      constexpr std::uint32_t kDigit = 0xf;
                      if (value > 0xff || (value & kDigit) >= features::kOperationCount) {
                          return MemoryStatus::kInvalidParameter;
                      }
-                     return device.files.Start(
-                         {FileIn(from, features::kFileSelector),
-                          static_cast<FileAccess::Operation>(value & kDigit),
-                          static_cast<FileAccess::OpenMode>(value >> kModeShift),
-                          from.GetNumber(kOffset), from.GetNumber(kLength), buffer});
+                     return device.files.Start(RequestFor(
+                         from, static_cast<FileAccess::Operation>(value & kDigit),
+                         static_cast<FileAccess::OpenMode>(value >> kModeShift), buffer));
                  }});
     }
 
@@ -76,7 +74,7 @@ class CommandRegisterLayout : public FileLayout {
         writer.Node(
             "Command", "FileOperationExecute",
             {{"pValue", "FileOperationExecuteReg"}, {"pCommandValue", "FileOperationCommand"}});
-        writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kCommand), "RW");
+        writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kExecute), "RW");
         writer.Formula("FileOperationCommand",
                        {{"OPERATION", "FileOperationSelector"}, {"MODE", "FileOpenMode"}},
                        "(OPERATION = 0) ? (MODE << 4) : OPERATION");
@@ -84,7 +82,7 @@ class CommandRegisterLayout : public FileLayout {
                        "(COMMAND & 0x80) ? 0 : 1");
         writer.Buffer("FileAccessBuffer", DescriptionWriter::At(features::kBuffer),
                       {"Length", std::to_string(Options().bufferSize)});
-        writer.Number("FileAccessOffset", DescriptionWriter::At(kOffset), "RW", 0, 0xffffffffU);
+        DescribeOffset(writer);
         writer.MaskedRegister("FileIsOpen", DescriptionWriter::At(kState), "RO", {0, 0});
         writer.Node("Integer", "FileAccessLength",
                     {{"pIsAvailable", "FileIsOpen"},
@@ -96,7 +94,7 @@ class CommandRegisterLayout : public FileLayout {
         writer.Formula("FileOperationStatusValue", {{"COMMAND", "FileOperationExecuteReg"}},
                        "(COMMAND >> 8) & 0xFF");
         writer.Integer("FileOperationResult", "FileOperationResultField", 0, 0xffff);
-        writer.MaskedRegister("FileOperationResultField", DescriptionWriter::At(kCommand), "RO",
+        writer.MaskedRegister("FileOperationResultField", DescriptionWriter::At(kExecute), "RO",
                               {kResultShift, 31});
     }
 

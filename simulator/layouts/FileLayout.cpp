@@ -90,6 +90,17 @@ void FileLayout::DefineCommand(const Device& device, std::uint64_t address,
     registers.Define(address, 4, Access::kReadWrite, std::move(hooks));
 }
 
+FileOperations::Request FileLayout::RequestFor(const RegisterRegion& registers,
+                                               FileAccess::Operation operation,
+                                               FileAccess::OpenMode mode, Bytes buffer) {
+    return {FileIn(registers, features::kFileSelector),
+            operation,
+            mode,
+            registers.GetNumber(kOffset),
+            registers.GetNumber(kLength),
+            buffer};
+}
+
 FileAccess::File FileLayout::FileIn(const RegisterRegion& registers, std::uint64_t address) {
     return static_cast<FileAccess::File>(registers.GetNumber(address));
 }
@@ -139,6 +150,18 @@ void FileLayout::DescribeOpenMode(DescriptionWriter& writer, const Element& valu
     }
     entries.insert(entries.end(), more.begin(), more.end());
     writer.Enumeration("FileOpenMode", value, entries, {}, extra);
+}
+
+void FileLayout::DescribeOffset(DescriptionWriter& writer) {
+    writer.Number("FileAccessOffset", DescriptionWriter::At(kOffset), "RW", 0, 0xffffffffU);
+}
+
+void FileLayout::DescribeCommandByFormula(DescriptionWriter& writer, const std::string& formula) {
+    writer.Node("Command", "FileOperationExecute",
+                {{"pValue", "FileOperationExecuteReg"}, {"pCommandValue", "FileOperationCommand"}});
+    writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kExecute), "RW");
+    writer.Formula("FileOperationCommand",
+                   {{"OPERATION", "FileOperationSelector"}, {"MODE", "FileOpenMode"}}, formula);
 }
 
 void FileLayout::DescribeStatus(DescriptionWriter& writer, const std::string& value,

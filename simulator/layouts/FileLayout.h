@@ -47,6 +47,11 @@ class FileLayout {
     using Bits = DescriptionWriter::Bits;
     using Entry = DescriptionWriter::Entry;
 
+    // Where most layouts have these.
+    static constexpr std::uint32_t kOffset = 0x10310;
+    static constexpr std::uint32_t kLength = 0x10314;
+    static constexpr std::uint32_t kExecute = 0x10318;
+
     [[nodiscard]] const DeviceOptions& Options() const { return mOptions; }
     [[nodiscard]] Bus TheBus() const { return mBus; }
     [[nodiscard]] bool HasSelector() const { return HasFileSelector(mOptions.profile); }
@@ -62,6 +67,11 @@ class FileLayout {
     /// @param start called with the number that was written
     void DefineCommand(const Device& device, std::uint64_t address,
                        std::function<MemoryStatus(std::uint32_t value)> start) const;
+    /// An operation on the selected file, with the offset and the length that are in the registers.
+    [[nodiscard]] static FileOperations::Request RequestFor(const RegisterRegion& registers,
+                                                            FileAccess::Operation operation,
+                                                            FileAccess::OpenMode mode,
+                                                            Bytes buffer);
     [[nodiscard]] static FileAccess::File FileIn(const RegisterRegion& registers,
                                                  std::uint64_t address);
 
@@ -76,6 +86,10 @@ class FileLayout {
     static void DescribeOperationSelector(DescriptionWriter& writer, const Element& value);
     static void DescribeOpenMode(DescriptionWriter& writer, const Element& value,
                                  const std::vector<Entry>& more = {}, const Elements& extra = {});
+    /// FileAccessOffset at kOffset.
+    static void DescribeOffset(DescriptionWriter& writer);
+    /// FileOperationExecute, its value a formula called FileOperationCommand of OPERATION and MODE.
+    static void DescribeCommandByFormula(DescriptionWriter& writer, const std::string& formula);
     /// FileOperationStatus with all that FileAccess::Status knows. @param value the node
     /// @param success the value of Success; those of the others follow
     static void DescribeStatus(DescriptionWriter& writer, const std::string& value,

@@ -6,9 +6,6 @@ namespace simulator {
 
 namespace {
 
-constexpr std::uint32_t kOffset = 0x10310;
-constexpr std::uint32_t kLength = 0x10314;
-constexpr std::uint32_t kCommand = 0x10318;
 constexpr std::uint32_t kPresent = 0x1031c;
 
 constexpr std::uint32_t kOpenForReading = 0x10;
@@ -24,9 +21,11 @@ constexpr std::uint32_t kOpenForWriting = 0x11;
 /// | 0x10300 | FileSelector | RW |
 /// | 0x10310 | FileAccessOffset | RW |
 /// | 0x10314 | FileAccessLength | RW |
-/// | 0x10318 | FileOperationExecute: 0x11 opens for writing, 0x10 for reading, 1 closes, 2 reads, 3
-/// writes; the value until it is done, then 0 | RW | | 0x1031c | which files there are, a bit for
-/// each value of FileSelector | RO |
+/// | 0x10318 | FileOperationExecute | RW |
+/// | 0x1031c | which files there are, a bit for each value of FileSelector | RO |
+///
+/// FileOperationExecute takes 0x11 to open for writing, 0x10 to open for reading, 1 to close, 2 to
+/// read, 3 to write, and shows it until it is done; then 0.
 class LocalSelectorLayout : public FileLayout {
   public:
     using FileLayout::FileLayout;
@@ -40,14 +39,12 @@ class LocalSelectorLayout : public FileLayout {
         StatusWord::Define(device, Options(), TheBus(),
                            [&registers] { return FileIn(registers, features::kFileSelector); });
         const Bytes buffer = DefineBuffer(device.memory, features::kBuffer);
-        DefineCommand(device, kCommand, [device, buffer](std::uint32_t value) {
-            const RegisterRegion& from = device.registers;
-            FileOperations::Request request{.file = FileIn(from, features::kFileSelector),
-                                            .offset = from.GetNumber(kOffset),
-                                            .length = from.GetNumber(kLength),
-                                            .buffer = buffer};
-            return IsOperation(value, request) ? device.files.Start(request)
-                                               : MemoryStatus::kInvalidParameter;
+        DefineCommand(device, kExecute, [device, buffer](std::uint32_t value) {
+            FileAccess::Operation operation{value};
+            FileAccess::OpenMode mode{};
+            return IsOperation(value, operation, mode)
+                       ? device.files.Start(RequestFor(device.registers, operation, mode, buffer))
+                       : MemoryStatus::kInvalidParameter;
         });
     }
 
@@ -71,15 +68,11 @@ class LocalSelectorLayout : public FileLayout {
         writer.Node(
             "Command", "FileOperationExecute",
             {{"pValue", "FileOperationExecuteReg"}, {"pCommandValue", "FileOperationCommand"}});
-        writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kCommand), "RW");
+        writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kExecute), "RW");
         writer.Formula("FileOperationCommand",
                        {{"OPERATION", "FileOperationSelector"}, {"MODE", "FileOpenMode"}},
                        "(OPERATION = 0) ? ((MODE = 1) ? 0x11 : 0x10) : OPERATION");
-        writer.Buffer("FileAccessBuffer", DescriptionWriter::At(features::kBuffer),
-                      {"pLength", "FileBufferLengthReg"});
-        writer.Register("FileBufferLengthReg", DescriptionWriter::At(StatusWord::kBufferLength),
-                        "RO");
-        writer.Number("FileAccessOffset", DescriptionWriter::At(kOffset), "RW", 0, 0xffffffffU);
+        DescribeOffset(writer);
         writer.Node("Integer", "FileAccessLength",
                     {{"pValue", "FileAccessLengthReg"}, {"pMax", "FileAccessLengthMaxReg"}});
         writer.Register("FileAccessLengthReg", DescriptionWriter::At(kLength), "RW");
@@ -90,14 +83,14 @@ class LocalSelectorLayout : public FileLayout {
     }
 
   private:
-    static bool IsOperation(std::uint32_t value, FileOperations::Request& request) {
+    static bool IsOperation(std::uint32_t value, FileAccess::Operation& operation,
+                            FileAccess::OpenMode& mode) {
         if (value == kOpenForReading || value == kOpenForWriting) {
-            request.operation = FileAccess::Operation::kOpen;
-            request.mode = value == kOpenForWriting ? FileAccess::OpenMode::kWrite
-                                                    : FileAccess::OpenMode::kRead;
+            operation = FileAccess::Operation::kOpen;
+            mode = value == kOpenForWriting ? FileAccess::OpenMode::kWrite
+                                            : FileAccess::OpenMode::kRead;
             return true;
         }
-        request.operation = static_cast<FileAccess::Operation>(value);
         return value == 1 || value == 2 || value == 3;
     }
 };

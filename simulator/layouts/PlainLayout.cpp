@@ -86,7 +86,7 @@ void PlainLayout::Describe(DescriptionWriter& writer) const {
     DescribeOpenMode(writer, {"pValue", "FileOpenModeReg"});
     writer.Register("FileOpenModeReg", At(features::kOpenMode), "RW");
     writer.Buffer("FileAccessBuffer", AtBuffer(), {"Length", std::to_string(Options().bufferSize)});
-    DescribeOffset(writer);
+    DescribeAccessOffset(writer);
     writer.Number("FileAccessLength", At(features::kAccessLength), "RW", 1, Options().bufferSize);
     writer.Enumeration("FileOperationStatus", {"pValue", "FileOperationStatusReg"},
                        {{"Success", 0}, {"Failure", 1}});
@@ -105,7 +105,7 @@ FileLayout::Elements PlainLayout::AtBuffer() const {
 
 void PlainLayout::DescribeAddresses(DescriptionWriter& /*writer*/) const {}
 
-void PlainLayout::DescribeOffset(DescriptionWriter& writer) const {
+void PlainLayout::DescribeAccessOffset(DescriptionWriter& writer) const {
     writer.Number("FileAccessOffset", At(features::kAccessOffset), "RW", 0, 0xffffffffU);
 }
 

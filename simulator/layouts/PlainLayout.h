@@ -51,7 +51,7 @@ class PlainLayout : public FileLayout {
     [[nodiscard]] virtual Elements At(std::uint32_t offset) const;
     [[nodiscard]] virtual Elements AtBuffer() const;
     virtual void DescribeAddresses(DescriptionWriter& writer) const;
-    virtual void DescribeOffset(DescriptionWriter& writer) const;
+    virtual void DescribeAccessOffset(DescriptionWriter& writer) const;
     virtual void DescribeExecute(DescriptionWriter& writer) const;
     virtual void DescribeFileSize(DescriptionWriter& writer) const;
 };

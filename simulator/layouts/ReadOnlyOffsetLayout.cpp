@@ -46,7 +46,7 @@ class ReadOnlyOffsetLayout : public PlainLayout {
         writer.Constant("FileStride", kStride);
     }
 
-    void DescribeOffset(DescriptionWriter& writer) const override {
+    void DescribeAccessOffset(DescriptionWriter& writer) const override {
         writer.Number("FileAccessOffset",
                       Indexed(kPositions, "Offset=\"" + HexNumber(kStride) + "\""), "RO", 0,
                       0xffffffffU);

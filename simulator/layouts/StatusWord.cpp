@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "../FeatureAddresses.h"
+
 namespace simulator {
 
 namespace {
@@ -45,6 +47,9 @@ void StatusWord::Define(const FileLayout::Device& device, const DeviceOptions& o
 }
 
 void StatusWord::Describe(DescriptionWriter& writer, Bus bus) {
+    writer.Buffer("FileAccessBuffer", DescriptionWriter::At(features::kBuffer),
+                  {"pLength", "FileBufferLengthReg"});
+    writer.Register("FileBufferLengthReg", DescriptionWriter::At(kBufferLength), "RO");
     writer.MaskedRegister("FileIsOpen", DescriptionWriter::At(kFileWord), "RO", OpenBit(bus));
     writer.Integer("FileSize", "FileSizeField", 0, (1U << 27U) - 1);
     writer.MaskedRegister("FileSizeField", DescriptionWriter::At(kFileWord), "RO",

@@ -7,15 +7,19 @@ namespace simulator {
 /// The words before FileAccessBuffer in the layouts that keep status and result in one word, and
 /// limits in registers. All are read-only.
 ///
-/// | address | register |
+/// | address | word |
 /// |---|---|
 /// | 0xffffe0 | least FileAccessLength, which is also its increment: 4 |
 /// | 0xffffe4 | greatest FileAccessLength |
 /// | 0xffffe8 | length of FileAccessBuffer |
-/// | 0xfffff8 | FileSize in bits 31 to 5 as GenApi counts them (big-endian: the low 27 bits,
-/// little-endian: the high 27 bits); of the other five, the outermost is 1 while a file is open |
-/// | 0xfffffc | FileOperationStatus in the high 4 bits, FileOperationResult in the low 25; between
-/// them the number of operations so far, modulo 8 | | 0x1000000 | FileAccessBuffer |
+/// | 0xfffff8 | FileSize and whether a file is open |
+/// | 0xfffffc | FileOperationStatus and FileOperationResult |
+/// | 0x1000000 | FileAccessBuffer |
+///
+/// FileSize is in bits 31 to 5 as GenApi counts them: the low 27 bits of a big-endian word, the
+/// high 27 of a little-endian one. Of the other five, the outermost is 1 while a file is open. The
+/// status is in the high 4 bits of its word, the result in the low 25, the number of operations so
+/// far, modulo 8, in between.
 class StatusWord {
   public:
     using Bits = DescriptionWriter::Bits;
@@ -36,7 +40,7 @@ class StatusWord {
 
     /// Where "bits 31 to 5" are.
     [[nodiscard]] static Bits FileSizeBits(Bus bus);
-    /// FileIsOpen, FileSize, and the fields of the status word.
+    /// FileAccessBuffer, FileIsOpen, FileSize, and the fields of the status word.
     static void Describe(DescriptionWriter& writer, Bus bus);
 };
 

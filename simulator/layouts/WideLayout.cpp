@@ -11,9 +11,9 @@ constexpr std::uint64_t kLowWord = 0xffffffff;
 
 constexpr std::uint32_t kSelector = 0x00;
 constexpr std::uint32_t kOperation = 0x04;
-constexpr std::uint32_t kExecute = 0x10;
-constexpr std::uint32_t kOffset = 0x18;
-constexpr std::uint32_t kLength = 0x20;
+constexpr std::uint32_t kExecuteAt = 0x10;
+constexpr std::uint32_t kOffsetAt = 0x18;
+constexpr std::uint32_t kLengthAt = 0x20;
 constexpr std::uint32_t kStatus = 0x24;
 constexpr std::uint32_t kResult = 0x28;
 constexpr std::uint32_t kOpenMode = 0x2c;
@@ -48,8 +48,8 @@ class WideLayout : public FileLayout {
         FileOperations& files = device.files;
         DefineFileSelector(registers, base + kSelector);
         DefineOperationSelector(registers, base + kOperation);
-        registers.DefineLong(base + kOffset, RegisterRegion::Access::kReadWrite);
-        registers.DefineStored(base + kLength, Options().bufferSize);
+        registers.DefineLong(base + kOffsetAt, RegisterRegion::Access::kReadWrite);
+        registers.DefineStored(base + kLengthAt, Options().bufferSize);
         registers.DefineShown(base + kStatus, [&files] {
             return static_cast<std::uint32_t>(files.Outcome().status);
         });
@@ -62,24 +62,24 @@ class WideLayout : public FileLayout {
                              }});
         const Bytes buffer = DefineBuffer(device.memory, base + kBuffer);
         registers.DefineLong(
-            base + kExecute, RegisterRegion::Access::kReadWrite,
+            base + kExecuteAt, RegisterRegion::Access::kReadWrite,
             {.beforeRead =
                  [this, &registers, &files, base] {
                      if (!files.IsBusy() && !Options().executeKeepsValue) {
-                         registers.SetLong(base + kExecute, 0);
+                         registers.SetLong(base + kExecuteAt, 0);
                      }
                  },
              .afterWrite =
                  [&registers, &files, buffer, base] {
-                     return registers.GetLong(base + kExecute) == 0
+                     return registers.GetLong(base + kExecuteAt) == 0
                                 ? MemoryStatus::kOk
                                 : files.Start({FileIn(registers, base + kSelector),
                                                static_cast<FileAccess::Operation>(
                                                    registers.GetNumber(base + kOperation)),
                                                static_cast<FileAccess::OpenMode>(
                                                    registers.GetNumber(base + kOpenMode)),
-                                               registers.GetLong(base + kOffset),
-                                               registers.GetNumber(base + kLength), buffer});
+                                               registers.GetLong(base + kOffsetAt),
+                                               registers.GetNumber(base + kLengthAt), buffer});
                  }});
     }
 
@@ -95,13 +95,13 @@ class WideLayout : public FileLayout {
                         "RW");
         writer.Node("Command", "FileOperationExecute",
                     {{"pValue", "FileOperationExecuteReg"}, {"CommandValue", "1"}});
-        writer.Register("FileOperationExecuteReg", At(kExecute), "RW", 8);
+        writer.Register("FileOperationExecuteReg", At(kExecuteAt), "RW", 8);
         DescribeOpenMode(writer, {"pValue", "FileOpenModeReg"});
         writer.Register("FileOpenModeReg", At(kOpenMode), "RW");
         writer.Buffer("FileAccessBuffer", {{"pAddress", "FileBufferAddress"}},
                       {"Length", std::to_string(Options().bufferSize)});
-        writer.Number("FileAccessOffset", At(kOffset), "RW", 0, 0xffffffffffU, 8);
-        writer.Number("FileAccessLength", At(kLength), "RW", 1, Options().bufferSize);
+        writer.Number("FileAccessOffset", At(kOffsetAt), "RW", 0, 0xffffffffffU, 8);
+        writer.Number("FileAccessLength", At(kLengthAt), "RW", 1, Options().bufferSize);
         DescribeStatus(writer, "FileOperationStatusReg");
         writer.Register("FileOperationStatusReg", At(kStatus), "RO");
         writer.Number("FileOperationResult", At(kResult), "RO", 0, 0xffffffffU);

@@ -41,26 +41,6 @@ void AppendLittle16(std::vector<std::uint8_t>& bytes, std::size_t value) {
     bytes.push_back(static_cast<std::uint8_t>(value >> 8U & 0xFFU));
 }
 
-std::uint16_t StatusOf(MemoryStatus status) {
-    switch (status) {
-        case MemoryStatus::kOk:
-            return kSuccess;
-        case MemoryStatus::kInvalidAddress:
-            return 0x8003;
-        case MemoryStatus::kWriteProtect:
-            return 0x8004;
-        case MemoryStatus::kBadAlignment:
-            return 0x8005;
-        case MemoryStatus::kAccessDenied:
-            return 0x8006;
-        case MemoryStatus::kInvalidParameter:
-            return kInvalidParameter;
-        case MemoryStatus::kBusy:
-            return 0x8007;
-    }
-    return 0x8FFF;
-}
-
 std::vector<std::uint8_t> Packet(std::uint16_t status, std::uint16_t command, std::uint16_t id,
                                  const std::vector<std::uint8_t>& payload) {
     std::vector<std::uint8_t> packet(kMagic.begin(), kMagic.end());
@@ -261,7 +241,7 @@ std::uint16_t U3vFunction::Read(ConstBytes command, std::vector<std::uint8_t>& p
     if (status != MemoryStatus::kOk) {
         payload.clear();
     }
-    return StatusOf(status);
+    return CodeOf(status);
 }
 
 std::uint16_t U3vFunction::Write(ConstBytes command, std::vector<std::uint8_t>& payload) {
@@ -274,7 +254,7 @@ std::uint16_t U3vFunction::Write(ConstBytes command, std::vector<std::uint8_t>& 
         AppendLittle16(payload, 0);
         AppendLittle16(payload, data.size());
     }
-    return StatusOf(status);
+    return CodeOf(status);
 }
 
 void U3vFunction::Schedule(const Command& command, std::uint16_t status,
