@@ -12,6 +12,8 @@ constexpr std::size_t kMostDevices = 64;
 constexpr std::size_t kMostDescriptions = 8;
 // Several times what cameras have; a longer one is downloaded each time.
 constexpr std::size_t kLongestKept = 4U << 20U;
+constexpr std::chrono::seconds kOldestDescription{10};
+constexpr std::chrono::seconds kLongestRestart{60};
 constexpr std::size_t kLongestReason = 400;
 
 // Not in the middle of a character.
@@ -96,12 +98,17 @@ void DeviceHistory::KeepDescription(const ConnectionId& device,
         return;
     }
     const std::lock_guard lock(mMutex);
-    FindOrAdd(device).description = std::move(copy);
+    Entry& entry = FindOrAdd(device);
+    entry.described = Clock::now();
+    if (entry.reset.has_value() && entry.described - *entry.reset < kLongestRestart) {
+        return;
+    }
+    entry.description = std::move(copy);
     std::size_t kept = 0;
-    for (auto entry = mEntries.rbegin(); entry != mEntries.rend(); ++entry) {
-        kept += entry->description != nullptr ? 1 : 0;
+    for (auto known = mEntries.rbegin(); known != mEntries.rend(); ++known) {
+        kept += known->description != nullptr ? 1 : 0;
         if (kept > kMostDescriptions) {
-            entry->description.reset();
+            known->description.reset();
         }
     }
 }
@@ -110,5 +117,7 @@ std::shared_ptr<const DescriptionCopy> DeviceHistory::Description(
     const ConnectionId& device) const {
     const std::lock_guard lock(mMutex);
     const Entry* const entry = Find(device);
-    return entry != nullptr ? entry->description : nullptr;
+    return entry != nullptr && Clock::now() - entry->described <= kOldestDescription
+               ? entry->description
+               : nullptr;
 }

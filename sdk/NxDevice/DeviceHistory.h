@@ -34,7 +34,9 @@ class DeviceHistory {
     /// Empty when it was possible, or not tried.
     [[nodiscard]] std::string WhyNoFileAccess(const ConnectionId& device) const;
 
-    /// Keeps it until the device is told to restart, for the 8 devices that were read last.
+    /// What was read of a device that this process controlled until now. Kept for 10 seconds, in
+    /// which no device gets another firmware and restarts with it, for the 8 devices that were
+    /// controlled last; not when the device was told to restart in the minute before.
     void KeepDescription(const ConnectionId& device, std::shared_ptr<const DescriptionCopy> copy);
     /// Null when there is none.
     [[nodiscard]] std::shared_ptr<const DescriptionCopy> Description(
@@ -46,6 +48,7 @@ class DeviceHistory {
         std::optional<Clock::time_point> reset;
         std::string noFileAccess;
         std::shared_ptr<const DescriptionCopy> description;
+        Clock::time_point described;
     };
 
     // With the mutex held.

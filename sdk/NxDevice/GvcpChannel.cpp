@@ -4,6 +4,8 @@
 #include <thread>
 #include <utility>
 
+#include <sys/random.h>
+
 #include <NxBase/NxResultCodes.h>
 
 namespace {
@@ -28,6 +30,9 @@ constexpr int kLongWaits = 2;
 constexpr milliseconds kShortestLongWait{500};
 constexpr milliseconds kLongestPendingTimeout{2000};
 constexpr milliseconds kPendingMargin{100};
+constexpr milliseconds kLongestLearntWait{3000};
+// Of datagrams that wait in the socket; so many never keep a command from being sent.
+constexpr int kMostWaiting = 1000;
 // Sending on an interface that is down fails at once; it may come up again.
 constexpr milliseconds kPauseAfterSocketFailure{100};
 
@@ -50,8 +55,19 @@ StrayWrites::Write DescribeWrite(GvcpPacket::Command command, std::span<const st
 }  // namespace
 
 GvcpChannel::GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device,
-                         std::string deviceName)
-    : mSocket(std::move(socket)), mDevice(device), mDeviceName(std::move(deviceName)) {}
+                         std::string deviceName, std::uint16_t lastId)
+    : mSocket(std::move(socket)),
+      mDevice(device),
+      mDeviceName(std::move(deviceName)),
+      mId(lastId) {}
+
+std::uint16_t GvcpChannel::RandomId() {
+    std::uint16_t id = 0;
+    if (getrandom(&id, sizeof id, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof id)) {
+        id = static_cast<std::uint16_t>(Clock::now().time_since_epoch().count());
+    }
+    return id;
+}
 
 void GvcpChannel::Fail(NxResult failure) {
     if (mFailure.IsOK()) {
@@ -125,6 +141,7 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     if (write.size > 0) {
         WaitForStrays(write);
     }
+    DropWaiting();
     RetransmissionTimer& timer = TimerOf(command);
     mStart = mSocket->Now();
     const Clock::duration longWaits =
@@ -151,7 +168,7 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
                 timer.Learn(
                     std::chrono::duration_cast<RetransmissionTimer::Duration>(now - mStart));
             }
-            mStrays.Add(write, mSendings - 1, mStart, mLastSent);
+            mStrays.Add(write, mSendings - 1, mStart, mLastSent, now);
             if (write.size > 0) {
                 mLastWrite = ack.status == GvcpPacket::kStatusSuccess ? now : mLastWrite;
             }
@@ -186,8 +203,8 @@ RetransmissionTimer::Duration GvcpChannel::WaitAfterSending(const Retransmission
 }
 
 milliseconds GvcpChannel::LongWait() const {
-    return std::max(kShortestLongWait,
-                    std::min(mPendingTimeout, kLongestPendingTimeout) + kPendingMargin);
+    return std::max({kShortestLongWait, mLearntWait,
+                     std::min(mPendingTimeout, kLongestPendingTimeout) + kPendingMargin});
 }
 
 void GvcpChannel::Resume() {
@@ -199,7 +216,7 @@ void GvcpChannel::Resume() {
 void GvcpChannel::WaitForStrays(const StrayWrites::Write& write) {
     while (true) {
         const Clock::time_point now = mSocket->Now();
-        const Clock::time_point safe = mStrays.SafeTime(write, now);
+        const Clock::time_point safe = std::min(mStrays.SafeTime(write, now), mDeadline);
         if (safe <= now) {
             return;
         }
@@ -210,17 +227,48 @@ void GvcpChannel::WaitForStrays(const StrayWrites::Write& write) {
             std::this_thread::sleep_for(milliseconds(1));
         } else if (!timedOut && from == mDevice) {
             if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {
-                NoteLateAck(*ack);
+                (void)NoteLateAck(*ack);
             }
         }
     }
 }
 
-void GvcpChannel::NoteLateAck(const GvcpPacket::Ack& ack) {
-    if (ack.code != GvcpPacket::kPendingAck && mStrays.NoteLateAck(ack.id, mSocket->Now())) {
-        const bool ofRegister =
-            ack.code == static_cast<std::uint16_t>(GvcpPacket::Command::kWriteRegister) + 1;
-        (ofRegister ? mWriteTimer : mTimer).WasTooShort();
+// A device that carries a command out before it looks at the next one takes as long for each copy
+// of it, and is given more time from now on.
+bool GvcpChannel::NoteLateAck(const GvcpPacket::Ack& ack) {
+    if (ack.code == GvcpPacket::kPendingAck) {
+        return false;
+    }
+    const auto took = mStrays.NoteLateAck(ack.id, mSocket->Now());
+    if (!took.has_value()) {
+        return false;
+    }
+    const bool ofRegister =
+        ack.code == static_cast<std::uint16_t>(GvcpPacket::Command::kWriteRegister) + 1;
+    RetransmissionTimer& timer = ofRegister ? mWriteTimer : mTimer;
+    if (*took > StrayWrites::kSlow) {
+        timer.Learn(std::chrono::duration_cast<RetransmissionTimer::Duration>(*took));
+        mLearntWait = std::clamp(std::chrono::duration_cast<milliseconds>(*took * 3 / 2),
+                                 mLearntWait, kLongestLearntWait);
+    }
+    timer.WasTooShort();
+    return true;
+}
+
+// An answer that is there before its command was sent is not one to it.
+void GvcpChannel::DropWaiting() {
+    for (int i = 0; i < kMostWaiting; ++i) {
+        std::size_t length = 0;
+        Endpoint from;
+        bool timedOut = false;
+        if (!mSocket->Receive(mBuffer, mSocket->Now(), length, from, timedOut).IsOK() || timedOut) {
+            return;
+        }
+        if (from == mDevice) {
+            if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {
+                (void)NoteLateAck(*ack);
+            }
+        }
     }
 }
 
@@ -257,7 +305,10 @@ bool GvcpChannel::TakeAnswer(GvcpPacket::Command command, std::uint16_t id, std:
     }
     mLastAnswer = mSocket->Now();
     if (answer->id != id) {
-        NoteLateAck(*answer);
+        if (NoteLateAck(*answer)) {
+            mGiveUp = std::max(
+                mGiveUp, std::min({mLastAnswer + kPatience, mStart + kPendingInAll, mDeadline}));
+        }
         return false;
     }
     if (answer->code == GvcpPacket::kPendingAck) {

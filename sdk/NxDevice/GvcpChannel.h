@@ -26,7 +26,9 @@ class GvcpChannel {
     enum class Effect { kQuick, kMayTakeLong };
 
     /// @param deviceName for descriptions of failures: "192.168.1.20 on eth1"
-    GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device, std::string deviceName);
+    /// @param lastId the first request id is the one after it
+    GvcpChannel(std::unique_ptr<DatagramSocket> socket, Endpoint device, std::string deviceName,
+                std::uint16_t lastId = RandomId());
 
     /// Sends a command until it is answered.
     /// @param packet without its request id
@@ -81,16 +83,20 @@ class GvcpChannel {
     bool TakeAnswer(GvcpPacket::Command command, std::uint16_t id, std::size_t length,
                     GvcpPacket::Ack& ack);
     void HonourPending(const GvcpPacket::Ack& ack);
-    void NoteLateAck(const GvcpPacket::Ack& ack);
+    /// @return whether it is a copy's: the device is carrying out what was sent more than once
+    bool NoteLateAck(const GvcpPacket::Ack& ack);
+    void DropWaiting();
     /// Waits until no copy of an earlier write can spoil this one.
     void WaitForStrays(const StrayWrites::Write& write);
     std::uint16_t NextId();
+    /// So that a device, or a stranger, cannot know it from the connection before.
+    static std::uint16_t RandomId();
     RetransmissionTimer& TimerOf(GvcpPacket::Command command);
 
     std::unique_ptr<DatagramSocket> mSocket;
     Endpoint mDevice;
     std::string mDeviceName;
-    std::uint16_t mId = 0;
+    std::uint16_t mId;
     std::uint16_t mStatus = 0;
     NxResult mFailure;
     std::atomic<bool> mIsAlive{true};
@@ -112,5 +118,7 @@ class GvcpChannel {
     bool mWasPending = false;
     bool mWasCutShort = false;
     std::chrono::milliseconds mPendingTimeout{0};
+    // What a command that may take long is given at least, since one has taken as long.
+    std::chrono::milliseconds mLearntWait{0};
     NxResult mSocketFailure;
 };

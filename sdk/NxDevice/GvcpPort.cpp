@@ -64,6 +64,9 @@ GvcpPort::~GvcpPort() {
         mChannel->Resume();
     }
     if (mIsController && mChannel->IsAlive()) {
+        PassDescriptionOn();
+    }
+    if (mIsController && mChannel->IsAlive()) {
         if (mConfiguration.has_value()) {
             mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
             (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
@@ -73,6 +76,16 @@ GvcpPort::~GvcpPort() {
         mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
         // A device that misses it gives the control up when the heartbeat stays away.
         (void)mSpace.WriteNumber(kControlChannelPrivilege, 0);
+    }
+}
+
+// A device that is still controlled was not restarted meanwhile.
+void GvcpPort::PassDescriptionOn() {
+    if (mDescription != nullptr) {
+        mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
+        if (CheckControl().IsOK()) {
+            KeepDescription(std::move(mDescription));
+        }
     }
 }
 
@@ -259,7 +272,7 @@ NxResult GvcpPort::ReadDescription(std::string& xml) {
     mChannel->ClearDeadline();
     if (result.IsOK()) {
         xml = copy->xml;
-        KeepDescription(std::move(copy));
+        mDescription = std::move(copy);
     }
     return result;
 }

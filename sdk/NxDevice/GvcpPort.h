@@ -47,6 +47,7 @@ class GvcpPort : public DevicePort {
     NxResult ExplainRefusedWrite(NxResult refusal);
     NxResult LoseControl(const std::string& sign);
     NxResult CheckControl();
+    void PassDescriptionOn();
 
     [[nodiscard]] GvcpChannel::Clock::duration IdleTime() const;
 
@@ -60,6 +61,7 @@ class GvcpPort : public DevicePort {
     bool mIsController = false;
     // What the device's configuration was before this controller changed it.
     std::optional<std::uint32_t> mConfiguration;
+    std::shared_ptr<const DescriptionCopy> mDescription;
 
     std::chrono::milliseconds mHeartbeatInterval{1000};
     GvcpChannel::Clock::time_point mLastCheck{};  // of the control

@@ -6,6 +6,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kShortestPatience{20};
 constexpr std::chrono::milliseconds kLongestPatience{1000};
+constexpr std::chrono::milliseconds kLongestExecution{10000};
 
 bool Overlaps(const StrayWrites::Write& one, const StrayWrites::Write& other) {
     return one.address < other.address + other.size && other.address < one.address + one.size;
@@ -13,20 +14,28 @@ bool Overlaps(const StrayWrites::Write& one, const StrayWrites::Write& other) {
 
 }  // namespace
 
-void StrayWrites::Add(const Write& write, int copies, Time firstSent, Time lastSent) {
-    if (copies > 0) {
-        mStrays.push_back({.write = write,
-                           .firstSent = firstSent,
-                           .lastSent = lastSent,
-                           .end = lastSent + mPatience});
+void StrayWrites::Add(const Write& write, int copies, Time firstSent, Time lastSent,
+                      Time answered) {
+    if (copies == 0) {
+        return;
     }
+    Stray stray{.write = write,
+                .firstSent = firstSent,
+                .lastSent = lastSent,
+                .end = lastSent + mPatience,
+                .took = std::min<Duration>(answered - firstSent, kLongestExecution),
+                .copies = copies};
+    if (stray.took > kSlow && answered - lastSent > kShortestPatience) {
+        stray.end = std::max(stray.end, answered + stray.took * 3 / 2);
+    }
+    mStrays.push_back(stray);
 }
 
-bool StrayWrites::NoteLateAck(std::uint16_t id, Time now) {
+std::optional<StrayWrites::Duration> StrayWrites::NoteLateAck(std::uint16_t id, Time now) {
     const auto found = std::find_if(mStrays.begin(), mStrays.end(),
                                     [id](const Stray& stray) { return stray.write.id == id; });
     if (found == mStrays.end()) {
-        return false;
+        return std::nullopt;
     }
     // This is how late things may be in this network.
     mPatience = std::clamp<Duration>((now - found->firstSent) * 3 / 2, mPatience, kLongestPatience);
@@ -34,7 +43,11 @@ bool StrayWrites::NoteLateAck(std::uint16_t id, Time now) {
     for (Stray& stray : mStrays) {
         stray.end = std::max(stray.end, stray.lastSent + mPatience);
     }
-    return true;
+    // The next copy's turn.
+    if (--found->copies > 0 && found->took > kSlow) {
+        found->end = std::max(found->end, now + found->took * 3 / 2);
+    }
+    return found->took;
 }
 
 StrayWrites::Time StrayWrites::SafeTime(const Write& next, Time now) {

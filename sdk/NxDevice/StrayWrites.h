@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 /// Commands that were sent more than once, of which a copy may still be on its way.
@@ -15,6 +16,10 @@ class StrayWrites {
     using Time = std::chrono::steady_clock::time_point;
     using Duration = std::chrono::steady_clock::duration;
 
+    /// A device that takes longer for a command than this would get copies faster than it can carry
+    /// them out, one after the other.
+    static constexpr std::chrono::milliseconds kSlow{300};
+
     /// A command that may have been sent more than once.
     struct Write {
         std::uint16_t id = 0;
@@ -24,10 +29,12 @@ class StrayWrites {
     };
 
     /// @param copies sendings that were not answered yet; nothing is remembered when 0
-    void Add(const Write& write, int copies, Time firstSent, Time lastSent);
+    /// @param answered when the first answer came: not soon after the last sending when it was a
+    ///        slow device that took its time for it, which then takes as long for each copy
+    void Add(const Write& write, int copies, Time firstSent, Time lastSent, Time answered);
     /// An acknowledge with an earlier command's id has come.
-    /// @return true when it belongs to a command that was sent more than once
-    bool NoteLateAck(std::uint16_t id, Time now);
+    /// @return how long that command's first answer took, when it was sent more than once
+    std::optional<Duration> NoteLateAck(std::uint16_t id, Time now);
     /// When the next write may be sent; `now` when at once.
     [[nodiscard]] Time SafeTime(const Write& next, Time now);
 
@@ -40,6 +47,8 @@ class StrayWrites {
         Time firstSent;
         Time lastSent;
         Time end;
+        Duration took;
+        int copies;
     };
 
     void Forget(Time now);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <poll.h>
+#include <sys/random.h>
 
 #include <NxSystem/NxDeviceInfoGEV.h>
 #include <NxSystem/NxDeviceInfoMirskoProtocol.h>
@@ -36,9 +37,10 @@ constexpr milliseconds kWindow(1000);
 constexpr std::size_t kMostDevices = 4096;
 constexpr int kMostDatagramsAtOnce = 1000;
 
-std::unique_ptr<NxDeviceInfo> MakeRecord(const GvcpDiscoveryAck& ack, std::uint32_t sender,
+// The address that the answer came from is the one that answers; what is written in it may be of
+// another subnet, or anybody's.
+std::unique_ptr<NxDeviceInfo> MakeRecord(const GvcpDiscoveryAck& ack, std::uint32_t address,
                                          const std::string& interfaceName) {
-    const std::uint32_t address = ack.address != 0 ? ack.address : sender;
     auto record = std::make_unique<NxDeviceInfo::Impl>();
     ConnectionId id;
     id.address = address;
@@ -67,8 +69,7 @@ class Answers {
     void NoteAsked() { mFound.asked = true; }
     // A device answers each command, and each of the interface's addresses.
     void Keep(const GvcpDiscoveryAck& ack, std::uint32_t sender) {
-        if (mFound.devices.size() < kMostDevices &&
-            mSeen.emplace(sender, ack.address, ack.mac).second) {
+        if (mFound.devices.size() < kMostDevices && mSeen.emplace(sender, ack.mac).second) {
             mFound.devices.push_back(MakeRecord(ack, sender, mFound.interface.name));
         }
     }
@@ -76,7 +77,7 @@ class Answers {
 
   private:
     DiscoveredInterface mFound;
-    std::set<std::tuple<std::uint32_t, std::uint32_t, std::array<std::uint8_t, 6>>> mSeen;
+    std::set<std::pair<std::uint32_t, std::array<std::uint8_t, 6>>> mSeen;
 };
 
 // Asks from one address of an interface.
@@ -92,6 +93,7 @@ class Search {
         if (!mIsOpen) {
             return;
         }
+        mFirstRequestId = mFirstRequestId == 0 ? requestId : mFirstRequestId;
         mLastRequestId = requestId;
         if (mSocket.Send(kEverybody, MakeDiscoveryCommand(requestId)).IsOK()) {
             mAnswers.NoteAsked();
@@ -110,7 +112,8 @@ class Search {
                 return;
             }
             const auto ack = GvcpDiscoveryAck::Parse(std::span(datagram).first(length));
-            if (ack && ack->requestId >= 1 && ack->requestId <= mLastRequestId) {
+            if (ack && mFirstRequestId != 0 && ack->requestId >= mFirstRequestId &&
+                ack->requestId <= mLastRequestId) {
                 mAnswers.Keep(*ack, sender.address);
             }
         }
@@ -120,8 +123,19 @@ class Search {
     Answers& mAnswers;
     UdpSocket mSocket;
     bool mIsOpen = false;
+    std::uint16_t mFirstRequestId = 0;  // 0: nothing was asked
     std::uint16_t mLastRequestId = 0;
 };
+
+// Any that leaves room for one per command and is not 0, so that answers to a search before, or
+// made up ones, are not taken.
+std::uint16_t DrawRequestId() {
+    std::uint16_t drawn = 0;
+    if (getrandom(&drawn, sizeof drawn, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof drawn)) {
+        drawn = static_cast<std::uint16_t>(Clock::now().time_since_epoch().count());
+    }
+    return static_cast<std::uint16_t>(1 + drawn % (0xFFFF - kSendTimes.size()));
+}
 
 void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point until) {
     std::vector<pollfd> entries;
@@ -159,13 +173,13 @@ std::vector<DiscoveredInterface> DiscoverGvcpDevices() {
         searches.push_back(std::make_unique<Search>(**known, address));
     }
     const auto start = Clock::now();
-    std::uint16_t requestId = 0;
+    std::uint16_t requestId = DrawRequestId();
     for (const milliseconds sendTime : kSendTimes) {
         Listen(searches, start + sendTime);
-        ++requestId;
         for (const auto& search : searches) {
             search->Ask(requestId);
         }
+        ++requestId;
     }
     Listen(searches, start + kWindow);
 

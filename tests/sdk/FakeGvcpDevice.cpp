@@ -84,10 +84,14 @@ NxResult FakeGvcpDevice::Send(const Endpoint& to, std::span<const std::byte> dat
     unsigned int status = 0;
     const std::string answer = Carry(command, bytes.substr(kHeaderSize), status);
     // One command after the other.
+    const bool isRegisterWrite = command == kWriteRegister;
+    mRegisterWrites += isRegisterWrite ? 1 : 0;
+    mLastId = bytes.substr(6, 2);
     const Clock::time_point start = mAnswers.empty() ? mNow : std::max(mNow, mAnswers.back().due);
-    mAnswers.push_back({start + mLatency, HalfWord(status) + HalfWord(command + 1) +
-                                              HalfWord(static_cast<unsigned int>(answer.size())) +
-                                              bytes.substr(6, 2) + answer});
+    mAnswers.push_back(
+        {start + mLatency + (isRegisterWrite ? mRegisterWriteTime : Clock::duration::zero()),
+         HalfWord(status) + HalfWord(command + 1) +
+             HalfWord(static_cast<unsigned int>(answer.size())) + bytes.substr(6, 2) + answer});
     return {};
 }
 

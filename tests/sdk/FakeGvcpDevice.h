@@ -15,6 +15,12 @@ class FakeGvcpDevice : public DatagramSocket {
     void Put(std::uint32_t address, const std::string& bytes);
     /// Between a command and its answer.
     void SetLatency(Clock::duration latency) { mLatency = latency; }
+    /// Of a WRITEREG, in addition.
+    void SetRegisterWriteTime(Clock::duration time) { mRegisterWriteTime = time; }
+    /// WRITEREGs that were carried out, copies included.
+    [[nodiscard]] std::size_t RegisterWrites() const { return mRegisterWrites; }
+    /// The request id of the last command, two bytes.
+    [[nodiscard]] const std::string& LastId() const { return mLastId; }
     /// From that many commands on it answers no more.
     void FallSilentAfter(std::size_t commands) { mLastAnswered = commands; }
     /// READREG and READMEM; those that were sent again count again.
@@ -40,6 +46,9 @@ class FakeGvcpDevice : public DatagramSocket {
 
     std::map<std::uint32_t, char> mMemory;
     Clock::duration mLatency = std::chrono::microseconds(100);
+    Clock::duration mRegisterWriteTime{0};
+    std::size_t mRegisterWrites = 0;
+    std::string mLastId;
     std::size_t mLastAnswered = SIZE_MAX;
     std::size_t mCommands = 0;
     Clock::time_point mNow{std::chrono::hours(1)};

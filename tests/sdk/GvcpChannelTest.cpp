@@ -1,6 +1,7 @@
 #include "GvcpChannel.h"
 
 #include <array>
+#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <NxBase/NxResultCodes.h>
 
 #include "Bytes.h"
+#include "FakeGvcpDevice.h"
 #include "ScriptedSocket.h"
 
 using namespace std::string_literals;
@@ -46,7 +48,7 @@ class GvcpChannelTest : public testing::Test {
     GvcpChannelTest() {
         auto owned = std::make_unique<ScriptedSocket>();
         script = owned.get();
-        channel = std::make_unique<GvcpChannel>(std::move(owned), kDevice, "10.9.8.2 on eth9");
+        channel = std::make_unique<GvcpChannel>(std::move(owned), kDevice, "10.9.8.2 on eth9", 0);
     }
     NxResult ReadPrivilege() {
         std::span<const std::byte> answer;
@@ -105,6 +107,23 @@ TEST_F(GvcpChannelTest, DropsStaleAcknowledgesForeignDatagramsAndRubbish) {
         .Reply(kDevice, Answer(2, "\0\0"s, "new!"));
     EXPECT_TRUE(ReadPrivilege().IsOK());
     EXPECT_EQ(payload, "new!");
+}
+
+TEST_F(GvcpChannelTest, DropsWhatCameBeforeItsCommandWasSent) {
+    script->Reply(kDevice, Answer(1, "\0\0"s, "old!"))
+        .Reply(kStranger, "noise")
+        .ExpectSend(kDevice, Read(1))
+        .Reply(kDevice, Answer(1, "\0\0"s, "new!"));
+    EXPECT_TRUE(ReadPrivilege().IsOK());
+    EXPECT_EQ(payload, "new!");
+}
+
+TEST_F(GvcpChannelTest, SendsItsCommandAlsoWhileDatagramsCameWithoutEnd) {
+    for (int i = 0; i < 1000; ++i) {
+        script->Reply(kStranger, "noise", microseconds(1));
+    }
+    script->ExpectSend(kDevice, Read(1)).Reply(kStranger, "noise").Reply(kDevice, Answer(1));
+    EXPECT_TRUE(ReadPrivilege().IsOK());
 }
 
 TEST_F(GvcpChannelTest, WaitsAsLongAsADeviceThatIsBusyAnnounces) {
@@ -312,6 +331,62 @@ TEST_F(GvcpChannelTest, NeverUsesTheRequestIdZero) {
     }
     script->ExpectSend(kDevice, Read(1)).Reply(kDevice, Answer(1));
     EXPECT_TRUE(ReadPrivilege().IsOK());
+}
+
+// A device that carries out one command after the other and keeps no request ids.
+class GvcpChannelSlowDeviceTest : public testing::TestWithParam<GvcpChannel::Effect> {};
+
+TEST_P(GvcpChannelSlowDeviceTest, IsNotFloodedWithCopiesOfWhatItCarriesOut) {
+    auto owned = std::make_unique<FakeGvcpDevice>();
+    FakeGvcpDevice& device = *owned;
+    device.Put(0x9000, std::string(4, '\0'));
+    device.SetRegisterWriteTime(milliseconds(1200));
+    GvcpChannel channel(std::move(owned), kDevice, "10.9.8.2 on eth9");
+    const auto start = channel.Now();
+    std::size_t before = 0;
+    for (std::uint32_t i = 1; i <= 20; ++i) {
+        SCOPED_TRACE(i);
+        std::span<const std::byte> answer;
+        ASSERT_TRUE(channel
+                        .Transact(Command::kWriteRegister,
+                                  GvcpPacket::WriteRegisters(std::array{
+                                      GvcpPacket::RegisterValue{.address = 0x9000, .value = i}}),
+                                  0x9000, answer, GetParam())
+                        .IsOK());
+        ASSERT_TRUE(channel
+                        .Transact(Command::kReadRegister,
+                                  GvcpPacket::ReadRegisters(std::array<std::uint32_t, 1>{0x9000}),
+                                  0x9000, answer)
+                        .IsOK());
+        if (i > 2) {
+            EXPECT_EQ(device.RegisterWrites(), before + 1);
+        }
+        before = device.RegisterWrites();
+    }
+    EXPECT_LT(channel.Now() - start, std::chrono::seconds(45));
+}
+
+INSTANTIATE_TEST_SUITE_P(Effects, GvcpChannelSlowDeviceTest,
+                         testing::Values(GvcpChannel::Effect::kQuick,
+                                         GvcpChannel::Effect::kMayTakeLong));
+
+TEST(GvcpChannelIdTest, BeginsWithAnyRequestId) {
+    std::set<std::string> ids;
+    for (int i = 0; i < 16; ++i) {
+        auto owned = std::make_unique<FakeGvcpDevice>();
+        FakeGvcpDevice& device = *owned;
+        device.Put(0xA00, std::string(4, '\0'));
+        GvcpChannel channel(std::move(owned), kDevice, "10.9.8.2 on eth9");
+        std::span<const std::byte> answer;
+        EXPECT_TRUE(channel
+                        .Transact(Command::kReadRegister,
+                                  GvcpPacket::ReadRegisters(std::array<std::uint32_t, 1>{0xA00}),
+                                  0xA00, answer)
+                        .IsOK());
+        ids.insert(device.LastId());
+    }
+    EXPECT_GT(ids.size(), 8U);
+    EXPECT_FALSE(ids.contains(std::string(2, '\0')));
 }
 
 }  // namespace

@@ -1,4 +1,7 @@
+#include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -8,11 +11,13 @@
 
 #include <gtest/gtest.h>
 
+#include <NxSystem/NxDeviceInfo.h>
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxSystem.h>
 
 #include "NxDeviceFixture.h"
 #include "Process.h"
+#include "simulator/BoundSocket.h"
 #include "simulator/SimulatedDevice.h"
 
 using std::chrono::milliseconds;
@@ -71,6 +76,59 @@ TEST_F(GvcpDiscoveryTest, TakesTheAnswersThatCameWhileTheComputerWasBusyElsewher
     busyComputer.join();
     ASSERT_EQ(adapters.size(), 1U);
     EXPECT_EQ(adapters[0]->GetDeviceCount(), 1U);
+}
+
+// Answers every search, as devices do, but with an address that is not its own.
+class LiarOnLoopback {
+  public:
+    LiarOnLoopback() {
+        std::string why;
+        EXPECT_TRUE(mEverybody.Open("lo", 0xFFFFFFFFU, 3956, true, why)) << why;
+        EXPECT_TRUE(mOwn.Open("lo", 0x7F000001U, 3956, false, why)) << why;
+        mThread = std::thread([this] {
+            while (!mStops) {
+                if (const auto asked = mEverybody.Receive(); asked && asked->bytes.size() == 8) {
+                    const unsigned int id = asked->bytes[6] * 256U + asked->bytes[7];
+                    Answer(asked->peer, id, 1);
+                    // To a search that nobody has begun.
+                    Answer(asked->peer, (id + 100) & 0xFFFFU, 2);
+                    Answer(asked->peer, (id - 100) & 0xFFFFU, 3);
+                    Answer(asked->peer, 0, 4);
+                }
+                std::this_thread::sleep_for(milliseconds(1));
+            }
+        });
+    }
+    ~LiarOnLoopback() {
+        mStops = true;
+        mThread.join();
+    }
+
+  private:
+    void Answer(const simulator::Peer& peer, unsigned int id, std::uint8_t mac) {
+        std::vector<std::uint8_t> bytes(8 + 0xF8);
+        bytes[3] = 3;
+        bytes[5] = 0xF8;
+        bytes[6] = static_cast<std::uint8_t>(id >> 8U);
+        bytes[7] = static_cast<std::uint8_t>(id);
+        bytes[8 + 0x0F] = mac;
+        bytes[8 + 0x24] = 10;
+        bytes[8 + 0x27] = 99;
+        mOwn.Send({peer, std::move(bytes)});
+    }
+
+    simulator::BoundSocket mEverybody;
+    simulator::BoundSocket mOwn;
+    std::atomic<bool> mStops{false};
+    std::thread mThread;
+};
+
+TEST_F(GvcpDiscoveryTest, BelievesTheAddressThatAnAnswerCameFromAndNotTheOneWrittenInIt) {
+    const LiarOnLoopback liar;
+    const auto adapters = FindAdapters();
+    ASSERT_EQ(adapters.size(), 1U);
+    ASSERT_EQ(adapters[0]->GetDeviceCount(), 1U);
+    EXPECT_STREQ(adapters[0]->GetDeviceInfo(0)->GetConnectionID().GetAscii(), "127.0.0.1%lo");
 }
 
 }  // namespace

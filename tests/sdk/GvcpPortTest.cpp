@@ -51,7 +51,7 @@ std::string Is(char id, std::uint32_t value) {
 TEST(GvcpPortTest, GivesControlUpAlsoWhenTheConfigurationCannotBeRestored) {
     auto owned = std::make_unique<ScriptedSocket>();
     ScriptedSocket& script = *owned;
-    GvcpPort port(std::make_unique<GvcpChannel>(std::move(owned), kDevice, "10.9.8.2 on eth9"));
+    GvcpPort port(std::make_unique<GvcpChannel>(std::move(owned), kDevice, "10.9.8.2 on eth9", 0));
     script.ExpectSend(kDevice, Write(1, kPrivilege, 2)).Reply(kDevice, Written(1));
     script.ExpectSend(kDevice, Read(2, kCapability)).Reply(kDevice, Is(2, 0x21));
     script.ExpectSend(kDevice, Read(3, kPendingTimeout)).Reply(kDevice, Is(3, 200));

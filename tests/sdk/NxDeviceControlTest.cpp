@@ -115,8 +115,7 @@ TEST_F(NxDeviceControlTest, SaysWithinFiveSecondsThatTheDeviceFellMuteWhileConne
         SCOPED_TRACE(commands);
         FaultOptions faults;
         faults.muteAfterCommands = commands;
-        // A device whose description was not read before.
-        StartDevice(Builder().faults(faults).serial("SIM-" + std::to_string(commands)));
+        StartDevice(Builder().faults(faults));
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(Connect(), nullptr);
         EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5500));
@@ -164,13 +163,29 @@ TEST_F(NxDeviceControlTest, DownloadsTheDescriptionOnce) {
 }
 
 TEST_F(NxDeviceControlTest, DownloadsTheDescriptionOfAnotherVersionOfTheDevice) {
-    StartAndConnect(Builder().version({1, 0}));
+    const auto connect = [this](const simulator::FirmwareVersion& version) {
+        StartDeviceAgain(Builder().serial("SIM-OTHER").version(version));
+        device = Connect();
+        ASSERT_NE(device, nullptr) << result.GetDescription().GetAscii();
+    };
+    connect({1, 0});
     const std::uint64_t whole = simulated->GvcpCounts()["READMEM"];
     NxDevice::Free(device);
-    device = nullptr;
     simulated.reset();
-    StartAndConnect(Builder().version({1, 1}));
+    connect({1, 1});
     EXPECT_GE(simulated->GvcpCounts()["READMEM"], whole);
+}
+
+TEST_F(NxDeviceControlTest, DownloadsTheDescriptionAgainAfterTheDeviceWasRestarted) {
+    StartAndConnect(Builder().rebootTime(milliseconds(50)));
+    const std::uint64_t whole = simulated->GvcpCounts()["READMEM"];
+    simulated->Reboot();
+    EXPECT_TRUE(WaitUntil([this] { return !simulated->IsServing(); }));
+    EXPECT_TRUE(WaitUntil([this] { return simulated->IsServing(); }));
+    NxDevice::Free(device);
+    device = Connect();
+    ASSERT_NE(device, nullptr) << result.GetDescription().GetAscii();
+    EXPECT_GE(simulated->GvcpCounts()["READMEM"], 2 * whole);
 }
 
 TEST_F(NxDeviceControlTest, TakesControlAgainOfADeviceThatThisProcessReset) {

@@ -29,6 +29,12 @@ class NxDeviceTest : public testing::Test {
     ~NxDeviceTest() override { NxDevice::Free(device); }
 
     void StartDevice(const Builder& builder) {
+        // Another one than that of the test before, whose description this process may still hold.
+        static int number = 0;
+        StartDeviceAgain(Builder(builder).serial("SIM-" + std::to_string(++number)));
+    }
+    /// With the serial number that the builder says.
+    void StartDeviceAgain(const Builder& builder) {
         simulated = builder.build();
         std::string why;
         ASSERT_TRUE(simulated->Start(why)) << why;

@@ -63,6 +63,12 @@ NxResult ScriptedSocket::Receive(std::span<std::byte> buffer, Clock::time_point 
                                  std::size_t& length, Endpoint& from, bool& timedOut) {
     Step step{};
     timedOut = false;
+    // A look at what has come already: nothing, while the script waits for a datagram.
+    if (deadline <= Now() && !mSteps.empty() &&
+        (mSteps.front().kind == Kind::kExpectSend || mSteps.front().kind == Kind::kFail)) {
+        timedOut = true;
+        return NxResult();
+    }
     if (!mSteps.empty() && mSteps.front().kind == Kind::kTimeOut) {
         step = mSteps.front();
         mSteps.pop_front();
