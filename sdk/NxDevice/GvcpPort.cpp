@@ -31,8 +31,11 @@ constexpr std::uint32_t kControlAccess = 0x2;
 constexpr std::uint32_t kExclusiveAccess = 0x1;
 
 constexpr milliseconds kConnectPatience{5000};
-// A device keeps the controller of a program that died until its heartbeat timeout, usually 3 s.
-constexpr milliseconds kRefusalPatience{3500};
+// A device keeps the controller of a program that died until its heartbeat timeout, usually 3 s,
+// and not every device looks at its clock all the time.
+constexpr milliseconds kShortestRefusal{3500};
+constexpr milliseconds kLongestRefusal{15000};
+constexpr milliseconds kHeartbeatMargin{500};
 constexpr milliseconds kRefusalPause{250};
 constexpr milliseconds kRestorePatience{200};
 constexpr milliseconds kReleasePatience{500};
@@ -91,10 +94,10 @@ void GvcpPort::PassDescriptionOn() {
 
 NxResult GvcpPort::Start(milliseconds patience) {
     const std::lock_guard lock(mMutex);
-    mChannel->SetDeadline(mChannel->Now() + patience);
-    if (NxResult result = TakeControl(); !result.IsOK()) {
+    if (NxResult result = TakeControl(patience); !result.IsOK()) {
         return result;
     }
+    mChannel->SetDeadline(mChannel->Now() + patience);
     std::uint32_t capability = 0;
     NxResult result = mSpace.ReadNumber(kCapability, capability);
     if (!mChannel->IsAlive()) {
@@ -108,13 +111,10 @@ NxResult GvcpPort::Start(milliseconds patience) {
             return mChannel->Failure();
         }
     }
-    std::uint32_t timeout = 0;
-    result = mSpace.ReadNumber(kHeartbeatTimeout, timeout);
+    const milliseconds deviceTimeout = ReadHeartbeatTimeout();
     if (!mChannel->IsAlive()) {
-        return result;
+        return mChannel->Failure();
     }
-    const milliseconds deviceTimeout =
-        result.IsOK() && timeout > 0 ? milliseconds(timeout) : kDefaultHeartbeatTimeout;
     mHeartbeatInterval = std::clamp(deviceTimeout / 3, kShortestHeartbeat, kLongestHeartbeat);
     try {
         mHeartbeat = std::thread(&GvcpPort::KeepControl, this);
@@ -140,9 +140,18 @@ void GvcpPort::EnablePendingAck() {
     }
 }
 
-NxResult GvcpPort::TakeControl() {
-    const GvcpChannel::Clock::time_point end = mChannel->Now() + kRefusalPatience;
+milliseconds GvcpPort::ReadHeartbeatTimeout() {
+    std::uint32_t timeout = 0;
+    return mSpace.ReadNumber(kHeartbeatTimeout, timeout).IsOK() && timeout > 0
+               ? milliseconds(timeout)
+               : kDefaultHeartbeatTimeout;
+}
+
+NxResult GvcpPort::TakeControl(milliseconds patience) {
+    const GvcpChannel::Clock::time_point start = mChannel->Now();
+    std::optional<milliseconds> longest;
     while (true) {
+        mChannel->SetDeadline(mChannel->Now() + patience);
         NxResult result = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
         if (result.IsOK()) {
             mIsController = true;
@@ -155,10 +164,18 @@ NxResult GvcpPort::TakeControl() {
             return NxResult(result.GetCode(), "Cannot control " + mDeviceName + " (GVCP " +
                                                   GvcpPacket::StatusName(mChannel->Status()) + ")");
         }
-        if (mChannel->Now() + kRefusalPause >= end) {
+        const std::uint16_t status = mChannel->Status();
+        if (!longest.has_value()) {
+            longest = std::clamp(ReadHeartbeatTimeout() + kHeartbeatMargin, kShortestRefusal,
+                                 kLongestRefusal);
+        }
+        if (!mChannel->IsAlive()) {
+            return mChannel->Failure();
+        }
+        if (mChannel->Now() + kRefusalPause >= start + *longest) {
             return NxResult(kNxAccessDenied, "Cannot control " + mDeviceName +
                                                  ": another application controls it (GVCP " +
-                                                 GvcpPacket::StatusName(mChannel->Status()) + ")");
+                                                 GvcpPacket::StatusName(status) + ")");
         }
         mChannel->Pause(kRefusalPause);
     }

@@ -21,7 +21,9 @@ class GvcpPort : public DevicePort {
     explicit GvcpPort(std::unique_ptr<GvcpChannel> channel);
     ~GvcpPort() override;
 
-    /// Takes control and starts the heartbeat; the device is given that time.
+    /// Takes control and starts the heartbeat. A device that is controlled is asked again for as
+    /// long as it keeps a program that died, its heartbeat timeout, 15 seconds at most.
+    /// @param patience how long the device may be silent
     /// @return kNxAccessDenied when another application controls the device
     NxResult Start(std::chrono::milliseconds patience);
 
@@ -42,7 +44,9 @@ class GvcpPort : public DevicePort {
     [[nodiscard]] std::unique_lock<std::mutex> TakeTurn();
 
     // All with the mutex held.
-    NxResult TakeControl();
+    NxResult TakeControl(std::chrono::milliseconds patience);
+    /// The usual one when the device does not tell.
+    [[nodiscard]] std::chrono::milliseconds ReadHeartbeatTimeout();
     void EnablePendingAck();
     NxResult ExplainRefusedWrite(NxResult refusal);
     NxResult LoseControl(const std::string& sign);

@@ -142,6 +142,33 @@ TEST(FileAccessUpdateTest, WritesSixteenMebibytesThroughSmallAndLargeBuffers) {
     }
 }
 
+TEST(FileAccessUpdateTest, WaitsForACameraThatAKilledUpdaterStillControls) {
+    SimulatedCamera camera({"--profile", "file-access", "--no-tftp", "--heartbeat-timeout", "10000",
+                            "--latency", "5000"});
+    const TemporaryFolder folder;
+    const std::string body = RandomBytes(100000, 4);
+    const std::string file = folder.Write("c.dfw", MakePayload(body));
+    Process killed({Program("MirskoFirmwareUpdater"), kLoopback, file});
+    EXPECT_TRUE(WaitUntil(
+        [&] { return killed.OutputSoFar().find("KBs transferred") != std::string::npos; }));
+    killed.Signal(SIGKILL);
+    EXPECT_EQ(killed.Wait(std::chrono::seconds(10)).signal, SIGKILL);
+    ExpectEnd(RunUpdater({kLoopback, file}, std::chrono::seconds(60)));
+    EXPECT_TRUE(camera.Firmware() == body);
+}
+
+TEST(FileAccessUpdateTest, SaysWhyTftpWasTriedWhenThatFailsToo) {
+    const SimulatedCamera camera({"--profile", "file-access", "--no-tftp", "--refuse-control"});
+    const TemporaryFolder folder;
+    ExpectEnd(
+        RunUpdater({kLoopback, folder.Write("c.dfw", MakePayload("body"))}),
+        "Starting update...\n\nUpdate failed.\n",
+        "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server has not answered for "
+        "7 s; check cable, power and address; GenICam file access was not possible: Cannot "
+        "control 127.0.0.1 on lo: another application controls it (GVCP ACCESS_DENIED "
+        "0x8006)\nWriting payload file to device failed!\n");
+}
+
 TEST(FileAccessUpdateTest, FlushesEachStage) {
     SimulatedCamera camera({"--profile", "file-access", "--latency", "20000"});
     const TemporaryFolder folder;

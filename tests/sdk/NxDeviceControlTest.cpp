@@ -298,8 +298,13 @@ TEST_F(NxDeviceControlTest, NoticesWhileIdleThatTheDeviceWasRestarted) {
     NxDevice::Free(second);
 }
 
-TEST_F(NxDeviceControlTest, TakesOverFromAProgramThatDiedAsSoonAsTheDeviceLetsGo) {
-    StartDevice(Builder());
+class NxDeviceTakeOverTest : public NxDeviceControlTest,
+                             public testing::WithParamInterface<std::uint32_t> {};
+
+TEST_P(NxDeviceTakeOverTest, TakesOverFromAProgramThatDiedAsSoonAsTheDeviceLetsGo) {
+    simulator::DeviceOptions options;
+    options.heartbeatTimeout = GetParam();
+    StartDevice(Builder().options(options));
     // Takes control (WRITEREG 2 to 0x0A00) and is not heard of again.
     UdpSocket dead;
     ASSERT_TRUE(dead.Open("lo", 0).IsOK());
@@ -315,10 +320,12 @@ TEST_F(NxDeviceControlTest, TakesOverFromAProgramThatDiedAsSoonAsTheDeviceLetsGo
             .IsOK());
     ASSERT_EQ(length, 12U);
     ASSERT_EQ(answer[0], std::byte{0});
-    // Its control ends with the heartbeat timeout of 3 seconds.
+    // Its control ends with the heartbeat timeout.
     device = Connect();
     EXPECT_NE(device, nullptr) << result.GetDescription().GetAscii();
 }
+
+INSTANTIATE_TEST_SUITE_P(HeartbeatTimeouts, NxDeviceTakeOverTest, testing::Values(3000U, 10000U));
 
 TEST_F(NxDeviceControlTest, DoesNotConnectToADeviceInItsBootLoader) {
     StartDevice(Builder().profile(simulator::Profile::kLoader));
