@@ -1,5 +1,7 @@
 #include "PortRegistry.h"
 
+#include <algorithm>
+#include <iterator>
 #include <thread>
 #include <utility>
 
@@ -36,21 +38,41 @@ NxResult PortRegistry::AwaitRestart(const ConnectionId& id, DevicePort& port) {
     }
 }
 
-NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
+std::shared_ptr<std::mutex> PortRegistry::MutexOf(const ConnectionId& id) {
     const std::lock_guard lock(mMutex);
-    std::erase_if(mEntries, [](const Entry& entry) {
-        const std::shared_ptr<DevicePort> port = entry.port.lock();
-        return port == nullptr || !port->IsAlive();
-    });
-    for (const Entry& entry : mEntries) {
+    std::erase_if(mMutexes, [](const auto& known) { return known.second.expired(); });
+    // Without the interface, since any way to the address will do.
+    std::weak_ptr<std::mutex>& known =
+        mMutexes[id.guid.empty() ? std::to_string(id.address) : id.guid];
+    std::shared_ptr<std::mutex> mutex = known.lock();
+    if (mutex == nullptr) {
+        mutex = std::make_shared<std::mutex>();
+        known = mutex;
+    }
+    return mutex;
+}
+
+std::vector<PortRegistry::Entry> PortRegistry::EntriesOf(const ConnectionId& id) {
+    const std::lock_guard lock(mMutex);
+    std::erase_if(mEntries, [](const Entry& entry) { return entry.port.expired(); });
+    std::vector<Entry> found;
+    std::copy_if(mEntries.begin(), mEntries.end(), std::back_inserter(found),
+                 [&id](const Entry& entry) { return NameSameDevice(entry.id, id); });
+    return found;
+}
+
+NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
+    const std::shared_ptr<std::mutex> device = MutexOf(id);
+    const std::lock_guard lock(*device);
+    for (const Entry& entry : EntriesOf(id)) {
         std::shared_ptr<DevicePort> known = entry.port.lock();
-        if (known == nullptr || !NameSameDevice(entry.id, id)) {
+        if (known == nullptr || !known->IsAlive()) {
             continue;
         }
         const bool wasReset = DeviceHistory::OfThisProcess().WasResetSince(id, entry.opened);
         NxResult result = wasReset ? AwaitRestart(id, *known) : known->Probe();
         if (result.IsOK()) {
-            share = {.port = std::move(known), .xml = entry.xml};
+            share = {.port = std::move(known), .xml = entry.xml, .device = device};
             return {};
         }
         // While its channel lives, this process holds the interface, and nobody can claim it twice.
@@ -72,12 +94,16 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
     if (!result.IsOK()) {
         return result;
     }
-    share = {.port = port, .xml = std::make_shared<const std::string>(std::move(xml))};
+    share = {
+        .port = port, .xml = std::make_shared<const std::string>(std::move(xml)), .device = device};
+    const std::lock_guard entries(mMutex);
     mEntries.push_back({.id = id, .opened = opened, .port = port, .xml = share.xml});
     return {};
 }
 
 void PortRegistry::Release(Share& share) {
-    const std::lock_guard lock(mMutex);
-    share = Share();
+    if (const std::shared_ptr<std::mutex> device = share.device) {
+        const std::lock_guard lock(*device);
+        share = Share();
+    }
 }

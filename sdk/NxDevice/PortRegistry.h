@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,6 +20,7 @@ class PortRegistry {
     struct Share {
         std::shared_ptr<DevicePort> port;
         std::shared_ptr<const std::string> xml;
+        std::shared_ptr<std::mutex> device;  ///< the registry's own
     };
 
     static PortRegistry& OfThisProcess();
@@ -43,7 +45,12 @@ class PortRegistry {
 
     static NxResult AwaitRestart(const ConnectionId& id, DevicePort& port);
 
-    // Held while a device is connected or released: the next connection to it must wait for both.
-    std::mutex mMutex;
+    /// Held while that device is connected or released: the next connection to it must wait for
+    /// both, those to other devices need not.
+    std::shared_ptr<std::mutex> MutexOf(const ConnectionId& id);
+    std::vector<Entry> EntriesOf(const ConnectionId& id);
+
+    std::mutex mMutex;  // guards what follows, never while a device is asked
+    std::map<std::string, std::weak_ptr<std::mutex>> mMutexes;
     std::vector<Entry> mEntries;
 };

@@ -1,5 +1,11 @@
 #include "PortRegistry.h"
 
+#include <chrono>
+#include <functional>
+#include <future>
+#include <thread>
+#include <utility>
+
 #include <gtest/gtest.h>
 
 #include <NxBase/NxResultCodes.h>
@@ -40,6 +46,7 @@ class FakePort : public DevicePort {
 };
 
 std::vector<std::shared_ptr<FakePort>> opened;
+std::function<void()> whileOpening;
 
 class PortRegistryTest : public testing::Test {
   protected:
@@ -63,6 +70,9 @@ class PortRegistryTest : public testing::Test {
 
 // In the place of the real buses.
 NxResult OpenDevicePort(const ConnectionId& /*id*/, std::shared_ptr<DevicePort>& port) {
+    if (whileOpening) {
+        whileOpening();
+    }
     opened.push_back(std::make_shared<FakePort>());
     port = opened.back();
     return {};
@@ -129,6 +139,30 @@ TEST_F(PortRegistryTest, SharesTheChannelOfADeviceThatDoesNotRestartWhenItIsTold
     PortRegistry::Share third;
     ASSERT_TRUE(Acquire(third).IsOK());
     EXPECT_EQ(opened[0]->probes, probes + 1);
+}
+
+TEST_F(PortRegistryTest, ConnectsToADeviceWhileAnotherTakesItsTime) {
+    std::promise<void> otherIsConnected;
+    whileOpening = [this, &otherIsConnected, isFirst = true]() mutable {
+        if (!std::exchange(isFirst, false)) {
+            return;
+        }
+        std::thread other([this, &otherIsConnected] {
+            ConnectionId id = mId;
+            id.guid += "2";
+            EXPECT_TRUE(mRegistry.Acquire(id, mSecond).IsOK());
+            otherIsConnected.set_value();
+        });
+        const bool isConnected = otherIsConnected.get_future().wait_for(std::chrono::seconds(10)) ==
+                                 std::future_status::ready;
+        EXPECT_TRUE(isConnected);
+        isConnected ? other.join() : other.detach();
+    };
+    ASSERT_TRUE(Acquire(mFirst).IsOK());
+    whileOpening = nullptr;
+    EXPECT_NE(mFirst.port, mSecond.port);
+    mRegistry.Release(mSecond);
+    EXPECT_EQ(mSecond.port, nullptr);
 }
 
 TEST_F(PortRegistryTest, APortKeepsWhyFileAccessIsNotPossible) {

@@ -19,10 +19,10 @@ class NX_API NxDevice {
     class Impl;
 
     /// Connects, takes control (GigE Vision 2.0, section 10, control channel privilege; USB3 Vision
-    /// 1.0, section 3 "Device Control") and loads the device description. Ends within 5 seconds when
-    /// the device does not answer; as long as a description comes at 16 KiB/s, it is waited for, and
-    /// a GigE Vision device that is controlled already is asked again for its heartbeat timeout, up
-    /// to 15 seconds, since it keeps a program that died for so long.
+    /// 1.0, section 3 "Device Control") and loads the device description. Ends within 5 seconds
+    /// when the device does not answer; as long as a description comes at 16 KiB/s, it is waited
+    /// for, and a GigE Vision device that is controlled already is asked again for its heartbeat
+    /// timeout, up to 15 seconds, since it keeps a program that died for so long.
     ///
     /// Longer with USB3 Vision in two cases: the system waits another 5 seconds for a device that
     /// does not answer to its endpoints being cleared, and a device to which this process is

@@ -10,8 +10,9 @@
 /// RFC 2347, 2348 (blksize), 2349 (timeout, tsize) and 7440 (windowsize).
 ///
 /// One transfer at a time, on one thread; GetProgress and GetWarning may be called from any thread
-/// meanwhile. Every transfer ends, whatever the server does. The description of a transfer's failure
-/// also says why GenICam file access to the device was not possible, when this process has tried it.
+/// meanwhile. Every transfer ends, whatever the server does. The description of a transfer's
+/// failure also says why GenICam file access to the device was not possible, when this process has
+/// tried it.
 class NX_API NxTftpClient {
   public:
     NxTftpClient();
