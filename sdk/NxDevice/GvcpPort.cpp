@@ -68,8 +68,6 @@ GvcpPort::~GvcpPort() {
     }
     if (mIsController && mChannel->IsAlive()) {
         PassDescriptionOn();
-    }
-    if (mIsController && mChannel->IsAlive()) {
         if (mConfiguration.has_value()) {
             mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
             (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
@@ -84,12 +82,16 @@ GvcpPort::~GvcpPort() {
 
 // A device that is still controlled was not restarted meanwhile.
 void GvcpPort::PassDescriptionOn() {
-    if (mDescription != nullptr) {
-        mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
-        if (CheckControl().IsOK()) {
-            KeepDescription(std::move(mDescription));
-        }
+    if (mDescription == nullptr) {
+        return;
     }
+    mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
+    std::uint32_t privilege = 0;
+    if (mSpace.ReadNumber(kControlChannelPrivilege, privilege).IsOK() && HasControl(privilege)) {
+        KeepDescription(std::move(mDescription));
+    }
+    // Control is given up all the same.
+    mChannel->Resume();
 }
 
 NxResult GvcpPort::Start(milliseconds patience) {
