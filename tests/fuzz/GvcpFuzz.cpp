@@ -5,7 +5,9 @@
 #include <span>
 #include <string>
 
+#include "DescriptionArchive.h"
 #include "DescriptionLocation.h"
+#include "DescriptionText.h"
 #include "GvcpPacket.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
@@ -33,6 +35,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     if (DescriptionLocation::Parse(url, location).empty()) {
         Require(location.length > 0 && location.length <= (16U << 20U));
         Require(location.fileName.find('\0') == std::string::npos);
+    }
+    std::string xml;
+    std::string why;
+    if (UnpackDescription(datagram, xml, why)) {
+        Require(FindDocument(xml).size() <= xml.size() && xml.size() <= (16U << 20U));
+    } else {
+        Require(!why.empty());
     }
     return 0;
 }
