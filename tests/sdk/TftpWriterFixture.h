@@ -51,6 +51,14 @@ class TftpWriterTest : public testing::Test {
             .Reply(TftpScript::kPeer, TftpScript::Ack(block));
     }
 
+    // The server knows no transfer any more when that block comes once more.
+    void CloseWhenRepeated(std::uint16_t block, const std::string& data) {
+        using namespace TftpScript;
+        mSocket.ExpectSend(kPeer, Data(block, data))
+            .TimeOut()
+            .ExpectSend(kPeer, Data(block, data))
+            .Reply(kPeer, Error(5, "no transfer"));
+    }
     // Silence until the writer gives up, in answer to that block.
     void StayAwayFrom(std::uint16_t block, const std::string& data) {
         for (int i = 0; i < 11; ++i) {

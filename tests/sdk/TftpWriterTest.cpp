@@ -281,8 +281,7 @@ TEST_F(TftpWriterTest, AClosedTransferThatHadAllButTheLastAckIsDone) {
     for (const auto& text : {"012345678"s, "01234567"s}) {
         OpenWithBlocksOfEight(std::to_string(text.size()));
         Exchange(1, "01234567");
-        mSocket.ExpectSend(kPeer, Data(2, text.substr(8))).TimeOut();
-        mSocket.ExpectSend(kPeer, Data(2, text.substr(8))).Reply(kPeer, Error(5, "no transfer"));
+        CloseWhenRepeated(2, text.substr(8));
         EXPECT_TRUE(Write(text, Blocks(8)).IsOK());
         EXPECT_LE(mDuration, 100ms);
     }
@@ -290,8 +289,7 @@ TEST_F(TftpWriterTest, AClosedTransferThatHadAllButTheLastAckIsDone) {
 
 TEST_F(TftpWriterTest, AClosedTransferOfASingleBlockIsDone) {
     OpenWithBlocksOfEight("3");
-    mSocket.ExpectSend(kPeer, Data(1, "abc")).TimeOut();
-    mSocket.ExpectSend(kPeer, Data(1, "abc")).Reply(kPeer, Error(5, "no transfer"));
+    CloseWhenRepeated(1, "abc");
     EXPECT_TRUE(Write("abc", Blocks(8)).IsOK());
 }
 
@@ -305,8 +303,7 @@ TEST_F(TftpWriterTest, ATransferClosedBeforeTheLastBlockCameTwiceIsAFailure) {
 TEST_F(TftpWriterTest, ATransferClosedBeforeTheLastBlockIsAFailure) {
     OpenWithBlocksOfEight("20");
     Exchange(1, "01234567");
-    mSocket.ExpectSend(kPeer, Data(2, "89abcdef")).TimeOut();
-    mSocket.ExpectSend(kPeer, Data(2, "89abcdef")).Reply(kPeer, Error(5, "no transfer"));
+    CloseWhenRepeated(2, "89abcdef");
     EXPECT_EQ(Write("0123456789abcdefghij", Blocks(8)).GetCode(), kNxTftpError);
 }
 
