@@ -123,7 +123,7 @@ NxResult TftpWriter::AwaitAcknowledgement() {
     const bool wholeWindowSent = mNext > WindowEnd();
     bool gap = false;
     TftpSession::TimePoint deadline =
-        wholeWindowSent ? std::min(mSentAt + mTimer.Timeout(), mMovedAt + TftpTimer::kSilenceLimit)
+        wholeWindowSent ? std::min(mSentAt + mTimer.Timeout(), mMovedAt + SilenceLimit())
                         : mSentAt + mTimer.Pause();
     for (;;) {
         TftpPacket packet;
@@ -208,7 +208,7 @@ void TftpWriter::GoBack() {
 
 NxResult TftpWriter::OnTimeout() {
     const TftpSession::TimePoint now = mSession.Now();
-    if (now - mMovedAt >= TftpTimer::kSilenceLimit) {
+    if (now - mMovedAt >= SilenceLimit()) {
         return FellSilent();
     }
     mTimer.BackOff();
@@ -254,6 +254,14 @@ bool TftpWriter::ShowsClosedTransfer(const TftpPacket& packet) const {
     return packet.opcode == TftpOpcode::kError &&
            packet.number == static_cast<std::uint16_t>(TftpErrorCode::kUnknownTransferId) &&
            LacksLastBlockAtMost() && lastBlockWasRepeated && !mAnswerWasRepeated;
+}
+
+// A simple server writes its flash between the last block and the acknowledgement.
+TftpTimer::Duration TftpWriter::SilenceLimit() const {
+    const bool maybeFlashing =
+        mLastSilence != LastSilence::kIsArrival && mBlockCount > 1 && mHighest == mBlockCount &&
+        LacksLastBlockAtMost();
+    return maybeFlashing ? TftpTimer::kSilenceLimitAtEnd : TftpTimer::kSilenceLimit;
 }
 
 // A server that was last heard to lack the first block has not got everything.

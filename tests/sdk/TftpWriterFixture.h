@@ -60,8 +60,8 @@ class TftpWriterTest : public testing::Test {
             .Reply(kPeer, Error(5, "no transfer"));
     }
     // Silence until the writer gives up, in answer to that block.
-    void StayAwayFrom(std::uint16_t block, const std::string& data) {
-        for (int i = 0; i < 11; ++i) {
+    void StayAwayFrom(std::uint16_t block, const std::string& data, int sendings = 11) {
+        for (int i = 0; i < sendings; ++i) {
             mSocket.ExpectSend(TftpScript::kPeer, TftpScript::Data(block, data)).TimeOut();
         }
     }

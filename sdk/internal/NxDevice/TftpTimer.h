@@ -19,6 +19,8 @@ class NX_API TftpTimer {
     static constexpr Duration kAnswerLimitOfSilentServer = std::chrono::seconds(1);
     /// A transfer is given up when nothing of use was heard for that long.
     static constexpr Duration kSilenceLimit = std::chrono::seconds(10);
+    /// The same when all but the last block of a payload was acknowledged.
+    static constexpr Duration kSilenceLimitAtEnd = std::chrono::seconds(60);
 
     explicit TftpTimer(Duration shortestTimeout) : mShortest(shortestTimeout) {}
 

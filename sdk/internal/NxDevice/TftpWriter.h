@@ -45,6 +45,7 @@ class NX_API TftpWriter {
     void GoBack();
     [[nodiscard]] bool LacksLastBlockAtMost() const;
     [[nodiscard]] bool ShowsClosedTransfer(const TftpPacket& packet) const;
+    [[nodiscard]] TftpTimer::Duration SilenceLimit() const;
     [[nodiscard]] bool SilenceIsArrival() const;
     NxResult FellSilent();
     [[nodiscard]] std::uint64_t WindowEnd() const;
