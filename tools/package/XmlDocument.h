@@ -5,7 +5,7 @@
 
 #include "XmlElement.h"
 
-struct _xmlDoc;
+struct _xmlDoc;  // NOLINT(bugprone-reserved-identifier): libxml2 names it so
 
 /// An XML document that others wrote: nothing is fetched, no entities are defined, nothing is
 /// printed.

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-struct _xmlNode;
+struct _xmlNode;  // NOLINT(bugprone-reserved-identifier): libxml2 names it so
 
 /// One element of an XML document, which must outlive it.
 class XmlElement {
