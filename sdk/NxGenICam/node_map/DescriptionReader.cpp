@@ -3,17 +3,26 @@
 #include <charconv>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
-#include <libxml/xmlreader.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 
 #include <NxBase/NxResultCodes.h>
+
+#include "XmlText.h"
 
 namespace {
 
 constexpr std::size_t kLargestDescription = std::size_t{16} << 20U;
+constexpr std::size_t kDeepest = 256;
+// Cameras have 150.
+constexpr int kMostNames = 20000;
+constexpr std::size_t kMostElements = 1000000;
+constexpr const char* kTooMuch = "it has more nodes, or more text in them, than any camera's";
 
 const std::unordered_map<std::string_view, NodeKind> kKinds = {
     {"Integer", NodeKind::kInteger},
@@ -85,6 +94,12 @@ const std::unordered_map<std::string_view, NodeTag> kTags = {
     {"EventID", NodeTag::kEventId},
 };
 
+bool IsRegister(NodeKind kind) {
+    return kind == NodeKind::kIntReg || kind == NodeKind::kFloatReg ||
+           kind == NodeKind::kStringReg || kind == NodeKind::kRegister ||
+           kind == NodeKind::kStructReg;
+}
+
 NxResult Refuse(const std::string& reason) {
     return NxResult(kNxBadDescription, reason);
 }
@@ -102,31 +117,18 @@ std::string_view Trim(std::string_view text) {
                : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// The bytes of an XML declaration that are not UTF-8 after all are taken for Latin-1.
-struct Complaint {
-    bool isOfEncoding = false;
-    int line = 0;
-};
-
-void Remember(void* complaint, xmlErrorPtr error) {
-    auto& first = *static_cast<Complaint*>(complaint);
-    if (first.line == 0 && error->level >= XML_ERR_ERROR) {
-        first.line = error->line > 0 ? error->line : 1;
-        first.isOfEncoding =
-            error->code == XML_ERR_INVALID_ENCODING || error->code == XML_ERR_INVALID_CHAR ||
-            error->code == XML_ERR_UNSUPPORTED_ENCODING || error->code == XML_ERR_UNKNOWN_ENCODING;
-    }
+std::string_view View(const xmlChar* begin, const xmlChar* end) {
+    return {reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin)};
 }
 
+/// libxml2's events of one description, in which only what the table needs is looked at.
 class Reading {
   public:
-    Reading(xmlTextReaderPtr reader, NodeTable& table, DescriptionSchema& schema)
-        : mReader(reader), mTable(table), mSchema(schema) {}
+    Reading(xmlParserCtxtPtr parser, NodeTable& table, DescriptionSchema& schema)
+        : mParser(parser), mTable(table), mSchema(schema) {}
 
-    /// @return not OK when the description is to be refused whatever its encoding
-    NxResult Run();
-    [[nodiscard]] bool IsComplete() const { return mIsComplete; }
-    [[nodiscard]] bool SawRoot() const { return mSawRoot; }
+    /// To be called once; what fails is refused whatever comes after it.
+    NxResult Run(std::string_view xml, const char* encoding);
 
   private:
     /// An open element: the root or a group, a node, or a property of one.
@@ -137,6 +139,17 @@ class Reading {
         std::string attribute;
         std::string text;
     };
+    struct Element {
+        std::string_view name;
+        std::string_view space;
+        bool isUnbound = false;                ///< has a prefix that stands for nothing
+        std::span<const xmlChar*> attributes;  ///< name, prefix, space, and where its value is
+    };
+
+    void OnStart(const Element& element);
+    void OnEnd();
+    void OnText(std::string_view text);
+    void OnError(const xmlError& error);
 
     /// @return whether the element's content is of interest
     bool Open();
@@ -145,85 +158,146 @@ class Reading {
     bool StartNode(NodeKind kind, NodeTable::Id parent);
     bool StartProperty(NodeTable::Id node, NodeTag tag);
     void Close();
-    [[nodiscard]] std::string Attribute(const char* name) const;
-    [[nodiscard]] unsigned int NumberAttribute(const char* name, unsigned int otherwise) const;
+    void Stop(const std::string& reason);
+    [[nodiscard]] std::string Attribute(std::string_view name) const;
+    [[nodiscard]] unsigned int NumberAttribute(std::string_view name, unsigned int otherwise) const;
 
-    xmlTextReaderPtr mReader;
+    xmlParserCtxtPtr mParser;
     NodeTable& mTable;
     DescriptionSchema& mSchema;
+    Element mElement;  ///< the one that begins
     std::vector<Frame> mOpen;
+    std::size_t mElements = 0;
+    std::size_t mSkipped = 0;  ///< open elements inside one that is of no interest
     std::string mNamespace;
-    bool mSawRoot = false;
     bool mIsComplete = false;
-    bool mIsFull = false;
-    bool mIsOther = false;
+    std::string mReason;  ///< of ending early
 };
 
-NxResult Reading::Run() {
-    int more = xmlTextReaderRead(mReader);
-    while (more == 1 && !mIsComplete) {
-        switch (xmlTextReaderNodeType(mReader)) {
-            case XML_READER_TYPE_DOCUMENT_TYPE:
-                return Refuse("it has a document type declaration");
-            case XML_READER_TYPE_ELEMENT:
-                if (!Open()) {
-                    if (mIsOther) {
-                        return Refuse("it is not a register description");
-                    }
-                    more = xmlTextReaderNext(mReader);
-                    continue;
-                }
-                break;
-            case XML_READER_TYPE_TEXT:
-            case XML_READER_TYPE_CDATA:
-                if (!mOpen.empty() && mOpen.back().what == Frame::What::kProperty) {
-                    mOpen.back().text += View(xmlTextReaderConstValue(mReader));
-                }
-                break;
-            case XML_READER_TYPE_END_ELEMENT:
-                Close();
-                break;
-            default:
-                break;
-        }
-        if (mIsFull) {
-            return Refuse("it has more nodes, or more text in them, than any camera's");
-        }
-        more = mIsComplete ? 0 : xmlTextReaderRead(mReader);
+NxResult Reading::Run(std::string_view xml, const char* encoding) {
+    xmlSAXHandler events{};
+    events.initialized = XML_SAX2_MAGIC;
+    events.startElementNs = [](void* self, const xmlChar* name, const xmlChar* prefix,
+                               const xmlChar* space, int, const xmlChar**, int attributeCount, int,
+                               const xmlChar** attributes) {
+        static_cast<Reading*>(self)->OnStart(
+            {.name = View(name),
+             .space = View(space),
+             .isUnbound = prefix != nullptr && space == nullptr,
+             .attributes = {attributes, 5 * static_cast<std::size_t>(attributeCount)}});
+    };
+    events.endElementNs = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
+        static_cast<Reading*>(self)->OnEnd();
+    };
+    events.characters = [](void* self, const xmlChar* text, int length) {
+        static_cast<Reading*>(self)->OnText(View(text, text + length));
+    };
+    events.cdataBlock = events.characters;
+    events.internalSubset = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
+        static_cast<Reading*>(self)->Stop("it has a document type declaration");
+    };
+    events.serror = [](void* self, xmlErrorPtr error) {
+        static_cast<Reading*>(self)->OnError(*error);
+    };
+    *mParser->sax = events;
+    mParser->userData = this;
+    // What the text says of its encoding decides nothing; without declarations there are no
+    // entities but XML's own.
+    // In pieces: of a text as a whole libxml2 makes a copy.
+    const auto read = [](void* rest, char* buffer, int size) {
+        auto& text = *static_cast<std::string_view*>(rest);
+        const std::size_t count = text.copy(buffer, static_cast<std::size_t>(size));
+        text.remove_prefix(count);
+        return static_cast<int>(count);
+    };
+    xmlFreeDoc(xmlCtxtReadIO(mParser, read, nullptr, &xml, nullptr, encoding,
+                             XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_IGNORE_ENC));
+    if (mReason.empty() && !mIsComplete) {
+        mReason = "it is cut short";
     }
-    return {};
+    return mReason.empty() ? NxResult() : Refuse(mReason);
+}
+
+void Reading::Stop(const std::string& reason) {
+    if (mReason.empty() && !mIsComplete) {
+        mReason = reason;
+    }
+    xmlStopParser(mParser);
+}
+
+void Reading::OnError(const xmlError& error) {
+    if (error.level == XML_ERR_FATAL) {
+        Stop("it is cut short or not well-formed XML (line " +
+             std::to_string(error.line > 0 ? error.line : 1) + ")");
+    }
+}
+
+void Reading::OnStart(const Element& element) {
+    // libxml2 keeps each name for as long as it reads.
+    if (xmlDictSize(mParser->dict) > kMostNames) {
+        Stop("it has more names of elements and attributes than any camera's");
+        return;
+    }
+    if (++mElements > kMostElements) {
+        Stop("it has more than 1,000,000 elements");
+        return;
+    }
+    if (mSkipped + mOpen.size() >= kDeepest) {
+        Stop("it has elements nested more than 256 deep");
+        return;
+    }
+    mElement = element;
+    if (mSkipped > 0 || !Open()) {
+        ++mSkipped;
+    }
+}
+
+void Reading::OnEnd() {
+    if (mSkipped > 0) {
+        --mSkipped;
+    } else if (!mOpen.empty()) {
+        Close();
+    }
+}
+
+void Reading::OnText(std::string_view text) {
+    if (mSkipped > 0 || mOpen.empty() || mOpen.back().what != Frame::What::kProperty) {
+        return;
+    }
+    if (mOpen.back().text.size() + text.size() > NodeTable::kMostText) {
+        Stop(kTooMuch);
+        return;
+    }
+    mOpen.back().text += text;
 }
 
 bool Reading::Open() {
-    bool opened = false;
-    const std::string_view element = View(xmlTextReaderConstLocalName(mReader));
     if (mOpen.empty()) {
-        opened = OpenRoot();
-    } else if (View(xmlTextReaderConstNamespaceUri(mReader)) != mNamespace) {
+        return OpenRoot();
+    }
+    if (mElement.isUnbound || mElement.space != mNamespace) {
         return false;
-    } else if (mOpen.back().what == Frame::What::kNode) {
-        opened = OpenInNode(mOpen.back().node, element);
-    } else if (mOpen.back().what == Frame::What::kContainer) {
-        if (element == "Group") {
-            mOpen.emplace_back();
-            opened = true;
-        } else if (const auto kind = kKinds.find(element); kind != kKinds.end()) {
-            opened = StartNode(kind->second, NodeTable::kNone);
-        }
     }
-    if (opened && xmlTextReaderIsEmptyElement(mReader) == 1) {
-        Close();
+    if (mOpen.back().what == Frame::What::kNode) {
+        return OpenInNode(mOpen.back().node, mElement.name);
     }
-    return opened;
+    if (mOpen.back().what != Frame::What::kContainer) {
+        return false;
+    }
+    if (mElement.name == "Group") {
+        mOpen.emplace_back();
+        return true;
+    }
+    const auto kind = kKinds.find(mElement.name);
+    return kind != kKinds.end() && StartNode(kind->second, NodeTable::kNone);
 }
 
 bool Reading::OpenRoot() {
-    if (View(xmlTextReaderConstLocalName(mReader)) != "RegisterDescription") {
-        mIsOther = true;
+    if (mElement.name != "RegisterDescription") {
+        Stop("it is not a register description");
         return false;
     }
-    mSawRoot = true;
-    mNamespace = View(xmlTextReaderConstNamespaceUri(mReader));
+    mNamespace = mElement.space;
     mSchema.major = NumberAttribute("SchemaMajorVersion", mSchema.major);
     mSchema.minor = NumberAttribute("SchemaMinorVersion", mSchema.minor);
     mOpen.emplace_back();
@@ -238,11 +312,11 @@ bool Reading::OpenInNode(NodeTable::Id node, std::string_view element) {
     if (kind == NodeKind::kStructReg && element == "StructEntry") {
         return StartNode(NodeKind::kIntReg, node);
     }
-    if (element == "IntSwissKnife") {
+    if (element == "IntSwissKnife" && IsRegister(kind)) {
         // Schema 1.0 lets a part of an address stand inside the register.
         const bool started = StartNode(NodeKind::kIntSwissKnife, NodeTable::kNone);
-        if (started) {
-            mIsFull |= !mTable.Append(node, NodeTag::kPAddress, "", "", mOpen.back().node);
+        if (started && !mTable.Append(node, NodeTag::kPAddress, "", "", mOpen.back().node)) {
+            Stop(kTooMuch);
         }
         return started;
     }
@@ -254,7 +328,7 @@ bool Reading::StartNode(NodeKind kind, NodeTable::Id parent) {
     const std::string name = Attribute("Name");
     const NodeTable::Id node = mTable.Add(kind, Trim(name), parent);
     if (node == NodeTable::kNone) {
-        mIsFull = true;
+        Stop(kTooMuch);
         return false;
     }
     mOpen.emplace_back();
@@ -294,46 +368,50 @@ bool Reading::StartProperty(NodeTable::Id node, NodeTag tag) {
 
 void Reading::Close() {
     const Frame& frame = mOpen.back();
-    if (frame.what == Frame::What::kProperty) {
-        mIsFull |= !mTable.Append(frame.node, frame.tag, Trim(frame.text), Trim(frame.attribute));
+    if (frame.what == Frame::What::kProperty &&
+        !mTable.Append(frame.node, frame.tag, Trim(frame.text), Trim(frame.attribute))) {
+        Stop(kTooMuch);
     }
     mOpen.pop_back();
-    mIsComplete = mOpen.empty();
+    if (mOpen.empty() && mReason.empty()) {
+        mIsComplete = true;
+        xmlStopParser(mParser);
+    }
 }
 
-std::string Reading::Attribute(const char* name) const {
-    const std::unique_ptr<xmlChar, decltype(xmlFree)> value(
-        xmlTextReaderGetAttribute(mReader, reinterpret_cast<const xmlChar*>(name)), xmlFree);
-    return std::string(View(value.get()));
+std::string Reading::Attribute(std::string_view name) const {
+    for (std::size_t i = 0; i + 4 < mElement.attributes.size(); i += 5) {
+        if (mElement.attributes[i + 1] == nullptr && View(mElement.attributes[i]) == name) {
+            return std::string(View(mElement.attributes[i + 3], mElement.attributes[i + 4]));
+        }
+    }
+    return {};
 }
 
-unsigned int Reading::NumberAttribute(const char* name, unsigned int otherwise) const {
+unsigned int Reading::NumberAttribute(std::string_view name, unsigned int otherwise) const {
     const std::string text = Attribute(name);
     unsigned int number = otherwise;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size() ? number : otherwise;
 }
 
-NxResult ReadAs(const char* encoding, const std::string& xml, NodeTable& table,
-                DescriptionSchema& schema, Complaint& complaint) {
-    const std::unique_ptr<xmlTextReader, decltype(&xmlFreeTextReader)> reader(
-        xmlReaderForMemory(xml.data(), static_cast<int>(xml.size()), nullptr, encoding,
-                           XML_PARSE_NONET | XML_PARSE_COMPACT),
-        xmlFreeTextReader);
-    if (reader == nullptr) {
-        return Refuse("it cannot be read");
+// Names, numbers and formulas are ASCII: all other encodings than Unicode's are read as Latin-1,
+// and so are tool tips that were written by hand in a text that is said to be UTF-8 and is not.
+const char* FindEncoding(const std::string& xml) {
+    return xmlCheckUTF8(reinterpret_cast<const xmlChar*>(xml.c_str())) != 0 ? "UTF-8"
+                                                                            : "ISO-8859-1";
+}
+
+NxResult ReadUtf8(const std::string& xml, NodeTable& table, DescriptionSchema& schema) {
+    if (HasUnbearableTag(xml)) {
+        return Refuse("it has a tag of more than 100 attributes or 1 MiB");
     }
-    xmlTextReaderSetStructuredErrorHandler(
-        reader.get(), [](void* complaints, xmlErrorPtr error) { Remember(complaints, error); },
-        &complaint);
-    Reading reading(reader.get(), table, schema);
-    NxResult result = reading.Run();
-    if (result.IsOK() && !reading.IsComplete()) {
-        result = Refuse(complaint.line != 0 ? "it is cut short or not well-formed XML (line " +
-                                                  std::to_string(complaint.line) + ")"
-                                            : "it is cut short");
+    const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> parser(xmlNewParserCtxt(),
+                                                                              xmlFreeParserCtxt);
+    if (parser == nullptr) {
+        return Refuse("there is no memory to read it");
     }
-    return result;
+    return Reading(parser.get(), table, schema).Run(xml, FindEncoding(xml));
 }
 
 }  // namespace
@@ -347,17 +425,7 @@ NxResult ReadDescription(const std::string& xml, NodeTable& table, DescriptionSc
     if (xml.size() > kLargestDescription) {
         return Refuse("it is larger than 16 MiB");
     }
-    Complaint complaint;
-    NxResult result = ReadAs(nullptr, xml, table, schema, complaint);
-    if (!result.IsOK() && complaint.isOfEncoding) {
-        // Tool tips were written by hand: a text that is said to be UTF-8 and is not.
-        NodeTable again;
-        Complaint other;
-        if (ReadAs("ISO-8859-1", xml, again, schema, other).IsOK()) {
-            table = std::move(again);
-            result = NxResult();
-        }
-    }
+    NxResult result = ReadUtf8(IsUtf16(xml) ? FromUtf16(xml) : xml, table, schema);
     if (result.IsOK()) {
         table.Finish();
         if (table.Count() == 0) {

@@ -64,6 +64,9 @@ constexpr std::array kBinaryOperators{
     BinaryOperator{"%", Operator::kRemainder, 10},
 };
 constexpr int kPowerPrecedence = 11;
+constexpr const char* kTooLong = "it takes too many steps";
+constexpr const char* kTooDeep = "it is nested too deeply";
+constexpr std::size_t kLongestNumber = 400;
 
 bool ParseLiteral(std::string_view text, std::int64_t& value) {
     if (Formula::ParseInteger(text, value)) {
@@ -86,6 +89,9 @@ class Evaluator {
         : mRest(formula), mLookup(lookup), mBudget(budget) {}
 
     NxResult Run(Number& value) {
+        if (!mBudget.TakeStepsFor(mRest)) {
+            return NxResult(kNxNodeAccess, kTooLong);
+        }
         const Number outcome = Choice(true);
         if (Peek() != '\0') {
             Fail("it is malformed");
@@ -150,7 +156,7 @@ template <typename Number>
 Number Evaluator<Number>::Choice(bool live) {
     // The branches of a chain of choices stand one in the other.
     if (--mBudget.depth < 0) {
-        Fail("it is nested too deeply");
+        Fail(kTooDeep);
     }
     Number value = Binary(1, live);
     if (mFailure.IsOK() && Take('?')) {
@@ -179,6 +185,10 @@ const BinaryOperator* Evaluator<Number>::PeekOperator(int precedence) {
 
 template <typename Number>
 Number Evaluator<Number>::Binary(int precedence, bool live) {
+    // Signs stand one in the other, and so do powers, which group from the right.
+    if (--mBudget.depth < 0) {
+        Fail(kTooDeep);
+    }
     Number left = Unary(live);
     while (mFailure.IsOK()) {
         const BinaryOperator* known = PeekOperator(precedence);
@@ -188,20 +198,20 @@ Number Evaluator<Number>::Binary(int precedence, bool live) {
         mRest.remove_prefix(known->text.size());
         const bool isDecided =
             (known->op == Operator::kOr && left != 0) || (known->op == Operator::kAnd && left == 0);
-        // Powers group from the right, all others from the left.
         const bool fromRight = known->op == Operator::kPower;
         const Number right = Binary(known->precedence + (fromRight ? 0 : 1), live && !isDecided);
         if (live && mFailure.IsOK()) {
             Check(FormulaArithmetic::Apply(known->op, left, isDecided ? left : right, left));
         }
     }
+    ++mBudget.depth;
     return left;
 }
 
 template <typename Number>
 Number Evaluator<Number>::Unary(bool live) {
     if (!mBudget.TakeStep()) {
-        Fail("it takes too many steps");
+        Fail(kTooLong);
         return 0;
     }
     const char sign = Peek();
@@ -209,12 +219,7 @@ Number Evaluator<Number>::Unary(bool live) {
         return Primary(live);
     }
     mRest.remove_prefix(1);
-    if (--mBudget.depth < 0) {
-        Fail("it is nested too deeply");
-        return 0;
-    }
     Number value = Binary(kPowerPrecedence, live);
-    ++mBudget.depth;
     if (live && mFailure.IsOK()) {
         if (sign == '-') {
             Check(FormulaArithmetic::Negate(value, value));
@@ -338,6 +343,9 @@ NxResult Formula::Evaluate(std::string_view formula, const Lookup<double>& looku
 }
 
 bool Formula::ParseInteger(std::string_view text, std::int64_t& value) {
+    if (text.size() > kLongestNumber) {
+        return false;
+    }
     bool isNegative = false;
     if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
         isNegative = text.front() == '-';
@@ -369,6 +377,9 @@ bool Formula::ParseFloat(std::string_view text, double& value) {
     }
     if (text.starts_with('+')) {
         text.remove_prefix(1);
+    }
+    if (text.size() > kLongestNumber) {
+        return false;
     }
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);

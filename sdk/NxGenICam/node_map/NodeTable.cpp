@@ -7,7 +7,6 @@ namespace {
 // A description of 1.3 MB, the largest that was met, has 15,000 nodes with 90,000 properties.
 constexpr std::size_t kMostNodes = 100000;
 constexpr std::size_t kMostProperties = 500000;
-constexpr std::size_t kMostText = std::size_t{8} << 20U;
 
 }  // namespace
 
@@ -26,7 +25,13 @@ NodeTable::Id NodeTable::Add(NodeKind kind, std::string_view name, Id parent) {
     if (mNodes.size() >= kMostNodes || !HasRoomFor(name.size())) {
         return kNone;
     }
+    if (name.size() > kLongestName) {
+        name = {};
+    }
     mNodes.push_back({.kind = kind, .name = Keep(name), .parent = parent});
+    if (parent != kNone) {
+        ++mNodes[parent].entries;
+    }
     return static_cast<Id>(mNodes.size() - 1);
 }
 
@@ -45,8 +50,10 @@ bool NodeTable::Append(Id node, NodeTag tag, std::string_view text, std::string_
 
 void NodeTable::Finish() {
     // A node's properties are interleaved with those of the nodes inside it.
-    std::stable_sort(mProperties.begin(), mProperties.end(),
-                     [](const Stored& a, const Stored& b) { return a.owner < b.owner; });
+    const auto isBefore = [](const Stored& a, const Stored& b) { return a.owner < b.owner; };
+    if (!std::is_sorted(mProperties.begin(), mProperties.end(), isBefore)) {
+        std::stable_sort(mProperties.begin(), mProperties.end(), isBefore);
+    }
     for (std::uint32_t i = 0; i < mProperties.size(); ++i) {
         Node& owner = mNodes[mProperties[i].owner];
         owner.first = owner.count == 0 ? i : owner.first;
@@ -63,19 +70,13 @@ void NodeTable::Finish() {
 }
 
 NodeTable::Id NodeTable::Find(std::string_view name) const {
+    if (name.size() > kLongestName) {
+        return kNone;
+    }
     const auto found =
         std::lower_bound(mByName.begin(), mByName.end(), name,
                          [this](Id node, std::string_view wanted) { return Name(node) < wanted; });
     return found != mByName.end() && Name(*found) == name ? *found : kNone;
-}
-
-std::size_t NodeTable::EntryCount(Id enumeration) const {
-    std::size_t count = 0;
-    while (enumeration + count + 1 < mNodes.size() &&
-           mNodes[enumeration + count + 1].parent == enumeration) {
-        ++count;
-    }
-    return count;
 }
 
 NodeTable::Property NodeTable::PropertyAt(Id node, std::size_t index) const {

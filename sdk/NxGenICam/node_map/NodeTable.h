@@ -85,6 +85,9 @@ class NodeTable {
   public:
     using Id = std::uint32_t;
     static constexpr Id kNone = 0xFFFFFFFF;
+    static constexpr std::size_t kMostText = std::size_t{8} << 20U;  ///< bytes, of all together
+    /// Longer texts name nothing.
+    static constexpr std::size_t kLongestName = 1000;
 
     struct Property {
         NodeTag tag = NodeTag::kValue;
@@ -110,7 +113,9 @@ class NodeTable {
     [[nodiscard]] std::string_view Name(Id node) const { return View(mNodes[node].name); }
     [[nodiscard]] Id Parent(Id node) const { return mNodes[node].parent; }
     /// The entries of an enumeration are the nodes that follow it and have it as their parent.
-    [[nodiscard]] std::size_t EntryCount(Id enumeration) const;
+    [[nodiscard]] std::size_t EntryCount(Id enumeration) const {
+        return mNodes[enumeration].entries;
+    }
 
     [[nodiscard]] std::size_t PropertyCount(Id node) const { return mNodes[node].count; }
     /// In the order of the description.
@@ -127,6 +132,7 @@ class NodeTable {
         Id parent = kNone;
         std::uint32_t first = 0;
         std::uint32_t count = 0;
+        std::uint32_t entries = 0;
     };
     struct Stored {
         NodeTag tag = NodeTag::kValue;
