@@ -1,5 +1,6 @@
 #include "OddNodes.h"
 
+#include <cstdint>
 #include <sstream>
 
 namespace simulator {
@@ -89,43 +90,36 @@ std::string OddNodes() {
 }
 
 std::string FurtherNodes(std::size_t bytes) {
-    std::string text;
-    for (unsigned int i = 0; text.size() < bytes; ++i) {
-        const std::string number = std::to_string(i);
-        const std::string name = "Correction" + number;
-        text += "  <Integer Name=\"" + name +
-                "\" NameSpace=\"Custom\">\n"
-                "    <ToolTip>Correction value number " +
-                number +
-                " of the sensor</ToolTip>\n"
-                "    <Description>Written at the factory; changing it needs a calibration of the "
-                "whole camera.</Description>\n"
-                "    <DisplayName>Correction " +
-                number +
-                "</DisplayName>\n"
-                "    <Visibility>Guru</Visibility>\n"
-                "    <pValue>" +
-                name +
-                "Reg</pValue>\n"
-                "    <Min>0</Min>\n"
-                "    <Max>65535</Max>\n"
-                "  </Integer>\n"
-                "  <MaskedIntReg Name=\"" +
-                name +
-                "Reg\" NameSpace=\"Custom\">\n"
-                "    <Address>" +
-                std::to_string(0x40000000U + 4 * i) +
-                "</Address>\n"
-                "    <Length>4</Length>\n"
-                "    <AccessMode>RW</AccessMode>\n"
-                "    <pPort>Device</pPort>\n"
-                "    <LSB>15</LSB>\n"
-                "    <MSB>0</MSB>\n"
-                "    <Sign>Unsigned</Sign>\n"
-                "    <Endianess>LittleEndian</Endianess>\n"
-                "  </MaskedIntReg>\n";
+    constexpr std::uint32_t kFirstAddress = 0x40000000;
+    std::ostringstream text;
+    for (std::uint32_t i = 0; text.tellp() < static_cast<std::streamoff>(bytes); ++i) {
+        text << "  <Integer Name=\"Correction" << i << R"(" NameSpace="Custom">
+    <ToolTip>Correction value number )"
+             << i << R"( of the sensor</ToolTip>
+    <Description>Written at the factory; changing it needs a calibration of the camera.</Description>
+    <DisplayName>Correction )"
+             << i << R"(</DisplayName>
+    <Visibility>Guru</Visibility>
+    <pValue>Correction)"
+             << i << R"(Reg</pValue>
+    <Min>0</Min>
+    <Max>65535</Max>
+  </Integer>
+  <MaskedIntReg Name="Correction)"
+             << i << R"(Reg" NameSpace="Custom">
+    <Address>)"
+             << kFirstAddress + 4 * i << R"(</Address>
+    <Length>4</Length>
+    <AccessMode>RW</AccessMode>
+    <pPort>Device</pPort>
+    <LSB>15</LSB>
+    <MSB>0</MSB>
+    <Sign>Unsigned</Sign>
+    <Endianess>LittleEndian</Endianess>
+  </MaskedIntReg>
+)";
     }
-    return text;
+    return text.str();
 }
 
 }  // namespace simulator
