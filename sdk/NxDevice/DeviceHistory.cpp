@@ -78,7 +78,7 @@ bool DeviceHistory::WasResetSince(const ConnectionId& device, Clock::time_point 
 
 void DeviceHistory::NoteNoFileAccess(const ConnectionId& device, const std::string& reason) {
     const std::lock_guard lock(mMutex);
-    FindOrAdd(device).noFileAccess = PrintableText(CutReason(reason));
+    FindOrAdd(device).noFileAccess = PrintableText(CutReason(reason), reason.size());
 }
 
 void DeviceHistory::NoteConnected(const ConnectionId& device) {

@@ -53,6 +53,27 @@ TEST_P(RealUsb3VisionCameraTest, IsUpdatedByFileAccess) {
     EXPECT_TRUE(camera.Firmware() == body);
 }
 
+// The first operation is waited for as long as any; after it the camera is known.
+TEST(RealCameraTest, IsUpdatedThoughItsExecuteRegisterKeepsItsValue) {
+    SimulatedCamera camera({"--profile", "file-access", "--no-tftp", "--execute-keeps-value"});
+    const TemporaryFolder folder;
+    for (const unsigned int seed : {1U, 2U}) {
+        const std::string body = RandomBytes(30003, seed);
+        ExpectSuccess(RunUpdater({kLoopback, folder.Write("camera.dfw", MakePayload(body))},
+                                 std::chrono::seconds(100)));
+        EXPECT_TRUE(camera.Firmware() == body);
+    }
+}
+
+TEST(RealCameraTest, NamesBothReasonsWhenNeitherTransportCanBeUsed) {
+    SimulatedCamera camera({"--profile", "selector-without-dfw", "--no-tftp"});
+    const TemporaryFolder folder;
+    const ProcessResult result =
+        RunUpdater({kLoopback, folder.Write("camera.dfw", MakePayload("body"))});
+    EXPECT_THAT(result.err, testing::HasSubstr("TFTP server"));
+    EXPECT_THAT(result.err, testing::HasSubstr("has no entry RemoteUpdateDfw in its FileSelector"));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Layouts, RealGigEVisionCameraTest,
     testing::Values(Options{"--layout", "plain"}, Options{"--layout", "selector"},
@@ -63,6 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Options{"--layout", "little-endian"},
                     Options{"--layout", "little-endian", "--register-commands-swap"},
                     Options{"--layout", "legacy-endian"},
+                    Options{"--layout", "legacy-endian", "--register-commands-swap"},
                     Options{"--layout", "bitfields", "--no-concatenation"},
                     Options{"--layout", "read-only-offset", "--short-write-every", "3"},
                     Options{"--layout", "plain", "--buffer-size", "512", "--latency", "1"}),
@@ -75,6 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Options{"--description", "large"}, Options{"--description", "padding"},
                     Options{"--description", "odd-zip"}, Options{"--description", "blanks"},
                     Options{"--description", "second-url"}, Options{"--description", "schema-1.0"},
+                    Options{"--description", "schema-1.0", "--layout", "little-endian"},
                     Options{"--description", "schema-1.0", "--layout", "little-endian",
                             "--register-commands-swap"}),
     NameOf);
@@ -87,6 +110,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Options{"--layout", "write-only-execute"},
                     Options{"--layout", "read-only-offset"}, Options{"--layout", "wide"},
                     Options{"--layout", "little-endian"},
-                    Options{"--description", "extensions", "--description", "harmless-oddities"},
-                    Options{"--description", "large", "--description", "padding"}),
+                    Options{"--description", "extensions,harmless-oddities"},
+                    Options{"--description", "large,padding"}),
     NameOf);

@@ -125,7 +125,7 @@ TEST_F(TftpFaultyNetworkTest, SendsNoDataTwiceOnRepeatedAcknowledgements) {
 
 TEST_F(TftpFaultyNetworkTest, ClaimsNoSuccessWhenTheLastBlockIsNeverAcknowledged) {
     SimulatedCamera camera({"--profile", "loader", "--tftp-lost-last-acks", "1000"});
-    const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(40));
+    const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(100));
     EXPECT_EQ(WithoutLabels(result.out), kStart + kFailed);
     EXPECT_EQ(result.err,
               "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server stopped answering "

@@ -53,6 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LayoutCost{RegisterLayout::kLittleEndian, 1024, false, 4},
                     LayoutCost{RegisterLayout::kLittleEndian, 1024, true, 4},
                     LayoutCost{RegisterLayout::kLegacyEndian, 1024, false, 4},
+                    LayoutCost{RegisterLayout::kLegacyEndian, 1024, true, 4},
                     LayoutCost{RegisterLayout::kLittleEndian, 4096, false, 10},
                     LayoutCost{RegisterLayout::kLittleEndian, 4096, true, 10},
                     LayoutCost{RegisterLayout::kBitFields, 1024, false, 6, false},

@@ -48,7 +48,7 @@ class SlowDevice : public UsbPipe {
     int Send(std::span<const std::byte> bytes, Milliseconds /*timeout*/) override {
         const std::uint64_t address = ByteOrder::LoadLittle64(&bytes[12]);
         const std::size_t length = ByteOrder::LoadLittle16(&bytes[22]);
-        mAnswer.assign(12 + length, std::byte{' '});
+        mAnswer.assign(12 + length, std::byte{'x'});
         std::copy_n(bytes.begin(), 4, mAnswer.begin());
         ByteOrder::StoreLittle16(&mAnswer[4], 0);
         ByteOrder::StoreLittle16(&mAnswer[6], 0x0801);

@@ -25,7 +25,7 @@ bool IsOfDeviceItself(const NxResult& result) {
 class Question {
   public:
     Question(const NodeTable& table, RegisterBus& bus, NodeValues::LocalValues& locals)
-        : mTable(table), mValues(table, bus, locals, nullptr) {}
+        : mTable(table), mBus(bus), mValues(table, bus, locals, nullptr) {}
 
     /// @param asked whether the device was
     NxResult Ask(Id node, bool& asked);
@@ -37,7 +37,11 @@ class Question {
     Id FindRegister(Id feature);
     bool MakesSense(Id feature, std::int64_t value);
 
+    /// Whether a register command gives the bytes as they lie in memory.
+    NxResult CompareWithMemory(std::uint64_t address, std::span<const std::byte> turned);
+
     const NodeTable& mTable;
+    RegisterBus& mBus;
     NodeValues mValues;  ///< one for all questions, so that its bounds hold for them all
     int mAsDescribed = 0;
     int mReversed = 0;
@@ -95,6 +99,21 @@ NxResult Question::Ask(Id node, bool& asked) {
     const bool reversed = MakesSense(node, format.Decode(turned));
     mAsDescribed += asDescribed && !reversed ? 1 : 0;
     mReversed += reversed && !asDescribed ? 1 : 0;
+    return mBus.UsesRegisterCommands() && turned != bytes ? CompareWithMemory(place.address, turned)
+                                                          : NxResult();
+}
+
+// The register commands of a little-endian device are taken to swap bytes. One whose commands do
+// not has nothing to be turned round.
+NxResult Question::CompareWithMemory(std::uint64_t address, std::span<const std::byte> turned) {
+    std::array<std::byte, 4> memory{};
+    if (NxResult result = mBus.Port().ReadMemory(address, memory); !result.IsOK()) {
+        return IsOfDeviceItself(result) ? NxResult() : result;
+    }
+    const bool isSame = std::equal(turned.begin(), turned.end(), memory.begin());
+    const bool isSwapped = std::equal(turned.rbegin(), turned.rend(), memory.begin());
+    mReversed += isSame ? 1 : 0;
+    mAsDescribed += isSwapped ? 1 : 0;
     return {};
 }
 

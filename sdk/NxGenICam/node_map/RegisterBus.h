@@ -24,6 +24,7 @@ class RegisterBus {
     /// For a schema below 1.1 on GigE Vision: registers of four bytes are accessed by register
     /// commands, whose bytes a little-endian device swaps (GenICam Standard 2.0, appendix 3).
     void UseRegisterCommands() { mUsesRegisterCommands = mPort->HasRegisterCommands(); }
+    [[nodiscard]] bool UsesRegisterCommands() const { return mUsesRegisterCommands; }
     /// Turns the bytes of integer registers round, outside the bootstrap registers: for a device
     /// whose description gives the wrong order.
     void Reverse() { mReverses = !mReverses; }
