@@ -19,6 +19,9 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr long kMostKiB = 1024 * 1024;  // the sanitizers' own
 constexpr double kMostSeconds = 40;
+#elif !defined(__OPTIMIZE__)
+constexpr long kMostKiB = 64 * 1024;
+constexpr double kMostSeconds = 5;
 #else
 constexpr long kMostKiB = 64 * 1024;
 constexpr double kMostSeconds = 2;

@@ -425,7 +425,9 @@ NxResult ReadDescription(const std::string& xml, NodeTable& table, DescriptionSc
     if (xml.size() > kLargestDescription) {
         return Refuse("it is larger than 16 MiB");
     }
-    NxResult result = ReadUtf8(IsUtf16(xml) ? FromUtf16(xml) : xml, table, schema);
+    table = NodeTable(xml.size());
+    NxResult result = IsUtf16(xml) ? ReadUtf8(FromUtf16(xml), table, schema)
+                                   : ReadUtf8(xml, table, schema);
     if (result.IsOK()) {
         table.Finish();
         if (table.Count() == 0) {

@@ -6,9 +6,17 @@ namespace {
 
 // A description of 1.3 MB, the largest that was met, has 15,000 nodes with 90,000 properties.
 constexpr std::size_t kMostNodes = 100000;
-constexpr std::size_t kMostProperties = 500000;
+constexpr std::size_t kMostProperties = 300000;
+constexpr std::size_t kSmallestElement = 8;  // bytes, about
 
 }  // namespace
+
+NodeTable::NodeTable(std::size_t size) {
+    // What is grown step by step is held twice, and what was left may not be used again.
+    mTexts.reserve(std::min(kMostText, size));
+    mNodes.reserve(std::min(kMostNodes, size / kSmallestElement));
+    mProperties.reserve(std::min(kMostProperties, size / kSmallestElement));
+}
 
 bool NodeTable::HasRoomFor(std::size_t bytes) const {
     return bytes <= kMostText - std::min(kMostText, mTexts.size());

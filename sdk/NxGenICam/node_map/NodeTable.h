@@ -96,6 +96,10 @@ class NodeTable {
         Id inlineNode = kNone;  ///< the formula that stands in the place of a name
     };
 
+    NodeTable() = default;
+    /// @param size of the description, bytes
+    explicit NodeTable(std::size_t size);
+
     /// @param parent of an entry: its enumeration or structure, else kNone
     /// @return kNone when the table is full
     Id Add(NodeKind kind, std::string_view name, Id parent);
