@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Options{"--layout", "legacy-endian", "--register-commands-swap"},
                     Options{"--layout", "bitfields", "--no-concatenation"},
                     Options{"--layout", "read-only-offset", "--short-write-every", "3"},
-                    Options{"--layout", "plain", "--buffer-size", "512", "--latency", "1"}),
+                    Options{"--layout", "plain", "--buffer-size", "512", "--latency", "1000"}),
     NameOf);
 
 INSTANTIATE_TEST_SUITE_P(

@@ -244,6 +244,33 @@ TEST_F(NxGenFileWriteTest, AsksEachTimeForARegistersStepThatMayNotBeCached) {
     EXPECT_GE(asked, 10);
 }
 
+TEST_F(NxGenFileWriteTest, ComputesWhatStartsAnOperationFromItsLength) {
+    Connect();
+    std::string xml = device->Xml();
+    const std::string constant = "<CommandValue>1</CommandValue>";
+    ASSERT_NE(xml.find(constant), std::string::npos);
+    xml.replace(xml.find(constant), constant.size(), "<pCommandValue>Start</pCommandValue>");
+    xml.insert(xml.find("<Port "),
+               "<IntSwissKnife Name=\"Start\"><pVariable Name=\"LENGTH\">FileAccessLength"
+               "</pVariable><Formula>LENGTH * 2 + 1</Formula></IntSwissKnife>\n");
+    Load(xml);
+    std::vector<std::uint32_t> started;
+    const auto execute = device->port->onWrite;
+    device->port->onWrite = [&](std::uint64_t address) {
+        if (address == 0x2000) {
+            started.push_back(device->port->LoadBig(address));
+            device->port->StoreBig(address, 1);  // what the device takes for "execute"
+        }
+        execute(address);
+    };
+    const std::string content = RandomBytes(1000, 4);
+    ExpectOK(WriteFile(content));
+    EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+    ASSERT_EQ(started.size(), 3U);
+    EXPECT_THAT(std::vector(started.begin() + 1, started.end()),
+                testing::ElementsAre(512 * 2 + 1, 488 * 2 + 1));
+}
+
 TEST_F(NxGenFileWriteTest, GoesOnAfterAShortWriteFromTheByteThatTheDeviceTook) {
     for (const char* tag : {"IntReg", "MaskedIntReg"}) {
         Connect({.statusTag = tag});

@@ -93,12 +93,16 @@ NxResult FileOperation::LocateBuffer(NodeValues::Place& place) {
 }
 
 NxResult FileOperation::Run(std::span<const Setting> settings) {
-    NxResult result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue);
+    NxResult result;
     for (const Setting& setting : settings) {
         if (result.IsOK()) {
             NodeValues values = mNodes.Access(&mView);
             result = NodeWriter(values).SetInteger(setting.node, setting.value);
         }
+    }
+    // After the settings: what starts the operation may be computed from them.
+    if (result.IsOK()) {
+        result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue);
     }
     if (result.IsOK()) {
         NodeValues values = mNodes.Access(&mView);
