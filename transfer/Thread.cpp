@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <system_error>
 
 #include <NxBase/NxResultCodes.h>
 #include <NxDevice/NxDfwPayload.h>
@@ -37,15 +36,7 @@ Thread::~Thread() {
 }
 
 void Thread::Start() {
-    try {
-        mThread = std::make_unique<std::thread>(Hook, static_cast<void*>(this));
-    } catch (const std::system_error& error) {
-        // The only way in which a thread says that the system has no room for it. Nothing was sent,
-        // so the worker has ended without an outcome.
-        SetResult(NxResult(kNxNoOutcome, std::string("Cannot start the transfer's thread: ") +
-                                             error.code().message()));
-        mComplete.store(true);
-    }
+    mThread = std::make_unique<std::thread>(Hook, static_cast<void*>(this));
 }
 
 void Thread::Hook(void* arg) {

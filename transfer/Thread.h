@@ -36,10 +36,8 @@ class Thread {
     /// Whether the transport can deliver a reset record.
     [[nodiscard]] virtual bool SupportsReset() const = 0;
 
-    /// Where the system has no thread for it, the worker is complete at once, with a failure.
     void Start();
-    /// True once Run has returned, or could not be started: everything that it wrote may then be
-    /// read.
+    /// True once Run has returned: everything that it wrote may then be read.
     [[nodiscard]] bool IsComplete();
     /// Percentage, 0 to 100.
     [[nodiscard]] int GetProgress();

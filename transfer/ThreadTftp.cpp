@@ -63,7 +63,7 @@ void ThreadTftp::Run() {
 
 NxResult ThreadTftp::GetStatus(NxString& status) {
     NxTftpClient* const client = mClient;
-    NxResult result = Init(kStatusFile);
+    NxResult result = client->Init(mConnectionID, kStatusFile);
     if (!result.IsOK()) {
         return result;
     }
@@ -88,7 +88,7 @@ void ThreadTftp::GetRawProgress(long& done, long& total) {
 
 NxResult ThreadTftp::SendBuffer(unsigned char* data, unsigned int length) {
     NxTftpClient* const client = mClient;
-    NxResult result = Init(kPayloadFile);
+    NxResult result = client->Init(mConnectionID, kPayloadFile);
     if (!result.IsOK()) {
         return result;
     }
@@ -98,12 +98,4 @@ NxResult ThreadTftp::SendBuffer(unsigned char* data, unsigned int length) {
 
 bool ThreadTftp::SupportsReset() const {
     return true;
-}
-
-NxResult ThreadTftp::Init(const NxString& remoteFile) {
-    NxTftpClient* const client = mClient;
-    if (client == nullptr) {
-        return NxResult(kNxNoOutcome, "No transfer to the device was started");
-    }
-    return client->Init(mConnectionID, remoteFile);
 }

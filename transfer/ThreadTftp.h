@@ -25,9 +25,6 @@ class ThreadTftp : public Thread {
     [[nodiscard]] bool SupportsReset() const override;
 
   private:
-    /// Prepares the client for that remote file; fails when Run has not made one.
-    NxResult Init(const NxString& remoteFile);
-
     NxString mConnectionID;
     std::int64_t mWarningProgress = 0;
     NxString mLastWarning;

@@ -1,5 +1,7 @@
 #include <future>
 
+#include <system_error>
+
 #include <gmock/gmock.h>
 
 #include "NoThreads.h"
@@ -237,17 +239,13 @@ TEST_F(TransferWorkerTest, TheOutcomeIsThereAsSoonAsTheTransferringEnds) {
     EXPECT_EQ(worker.GetProgress(), 100);
 }
 
-TEST_F(TransferWorkerTest, AWorkerThatNoThreadIsToBeHadForIsCompleteAndSaysSo) {
+TEST_F(TransferWorkerTest, ASystemWithoutRoomForItsThreadIsAnExceptionThatEscapes) {
     worker.run = [](ProbeThread&) { FAIL() << "it ran"; };
     {
         const NoThreads full;
-        worker.Start();
+        EXPECT_THROW(worker.Start(), std::system_error);
     }
-    EXPECT_TRUE(worker.IsComplete());
-    EXPECT_EQ(worker.mResult.GetCode(), 0x605U);
-    EXPECT_STREQ(worker.mResult.GetDescription().GetAscii(),
-                 "Cannot start the transfer's thread: Resource temporarily unavailable");
-    EXPECT_EQ(worker.GetProgress(), 0);
+    EXPECT_FALSE(worker.IsComplete());
 }
 
 TEST_F(TransferWorkerTest, DeletingAWorkerJoinsItsThread) {

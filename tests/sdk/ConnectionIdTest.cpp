@@ -22,10 +22,10 @@ TEST(ConnectionIdTest, LetsTheInterfaceBeAbsent) {
 
 TEST(ConnectionIdTest, TakesAUsbGuid) {
     ConnectionId id;
-    ASSERT_TRUE(ConnectionId::Parse("u3v:1AB200000001", id).IsOK());
+    ASSERT_TRUE(ConnectionId::Parse("u3v:FFF000000001", id).IsOK());
     EXPECT_EQ(id.kind, ConnectionId::Kind::kUsb);
-    EXPECT_EQ(id.guid, "1AB200000001");
-    EXPECT_EQ(id.Format(), "u3v:1AB200000001");
+    EXPECT_EQ(id.guid, "FFF000000001");
+    EXPECT_EQ(id.Format(), "u3v:FFF000000001");
 }
 
 TEST(ConnectionIdTest, RefusesEverythingElse) {

@@ -1,7 +1,6 @@
 // The stage of an update job that starts the worker and shows its label until it is complete.
 #include <gmock/gmock.h>
 
-#include "NoThreads.h"
 #include "UpdateJob.h"
 #include "UpdaterRun.h"
 
@@ -127,23 +126,4 @@ TEST_F(WaitStageTest, WithoutAWorkerLabelProgressAndCompletionDoNothing) {
     });
     EXPECT_EQ(outcome.outWithFlushes, "");
     EXPECT_EQ(outcome.err, "");
-}
-
-TEST_F(WaitStageTest, AJobThatNoThreadIsToBeHadForEndsWithALineThatSaysSo) {
-    for (const bool byTftp : {false, true}) {
-        UpdateJob job(UpdateJob::Mode::kDirect);
-        job.job.newDeviceId = "left";
-        if (byTftp) {
-            job.script.Expect("NxDevice::CreateAndConnect record cam").Fails(0x104, "refused");
-        } else {
-            ExpectProbe(job.script, "cam");
-        }
-        job.script.Expect("NxDfwPayload::GetDeviceIdRecord payload.dfw left 4096");
-        const NoThreads full;
-        const JobOutcome outcome = job.Run();
-        EXPECT_EQ(outcome.out, "Starting update...\n\nSetting new device ID\nUpdate failed.\n");
-        EXPECT_EQ(outcome.err,
-                  "Cannot start the transfer's thread: Resource temporarily unavailable\n"
-                  "Writing payload file to device failed!\n");
-    }
 }

@@ -26,9 +26,8 @@ class NX_API NxTftpClient {
     /// @param connectionID a network device's, e.g. "192.168.1.20%eth1"
     /// @param remoteFileName 1 to 255 bytes
     /// @return kNxInvalidArgument, kNxNotSupported for a USB3 Vision device's ID, or
-    /// kNxAccessDenied
-    ///         when another program of this computer works with the device; the server of before
-    ///         stays then
+    ///         kNxAccessDenied when another program of this computer works with the device; the
+    ///         server of before stays then
     NxResult Init(const NxString& connectionID, const NxString& remoteFileName);
     /// Sends a whole local file, which is never held in memory as a whole; blocks until it is done
     /// or failed. Done means that the server acknowledged the last block, or all blocks but that
