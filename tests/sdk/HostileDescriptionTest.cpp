@@ -112,7 +112,8 @@ const std::vector<Case> kCases{
                  return i < 90000
                             ? "<Min>" + std::string(30, '1') + "</Min><EnumEntry Name=\"e\"><Min>" +
                                   std::string(40, '1') + "</Min></EnumEntry>"
-                            : std::string("<Min>1</Min>");
+                        : i < 200000 ? std::string("<Min>1</Min>")
+                                     : std::string("<!---->");
              },
              kBegin + "<Enumeration Name=\"A\">", "</Enumeration>" + kEnd);
      }},
@@ -218,7 +219,7 @@ const std::vector<Case> kCases{
      }},
     {"LongNamesInTurns",
      [] {
-         const std::string name(2 * kMiB, 'N');
+         const std::string name(1000000, 'N');
          std::string formula = "0";
          for (int i = 0; i < 40000; ++i) {
              formula += "+V";
@@ -239,7 +240,7 @@ const std::vector<Case> kCases{
                  return "<EnumEntry Name=\"" + std::to_string(i) +
                         "\"><Value>1</Value></EnumEntry>";
              },
-             kBegin + "<Enumeration Name=\"" + std::string(3 * kMiB, 'N') + "\"><Value>1</Value>",
+             kBegin + "<Enumeration Name=\"" + std::string(1000000, 'N') + "\"><Value>1</Value>",
              "</Enumeration>" + kEnd);
      }},
     {"EntriesThatAskTheDevice",

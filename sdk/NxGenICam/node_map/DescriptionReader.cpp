@@ -196,9 +196,7 @@ NxResult Reading::Run(std::string_view xml, const char* encoding) {
     events.internalSubset = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
         static_cast<Reading*>(self)->Stop("it has a document type declaration");
     };
-    events.serror = [](void* self, xmlErrorPtr error) {
-        static_cast<Reading*>(self)->OnError(*error);
-    };
+    events.serror = [](void* self, auto error) { static_cast<Reading*>(self)->OnError(*error); };
     *mParser->sax = events;
     mParser->userData = this;
     // What the text says of its encoding decides nothing; without declarations there are no
@@ -426,8 +424,8 @@ NxResult ReadDescription(const std::string& xml, NodeTable& table, DescriptionSc
         return Refuse("it is larger than 16 MiB");
     }
     table = NodeTable(xml.size());
-    NxResult result = IsUtf16(xml) ? ReadUtf8(FromUtf16(xml), table, schema)
-                                   : ReadUtf8(xml, table, schema);
+    NxResult result =
+        IsUtf16(xml) ? ReadUtf8(FromUtf16(xml), table, schema) : ReadUtf8(xml, table, schema);
     if (result.IsOK()) {
         table.Finish();
         if (table.Count() == 0) {
