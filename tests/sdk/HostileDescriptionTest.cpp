@@ -35,15 +35,12 @@ const std::string kBegin =
 const std::string kEnd = "<Port Name=\"Device\"/></RegisterDescription>";
 
 long PeakKiB() {
+    constexpr std::string_view kPeak = "VmHWM:";
     std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:") {
-            long peak = 0;
-            status >> peak;
-            return peak;
-        }
+    std::string line;
+    while (std::getline(status, line) && !line.starts_with(kPeak)) {
     }
-    return -1;
+    return line.starts_with(kPeak) ? std::stol(line.substr(kPeak.size())) : -1;
 }
 
 double CpuSeconds() {
