@@ -45,6 +45,11 @@ NxResult FindFileAccess(NodeMap& nodes) {
             !result.IsOK()) {
             return result;
         }
+        NodeValues::Source source;
+        if (kind == NodeKind::kCommand &&
+            (!nodes.Access().FindSource(node, source).IsOK() || source.node == NodeTable::kNone)) {
+            return NxResult(kNxNoFileAccess, name + "its " + feature + " has no register");
+        }
         if (isWritten && !rights.isWritable) {
             return NxResult(kNxNoFileAccess, name + "its " + feature + " cannot be written");
         }
@@ -105,6 +110,8 @@ NxResult NxGenFile::Impl::Explain(const NxResult& cause, const std::string& verb
 }
 
 NxResult NxGenFile::Impl::Open(NodeMap& nodes, const std::string& name, NxGenOpenMode mode) {
+    // What is known of another device says nothing of this one.
+    mHabits = mNodes == &nodes ? mHabits : FileOperation::Habits();
     mNodes = &nodes;
     mName = name;
     mIsOpen = false;
@@ -161,7 +168,7 @@ NxResult NxGenFile::Impl::OpenOnce(NxGenOpenMode mode) {
     }
     NxResult result = mNodes->WriteEntry(FileFeatures::kOpenMode,
                                          mode == NxGenOpenMode::kWrite ? "Write" : "Read");
-    if (result.GetCode() == kNxNoSuchNode &&
+    if ((result.GetCode() == kNxNoSuchNode || result.GetCode() == kNxNodeAccess) &&
         mNodes->WriteEntry(FileFeatures::kOpenMode, "ReadWrite").IsOK()) {
         result = NxResult();
     }

@@ -25,6 +25,7 @@ enum Operation : std::uint32_t { kOpen, kClose, kRead, kWrite };
 }  // namespace
 
 FileDevice::FileDevice(Layout layout) : mLayout(std::move(layout)) {
+    port->StoreBig(0x0004, 0x80000000U);  // device mode: big-endian
     port->StoreBig(kHasSelector, 1);
     port->onWrite = [this](std::uint64_t address) {
         if (address == Base() + kExecute && port->LoadBig(address) == 1) {

@@ -40,6 +40,21 @@ TEST_F(NxGenFileTest, IsNotSupportedWhenANodeIsMissing) {
     }
 }
 
+TEST_F(NxGenFileTest, IsNotSupportedWithoutARegisterBehindTheCommand) {
+    device = std::make_unique<FileDevice>();
+    std::string xml = device->Xml();
+    const std::size_t command = xml.find("<Command Name=\"FileOperationExecute\"");
+    ASSERT_NE(command, std::string::npos);
+    const std::size_t begin = xml.find("<pValue>", command);
+    const std::size_t end = xml.find("</pValue>", command) + std::string("</pValue>").size();
+    Load(xml.replace(begin, end - begin, "<Value>0</Value>"));
+    EXPECT_FALSE(NxGenFile::IsSupported(parameters.get()));
+    EXPECT_THAT(NxGenFile::CheckSupport(parameters.get()).GetDescription().GetAscii(),
+                HasSubstr("FileOperationExecute has no register"));
+    EXPECT_FALSE(file.Open(parameters.get(), "RemoteUpdateDfw", NxGenOpenMode::kWrite).IsOK());
+    EXPECT_EQ(device->operations, 0);
+}
+
 TEST_F(NxGenFileTest, ReadsThroughTheNodeMapWhereARegisterIsNotPlain) {
     Connect({.statusTag = "MaskedIntReg"});
     const std::string content = RandomBytes(700, 3);

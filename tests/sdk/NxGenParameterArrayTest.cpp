@@ -324,6 +324,13 @@ TEST_F(NxGenParameterArrayTest, AcceptsAnEntryThatIsNamedLikeItsEnumeration) {
     EXPECT_EQ(Text("Test"), "Test");
 }
 
+TEST_F(NxGenParameterArrayTest, TakesNoEntryForTheFeatureOfThatName) {
+    Load(GenXml::Enumeration("ChunkSelector", GenXml::Entry("Width", 3) + "<Value>3</Value>") +
+         GenXml::Integer("Width", "<Value>640</Value>"));
+    EXPECT_EQ(Text("Width"), "640");
+    EXPECT_EQ(Text("ChunkSelector"), "Width");
+}
+
 TEST_F(NxGenParameterArrayTest, LetsNoLibraryPrint) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();

@@ -25,7 +25,7 @@ class RegisterViewTest : public testing::Test {
 TEST_F(RegisterViewTest, KnowsWhatWasNotedUntilItForgets) {
     const std::vector<std::byte> bytes(4, std::byte{7});
     EXPECT_FALSE(Read(0x100));
-    view.Note(0x100, bytes, false);
+    view.Note(0x100, bytes);
     EXPECT_TRUE(Read(0x100));
     EXPECT_EQ(read, bytes);
     view.Forget();
@@ -33,16 +33,34 @@ TEST_F(RegisterViewTest, KnowsWhatWasNotedUntilItForgets) {
 }
 
 TEST_F(RegisterViewTest, KeepsWhatIsSteady) {
-    view.Note(0x100, std::vector<std::byte>(4, std::byte{7}), true);
+    EXPECT_FALSE(Read(0x100, 4, true));
+    view.Note(0x100, std::vector<std::byte>(4, std::byte{7}));
     view.Forget();
-    EXPECT_TRUE(Read(0x100));
+    EXPECT_TRUE(Read(0x100, 4, true));
+}
+
+TEST_F(RegisterViewTest, ForgetsAWordOfWhichAPartMayChange) {
+    EXPECT_FALSE(Read(0x100, 2, true));
+    EXPECT_FALSE(Read(0x102, 2, false));
+    view.Note(0x100, std::vector<std::byte>(4, std::byte{7}));
+    EXPECT_TRUE(Read(0x100, 2, true));
+    view.Forget();
+    EXPECT_FALSE(Read(0x102, 2, false));
+}
+
+TEST_F(RegisterViewTest, HoldsABoundedNumberOfWords) {
+    for (std::uint64_t address = 0; address < 100000; address += 4) {
+        view.Note(address, std::vector<std::byte>(4));
+    }
+    EXPECT_TRUE(Read(0));
+    EXPECT_FALSE(Read(90000));
 }
 
 TEST_F(RegisterViewTest, DoesNotTakeAPartOfAWordForTheWhole) {
-    view.Note(0x102, std::vector<std::byte>(2, std::byte{7}), false);
+    view.Note(0x102, std::vector<std::byte>(2, std::byte{7}));
     EXPECT_FALSE(Read(0x102, 2));
     EXPECT_FALSE(Read(0x100));
-    view.Note(0x100, std::vector<std::byte>(8, std::byte{1}), false);
+    view.Note(0x100, std::vector<std::byte>(8, std::byte{1}));
     EXPECT_TRUE(Read(0x102, 2));
     EXPECT_TRUE(Read(0x104));
 }

@@ -13,6 +13,8 @@ namespace {
 // Buffers above this gain nothing and would have to be held in memory.
 constexpr std::uint64_t kLargestChunk = std::uint64_t{1} << 20U;
 
+constexpr std::chrono::milliseconds kSameResultOfRead{1000};
+
 bool IsRefusal(const NxResult& result) {
     return result.GetCode() == kNxDeviceError || result.GetCode() == kNxAccessDenied ||
            result.GetCode() == kNxFileOperation;
@@ -21,7 +23,10 @@ bool IsRefusal(const NxResult& result) {
 }  // namespace
 
 FileChunks::FileChunks(NodeMap& nodes, Direction direction, FileOperation::Habits& habits)
-    : mNodes(nodes), mOperation(nodes, direction == Direction::kWrite ? "Write" : "Read", habits) {}
+    : mNodes(nodes),
+      mDirection(direction),
+      mHabits(habits),
+      mOperation(nodes, direction == Direction::kWrite ? "Write" : "Read", habits) {}
 
 NxResult FileChunks::Prepare() {
     for (const auto& [feature, node, sets] :
@@ -42,6 +47,11 @@ NxResult FileChunks::Prepare() {
         *sets = rights.MayWrite();
         if (node == &mOffset) {
             mChecksPosition = !rights.MayWrite() && rights.MayRead();
+            if (!rights.MayWrite() && !mChecksPosition) {
+                return NxResult(kNxNodeAccess, "The GenICam feature " + std::string(feature) +
+                                                   " of " + mNodes.Port().DeviceName() +
+                                                   " can be neither written nor read now");
+            }
         }
     }
     NxResult result = mOperation.Prepare(mChecksPosition ? mOffset : NodeTable::kNone);
@@ -134,9 +144,11 @@ NxResult FileChunks::WriteBuffer(std::span<const std::byte> chunk, std::size_t l
 
 NxResult FileChunks::Write(std::uint64_t offset, std::span<const std::byte> chunk,
                            std::uint64_t& taken) {
+    chunk = chunk.first(UnlikeTheLast(chunk.size()));
     const std::size_t allowed = Allowed(chunk.size());
     NxResult result = WriteOnce(offset, chunk, mSetsLength ? chunk.size() : allowed, taken);
-    if (IsRefusal(result) && allowed != chunk.size()) {
+    const bool isNotTaken = IsRefusal(result) || (result.IsOK() && taken == 0);
+    if (isNotTaken && allowed != chunk.size() && mSetsLength) {
         // The last chunk: its length is none that the description allows, and the device insists.
         result = WriteOnce(offset, chunk, allowed, taken);
     }
@@ -158,6 +170,8 @@ NxResult FileChunks::WriteOnce(std::uint64_t offset, std::span<const std::byte> 
     }
     if (result.IsOK()) {
         taken = std::min<std::uint64_t>(moved, chunk.size());
+        // Past what was taken there are the zeros that filled the chunk up.
+        mKnowsPosition = mKnowsPosition && moved == taken;
     }
     return result;
 }
@@ -184,6 +198,34 @@ NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std:
     return {};
 }
 
+// Of a device whose execute register tells nothing, a result that has changed is the only sign that
+// it has carried the operation out; two chunks of one length would have the same.
+std::size_t FileChunks::UnlikeTheLast(std::size_t length) const {
+    const std::size_t step = std::max<std::size_t>(mIncrement, 4);
+    const bool isLike =
+        mHabits.keepsValue && mLastResult == static_cast<std::int64_t>(length) && length > step;
+    return isLike ? length - step : length;
+}
+
+NxResult FileChunks::AwaitNewResult(std::int64_t& value) {
+    OperationPoll poll(mOperation.Name(), mNodes.Port().DeviceName());
+    const auto end = OperationPoll::Clock::now() + kSameResultOfRead;
+    while (mLastResult == value) {
+        // Reading may well give as many bytes as before.
+        if (mDirection == Direction::kRead && OperationPoll::Clock::now() >= end) {
+            return {};
+        }
+        NxResult result = poll.Pause();
+        if (result.IsOK()) {
+            result = mOperation.ReadResultAnew(value);
+        }
+        if (!result.IsOK()) {
+            return result;
+        }
+    }
+    return {};
+}
+
 // The offset is always written where it can be: a command that was repeated on the way must not
 // advance the file. Where the device keeps it itself, it is looked at before and after.
 NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t& moved) {
@@ -202,13 +244,24 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
         settings.push_back({.node = mLength, .value = static_cast<std::int64_t>(length)});
     }
     mLengthInDevice.reset();
+    if (mHabits.keepsValue && !mLastResult.has_value()) {
+        std::int64_t before = 0;
+        if (mOperation.ReadResultAnew(before).IsOK()) {
+            mLastResult = before;
+        }
+    }
     if (NxResult result = mOperation.Run(settings); !result.IsOK()) {
         return result;
     }
     std::int64_t value = 0;
-    if (NxResult result = mOperation.ReadResult(value); !result.IsOK()) {
-        return result;
+    NxResult read = mOperation.ReadResult(value);
+    if (read.IsOK() && mHabits.keepsValue) {
+        read = AwaitNewResult(value);
     }
+    if (!read.IsOK()) {
+        return read;
+    }
+    mLastResult = value;
     const auto reported = static_cast<std::uint64_t>(value);
     if (reported > length) {
         return NxResult(kNxProtocol, mNodes.Port().DeviceName() + " reports " +

@@ -33,6 +33,9 @@ class FileChunks {
 
   private:
     NxResult FindLimits();
+    /// A length up to that one whose result differs from that of the last chunk, where it matters.
+    [[nodiscard]] std::size_t UnlikeTheLast(std::size_t length) const;
+    NxResult AwaitNewResult(std::int64_t& value);
     NxResult CheckPosition(std::uint64_t expected);
     NxResult WriteBuffer(std::span<const std::byte> chunk, std::size_t length);
     NxResult WriteOnce(std::uint64_t offset, std::span<const std::byte> chunk, std::size_t length,
@@ -42,6 +45,8 @@ class FileChunks {
     [[nodiscard]] std::size_t Allowed(std::size_t length) const;
 
     NodeMap& mNodes;
+    Direction mDirection;
+    FileOperation::Habits& mHabits;
     FileOperation mOperation;
     NodeMap::Id mOffset = NodeTable::kNone;
     NodeMap::Id mLength = NodeTable::kNone;
@@ -53,5 +58,6 @@ class FileChunks {
     std::size_t mChunkSize = 1;
     std::size_t mIncrement = 1;
     std::size_t mLeast = 0;
+    std::optional<std::int64_t> mLastResult;     ///< of the operation before
     std::optional<std::size_t> mLengthInDevice;  ///< what was written to FileAccessLength last
 };

@@ -11,9 +11,6 @@
 
 namespace {
 
-// A register that still holds what executed the last operation may belong to one that is under way.
-constexpr std::chrono::milliseconds kOldOperation{1000};
-
 bool IsRefusal(const NxResult& result) {
     return result.GetCode() == kNxDeviceError || result.GetCode() == kNxAccessDenied;
 }
@@ -104,9 +101,19 @@ NxResult FileOperation::Run(std::span<const Setting> settings) {
     if (result.IsOK()) {
         result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue);
     }
+    const std::size_t settingsHeld = mView.HeldWrites();
     if (result.IsOK()) {
         NodeValues values = mNodes.Access(&mView);
         result = NodeWriter(values).SetInteger(mExecute, mCommandValue);
+    }
+    if (result.IsOK() && mView.HeldWrites() == settingsHeld) {
+        result = NxResult(kNxBadDescription,
+                          "The GenICam feature " + std::string(FileFeatures::kExecute) + " of " +
+                              mNodes.Port().DeviceName() + " reaches no register");
+    }
+    if (result.IsOK() && mTellsItsEnd) {
+        // As the register will show it until the end: not every register can show every value.
+        result = mNodes.Access(&mView).Integer(mExecute, mShownValue);
     }
     if (!result.IsOK()) {
         (void)mView.TakeWrites();
@@ -155,7 +162,11 @@ NxResult FileOperation::SendAll(std::span<const RegisterView::Write> writes) {
 NxResult FileOperation::Send() {
     RegisterBus& bus = mNodes.Bus();
     const std::vector<RegisterView::Write> writes = mView.TakeWrites();
-    if (mView.HoldsLittleEndian()) {
+    bool isLittle = false;
+    if (NxResult asked = bus.IsLittleEndian(isLittle); !asked.IsOK()) {
+        return asked;
+    }
+    if (isLittle || mView.HoldsLittleEndian()) {
         bus.ExpectLittleEndianWords();
     }
     NxResult result = SendAll(writes);
@@ -199,7 +210,7 @@ NxResult FileOperation::IsDone(bool& isDone) {
     mView.MarkAsState(true);
     NxResult result = mNodes.Access(&mView).Integer(mExecute, value);
     mView.MarkAsState(false);
-    isDone = value != mCommandValue;
+    isDone = value != mShownValue;
     return result;
 }
 
@@ -207,7 +218,8 @@ NxResult FileOperation::FindWhetherValueIsKept() {
     if (!mTellsItsEnd || mHabits.keepsValue) {
         return {};
     }
-    const auto end = OperationPoll::Clock::now() + kOldOperation;
+    mShownValue = mCommandValue;
+    // What it still holds may also be an operation under way, of a program that died.
     OperationPoll poll(mName, mNodes.Port().DeviceName());
     while (true) {
         bool isDone = false;
@@ -215,12 +227,9 @@ NxResult FileOperation::FindWhetherValueIsKept() {
         if (NxResult result = IsDone(isDone); !result.IsOK() || isDone) {
             return result;
         }
-        if (OperationPoll::Clock::now() >= end) {
+        if (!poll.Pause().IsOK()) {
             mHabits.keepsValue = true;
             return {};
-        }
-        if (NxResult result = poll.Pause(); !result.IsOK()) {
-            return result;
         }
     }
 }
@@ -242,7 +251,11 @@ NxResult FileOperation::AwaitEnd(bool outcomeIsOlder) {
         return outcomeIsOlder ? Fetch(false) : NxResult();
     }
     bool isDone = false;
+    const int misses = mView.Misses();
     NxResult result = IsDone(isDone);
+    // What was read for that alone is newer than the outcome that was fetched before.
+    outcomeIsOlder = outcomeIsOlder || (mKnowsLayout && mView.Misses() != misses);
+    mKnowsLayout = true;
     if (mHabits.keepsValue) {
         // One that changes after all was only slow when it seemed to be kept.
         mHabits.keepsValue = !isDone;
@@ -294,6 +307,11 @@ NxResult FileOperation::CheckStatus() {
                : NxResult(kNxFileOperation, mNodes.Port().DeviceName() + " answered " + mName +
                                                 " with the file operation status \"" +
                                                 PrintableText(status) + "\"");
+}
+
+NxResult FileOperation::ReadResultAnew(std::int64_t& value) {
+    mView.Forget();
+    return ReadResult(value);
 }
 
 NxResult FileOperation::ReadResult(std::int64_t& value) {

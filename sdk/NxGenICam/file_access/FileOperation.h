@@ -49,6 +49,8 @@ class FileOperation {
 
     // After Run, of the same moment as the operation's end:
     NxResult ReadResult(std::int64_t& value);
+    /// The same, asked of the device once more.
+    NxResult ReadResultAnew(std::int64_t& value);
     NxResult ReadObserved(std::int64_t& value);
     /// The address and length of FileAccessBuffer, as things stand.
     NxResult LocateBuffer(NodeValues::Place& place);
@@ -82,4 +84,6 @@ class FileOperation {
     bool mTellsItsEnd = false;
     bool mFetchesTogether = true;
     std::int64_t mCommandValue = 0;
+    std::int64_t mShownValue = 0;  ///< what FileOperationExecute reads as until the end
+    bool mKnowsLayout = false;
 };

@@ -12,6 +12,7 @@ struct EvaluationBudget {
 
     int steps = 100000;  ///< parts of formulas, properties looked at, texts by length
     int reads = 1000;    ///< accesses to the device
+    int writes = 100;    ///< of registers
     int depth = 2000;  ///< parts of formulas inside others; a node within a node costs kDepthOfNode
 
     /// @return false when there is nothing left

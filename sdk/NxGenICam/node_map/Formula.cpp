@@ -250,12 +250,8 @@ Number Evaluator<Number>::Primary(bool live) {
         return 0;
     }
     std::size_t length = 0;
-    while (length < mRest.size() && (IsLetter(mRest[length]) || IsDigit(mRest[length]) ||
-                                     mRest[length] == '.' || mRest[length] == ':')) {
-        // "a?b:c" without blanks: a colon belongs to a name only where another follows it.
-        if (mRest[length] == ':') {
-            break;
-        }
+    while (length < mRest.size() &&
+           (IsLetter(mRest[length]) || IsDigit(mRest[length]) || mRest[length] == '.')) {
         ++length;
     }
     const std::string_view name = mRest.substr(0, length);

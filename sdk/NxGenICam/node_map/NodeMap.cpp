@@ -98,6 +98,9 @@ std::set<NodeMap::Id> NodeMap::FollowValues(const std::vector<std::string>& name
 }
 
 NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
+    if (NxResult result = SettleByteOrder(); !result.IsOK()) {
+        return result;
+    }
     const Id found = mTable.Find(name);
     NodeRights rights;
     if (found == NodeTable::kNone) {
@@ -117,6 +120,9 @@ NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
 }
 
 NxResult NodeMap::FindWritable(const std::string& name, Id& node) {
+    if (NxResult result = SettleByteOrder(); !result.IsOK()) {
+        return result;
+    }
     const Id found = mTable.Find(name);
     NodeRights rights;
     if (found == NodeTable::kNone) {

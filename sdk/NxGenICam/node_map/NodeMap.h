@@ -37,8 +37,8 @@ class NodeMap {
         return {mTable, mBus, mLocals, view};
     }
 
-    /// Must come before the first write: finds out in which order the registers' bytes come where
-    /// the description may be wrong about it.
+    /// Comes before the first value is read or written: finds out in which order the registers'
+    /// bytes come where the description may be wrong about it.
     NxResult SettleByteOrder();
 
     /// @param node kNone when the feature is absent or not implemented, which is OK

@@ -69,7 +69,8 @@ void NodeTable::Finish() {
     }
     mByName.clear();
     for (Id node = 0; node < mNodes.size(); ++node) {
-        if (!Name(node).empty()) {
+        // An entry's name is one within its enumeration.
+        if (!Name(node).empty() && mNodes[node].kind != NodeKind::kEnumEntry) {
             mByName.push_back(node);
         }
     }

@@ -708,14 +708,16 @@ NxResult NodeValues::ReadNumber(Id registerNode, const Place& place, std::span<s
         result = ReadDevice(registerNode, place, bytes, true);
     } else if (const bool isSteady = IsSteady(registerNode);
                !mView->Read(place.address, bytes, isSteady)) {
+        mView->CountMiss();
         // Whole words: a part of one would never be known.
         const std::uint64_t first = place.address - place.address % 4;
         const std::uint64_t count = (place.address + bytes.size() - first + 3) / 4 * 4;
         std::vector<std::byte> words(static_cast<std::size_t>(count));
         result = ReadDevice(registerNode, {.address = first, .length = count}, words, true);
         if (result.IsOK()) {
-            mView->Note(first, words, isSteady);
-            (void)mView->Read(place.address, bytes, isSteady);
+            mView->Note(first, words);
+            std::copy_n(words.begin() + static_cast<std::ptrdiff_t>(place.address - first),
+                        bytes.size(), bytes.begin());
         }
     }
     return result.IsOK() ? mBus.Arrange(place.address, bytes) : result;

@@ -82,6 +82,8 @@ class NodeValues {
     [[nodiscard]] RegisterBus& Bus() const { return mBus; }
     [[nodiscard]] LocalValues& Locals() const { return mLocals; }
     [[nodiscard]] RegisterView* View() const { return mView; }
+    /// @return false when the access has written as many registers as it may
+    bool TakeWrite() { return --mBudget.writes >= 0; }
 
     /// A node that is being evaluated: fails when it is already, or too deep inside others.
     class Visit {

@@ -165,7 +165,13 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
     const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
     const auto mode = mValues.Find(node, NodeTag::kAccessMode);
     const bool isReadable = mode.has_value() && mode->text != "WO";
-    // The other bits stay as they are; a register that cannot be read has none to keep.
+    // The other bits stay as they are; of a register that cannot be read, those just written.
+    if (!format.IsWhole(used.size()) && !isReadable && mValues.View() != nullptr) {
+        mValues.View()->Peek(place.address, used);
+        if (result = mValues.Bus().Arrange(place.address, used); !result.IsOK()) {
+            return result;
+        }
+    }
     if (!format.IsWhole(used.size()) && isReadable) {
         if (result = mValues.ReadNumber(node, place, used); !result.IsOK()) {
             return result;
@@ -184,6 +190,9 @@ NxResult NodeWriter::Store(Id node, std::uint64_t address, std::span<std::byte> 
     }
     if (!isOfDevice) {
         return mValues.Fail(node, "is not a register of the device itself");
+    }
+    if (!mValues.TakeWrite()) {
+        return mValues.Fail(node, "is set in too many registers");
     }
     if (NxResult result = mValues.Bus().Arrange(address, bytes); !result.IsOK()) {
         return result;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <NxBase/NxResultCodes.h>
+
 namespace {
 
 // GigE Vision 2.0, section 28: device mode register, and the end of the bootstrap registers, which
@@ -19,10 +21,14 @@ void Turn(GenPort::Register& word) {
 NxResult RegisterBus::IsLittleEndian(bool& isLittle) {
     if (!mKnowsMode && mPort->HasRegisterCommands()) {
         std::array<GenPort::Register, 1> mode{{{.address = kDeviceMode}}};
-        if (NxResult result = mPort->ReadRegisters(mode); !result.IsOK()) {
+        NxResult result = mPort->ReadRegisters(mode);
+        // A device that refuses it is taken for a big-endian one, as most are.
+        const bool isRefused =
+            result.GetCode() == kNxDeviceError || result.GetCode() == kNxAccessDenied;
+        if (!result.IsOK() && !isRefused) {
             return result;
         }
-        mIsLittleEndian = (mode[0].bytes[0] & kBigEndian) == std::byte{0};
+        mIsLittleEndian = !isRefused && (mode[0].bytes[0] & kBigEndian) == std::byte{0};
     }
     mKnowsMode = true;
     isLittle = mIsLittleEndian;
@@ -56,15 +62,32 @@ NxResult RegisterBus::Read(std::uint64_t address, std::span<std::byte> bytes) {
 
 NxResult RegisterBus::Write(std::uint64_t address, std::span<const std::byte> bytes) {
     if (!IsByCommand(bytes.size())) {
-        return mPort->WriteMemory(address, bytes);
+        const bool isWhole = address % 4 == 0 && bytes.size() % 4 == 0;
+        return isWhole || !mPort->HasRegisterCommands() ? mPort->WriteMemory(address, bytes)
+                                                        : WritePart(address, bytes);
     }
     std::array<GenPort::Register, 1> one{{{.address = address}}};
     std::copy(bytes.begin(), bytes.end(), one[0].bytes.begin());
     return mPort->WriteRegisters(one);
 }
 
+// GigE Vision writes whole words only: the rest of them is written as it is.
+NxResult RegisterBus::WritePart(std::uint64_t address, std::span<const std::byte> bytes) {
+    const std::uint64_t first = address - address % 4;
+    std::vector<std::byte> words((address + bytes.size() - first + 3) / 4 * 4);
+    if (NxResult result = mPort->ReadMemory(first, words); !result.IsOK()) {
+        return result;
+    }
+    std::copy(bytes.begin(), bytes.end(),
+              words.begin() + static_cast<std::ptrdiff_t>(address - first));
+    return mPort->WriteMemory(first, words);
+}
+
 bool RegisterBus::TakesWords(std::uint64_t address, std::size_t size) const {
-    return address % 4 == 0 && (size == 4 || (size == 8 && !mUsesRegisterCommands));
+    // Both halves of a register go into one command.
+    const bool takesHalves =
+        !mUsesRegisterCommands && (mPort->CombinesRegisters() || !mPort->HasRegisterCommands());
+    return address % 4 == 0 && (size == 4 || (size == 8 && takesHalves));
 }
 
 void RegisterBus::ExpectLittleEndianWords() {

@@ -64,6 +64,7 @@ class RegisterBus {
   private:
     enum class WordOrder { kAssumed, kUnknown, kAsInMemory, kReversed, kOnlyMemory };
 
+    NxResult WritePart(std::uint64_t address, std::span<const std::byte> bytes);
     /// Whether an access of that size goes by register command.
     [[nodiscard]] bool IsByCommand(std::size_t size) const {
         return mUsesRegisterCommands && size == 4;

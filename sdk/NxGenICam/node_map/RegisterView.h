@@ -42,11 +42,15 @@ class RegisterView {
     /// @param bytes in the device's order
     /// @return false when some of them are not known
     bool Read(std::uint64_t address, std::span<std::byte> bytes, bool isSteady);
+    /// The bytes that are known; the others stay as they are.
+    void Peek(std::uint64_t address, std::span<std::byte> bytes);
     /// What was read from the device or written to it.
-    void Note(std::uint64_t address, std::span<const std::byte> bytes, bool isSteady);
+    void Note(std::uint64_t address, std::span<const std::byte> bytes);
 
     /// Holds a write back and notes what it leaves in the device.
     void Hold(std::uint64_t address, std::span<const std::byte> bytes);
+    [[nodiscard]] bool HoldsWrites() const { return !mWrites.empty(); }
+    [[nodiscard]] std::size_t HeldWrites() const { return mWrites.size(); }
     std::vector<Write> TakeWrites() { return std::exchange(mWrites, {}); }
 
     /// Forgets what the device may have changed.
@@ -57,6 +61,10 @@ class RegisterView {
     [[nodiscard]] bool HasHalves() const;
     [[nodiscard]] bool HasHalvesOfState() const;
 
+    /// To be counted whenever Read has not known a register.
+    void CountMiss() { ++mMisses; }
+    [[nodiscard]] int Misses() const { return mMisses; }
+
     void NoteLittleEndian() { mHoldsLittleEndian = true; }
     [[nodiscard]] bool HoldsLittleEndian() const { return mHoldsLittleEndian; }
 
@@ -66,16 +74,20 @@ class RegisterView {
         std::array<std::byte, 4> bytes{};
         bool isKnown = false;
         bool isSteady = false;
+        bool isVolatile = false;  ///< a part of it may change, whatever the rest does
         bool isState = false;
         bool isAsked = false;  ///< not only written
         bool isHalf = false;   ///< of a register of eight bytes
         bool isSecondHalf = false;
     };
-    Word& Find(std::uint64_t address);
+    /// Null where there are too many.
+    Word* Find(std::uint64_t address);
+    static bool Stays(const Word& word) { return word.isSteady && !word.isVolatile; }
 
     std::set<NodeTable::Id> mSteady;
     std::vector<Word> mWords;  ///< in the order in which they were asked for first
     std::vector<Write> mWrites;
+    int mMisses = 0;
     bool mPretends = false;
     bool mMarksState = false;
     bool mHoldsLittleEndian = false;
