@@ -110,6 +110,7 @@ TEST_F(NodeRightsTest, EndWhereTheDeviceCannotBeAsked) {
 }
 
 TEST_F(NodeRightsTest, OfRegistersThatAreNotTheDevicesOwnAreNone) {
+    port->hasRegisterCommands = false;  // no byte order to be asked for
     Load(
         "<Port Name=\"Chunk\"><ChunkID>0x10</ChunkID></Port><IntReg Name=\"A\"><Address>0</Address>"
         "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Chunk</pPort></IntReg>");
@@ -132,6 +133,7 @@ TEST_F(NodeRightsTest, OfEntriesDecideWhetherTheyMayBeSelected) {
 }
 
 TEST_F(NodeMapTest, KeepsValuesThatHaveNoRegister) {
+    port->hasRegisterCommands = false;  // no byte order to be asked for
     Load(GenXml::Integer("A", "<Value>3</Value>") + "<Float Name=\"F\"><Value>1.5</Value></Float>" +
          GenXml::Enumeration(
              "E", GenXml::Entry("On", 1) + GenXml::Entry("Off", 0) + "<Value>0</Value>") +
