@@ -101,7 +101,7 @@ NxResult DeviceLock::Acquire(const ConnectionId& id, std::shared_ptr<DeviceLock>
             if (LockFile::Take(path, made) == LockFile::Outcome::kHeld) {
                 return NxResult(kNxAccessDenied,
                                 "Cannot work with " + id.Format() +
-                                    ": another program on this computer does so; wait until it "
+                                    ": another program on this computer is using it; wait until it "
                                     "has ended (it holds " +
                                     path + ")");
             }

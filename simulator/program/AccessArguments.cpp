@@ -60,7 +60,7 @@ void AddLayout(CLI::App& app, DeviceOptions& device) {
         "--selector-dependent", [&device] { device.layout = RegisterLayout::kSelectorDependent; },
         "The same as --layout selector");
     app.add_flag("--execute-keeps-value", device.executeKeepsValue,
-                 "FileOperationExecute shows what was written to it for good");
+                 "FileOperationExecute shows what was written to it permanently");
     app.add_flag("--register-commands-swap", device.registerCommandsSwap,
                  "READREG and WRITEREG carry the numbers of little-endian registers in network "
                  "order");

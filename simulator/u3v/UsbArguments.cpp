@@ -20,7 +20,7 @@ void AddMilliseconds(CLI::App& app, const std::string& name, std::chrono::millis
 
 void UsbArguments::AddTo(CLI::App& app) {
     app.add_flag("--u3v", enabled,
-                 "Play a USB3 Vision device for COMMAND, which is run to its end; "
+                 "Simulate a USB3 Vision device for COMMAND, which is run to its end; "
                  "the exit status is the command's")
         ->group(kGroup);
     app.add_option("COMMAND", machine.command, "With --u3v, after --: a program and its arguments");

@@ -66,7 +66,7 @@ TEST_F(DeviceLockTest, IsRefusedWhileAnotherProcessHasIt) {
         ASSERT_EQ(LockFiles().size(), 1U);
         EXPECT_EQ(result.GetDescription().GetAscii(),
                   "Cannot work with " + std::string(id) +
-                      ": another program on this computer does so; wait until it has ended (it "
+                      ": another program on this computer is using it; wait until it has ended (it "
                       "holds " +
                       LockFiles().front() + ")");
         EXPECT_EQ(lock, nullptr);

@@ -2,6 +2,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <NxDevice/NxDevice.h>
+#include <NxDevice/NxTftpClient.h>
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenEnumEntry.h>
 #include <NxGenICam/NxGenFile.h>
@@ -34,6 +35,12 @@ NxResult CheckFileAccess(NxGenParameterArray* parameters) {
 TransportChoice TransportChoice::Find(const NxDeviceInfo& device) {
     NxResult result;
     NxDevice* connection = NxDevice::CreateAndConnect(&device, &result);
+    // A program that updates the device keeps every transport to itself.
+    NxTftpClient client;
+    if (const NxResult locked = client.Init(device.GetConnectionID(), "status");
+        locked.GetCode() == kNxAccessDenied) {
+        return {.transport = Transport::kNone, .reason = locked.GetDescription().GetAscii()};
+    }
     if (connection != nullptr) {
         result = CheckFileAccess(connection->GetParameters());
         NxDevice::Free(connection);
