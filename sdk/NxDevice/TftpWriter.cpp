@@ -258,9 +258,8 @@ bool TftpWriter::ShowsClosedTransfer(const TftpPacket& packet) const {
 
 // A simple server writes its flash between the last block and the acknowledgement.
 TftpTimer::Duration TftpWriter::SilenceLimit() const {
-    const bool maybeFlashing =
-        mLastSilence != LastSilence::kIsArrival && mBlockCount > 1 && mHighest == mBlockCount &&
-        LacksLastBlockAtMost();
+    const bool maybeFlashing = mLastSilence != LastSilence::kIsArrival && mBlockCount > 1 &&
+                               mHighest == mBlockCount && LacksLastBlockAtMost();
     return maybeFlashing ? TftpTimer::kSilenceLimitAtEnd : TftpTimer::kSilenceLimit;
 }
 
