@@ -271,6 +271,34 @@ TEST_F(NxGenFileWriteTest, ComputesWhatStartsAnOperationFromItsLength) {
                 testing::ElementsAre(512 * 2 + 1, 488 * 2 + 1));
 }
 
+TEST_F(NxGenFileWriteTest, AsksALittleEndianDeviceHowItsRegisterCommandsComeThoughAllIsBigEndian) {
+    Connect();
+    device->port->StoreBig(0x0004, 0);  // device mode: little-endian
+    const std::string content = RandomBytes(1536, 4);
+    ExpectOK(WriteFile(content));
+    EXPECT_TRUE(device->files["RemoteUpdateDfw"] == content);
+    // The first chunk by memory commands alone, until a register has been read both ways.
+    const std::vector<std::string>& log = device->port->log;
+    const auto first = std::find(log.begin(), log.end(), "WRITEREG 3");
+    EXPECT_GT(first - log.begin(), 5);
+    EXPECT_EQ(std::count(first, log.end(), "WRITEREG 3"), 2);
+}
+
+TEST_F(NxGenFileWriteTest, WritesNothingWithoutAPositionThatCanBeSetOrSeen) {
+    Connect();
+    std::string xml = device->Xml();
+    const std::size_t offset = xml.find("Name=\"FileAccessOffset\"");
+    ASSERT_NE(offset, std::string::npos);
+    xml.insert(xml.find('>', offset) + 1, "<pIsAvailable>Never</pIsAvailable>");
+    xml.insert(xml.find("<Port "), GenXml::Integer("Never", "<Value>0</Value>"));
+    Load(xml);
+    const NxResult result = WriteFile("content");
+    EXPECT_EQ(result.GetCode(), kNxNodeAccess);
+    EXPECT_THAT(result.GetDescription().GetAscii(),
+                testing::HasSubstr("can be neither written nor read now"));
+    EXPECT_EQ(device->files["RemoteUpdateDfw"], "");
+}
+
 TEST_F(NxGenFileWriteTest, GoesOnAfterAShortWriteFromTheByteThatTheDeviceTook) {
     for (const char* tag : {"IntReg", "MaskedIntReg"}) {
         Connect({.statusTag = tag});
