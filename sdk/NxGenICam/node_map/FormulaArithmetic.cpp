@@ -39,6 +39,42 @@ const char* Power(std::int64_t base, std::int64_t exponent, std::int64_t& result
     return nullptr;
 }
 
+// Those that give 1 or 0, whatever the kind of number.
+template <typename Number>
+bool Compare(Operator op, Number left, Number right, Number& result) {
+    bool isTrue = false;
+    switch (op) {
+        case Operator::kOr:
+            isTrue = left != 0 || right != 0;
+            break;
+        case Operator::kAnd:
+            isTrue = left != 0 && right != 0;
+            break;
+        case Operator::kEqual:
+            isTrue = left == right;
+            break;
+        case Operator::kUnequal:
+            isTrue = left != right;
+            break;
+        case Operator::kLess:
+            isTrue = left < right;
+            break;
+        case Operator::kGreater:
+            isTrue = left > right;
+            break;
+        case Operator::kLessOrEqual:
+            isTrue = left <= right;
+            break;
+        case Operator::kGreaterOrEqual:
+            isTrue = left >= right;
+            break;
+        default:
+            return false;
+    }
+    result = isTrue ? 1 : 0;
+    return true;
+}
+
 const char* OfIntegers(Operator op, double left, double right, double& result) {
     std::int64_t first = 0;
     std::int64_t second = 0;
@@ -71,13 +107,10 @@ const char* FormulaArithmetic::Truncate(double number, std::int64_t& result) {
 const char* FormulaArithmetic::Apply(Operator op, std::int64_t left, std::int64_t right,
                                      std::int64_t& result) {
     const auto bits = static_cast<std::uint64_t>(left);
+    if (Compare(op, left, right, result)) {
+        return nullptr;
+    }
     switch (op) {
-        case Operator::kOr:
-            result = left != 0 || right != 0 ? 1 : 0;
-            return nullptr;
-        case Operator::kAnd:
-            result = left != 0 && right != 0 ? 1 : 0;
-            return nullptr;
         case Operator::kBitOr:
             result = left | right;
             return nullptr;
@@ -86,24 +119,6 @@ const char* FormulaArithmetic::Apply(Operator op, std::int64_t left, std::int64_
             return nullptr;
         case Operator::kBitAnd:
             result = left & right;
-            return nullptr;
-        case Operator::kEqual:
-            result = left == right ? 1 : 0;
-            return nullptr;
-        case Operator::kUnequal:
-            result = left != right ? 1 : 0;
-            return nullptr;
-        case Operator::kLess:
-            result = left < right ? 1 : 0;
-            return nullptr;
-        case Operator::kGreater:
-            result = left > right ? 1 : 0;
-            return nullptr;
-        case Operator::kLessOrEqual:
-            result = left <= right ? 1 : 0;
-            return nullptr;
-        case Operator::kGreaterOrEqual:
-            result = left >= right ? 1 : 0;
             return nullptr;
         case Operator::kShiftLeft:
         case Operator::kShiftRight:
@@ -134,42 +149,22 @@ const char* FormulaArithmetic::Apply(Operator op, std::int64_t left, std::int64_
             return nullptr;
         case Operator::kPower:
             return Power(left, right, result);
+        default:
+            return "it has an unknown operator";
     }
-    return "it has an unknown operator";
 }
 
 const char* FormulaArithmetic::Apply(Operator op, double left, double right, double& result) {
+    if (Compare(op, left, right, result)) {
+        return nullptr;
+    }
     switch (op) {
-        case Operator::kOr:
-            result = left != 0 || right != 0 ? 1 : 0;
-            return nullptr;
-        case Operator::kAnd:
-            result = left != 0 && right != 0 ? 1 : 0;
-            return nullptr;
         case Operator::kBitOr:
         case Operator::kBitXor:
         case Operator::kBitAnd:
         case Operator::kShiftLeft:
         case Operator::kShiftRight:
             return OfIntegers(op, left, right, result);
-        case Operator::kEqual:
-            result = left == right ? 1 : 0;
-            return nullptr;
-        case Operator::kUnequal:
-            result = left != right ? 1 : 0;
-            return nullptr;
-        case Operator::kLess:
-            result = left < right ? 1 : 0;
-            return nullptr;
-        case Operator::kGreater:
-            result = left > right ? 1 : 0;
-            return nullptr;
-        case Operator::kLessOrEqual:
-            result = left <= right ? 1 : 0;
-            return nullptr;
-        case Operator::kGreaterOrEqual:
-            result = left >= right ? 1 : 0;
-            return nullptr;
         case Operator::kAdd:
             return Finite(left + right, result);
         case Operator::kSubtract:
@@ -182,8 +177,9 @@ const char* FormulaArithmetic::Apply(Operator op, double left, double right, dou
             return right == 0 ? kDivision : Finite(std::fmod(left, right), result);
         case Operator::kPower:
             return Finite(std::pow(left, right), result);
+        default:
+            return "it has an unknown operator";
     }
-    return "it has an unknown operator";
 }
 
 const char* FormulaArithmetic::Negate(std::int64_t number, std::int64_t& result) {

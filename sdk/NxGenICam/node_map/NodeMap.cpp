@@ -97,51 +97,37 @@ std::set<NodeMap::Id> NodeMap::FollowValues(const std::vector<std::string>& name
     return nodes;
 }
 
-NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
+NxResult NodeMap::FindNow(const std::string& name, Id& node, NodeRights& rights) {
     if (NxResult result = SettleByteOrder(); !result.IsOK()) {
         return result;
     }
-    const Id found = mTable.Find(name);
+    node = mTable.Find(name);
+    if (node == NodeTable::kNone) {
+        return NoSuchNode(name);
+    }
+    NxResult result = FindRights(node, NodeRights::Scope::kNow, rights);
+    return result.IsOK() && !rights.isImplemented ? NoSuchNode(name) : result;
+}
+
+NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
     NodeRights rights;
-    if (found == NodeTable::kNone) {
-        return NoSuchNode(name);
-    }
-    if (NxResult result = FindRights(found, NodeRights::Scope::kNow, rights); !result.IsOK()) {
-        return result;
-    }
-    if (!rights.isImplemented) {
-        return NoSuchNode(name);
-    }
-    if (!rights.MayRead()) {
+    NxResult result = FindNow(name, node, rights);
+    if (result.IsOK() && !rights.MayRead()) {
         return Refuse(name, rights.isReadable ? "is not available now" : "is write-only");
     }
-    node = found;
-    return {};
+    return result;
 }
 
 NxResult NodeMap::FindWritable(const std::string& name, Id& node) {
-    if (NxResult result = SettleByteOrder(); !result.IsOK()) {
-        return result;
-    }
-    const Id found = mTable.Find(name);
     NodeRights rights;
-    if (found == NodeTable::kNone) {
-        return NoSuchNode(name);
-    }
-    if (NxResult result = FindRights(found, NodeRights::Scope::kNow, rights); !result.IsOK()) {
-        return result;
-    }
-    if (!rights.isImplemented) {
-        return NoSuchNode(name);
-    }
-    if (!rights.MayWrite()) {
+    NxResult result = FindNow(name, node, rights);
+    if (result.IsOK() && !rights.MayWrite()) {
         return Refuse(name, std::string("cannot be written now: it is ") +
                                 (!rights.isAvailable ? "not available"
                                  : rights.isLocked   ? "locked"
                                                      : "read-only"));
     }
-    node = found;
-    return {};
+    return result;
 }
 
 NxResult NodeMap::ReadText(const std::string& name, std::string& text) {

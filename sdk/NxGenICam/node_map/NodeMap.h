@@ -74,6 +74,7 @@ class NodeMap {
 
     [[nodiscard]] NxResult NoSuchNode(const std::string& name) const;
     [[nodiscard]] NxResult Refuse(const std::string& name, const std::string& reason) const;
+    NxResult FindNow(const std::string& name, Id& node, NodeRights& rights);
     NxResult FindReadable(const std::string& name, Id& node);
     NxResult FindWritable(const std::string& name, Id& node);
     NxResult ReadEntry(const std::string& name, Id enumeration, std::string& text);
