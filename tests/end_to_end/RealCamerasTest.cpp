@@ -100,14 +100,47 @@ INSTANTIATE_TEST_SUITE_P(
                             "--register-commands-swap"}),
     NameOf);
 
-INSTANTIATE_TEST_SUITE_P(
-    Layouts, RealUsb3VisionCameraTest,
-    testing::Values(Options{"--layout", "plain"}, Options{"--layout", "selector"},
-                    Options{"--layout", "bitfields"}, Options{"--layout", "local-selectors"},
-                    Options{"--layout", "command-register"},
-                    Options{"--layout", "write-only-execute"},
-                    Options{"--layout", "read-only-offset"}, Options{"--layout", "wide"},
-                    Options{"--layout", "little-endian"},
-                    Options{"--description", "extensions,harmless-oddities"},
-                    Options{"--description", "large,padding"}),
-    NameOf);
+INSTANTIATE_TEST_SUITE_P(Descriptions, RealUsb3VisionCameraTest,
+                         testing::Values(Options{"--description", "extensions,harmless-oddities"},
+                                         Options{"--description", "large,padding"}),
+                         NameOf);
+
+struct UsbCost {
+    const char* layout;
+    int commands;  ///< per chunk of 1024 bytes, one of which is the data
+};
+
+class UsbLayoutCostTest : public testing::TestWithParam<UsbCost> {};
+
+TEST_P(UsbLayoutCostTest, IsUpdatedWithFewCommandsPerChunk) {
+    UsbCamera camera(
+        {"--layout", GetParam().layout, "--operation-events", "--buffer-size", "1024"});
+    const std::string body = RandomBytes(30003, 1);
+    ExpectSuccess(camera.Update({"--u3v", camera.Write("camera.dfw", MakePayload(body))}));
+    EXPECT_TRUE(camera.Firmware() == body);
+    std::vector<int> commands;
+    for (const auto& event : camera.Events("file_operation")) {
+        if (event["operation"] == "write") {
+            commands.push_back(event["commands"]);
+        }
+    }
+    ASSERT_GE(commands.size(), 29U);
+    // Without the first, which finds out what the camera lets be done, and the last, which is
+    // short.
+    for (std::size_t i = 3; i + 2 < commands.size(); ++i) {
+        EXPECT_EQ(commands[i] - commands[i - 1], GetParam().commands) << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Layouts, UsbLayoutCostTest,
+                         testing::Values(UsbCost{"plain", 4}, UsbCost{"selector", 4},
+                                         UsbCost{"bitfields", 5}, UsbCost{"local-selectors", 5},
+                                         UsbCost{"command-register", 4},
+                                         UsbCost{"write-only-execute", 4},
+                                         UsbCost{"read-only-offset", 4}, UsbCost{"wide", 5},
+                                         UsbCost{"little-endian", 4}),
+                         [](const auto& cost) {
+                             std::string name = cost.param.layout;
+                             std::erase(name, '-');
+                             return name;
+                         });
