@@ -238,7 +238,7 @@ void AddFaults(CLI::App& app, DeviceOptions& device) {
 
 SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** arguments) {
     CLI::App app(
-        "Simulates a GigE Vision device that can be updated. Runs until SIGTERM or SIGINT;\n"
+        "Simulates an updatable GigE Vision device. Runs until SIGTERM or SIGINT;\n"
         "with --u3v it simulates a USB3 Vision device for as long as a command runs.\n"
         "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 wrong usage;\n"
         "with --u3v the command's.",
