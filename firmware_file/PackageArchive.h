@@ -24,10 +24,10 @@ class PackageArchive {
     PackageArchive(const PackageArchive&) = delete;
     PackageArchive& operator=(const PackageArchive&) = delete;
 
-    /// False when there is no such file, or it is no zip archive; then it has no members.
+    /// False when the file does not exist or is not a zip archive; it then has no members.
     [[nodiscard]] bool IsOpen() const;
     [[nodiscard]] std::size_t Count() const;
-    /// @return nothing when there is no such member, or the directory is damaged there
+    /// @return std::nullopt without that member, or when the directory is damaged there
     [[nodiscard]] std::optional<Member> At(std::size_t index) const;
 
     /// The first member, in the order of the central directory, whose stored name contains `name`.

@@ -36,7 +36,7 @@ bool NeedsZip64Field(const unsigned char* entry) {
 
 struct ExtraField {
     bool isMalformed = false;
-    const unsigned char* data = nullptr;  ///< null when there is no such field
+    const unsigned char* data = nullptr;  ///< null without that field
     std::size_t size = 0;
 };
 

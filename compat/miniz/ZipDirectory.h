@@ -29,7 +29,7 @@ class ZipDirectory {
     /// @return false when the file is not an archive, or an inconsistent one
     [[nodiscard]] bool Read(int descriptor, std::uint64_t fileSize);
     [[nodiscard]] std::size_t Count() const { return mOffsets.size(); }
-    /// @return nothing if there is no such entry, or its zip64 field is malformed
+    /// @return std::nullopt without that entry, or if its zip64 field is malformed
     [[nodiscard]] std::optional<Entry> At(std::size_t index) const;
 
   private:

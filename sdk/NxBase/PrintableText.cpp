@@ -26,7 +26,7 @@ std::size_t CharacterLength(std::string_view text) {
     return length;
 }
 
-// The character's number; a byte that is no UTF-8 stands for itself.
+// The character's number; a byte that is not UTF-8 counts as its own number.
 unsigned int CodePoint(std::string_view character) {
     if (character.size() == 1) {
         return ByteAt(character, 0);

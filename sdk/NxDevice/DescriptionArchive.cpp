@@ -123,7 +123,7 @@ std::string UnpackArchive(Bytes archive, std::size_t end, std::string& text) {
                " bytes, not 1 byte to 16 MiB";
     }
     if (!HasRecord(archive, member.local, kLocalLength, kLocalSignature)) {
-        return "its zip archive is damaged: there is no file where its directory says";
+        return "its zip archive is damaged: its directory points to no file";
     }
     const std::size_t data = member.local + kLocalLength +
                              LoadLittle16(&archive[member.local + 26]) +
@@ -188,9 +188,4 @@ bool UnpackDescription(std::span<const std::byte> stored, std::string& xml, std:
     why = firstProblem.empty() ? "its zip archive is cut short: its directory is missing"
                                : firstProblem;
     return false;
-}
-
-bool UnpackDescription(std::span<const std::byte> stored, std::string& xml) {
-    std::string why;
-    return UnpackDescription(stored, xml, why);
 }

@@ -16,4 +16,3 @@
 /// @return false when it is an archive of which nothing can be taken
 [[nodiscard]] bool UnpackDescription(std::span<const std::byte> stored, std::string& xml,
                                      std::string& why);
-[[nodiscard]] bool UnpackDescription(std::span<const std::byte> stored, std::string& xml);

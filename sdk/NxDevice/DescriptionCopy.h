@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// A device's GenICam XML as it was downloaded, with what tells whether the device still stores it.
+/// A device's GenICam XML as it was downloaded, with what shows whether the device still stores it.
 struct DescriptionCopy {
     std::string identity;  ///< the device's MAC address, names, version and serial number
     std::string url;

@@ -74,7 +74,7 @@ std::vector<std::string> NamesOf(const ConnectionId& id) {
     return names;
 }
 
-// Empty where there is no folder for them.
+// Empty without a folder for them.
 std::vector<std::string> PathsOf(const ConnectionId& id) {
     const std::string folder = LockFolder();
     std::vector<std::string> paths;

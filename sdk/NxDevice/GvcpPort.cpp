@@ -94,12 +94,12 @@ void GvcpPort::PassDescriptionOn() {
     mChannel->Resume();
 }
 
-NxResult GvcpPort::Start(milliseconds patience) {
+NxResult GvcpPort::Start(milliseconds timeout) {
     const std::lock_guard lock(mMutex);
-    if (NxResult result = TakeControl(patience); !result.IsOK()) {
+    if (NxResult result = TakeControl(timeout); !result.IsOK()) {
         return result;
     }
-    mChannel->SetDeadline(mChannel->Now() + patience);
+    mChannel->SetDeadline(mChannel->Now() + timeout);
     std::uint32_t capability = 0;
     NxResult result = mSpace.ReadNumber(kCapability, capability);
     if (!mChannel->IsAlive()) {
@@ -149,11 +149,11 @@ milliseconds GvcpPort::ReadHeartbeatTimeout() {
                : kDefaultHeartbeatTimeout;
 }
 
-NxResult GvcpPort::TakeControl(milliseconds patience) {
+NxResult GvcpPort::TakeControl(milliseconds timeout) {
     const GvcpChannel::Clock::time_point start = mChannel->Now();
     std::optional<milliseconds> longest;
     while (true) {
-        mChannel->SetDeadline(mChannel->Now() + patience);
+        mChannel->SetDeadline(mChannel->Now() + timeout);
         NxResult result = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
         if (result.IsOK()) {
             mIsController = true;

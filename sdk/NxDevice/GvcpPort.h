@@ -23,9 +23,9 @@ class GvcpPort : public DevicePort {
 
     /// Takes control and starts the heartbeat. A device that is controlled is asked again for as
     /// long as it keeps a program that died, its heartbeat timeout, 15 seconds at most.
-    /// @param patience how long the device may be silent
+    /// @param timeout how long the device may be silent
     /// @return kNxAccessDenied when another application controls the device
-    NxResult Start(std::chrono::milliseconds patience);
+    NxResult Start(std::chrono::milliseconds timeout);
 
     NxResult ReadMemory(std::uint64_t address, std::span<std::byte> buffer) override;
     NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) override;
@@ -44,7 +44,7 @@ class GvcpPort : public DevicePort {
     [[nodiscard]] std::unique_lock<std::mutex> TakeTurn();
 
     // All with the mutex held.
-    NxResult TakeControl(std::chrono::milliseconds patience);
+    NxResult TakeControl(std::chrono::milliseconds timeout);
     /// The usual one when the device does not tell.
     [[nodiscard]] std::chrono::milliseconds ReadHeartbeatTimeout();
     void EnablePendingAck();

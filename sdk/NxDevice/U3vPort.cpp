@@ -260,10 +260,10 @@ NxResult U3vPort::ReadDescription(std::string& xml) {
     }
     mChannel.ResetLeastPatience();
     mChannel.ClearDeadline();
-    if (result.IsOK() && !UnpackDescription(stored, xml)) {
-        result = NxResult(kNxBadDescription, mChannel.GetDeviceName() +
-                                                 " holds a damaged zip archive in the place of "
-                                                 "its GenICam description");
+    if (std::string why; result.IsOK() && !UnpackDescription(stored, xml, why)) {
+        result =
+            NxResult(kNxBadDescription, "The GenICam description of " + mChannel.GetDeviceName() +
+                                            " cannot be used: " + why);
     }
     return result;
 }

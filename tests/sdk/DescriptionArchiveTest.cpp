@@ -29,7 +29,8 @@ std::string Zip(const std::vector<std::string>& options) {
 }
 
 bool Unpack(const std::string& stored, std::string& xml) {
-    return UnpackDescription(std::as_bytes(std::span(stored)), xml);
+    std::string why;
+    return UnpackDescription(std::as_bytes(std::span(stored)), xml, why);
 }
 
 }  // namespace

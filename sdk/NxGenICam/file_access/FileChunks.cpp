@@ -55,6 +55,11 @@ NxResult FileChunks::Prepare() {
         }
     }
     NxResult result = mOperation.Prepare(mChecksPosition ? mOffset : NodeTable::kNone);
+    std::int64_t before = 0;
+    // The first chunk's result must differ from what is left there already.
+    if (result.IsOK() && mHabits.keepsValue && mOperation.ReadResultAnew(before).IsOK()) {
+        mLastResult = before;
+    }
     return result.IsOK() ? FindLimits() : result;
 }
 
@@ -244,12 +249,6 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
         settings.push_back({.node = mLength, .value = static_cast<std::int64_t>(length)});
     }
     mLengthInDevice.reset();
-    if (mHabits.keepsValue && !mLastResult.has_value()) {
-        std::int64_t before = 0;
-        if (mOperation.ReadResultAnew(before).IsOK()) {
-            mLastResult = before;
-        }
-    }
     if (NxResult result = mOperation.Run(settings); !result.IsOK()) {
         return result;
     }

@@ -49,7 +49,6 @@ class RegisterView {
 
     /// Holds a write back and notes what it leaves in the device.
     void Hold(std::uint64_t address, std::span<const std::byte> bytes);
-    [[nodiscard]] bool HoldsWrites() const { return !mWrites.empty(); }
     [[nodiscard]] std::size_t HeldWrites() const { return mWrites.size(); }
     std::vector<Write> TakeWrites() { return std::exchange(mWrites, {}); }
 
