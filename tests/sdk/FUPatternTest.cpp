@@ -1,4 +1,4 @@
-#include "../../sdk/NxGenICam/FUPattern.h"
+#include "../../sdk/NxGenICam/update_model/FUPattern.h"
 
 #include <gtest/gtest.h>
 

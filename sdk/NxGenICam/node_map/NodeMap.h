@@ -9,11 +9,11 @@
 #include <NxBase/NxResult.h>
 #include <NxGenICam/GenPort.h>
 
+#include "../registers/RegisterBus.h"
+#include "../registers/RegisterView.h"
 #include "NodeRights.h"
 #include "NodeTable.h"
 #include "NodeValues.h"
-#include "RegisterBus.h"
-#include "RegisterView.h"
 
 /// The features of a device by name, as its GenICam XML describes them over its registers. Nothing
 /// is cached. One thread at a time.

@@ -7,7 +7,7 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "FormulaArithmetic.h"
+#include "../formula/FormulaArithmetic.h"
 
 namespace {
 

@@ -11,12 +11,12 @@
 
 #include <NxBase/NxResult.h>
 
-#include "EvaluationBudget.h"
-#include "Formula.h"
+#include "../formula/EvaluationBudget.h"
+#include "../formula/Formula.h"
+#include "../registers/RegisterBus.h"
+#include "../registers/RegisterFormat.h"
+#include "../registers/RegisterView.h"
 #include "NodeTable.h"
-#include "RegisterBus.h"
-#include "RegisterFormat.h"
-#include "RegisterView.h"
 
 /// One access to a node: finds values, and the registers that they lie in, by following what the
 /// nodes refer to. Made anew for each access; never keeps a value. Judges only the nodes that it

@@ -4,7 +4,7 @@
 #include <bit>
 #include <cmath>
 
-#include "FormulaArithmetic.h"
+#include "../formula/FormulaArithmetic.h"
 
 namespace {
 

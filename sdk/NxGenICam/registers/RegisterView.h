@@ -11,7 +11,6 @@
 #include <NxBase/NxResult.h>
 #include <NxGenICam/GenPort.h>
 
-#include "NodeTable.h"
 #include "RegisterBus.h"
 
 /// What is known of a device's registers while one operation is repeated on it: lets the nodes be
@@ -28,10 +27,10 @@ class RegisterView {
         std::vector<std::byte> bytes;
     };
 
-    /// @param steady registers that only this computer changes: the selectors
-    explicit RegisterView(std::set<NodeTable::Id> steady) : mSteady(std::move(steady)) {}
+    /// @param steady nodes of registers that only this computer changes: the selectors
+    explicit RegisterView(std::set<std::uint32_t> steady) : mSteady(std::move(steady)) {}
 
-    [[nodiscard]] bool IsSteady(NodeTable::Id node) const { return mSteady.contains(node); }
+    [[nodiscard]] bool IsSteady(std::uint32_t node) const { return mSteady.contains(node); }
 
     /// While true, what is not known reads as zeros and is noted for the next Fetch.
     void PretendZeros(bool pretend) { mPretends = pretend; }
@@ -83,7 +82,7 @@ class RegisterView {
     Word* Find(std::uint64_t address);
     static bool Stays(const Word& word) { return word.isSteady && !word.isVolatile; }
 
-    std::set<NodeTable::Id> mSteady;
+    std::set<std::uint32_t> mSteady;
     std::vector<Word> mWords;  ///< in the order in which they were asked for first
     std::vector<Write> mWrites;
     int mMisses = 0;
