@@ -6,6 +6,7 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
+#include "../node_map/NodePlaces.h"
 #include "../node_map/NodeWriter.h"
 #include "FileFeatures.h"
 
@@ -86,7 +87,8 @@ void FileOperation::Trace() {
 }
 
 NxResult FileOperation::LocateBuffer(NodeValues::Place& place) {
-    return mNodes.Access(&mView).Locate(mBuffer, place);
+    NodeValues values = mNodes.Access(&mView);
+    return NodePlaces(values).Locate(mBuffer, place);
 }
 
 NxResult FileOperation::Run(std::span<const Setting> settings) {

@@ -5,6 +5,7 @@
 
 #include <NxBase/NxResultCodes.h>
 
+#include "NodePlaces.h"
 #include "NodeRights.h"
 
 namespace {
@@ -81,16 +82,16 @@ NxResult Question::Ask(Id node, bool& asked) {
     NodeValues::Place place;
     RegisterFormat format;
     NodeRights rights;
-    if (found == NodeTable::kNone || !mValues.Locate(found, place).IsOK() || place.length != 4 ||
-        (place.address & 0xFFFFFFFFU) < kEndOfBootstrap ||
-        !mValues.FindFormat(found, place, format).IsOK() || format.isField ||
+    if (found == NodeTable::kNone || !NodePlaces(mValues).Locate(found, place).IsOK() ||
+        place.length != 4 || (place.address & 0xFFFFFFFFU) < kEndOfBootstrap ||
+        !NodePlaces(mValues).FindFormat(found, place, format).IsOK() || format.isField ||
         !NodeRights::Find(mValues, node, NodeRights::Scope::kNow, rights).IsOK() ||
         !rights.MayRead()) {
         return {};
     }
     asked = true;
     std::array<std::byte, 4> bytes{};
-    if (NxResult result = mValues.ReadNumber(found, place, bytes); !result.IsOK()) {
+    if (NxResult result = NodePlaces(mValues).ReadNumber(found, place, bytes); !result.IsOK()) {
         return IsOfDeviceItself(result) ? NxResult() : result;
     }
     std::array<std::byte, 4> turned = bytes;

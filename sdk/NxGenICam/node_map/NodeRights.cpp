@@ -1,5 +1,7 @@
 #include "NodeRights.h"
 
+#include "NodePlaces.h"
+
 namespace {
 
 constexpr int kRights = 10;  ///< a visit's purpose
@@ -31,7 +33,7 @@ NxResult RestrictAsRegister(NodeValues& values, Id node, NodeRights& rights) {
     const auto mode = values.Find(node, NodeTag::kAccessMode);
     Restrict(rights, mode.has_value() ? mode->text : "RO");
     bool isOfDevice = false;
-    NxResult result = values.IsOfDevice(node, isOfDevice);
+    NxResult result = NodePlaces(values).IsOfDevice(node, isOfDevice);
     rights.isAvailable = rights.isAvailable && isOfDevice;
     return result;
 }

@@ -8,15 +8,14 @@
 #include <NxBase/PrintableText.h>
 
 #include "../formula/FormulaArithmetic.h"
+#include "NodePlaces.h"
 
 namespace {
 
 // What a visit is for: asking for a value on the way to the same node's place is no circle.
-enum Purpose : int { kValue = 0, kPlace = 1, kBound = 2 };
+enum Purpose : int { kValue = 0, kBound = 2 };
 
-constexpr std::uint64_t kLongestRegister = std::uint64_t{16} << 20U;
 constexpr std::uint64_t kLongestText = std::uint64_t{1} << 20U;
-constexpr std::size_t kLongestNumber = 8;
 
 bool IsIntegerKind(NodeKind kind) {
     switch (kind) {
@@ -191,7 +190,7 @@ NxResult NodeValues::Integer(Id node, std::int64_t& value) {
             }
             return Fail(node, "has an entry without a value");
         case NodeKind::kIntReg:
-            return RegisterInteger(node, value);
+            return NodePlaces(*this).Integer(node, value);
         case NodeKind::kIntSwissKnife:
             if (const auto formula = Find(node, NodeTag::kFormula)) {
                 return Evaluate<std::int64_t>(node, formula->text, "", 0, value);
@@ -254,7 +253,7 @@ NxResult NodeValues::Float(Id node, double& value) {
         return visit.Result();
     }
     if (kind == NodeKind::kFloatReg) {
-        return RegisterFloat(node, value);
+        return NodePlaces(*this).Float(node, value);
     }
     if (kind == NodeKind::kConverter) {
         return Converted(node, value);
@@ -461,9 +460,10 @@ NxResult NodeValues::Maximum(Id node, std::int64_t& value) {
     if (mTable.Kind(node) == NodeKind::kIntReg) {
         Place place;
         RegisterFormat format;
-        NxResult result = FindLength(node, place.length);
+        NodePlaces places(*this);
+        NxResult result = places.FindLength(node, place.length);
         if (result.IsOK()) {
-            result = FindFormat(node, place, format);
+            result = places.FindFormat(node, place, format);
         }
         if (result.IsOK()) {
             value = format.Largest(static_cast<std::size_t>(place.length));
@@ -497,170 +497,11 @@ NxResult NodeValues::Increment(Id node, std::int64_t& value) {
 }
 
 NxResult NodeValues::CommandValue(Id command, std::int64_t& value) {
-    ++mPlaces;  // whatever decides it stays as it is while the command is repeated
+    // Whatever decides it stays as it is while the command is repeated.
+    const InPlace inPlace(*this);
     bool has = false;
     NxResult result = Bound(command, NodeTag::kCommandValue, NodeTag::kPCommandValue, value, has);
-    --mPlaces;
     return result.IsOK() && !has ? Fail(command, "is a command without a value") : result;
-}
-
-NxResult NodeValues::Locate(Id registerNode, Place& place) {
-    const Visit visit(*this, registerNode, kPlace);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
-    ++mPlaces;
-    Place found;
-    NxResult result = FindLength(registerNode, found.length);
-    const Id structure = mTable.Kind(registerNode) == NodeKind::kIntReg
-                             ? mTable.Parent(registerNode)
-                             : NodeTable::kNone;
-    for (const Id owner : {registerNode, structure}) {
-        const std::size_t count = owner != NodeTable::kNone ? mTable.PropertyCount(owner) : 0;
-        for (std::size_t i = 0; i < count && result.IsOK(); ++i) {
-            const NodeTable::Property part = mTable.PropertyAt(owner, i);
-            std::int64_t number = 0;
-            if (part.tag == NodeTag::kAddress) {
-                result = Constant(registerNode, part.text, number);
-            } else if (part.tag == NodeTag::kPAddress) {
-                Id target = NodeTable::kNone;
-                result = Follow(part, target);
-                result = result.IsOK() ? Integer(target, number) : result;
-            } else if (part.tag == NodeTag::kPIndex || part.tag == NodeTag::kPIndexWithStep) {
-                result = AddIndex(registerNode, part, found);
-            }
-            // Addresses wrap: some count down from the end of a wider space.
-            found.address += static_cast<std::uint64_t>(number);
-        }
-    }
-    --mPlaces;
-    if (result.IsOK()) {
-        place = found;
-    }
-    return result;
-}
-
-NxResult NodeValues::AddIndex(Id owner, const NodeTable::Property& index, Place& place) {
-    Id indexNode = NodeTable::kNone;
-    std::int64_t number = 0;
-    NxResult result = Follow(index, indexNode);
-    if (result.IsOK()) {
-        result = Integer(indexNode, number);
-    }
-    auto step = static_cast<std::int64_t>(place.length);
-    if (result.IsOK() && index.tag == NodeTag::kPIndexWithStep) {
-        const Id stepNode = mTable.Find(index.attribute);
-        result = stepNode != NodeTable::kNone
-                     ? Integer(stepNode, step)
-                     : Fail(owner, "has an index whose step is not defined");
-    } else if (result.IsOK() && !index.attribute.empty()) {
-        result = Constant(owner, index.attribute, step);
-    }
-    place.address += static_cast<std::uint64_t>(number) * static_cast<std::uint64_t>(step);
-    return result;
-}
-
-NxResult NodeValues::FindLength(Id node, std::uint64_t& length) {
-    ++mPlaces;
-    bool has = false;
-    std::int64_t number = 0;
-    NxResult result = Bound(node, NodeTag::kLength, NodeTag::kPLength, number, has);
-    --mPlaces;
-    if (!result.IsOK()) {
-        return result;
-    }
-    if (!has) {
-        return Fail(node, "is a register without a length");
-    }
-    if (number < 0 || static_cast<std::uint64_t>(number) > kLongestRegister) {
-        return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a register of " +
-                                               std::to_string(number) +
-                                               " bytes; 16 MiB is the most");
-    }
-    length = static_cast<std::uint64_t>(number);
-    return {};
-}
-
-NxResult NodeValues::FindFormat(Id registerNode, const Place& place, RegisterFormat& format) {
-    const auto endianess = Find(registerNode, NodeTag::kEndianess);
-    const auto sign = Find(registerNode, NodeTag::kSign);
-    format.isBigEndian = endianess.has_value() && endianess->text == "BigEndian";
-    format.isSigned = sign.has_value() && sign->text == "Signed";
-    const auto bit = Find(registerNode, NodeTag::kBit);
-    const auto lsb = Find(registerNode, NodeTag::kLsb);
-    const auto msb = Find(registerNode, NodeTag::kMsb);
-    std::int64_t first = 0;
-    std::int64_t last = 0;
-    if (bit.has_value() || lsb.has_value() || msb.has_value()) {
-        format.isField = true;
-        const std::string_view low = bit.has_value() ? bit->text : lsb.has_value() ? lsb->text : "";
-        const std::string_view high = bit.has_value()   ? bit->text
-                                      : msb.has_value() ? msb->text
-                                                        : "";
-        if (!Formula::ParseInteger(low, first) || !Formula::ParseInteger(high, last) || first < 0 ||
-            last < 0 || first > 63 || last > 63) {
-            return Fail(registerNode, "is a field of bits that do not exist");
-        }
-        format.lsb = static_cast<unsigned int>(first);
-        format.msb = static_cast<unsigned int>(last);
-    }
-    if (!format.Fits(static_cast<std::size_t>(place.length))) {
-        return NxResult(kNxBadDescription,
-                        Fail(registerNode, "is a number in a register of " +
-                                               std::to_string(place.length) + " bytes")
-                            .GetDescription());
-    }
-    if (mView != nullptr && (!format.isBigEndian || mBus.Reverses())) {
-        mView->NoteLittleEndian();
-    }
-    return {};
-}
-
-NxResult NodeValues::RegisterInteger(Id node, std::int64_t& value) {
-    Place place;
-    RegisterFormat format;
-    NxResult result = Locate(node, place);
-    if (result.IsOK()) {
-        result = FindFormat(node, place, format);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
-    std::array<std::byte, kLongestNumber> bytes{};
-    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
-    result = ReadNumber(node, place, used);
-    if (result.IsOK()) {
-        value = format.Decode(used);
-    }
-    return result;
-}
-
-NxResult NodeValues::RegisterFloat(Id node, double& value) {
-    Place place;
-    NxResult result = Locate(node, place);
-    if (!result.IsOK()) {
-        return result;
-    }
-    if (place.length != 4 && place.length != 8) {
-        return NxResult(kNxBadDescription,
-                        Fail(node, "is a floating-point number in a register of " +
-                                       std::to_string(place.length) + " bytes")
-                            .GetDescription());
-    }
-    RegisterFormat format;
-    result = FindFormat(node, place, format);
-    std::array<std::byte, kLongestNumber> bytes{};
-    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
-    if (result.IsOK()) {
-        result = ReadNumber(node, place, used);
-    }
-    if (result.IsOK()) {
-        const auto bits = static_cast<std::uint64_t>(format.Decode(used));
-        value = place.length == 4
-                    ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))
-                    : std::bit_cast<double>(bits);
-    }
-    return result;
 }
 
 NxResult NodeValues::Text(Id node, std::string& text) {
@@ -683,7 +524,7 @@ NxResult NodeValues::Text(Id node, std::string& text) {
         return Fail(node, "is not a text");
     }
     Place place;
-    if (NxResult result = Locate(node, place); !result.IsOK()) {
+    if (NxResult result = NodePlaces(*this).Locate(node, place); !result.IsOK()) {
         return result;
     }
     if (place.length > kLongestText) {
@@ -692,82 +533,11 @@ NxResult NodeValues::Text(Id node, std::string& text) {
                                                " bytes; 1 MiB is the most");
     }
     std::vector<std::byte> bytes(static_cast<std::size_t>(place.length));
-    NxResult result = ReadDevice(node, place, bytes, false);
+    NxResult result = NodePlaces(*this).ReadDevice(node, place, bytes, false);
     if (result.IsOK()) {
         const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
         text.assign(reinterpret_cast<const char*>(bytes.data()),
                     static_cast<std::size_t>(end - bytes.begin()));
     }
     return result;
-}
-
-NxResult NodeValues::ReadNumber(Id registerNode, const Place& place, std::span<std::byte> bytes) {
-    const bool isWhole = mBus.TakesWords(place.address, bytes.size());
-    NxResult result;
-    if (mView == nullptr || !(isWhole || mBus.TakesPartsOfWords())) {
-        result = ReadDevice(registerNode, place, bytes, true);
-    } else if (const bool isSteady = IsSteady(registerNode);
-               !mView->Read(place.address, bytes, isSteady)) {
-        mView->CountMiss();
-        // Whole words: a part of one would never be known.
-        const std::uint64_t first = place.address - place.address % 4;
-        const std::uint64_t count = (place.address + bytes.size() - first + 3) / 4 * 4;
-        std::vector<std::byte> words(static_cast<std::size_t>(count));
-        result = ReadDevice(registerNode, {.address = first, .length = count}, words, true);
-        if (result.IsOK()) {
-            mView->Note(first, words);
-            std::copy_n(words.begin() + static_cast<std::ptrdiff_t>(place.address - first),
-                        bytes.size(), bytes.begin());
-        }
-    }
-    return result.IsOK() ? mBus.Arrange(place.address, bytes) : result;
-}
-
-NxResult NodeValues::ReadDevice(Id node, const Place& place, std::span<std::byte> bytes,
-                                bool isNumber) {
-    if (const auto mode = Find(node, NodeTag::kAccessMode);
-        mode.has_value() && mode->text == "WO") {
-        return Fail(node, "is write-only");
-    }
-    bool isOfDevice = false;
-    if (NxResult result = IsOfDevice(node, isOfDevice); !result.IsOK()) {
-        return result;
-    }
-    if (!isOfDevice) {
-        return Fail(node, "is not a register of the device itself");
-    }
-    if (--mBudget.reads < 0) {
-        return NxResult(kNxBadDescription,
-                        Fail(node, "depends on too many registers").GetDescription());
-    }
-    return isNumber ? mBus.Read(place.address, bytes)
-                    : mBus.Port().ReadMemory(place.address, bytes);
-}
-
-NxResult NodeValues::IsOfDevice(Id registerNode, bool& isOfDevice) {
-    const auto link = Find(registerNode, NodeTag::kPPort);
-    if (!link.has_value()) {
-        isOfDevice = false;
-        return {};
-    }
-    Id port = NodeTable::kNone;
-    if (NxResult result = Follow(*link, port); !result.IsOK()) {
-        return result;
-    }
-    // Ports with such IDs are of data that comes with images and events.
-    isOfDevice = mTable.Kind(port) == NodeKind::kPort && !Find(port, NodeTag::kChunkId) &&
-                 !Find(port, NodeTag::kPChunkId) && !Find(port, NodeTag::kEventId);
-    return {};
-}
-
-// What decides an address is kept while an operation is repeated, if the description lets it be
-// cached at all.
-bool NodeValues::IsSteady(Id registerNode) {
-    if (mView->IsSteady(registerNode)) {
-        return true;
-    }
-    const auto cachable = Find(registerNode, NodeTag::kCachable);
-    return mPlaces > 0 && !(cachable.has_value() && cachable->text == "NoCache") &&
-           !Find(registerNode, NodeTag::kPollingTime) &&
-           !Find(registerNode, NodeTag::kPInvalidator);
 }

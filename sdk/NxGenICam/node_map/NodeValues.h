@@ -18,8 +18,8 @@
 #include "../registers/RegisterView.h"
 #include "NodeTable.h"
 
-/// One access to a node: finds values, and the registers that they lie in, by following what the
-/// nodes refer to. Made anew for each access; never keeps a value. Judges only the nodes that it
+/// One access to a node: finds values by following what the nodes refer to, down to the registers
+/// (NodePlaces). Made anew for each access; never keeps a value. Judges only the nodes that it
 /// comes by.
 ///
 /// Every operation fails with kNxNodeAccess or kNxBadDescription for a node that has no such value,
@@ -58,25 +58,22 @@ class NodeValues {
     /// What starts a command.
     NxResult CommandValue(Id command, std::int64_t& value);
 
-    NxResult Locate(Id registerNode, Place& place);
     NxResult FindSource(Id node, Source& source);
 
-    // For those that complete an access: rights and writes.
+    // For those that complete an access: places, rights and writes.
 
     /// The node's own element, or that of the structure which an entry belongs to.
     std::optional<NodeTable::Property> Find(Id node, NodeTag tag);
     NxResult Follow(const NodeTable::Property& reference, Id& node);
+    /// A number as the description writes it.
+    NxResult Constant(Id node, std::string_view text, std::int64_t& value);
+    /// A number that the node gives itself or by reference.
+    NxResult Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value, bool& has);
     /// Evaluates a formula of that node.
     /// @param extra name of a variable that the node does not declare: "TO" or "FROM"
     template <typename Number>
     NxResult Evaluate(Id node, std::string_view formula, std::string_view extra, Number extraValue,
                       Number& value);
-    /// The number of bytes of an integer or float register, and how it holds its value.
-    NxResult FindFormat(Id registerNode, const Place& place, RegisterFormat& format);
-    /// The bytes of a register that holds a number, in memory order; from the view where known.
-    NxResult ReadNumber(Id registerNode, const Place& place, std::span<std::byte> bytes);
-    /// Whether that register is reached through the device's own port.
-    NxResult IsOfDevice(Id registerNode, bool& isOfDevice);
     [[nodiscard]] NxResult Fail(Id node, const std::string& reason) const;
     [[nodiscard]] const NodeTable& Table() const { return mTable; }
     [[nodiscard]] RegisterBus& Bus() const { return mBus; }
@@ -84,6 +81,9 @@ class NodeValues {
     [[nodiscard]] RegisterView* View() const { return mView; }
     /// @return false when the access has written as many registers as it may
     bool TakeWrite() { return --mBudget.writes >= 0; }
+    bool TakeRead() { return --mBudget.reads >= 0; }
+    /// Whether what is evaluated decides where a register is.
+    [[nodiscard]] bool IsInPlace() const { return mPlaces > 0; }
 
     /// A node that is being evaluated: fails when it is already, or too deep inside others.
     class Visit {
@@ -97,6 +97,18 @@ class NodeValues {
       private:
         NodeValues& mValues;
         NxResult mResult;
+    };
+
+    /// While it lives, what is evaluated decides where a register is, or what starts a command.
+    class InPlace {
+      public:
+        explicit InPlace(NodeValues& values) : mValues(values) { ++mValues.mPlaces; }
+        ~InPlace() { --mValues.mPlaces; }
+        InPlace(const InPlace&) = delete;
+        InPlace& operator=(const InPlace&) = delete;
+
+      private:
+        NodeValues& mValues;
     };
 
   private:
@@ -118,16 +130,8 @@ class NodeValues {
     template <typename Number>
     NxResult VariableValue(const NodeTable::Property& variable, Number& value);
     NxResult FormulaFailure(Id node, NxResult result) const;
-    NxResult Constant(Id node, std::string_view text, std::int64_t& value);
     NxResult SourceInteger(Id node, std::int64_t& value);
-    NxResult RegisterInteger(Id node, std::int64_t& value);
-    NxResult RegisterFloat(Id node, double& value);
-    NxResult Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value, bool& has);
     NxResult IndexedSource(Id node, const NodeTable::Property& index, Source& source);
-    NxResult AddIndex(Id owner, const NodeTable::Property& index, Place& place);
-    NxResult FindLength(Id node, std::uint64_t& length);
-    NxResult ReadDevice(Id node, const Place& place, std::span<std::byte> bytes, bool isNumber);
-    bool IsSteady(Id registerNode);
 
     const NodeTable& mTable;
     RegisterBus& mBus;

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "../formula/FormulaArithmetic.h"
+#include "NodePlaces.h"
 
 namespace {
 
@@ -68,9 +69,9 @@ NxResult NodeWriter::SetFloat(Id node, double value) {
     if (kind == NodeKind::kFloatReg) {
         NodeValues::Place place;
         RegisterFormat format;
-        NxResult result = mValues.Locate(node, place);
+        NxResult result = NodePlaces(mValues).Locate(node, place);
         if (result.IsOK()) {
-            result = mValues.FindFormat(node, place, format);
+            result = NodePlaces(mValues).FindFormat(node, place, format);
         }
         if (!result.IsOK()) {
             return result;
@@ -154,9 +155,9 @@ NxResult NodeWriter::SetConverted(Id node, Number value) {
 NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
     NodeValues::Place place;
     RegisterFormat format;
-    NxResult result = mValues.Locate(node, place);
+    NxResult result = NodePlaces(mValues).Locate(node, place);
     if (result.IsOK()) {
-        result = mValues.FindFormat(node, place, format);
+        result = NodePlaces(mValues).FindFormat(node, place, format);
     }
     if (!result.IsOK()) {
         return result;
@@ -173,7 +174,7 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
         }
     }
     if (!format.IsWhole(used.size()) && isReadable) {
-        if (result = mValues.ReadNumber(node, place, used); !result.IsOK()) {
+        if (result = NodePlaces(mValues).ReadNumber(node, place, used); !result.IsOK()) {
             return result;
         }
     }
@@ -185,7 +186,7 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
 
 NxResult NodeWriter::Store(Id node, std::uint64_t address, std::span<std::byte> bytes) {
     bool isOfDevice = false;
-    if (NxResult result = mValues.IsOfDevice(node, isOfDevice); !result.IsOK()) {
+    if (NxResult result = NodePlaces(mValues).IsOfDevice(node, isOfDevice); !result.IsOK()) {
         return result;
     }
     if (!isOfDevice) {

@@ -1,0 +1,249 @@
+#include "NodePlaces.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <string>
+#include <vector>
+
+#include <NxBase/NxResultCodes.h>
+
+namespace {
+
+constexpr int kPlace = 1;  ///< a visit's purpose
+constexpr std::uint64_t kLongestRegister = std::uint64_t{16} << 20U;
+constexpr std::size_t kLongestNumber = 8;
+
+}  // namespace
+
+NxResult NodePlaces::Locate(Id registerNode, Place& place) {
+    const NodeValues::Visit visit(mValues, registerNode, kPlace);
+    if (!visit.Result().IsOK()) {
+        return visit.Result();
+    }
+    const NodeValues::InPlace inPlace(mValues);
+    Place found;
+    NxResult result = FindLength(registerNode, found.length);
+    const Id structure = mValues.Table().Kind(registerNode) == NodeKind::kIntReg
+                             ? mValues.Table().Parent(registerNode)
+                             : NodeTable::kNone;
+    for (const Id owner : {registerNode, structure}) {
+        const std::size_t count =
+            owner != NodeTable::kNone ? mValues.Table().PropertyCount(owner) : 0;
+        for (std::size_t i = 0; i < count && result.IsOK(); ++i) {
+            const NodeTable::Property part = mValues.Table().PropertyAt(owner, i);
+            std::int64_t number = 0;
+            if (part.tag == NodeTag::kAddress) {
+                result = mValues.Constant(registerNode, part.text, number);
+            } else if (part.tag == NodeTag::kPAddress) {
+                Id target = NodeTable::kNone;
+                result = mValues.Follow(part, target);
+                result = result.IsOK() ? mValues.Integer(target, number) : result;
+            } else if (part.tag == NodeTag::kPIndex || part.tag == NodeTag::kPIndexWithStep) {
+                result = AddIndex(registerNode, part, found);
+            }
+            // Addresses wrap: some count down from the end of a wider space.
+            found.address += static_cast<std::uint64_t>(number);
+        }
+    }
+    if (result.IsOK()) {
+        place = found;
+    }
+    return result;
+}
+
+NxResult NodePlaces::AddIndex(Id owner, const NodeTable::Property& index, Place& place) {
+    Id indexNode = NodeTable::kNone;
+    std::int64_t number = 0;
+    NxResult result = mValues.Follow(index, indexNode);
+    if (result.IsOK()) {
+        result = mValues.Integer(indexNode, number);
+    }
+    auto step = static_cast<std::int64_t>(place.length);
+    if (result.IsOK() && index.tag == NodeTag::kPIndexWithStep) {
+        const Id stepNode = mValues.Table().Find(index.attribute);
+        result = stepNode != NodeTable::kNone
+                     ? mValues.Integer(stepNode, step)
+                     : mValues.Fail(owner, "has an index whose step is not defined");
+    } else if (result.IsOK() && !index.attribute.empty()) {
+        result = mValues.Constant(owner, index.attribute, step);
+    }
+    place.address += static_cast<std::uint64_t>(number) * static_cast<std::uint64_t>(step);
+    return result;
+}
+
+NxResult NodePlaces::FindLength(Id node, std::uint64_t& length) {
+    const NodeValues::InPlace inPlace(mValues);
+    bool has = false;
+    std::int64_t number = 0;
+    NxResult result = mValues.Bound(node, NodeTag::kLength, NodeTag::kPLength, number, has);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (!has) {
+        return mValues.Fail(node, "is a register without a length");
+    }
+    if (number < 0 || static_cast<std::uint64_t>(number) > kLongestRegister) {
+        return NxResult(kNxBadDescription, mValues.Bus().Port().DeviceName() +
+                                               " has a register of " + std::to_string(number) +
+                                               " bytes; 16 MiB is the most");
+    }
+    length = static_cast<std::uint64_t>(number);
+    return {};
+}
+
+NxResult NodePlaces::FindFormat(Id registerNode, const Place& place, RegisterFormat& format) {
+    const auto endianess = mValues.Find(registerNode, NodeTag::kEndianess);
+    const auto sign = mValues.Find(registerNode, NodeTag::kSign);
+    format.isBigEndian = endianess.has_value() && endianess->text == "BigEndian";
+    format.isSigned = sign.has_value() && sign->text == "Signed";
+    const auto bit = mValues.Find(registerNode, NodeTag::kBit);
+    const auto lsb = mValues.Find(registerNode, NodeTag::kLsb);
+    const auto msb = mValues.Find(registerNode, NodeTag::kMsb);
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+    if (bit.has_value() || lsb.has_value() || msb.has_value()) {
+        format.isField = true;
+        const std::string_view low = bit.has_value() ? bit->text : lsb.has_value() ? lsb->text : "";
+        const std::string_view high = bit.has_value()   ? bit->text
+                                      : msb.has_value() ? msb->text
+                                                        : "";
+        if (!Formula::ParseInteger(low, first) || !Formula::ParseInteger(high, last) || first < 0 ||
+            last < 0 || first > 63 || last > 63) {
+            return mValues.Fail(registerNode, "is a field of bits that do not exist");
+        }
+        format.lsb = static_cast<unsigned int>(first);
+        format.msb = static_cast<unsigned int>(last);
+    }
+    if (!format.Fits(static_cast<std::size_t>(place.length))) {
+        return NxResult(kNxBadDescription,
+                        mValues
+                            .Fail(registerNode, "is a number in a register of " +
+                                                    std::to_string(place.length) + " bytes")
+                            .GetDescription());
+    }
+    if (mValues.View() != nullptr && (!format.isBigEndian || mValues.Bus().Reverses())) {
+        mValues.View()->NoteLittleEndian();
+    }
+    return {};
+}
+
+NxResult NodePlaces::Integer(Id node, std::int64_t& value) {
+    Place place;
+    RegisterFormat format;
+    NxResult result = Locate(node, place);
+    if (result.IsOK()) {
+        result = FindFormat(node, place, format);
+    }
+    if (!result.IsOK()) {
+        return result;
+    }
+    std::array<std::byte, kLongestNumber> bytes{};
+    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
+    result = ReadNumber(node, place, used);
+    if (result.IsOK()) {
+        value = format.Decode(used);
+    }
+    return result;
+}
+
+NxResult NodePlaces::Float(Id node, double& value) {
+    Place place;
+    NxResult result = Locate(node, place);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (place.length != 4 && place.length != 8) {
+        return NxResult(kNxBadDescription,
+                        mValues
+                            .Fail(node, "is a floating-point number in a register of " +
+                                            std::to_string(place.length) + " bytes")
+                            .GetDescription());
+    }
+    RegisterFormat format;
+    result = FindFormat(node, place, format);
+    std::array<std::byte, kLongestNumber> bytes{};
+    const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
+    if (result.IsOK()) {
+        result = ReadNumber(node, place, used);
+    }
+    if (result.IsOK()) {
+        const auto bits = static_cast<std::uint64_t>(format.Decode(used));
+        value = place.length == 4
+                    ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))
+                    : std::bit_cast<double>(bits);
+    }
+    return result;
+}
+
+NxResult NodePlaces::ReadNumber(Id registerNode, const Place& place, std::span<std::byte> bytes) {
+    const bool isWhole = mValues.Bus().TakesWords(place.address, bytes.size());
+    NxResult result;
+    if (mValues.View() == nullptr || !(isWhole || mValues.Bus().TakesPartsOfWords())) {
+        result = ReadDevice(registerNode, place, bytes, true);
+    } else if (const bool isSteady = IsSteady(registerNode);
+               !mValues.View()->Read(place.address, bytes, isSteady)) {
+        mValues.View()->CountMiss();
+        // Whole words: a part of one would never be known.
+        const std::uint64_t first = place.address - place.address % 4;
+        const std::uint64_t count = (place.address + bytes.size() - first + 3) / 4 * 4;
+        std::vector<std::byte> words(static_cast<std::size_t>(count));
+        result = ReadDevice(registerNode, {.address = first, .length = count}, words, true);
+        if (result.IsOK()) {
+            mValues.View()->Note(first, words);
+            std::copy_n(words.begin() + static_cast<std::ptrdiff_t>(place.address - first),
+                        bytes.size(), bytes.begin());
+        }
+    }
+    return result.IsOK() ? mValues.Bus().Arrange(place.address, bytes) : result;
+}
+
+NxResult NodePlaces::ReadDevice(Id node, const Place& place, std::span<std::byte> bytes,
+                                bool isNumber) {
+    if (const auto mode = mValues.Find(node, NodeTag::kAccessMode);
+        mode.has_value() && mode->text == "WO") {
+        return mValues.Fail(node, "is write-only");
+    }
+    bool isOfDevice = false;
+    if (NxResult result = IsOfDevice(node, isOfDevice); !result.IsOK()) {
+        return result;
+    }
+    if (!isOfDevice) {
+        return mValues.Fail(node, "is not a register of the device itself");
+    }
+    if (!mValues.TakeRead()) {
+        return NxResult(kNxBadDescription,
+                        mValues.Fail(node, "depends on too many registers").GetDescription());
+    }
+    return isNumber ? mValues.Bus().Read(place.address, bytes)
+                    : mValues.Bus().Port().ReadMemory(place.address, bytes);
+}
+
+NxResult NodePlaces::IsOfDevice(Id registerNode, bool& isOfDevice) {
+    const auto link = mValues.Find(registerNode, NodeTag::kPPort);
+    if (!link.has_value()) {
+        isOfDevice = false;
+        return {};
+    }
+    Id port = NodeTable::kNone;
+    if (NxResult result = mValues.Follow(*link, port); !result.IsOK()) {
+        return result;
+    }
+    // Ports with such IDs are of data that comes with images and events.
+    isOfDevice = mValues.Table().Kind(port) == NodeKind::kPort &&
+                 !mValues.Find(port, NodeTag::kChunkId) &&
+                 !mValues.Find(port, NodeTag::kPChunkId) && !mValues.Find(port, NodeTag::kEventId);
+    return {};
+}
+
+// What decides an address is kept while an operation is repeated, if the description lets it be
+// cached at all.
+bool NodePlaces::IsSteady(Id registerNode) {
+    if (mValues.View()->IsSteady(registerNode)) {
+        return true;
+    }
+    const auto cachable = mValues.Find(registerNode, NodeTag::kCachable);
+    return mValues.IsInPlace() && !(cachable.has_value() && cachable->text == "NoCache") &&
+           !mValues.Find(registerNode, NodeTag::kPollingTime) &&
+           !mValues.Find(registerNode, NodeTag::kPInvalidator);
+}
