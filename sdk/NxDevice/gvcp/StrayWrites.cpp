@@ -19,10 +19,11 @@ void StrayWrites::Add(const Write& write, int copies, Time firstSent, Time lastS
     if (copies == 0) {
         return;
     }
+    // From the answer on: before it, the device may not have looked at what had arrived.
     Stray stray{.write = write,
                 .firstSent = firstSent,
-                .lastSent = lastSent,
-                .end = lastSent + mPatience,
+                .answered = answered,
+                .end = answered + mPatience,
                 .took = std::min<Duration>(answered - firstSent, kLongestExecution),
                 .copies = copies};
     if (stray.took > kSlow && answered - lastSent > kShortestPatience) {
@@ -41,10 +42,11 @@ std::optional<StrayWrites::Duration> StrayWrites::NoteLateAck(std::uint16_t id, 
     mPatience = std::clamp<Duration>((now - found->firstSent) * 3 / 2, mPatience, kLongestPatience);
     // Not taken for the end of it: acknowledges are repeated on their way, too.
     for (Stray& stray : mStrays) {
-        stray.end = std::max(stray.end, stray.lastSent + mPatience);
+        stray.end = std::max(stray.end, stray.answered + mPatience);
     }
     // The next copy's turn.
-    if (--found->copies > 0 && found->took > kSlow) {
+    found->copies = std::max(found->copies - 1, 0);
+    if (found->copies > 0 && found->took > kSlow) {
         found->end = std::max(found->end, now + found->took * 3 / 2);
     }
     return found->took;
@@ -64,8 +66,13 @@ StrayWrites::Time StrayWrites::SafeTime(const Write& next, Time now) {
 
 // Copies that never come were lost: the more of them, the less lateness is to be expected.
 void StrayWrites::Forget(Time now) {
-    const auto lost = std::erase_if(mStrays, [now](const Stray& s) { return s.end <= now; });
-    for (std::size_t i = 0; i < lost; ++i) {
-        mPatience = std::max<Duration>(mPatience * 7 / 8, kShortestPatience);
-    }
+    std::erase_if(mStrays, [this, now](const Stray& stray) {
+        if (stray.end > now) {
+            return false;
+        }
+        if (stray.copies > 0) {
+            mPatience = std::max<Duration>(mPatience * 7 / 8, kShortestPatience);
+        }
+        return true;
+    });
 }

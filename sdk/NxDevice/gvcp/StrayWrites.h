@@ -45,7 +45,7 @@ class StrayWrites {
     struct Stray {
         Write write;
         Time firstSent;
-        Time lastSent;
+        Time answered;
         Time end;
         Duration took;
         int copies;

@@ -69,6 +69,27 @@ TEST(StrayWritesTest, WaitForADeviceThatCarriesOutOneCopyAfterTheOther) {
     EXPECT_LE(strays.SafeTime(next, third), second + milliseconds(1800));
 }
 
+// A device, or a network, that stood still until then has not passed the other copy on either.
+TEST(StrayWritesTest, CountFromTheAnswerOn) {
+    StrayWrites strays;
+    const StrayWrites::Time answered = kStart + milliseconds(240);
+    strays.Add(Block(1, 0x1000), 1, kStart, kStart + milliseconds(40), answered);
+    EXPECT_EQ(strays.SafeTime(Block(2, 0x1000), answered), answered + strays.Patience());
+}
+
+TEST(StrayWritesTest, StayPatientWhileCopiesCome) {
+    StrayWrites strays;
+    StrayWrites::Time now = kStart;
+    const StrayWrites::Duration before = strays.Patience();
+    for (std::uint16_t id = 1; id < 100; ++id) {
+        strays.Add(Block(id, 0x1000), 1, now, now, now);
+        EXPECT_TRUE(strays.NoteLateAck(id, now + milliseconds(60)));
+        now = strays.SafeTime(Block(id, 0x1000), now + milliseconds(60));
+        EXPECT_EQ(strays.SafeTime(Block(id, 0x1000), now), now);
+    }
+    EXPECT_EQ(strays.Patience(), before);
+}
+
 TEST(StrayWritesTest, GrowImpatientWhenCopiesNeverCome) {
     StrayWrites strays;
     StrayWrites::Time now = kStart;
