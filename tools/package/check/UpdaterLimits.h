@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "PackageModel.h"
+#include "../model/PackageModel.h"
 
 /// What the updater does with a step other than the step says; empty when it does as it says.
 std::string UpdaterLimit(const PackageStep& step);

@@ -4,12 +4,12 @@
 
 #include <NxBase/PrintableText.h>
 
+#include "../check/ModelProbe.h"
+#include "../check/ModelTags.h"
+#include "../check/PackageCheck.h"
+#include "../check/PayloadCheck.h"
+#include "../model/Package.h"
 #include "FileKind.h"
-#include "ModelProbe.h"
-#include "ModelTags.h"
-#include "Package.h"
-#include "PackageCheck.h"
-#include "PayloadCheck.h"
 
 CLI::App* CheckCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(

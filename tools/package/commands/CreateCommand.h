@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "../model/PackageModel.h"
 #include "Command.h"
-#include "PackageModel.h"
 
 /// create: makes a package of a manifest and the files it names, or of options.
 class CreateCommand : public Command {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "../check/UpdaterLimits.h"
 #include "ControlText.h"
-#include "UpdaterLimits.h"
 #include "WholeValuePattern.h"
 #include "XmlDocument.h"
 

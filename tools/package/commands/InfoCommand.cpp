@@ -6,9 +6,9 @@
 #include <NxBase/PrintableText.h>
 #include <NxDevice/NxDfwPayload.h>
 
+#include "../model/Package.h"
 #include "Description.h"
 #include "FileKind.h"
-#include "Package.h"
 
 namespace {
 

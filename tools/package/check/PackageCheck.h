@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "../model/Package.h"
 #include "Finding.h"
-#include "Package.h"
 
 /// Looks for everything in a package that would make its update fail, or do something else than
 /// its manifest seems to say.

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "MemberHeader.h"
+#include "../archive/MemberHeader.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "../check/Finding.h"
 #include "Command.h"
-#include "Finding.h"
 
 /// check: looks for whatever would make an update with this file fail.
 class CheckCommand : public Command {

@@ -7,11 +7,11 @@
 
 #include <NxGenICam/GenFUParser.h>
 
-#include "ArchiveWriter.h"
-#include "ExactPattern.h"
+#include "../archive/ArchiveWriter.h"
+#include "../model/ExactPattern.h"
+#include "../model/ManifestText.h"
+#include "../model/PackageModelBuilder.h"
 #include "FileKind.h"
-#include "ManifestText.h"
-#include "PackageModelBuilder.h"
 
 namespace {
 

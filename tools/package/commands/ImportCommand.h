@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "ArchiveWriter.h"
+#include "../archive/ArchiveWriter.h"
+#include "../archive/TemporaryFile.h"
+#include "../model/PackageModel.h"
+#include "../update_file/ControlFile.h"
+#include "../update_file/UpdateFile.h"
 #include "Command.h"
-#include "ControlFile.h"
-#include "PackageModel.h"
-#include "TemporaryFile.h"
-#include "UpdateFile.h"
 
 /// import: makes a package of a GenICam update file.
 class ImportCommand : public Command {

@@ -6,7 +6,7 @@
 
 #include <NxDevice/NxDfwHeader.h>
 
-#include "Package.h"
+#include "../model/Package.h"
 
 /// What there is to say of payloads and packages, as JSON (its shape: docs/packages.md) and as text
 /// made from that.

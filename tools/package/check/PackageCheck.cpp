@@ -4,11 +4,11 @@
 #include <fstream>
 #include <optional>
 
-#include "MemberHeader.h"
+#include "../archive/MemberHeader.h"
+#include "../archive/TemporaryFile.h"
 #include "ModelProbe.h"
 #include "ModelTags.h"
 #include "PayloadCheck.h"
-#include "TemporaryFile.h"
 #include "UpdaterLimits.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "Archive.h"
+#include "../archive/Archive.h"
 #include "PackageModel.h"
 
 /// A firmware package: its archive, and what its manifest says, found and read as the updater does.

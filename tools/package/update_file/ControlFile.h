@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "PackageModel.h"
+#include "../model/PackageModel.h"
 #include "XmlElement.h"
 
 /// Reads the control file of a GenICam update file (GenICam FWUpdate 1.0), whatever prefix, order

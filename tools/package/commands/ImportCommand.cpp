@@ -7,10 +7,10 @@
 #include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUParser.h>
 
+#include "../check/UpdaterLimits.h"
+#include "../model/ManifestText.h"
+#include "../update_file/PackageSignature.h"
 #include "FileKind.h"
-#include "ManifestText.h"
-#include "PackageSignature.h"
-#include "UpdaterLimits.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "Archive.h"
-#include "TemporaryFile.h"
+#include "../archive/Archive.h"
+#include "../archive/TemporaryFile.h"
 
 /// A GenICam update file (".guf"): a zip archive with "package.zip" and, where it is signed,
 /// "META-INF/signature.p7s"; the package holds "Control.xml" and the files. A package without the
