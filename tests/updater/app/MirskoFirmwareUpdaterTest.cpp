@@ -39,7 +39,7 @@ bool IsOpen(const std::string& path) {
     return false;
 }
 
-class ApplicationRunTest : public testing::Test {
+class MirskoFirmwareUpdaterTest : public testing::Test {
   protected:
     Script script;
     TemporaryFolder folder;
@@ -47,7 +47,7 @@ class ApplicationRunTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(ApplicationRunTest, HelpPrintsBannerAndUsageOnlyWhateverElseIsGiven) {
+TEST_F(MirskoFirmwareUpdaterTest, HelpPrintsBannerAndUsageOnlyWhateverElseIsGiven) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")})};
     const UpdaterOutcome outcome =
         RunMain({"--u3v", kOption, "--help", "--noreset", "no such file.dfw"});
@@ -57,14 +57,14 @@ TEST_F(ApplicationRunTest, HelpPrintsBannerAndUsageOnlyWhateverElseIsGiven) {
     EXPECT_EQ(script.CountOf("NxSystem::Find"), 0U);
 }
 
-TEST_F(ApplicationRunTest, TheUsageIsOneWriteOf543BytesWithoutFlush) {
+TEST_F(MirskoFirmwareUpdaterTest, TheUsageIsOneWriteOf543BytesWithoutFlush) {
     const UpdaterOutcome outcome = RunMain({"--help"});
     EXPECT_EQ(std::strlen(kUsage), 543U);
     EXPECT_EQ(outcome.largestWrite, 543U);
     EXPECT_EQ(outcome.outWithFlushes, std::string("Mirsko Firmware Updater\n<flush>") + kUsage);
 }
 
-TEST_F(ApplicationRunTest, NoArgumentsGiveTheSelectionErrorAndStatus100) {
+TEST_F(MirskoFirmwareUpdaterTest, NoArgumentsGiveTheSelectionErrorAndStatus100) {
     const UpdaterOutcome outcome = RunMain({});
     EXPECT_EQ(outcome.exitStatus, 100);
     EXPECT_EQ(outcome.out, "");
@@ -73,7 +73,7 @@ TEST_F(ApplicationRunTest, NoArgumentsGiveTheSelectionErrorAndStatus100) {
     EXPECT_EQ(script.CountOf("NxSystem::Find"), 0U);
 }
 
-TEST_F(ApplicationRunTest, U3vWithoutSuchADeviceGivesTheSameErrorAndStatus100) {
+TEST_F(MirskoFirmwareUpdaterTest, U3vWithoutSuchADeviceGivesTheSameErrorAndStatus100) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")}), Usb()};
     const UpdaterOutcome outcome = RunMain({"--u3v", folder.Write("fw.dfw", "x")});
     EXPECT_EQ(outcome.exitStatus, 100);
@@ -81,14 +81,14 @@ TEST_F(ApplicationRunTest, U3vWithoutSuchADeviceGivesTheSameErrorAndStatus100) {
     EXPECT_EQ(outcome.err, kNoSelection);
 }
 
-TEST_F(ApplicationRunTest, AnUnknownInterfaceGivesTheSameErrorAndStatus100) {
+TEST_F(MirskoFirmwareUpdaterTest, AnUnknownInterfaceGivesTheSameErrorAndStatus100) {
     script.interfaces = {Network("00:00:00:00:00:01", {Camera("A", "1.1.1.1")})};
     const UpdaterOutcome outcome = RunMain({kOption, folder.Write("fw.dfw", "x")});
     EXPECT_EQ(outcome.exitStatus, 100);
     EXPECT_EQ(outcome.err, kNoSelection);
 }
 
-TEST_F(ApplicationRunTest, AnEmptyLocalInterfaceSelectsNothing) {
+TEST_F(MirskoFirmwareUpdaterTest, AnEmptyLocalInterfaceSelectsNothing) {
     script.interfaces = {Network("", {Camera("A", "1.1.1.1")})};
     const UpdaterOutcome outcome = RunMain({"--localinterface=", folder.Write("fw.dfw", "x")});
     EXPECT_EQ(outcome.exitStatus, 100);
@@ -96,19 +96,19 @@ TEST_F(ApplicationRunTest, AnEmptyLocalInterfaceSelectsNothing) {
     EXPECT_EQ(script.CountOf("NxSystem::Find"), 0U);
 }
 
-TEST_F(ApplicationRunTest, U3vGoesBeforeAnyLocalInterface) {
+TEST_F(MirskoFirmwareUpdaterTest, U3vGoesBeforeAnyLocalInterface) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")}), Usb({UsbCamera("B", "u3v:1")})};
     const std::string path = folder.Write("fw.dfw", "x");
     ExpectFileAccessUpdate(script, "u3v:1", path);
     EXPECT_EQ(RunMain({"--u3v", kOption, path}).exitStatus, 0);
 }
 
-TEST_F(ApplicationRunTest, AFallBackFromU3vToTheLocalInterfaceDoesNotExist) {
+TEST_F(MirskoFirmwareUpdaterTest, AFallBackFromU3vToTheLocalInterfaceDoesNotExist) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")})};
     EXPECT_EQ(RunMain({"--u3v", kOption, folder.Write("fw.dfw", "x")}).exitStatus, 100);
 }
 
-TEST_F(ApplicationRunTest, ADeviceWithoutFirmwareFileGivesStatus101Silently) {
+TEST_F(MirskoFirmwareUpdaterTest, ADeviceWithoutFirmwareFileGivesStatus101Silently) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")})};
     const UpdaterOutcome outcome = RunMain({kOption});
     EXPECT_EQ(outcome.exitStatus, 101);
@@ -117,7 +117,7 @@ TEST_F(ApplicationRunTest, ADeviceWithoutFirmwareFileGivesStatus101Silently) {
     EXPECT_EQ(script.CountOf("NxSystem::Find"), 1U);
 }
 
-TEST_F(ApplicationRunTest, AFirmwareFileThatDoesNotExistGivesStatus101Silently) {
+TEST_F(MirskoFirmwareUpdaterTest, AFirmwareFileThatDoesNotExistGivesStatus101Silently) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")})};
     const UpdaterOutcome outcome = RunMain({kOption, (folder.Path() / "none.dfw").string()});
     EXPECT_EQ(outcome.exitStatus, 101);
@@ -125,11 +125,11 @@ TEST_F(ApplicationRunTest, AFirmwareFileThatDoesNotExistGivesStatus101Silently) 
     EXPECT_EQ(outcome.err, "");
 }
 
-TEST_F(ApplicationRunTest, TheMissingFileIsNoticedOnlyAfterTheSelection) {
+TEST_F(MirskoFirmwareUpdaterTest, TheMissingFileIsNoticedOnlyAfterTheSelection) {
     EXPECT_EQ(RunMain({"--u3v"}).exitStatus, 100);
 }
 
-TEST_F(ApplicationRunTest, AnUpdateThatFailsStillGivesStatus0) {
+TEST_F(MirskoFirmwareUpdaterTest, AnUpdateThatFailsStillGivesStatus0) {
     script.interfaces = {Usb({UsbCamera("B", "u3v:1")})};
     const std::string path = folder.Write("fw.dfw", "x");
     script.Expect("NxDevice::CreateAndConnect record u3v:1").Fails(0x103, "no answer");
@@ -139,7 +139,7 @@ TEST_F(ApplicationRunTest, AnUpdateThatFailsStillGivesStatus0) {
     EXPECT_EQ(outcome.err, "Writing payload file to device failed!\n");
 }
 
-TEST_F(ApplicationRunTest, AnUpdateThatSucceedsGivesStatus0) {
+TEST_F(MirskoFirmwareUpdaterTest, AnUpdateThatSucceedsGivesStatus0) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")})};
     const std::string path = folder.Write("fw.dfw", "x");
     ExpectFileAccessUpdate(script, "1.1.1.1", path);
@@ -155,7 +155,7 @@ TEST_F(ApplicationRunTest, AnUpdateThatSucceedsGivesStatus0) {
               "Firmware upload complete.\n<flush>");
 }
 
-TEST_F(ApplicationRunTest, TheDiscoveryRootOutlivesTheJob) {
+TEST_F(MirskoFirmwareUpdaterTest, TheDiscoveryRootOutlivesTheJob) {
     script.interfaces = {Network(kMac, {Camera("A", "1.1.1.1")})};
     const std::string path = folder.Write("fw.dfw", "x");
     ExpectFileAccessUpdate(script, "1.1.1.1", path);
@@ -165,12 +165,12 @@ TEST_F(ApplicationRunTest, TheDiscoveryRootOutlivesTheJob) {
     EXPECT_EQ(log.back(), "NxSystem::~NxSystem");
 }
 
-TEST_F(ApplicationRunTest, TheDiscoveryRootIsMadeBeforeAnyOptionIsRead) {
+TEST_F(MirskoFirmwareUpdaterTest, TheDiscoveryRootIsMadeBeforeAnyOptionIsRead) {
     (void)RunMain({"--help"});
     EXPECT_THAT(script.Log(), testing::ElementsAre("NxSystem::NxSystem", "NxSystem::~NxSystem"));
 }
 
-TEST_F(ApplicationRunTest, TheFirmwareFileStaysOpenUntilTheRunEnds) {
+TEST_F(MirskoFirmwareUpdaterTest, TheFirmwareFileStaysOpenUntilTheRunEnds) {
     script.interfaces = {Usb({UsbCamera("B", "u3v:1")})};
     const std::string path = folder.Write("fw.dfw", "x");
     const char* argv[] = {"updater", "--u3v", "--noreset", path.c_str()};
@@ -188,7 +188,7 @@ TEST_F(ApplicationRunTest, TheFirmwareFileStaysOpenUntilTheRunEnds) {
     EXPECT_THAT(wasOpen, testing::ElementsAre(true, true, false));
 }
 
-TEST_F(ApplicationRunTest, InitInstanceReturnsTheJobsResult) {
+TEST_F(MirskoFirmwareUpdaterTest, InitInstanceReturnsTheJobsResult) {
     script.interfaces = {Usb({UsbCamera("B", "u3v:1")})};
     const std::string path = folder.Write("fw.dfw", "x");
     const char* argv[] = {"updater", "--u3v", path.c_str()};

@@ -30,11 +30,11 @@ void ExpectDefaults(const Parameters& parameters) {
 
 }  // namespace
 
-TEST(CommandLineTest, NoArgumentsKeepAllDefaults) {
+TEST(ParametersTest, NoArgumentsKeepAllDefaults) {
     ExpectDefaults(Parse({}));
 }
 
-TEST(CommandLineTest, AnArgumentCountOfZeroOrLessKeepsAllDefaults) {
+TEST(ParametersTest, AnArgumentCountOfZeroOrLessKeepsAllDefaults) {
     for (const int count : {0, -1}) {
         Parameters parameters;
         parameters.ParseParam(count, nullptr);
@@ -42,7 +42,7 @@ TEST(CommandLineTest, AnArgumentCountOfZeroOrLessKeepsAllDefaults) {
     }
 }
 
-TEST(CommandLineTest, UpperCaseOptionsAreRecognised) {
+TEST(ParametersTest, UpperCaseOptionsAreRecognised) {
     EXPECT_TRUE(Parse({"--HELP"}).help);
     EXPECT_TRUE(Parse({"--U3V"}).u3v);
     EXPECT_TRUE(Parse({"--NoReset"}).noReset);
@@ -50,7 +50,7 @@ TEST(CommandLineTest, UpperCaseOptionsAreRecognised) {
     EXPECT_EQ(Text(Parse({"--DEVICEID=X"}).deviceId), "x");
 }
 
-TEST(CommandLineTest, AnUpperCaseExtensionAsksForHelpAndStops) {
+TEST(ParametersTest, AnUpperCaseExtensionAsksForHelpAndStops) {
     const Parameters parameters = Parse({"--u3v", "fw.DFW", "--noreset"});
     EXPECT_TRUE(parameters.u3v);
     EXPECT_TRUE(parameters.help);
@@ -59,42 +59,42 @@ TEST(CommandLineTest, AnUpperCaseExtensionAsksForHelpAndStops) {
     EXPECT_TRUE(Parse({"fw.Zip"}).help);
 }
 
-TEST(CommandLineTest, AMacAddressIsStoredInLowerCase) {
+TEST(ParametersTest, AMacAddressIsStoredInLowerCase) {
     EXPECT_EQ(Text(Parse({"--localinterface=00-11-22-AA-BB-CC"}).localInterface),
               "00-11-22-aa-bb-cc");
 }
 
-TEST(CommandLineTest, ADeviceIdIsStoredInLowerCase) {
+TEST(ParametersTest, ADeviceIdIsStoredInLowerCase) {
     EXPECT_EQ(Text(Parse({"--deviceid=Cam-A"}).deviceId), "cam-a");
 }
 
-TEST(CommandLineTest, AnUnknownOptionAsksForHelpAndHidesWhatFollows) {
+TEST(ParametersTest, AnUnknownOptionAsksForHelpAndHidesWhatFollows) {
     const Parameters parameters = Parse({"--foo", "--u3v", "fw.dfw"});
     EXPECT_TRUE(parameters.help);
     EXPECT_FALSE(parameters.u3v);
     EXPECT_EQ(Text(parameters.firmwareFile), "");
 }
 
-TEST(CommandLineTest, FlagsSetBeforeAnUnknownOptionStaySet) {
+TEST(ParametersTest, FlagsSetBeforeAnUnknownOptionStaySet) {
     const Parameters parameters = Parse({"--u3v", "--foo"});
     EXPECT_TRUE(parameters.u3v);
     EXPECT_TRUE(parameters.help);
 }
 
-TEST(CommandLineTest, HelpDoesNotStopParsing) {
+TEST(ParametersTest, HelpDoesNotStopParsing) {
     const Parameters parameters = Parse({"--help", "--u3v", "fw.dfw"});
     EXPECT_TRUE(parameters.help);
     EXPECT_TRUE(parameters.u3v);
     EXPECT_EQ(Text(parameters.firmwareFile), "fw.dfw");
 }
 
-TEST(CommandLineTest, HelpAfterTheFirmwareFileLeavesTheFileSet) {
+TEST(ParametersTest, HelpAfterTheFirmwareFileLeavesTheFileSet) {
     const Parameters parameters = Parse({"fw.dfw", "--help"});
     EXPECT_TRUE(parameters.help);
     EXPECT_EQ(Text(parameters.firmwareFile), "fw.dfw");
 }
 
-TEST(CommandLineTest, ABareExtensionIsAFirmwareFile) {
+TEST(ParametersTest, ABareExtensionIsAFirmwareFile) {
     for (const char* name : {"dfw", "zip"}) {
         const Parameters parameters = Parse({name});
         EXPECT_FALSE(parameters.help);
@@ -102,45 +102,45 @@ TEST(CommandLineTest, ABareExtensionIsAFirmwareFile) {
     }
 }
 
-TEST(CommandLineTest, ADotInADirectoryNameIsTheLastDot) {
+TEST(ParametersTest, ADotInADirectoryNameIsTheLastDot) {
     EXPECT_TRUE(Parse({"fw.old/firmware"}).help);
 }
 
-TEST(CommandLineTest, OnlyTheTextAfterTheLastDotCounts) {
+TEST(ParametersTest, OnlyTheTextAfterTheLastDotCounts) {
     const Parameters parameters = Parse({"pkg.tar.zip"});
     EXPECT_FALSE(parameters.help);
     EXPECT_EQ(Text(parameters.firmwareFile), "pkg.tar.zip");
 }
 
-TEST(CommandLineTest, AFileWhoseSecondCharacterIsADashIsAnOption) {
+TEST(ParametersTest, AFileWhoseSecondCharacterIsADashIsAnOption) {
     const Parameters parameters = Parse({"a-b.dfw"});
     EXPECT_TRUE(parameters.help);
     EXPECT_EQ(Text(parameters.firmwareFile), "");
     EXPECT_EQ(Text(Parse({"./a-b.dfw"}).firmwareFile), "./a-b.dfw");
 }
 
-TEST(CommandLineTest, AnEmptyLocalInterfaceStaysEmpty) {
+TEST(ParametersTest, AnEmptyLocalInterfaceStaysEmpty) {
     const Parameters parameters = Parse({"--localinterface="});
     EXPECT_FALSE(parameters.help);
     EXPECT_EQ(Text(parameters.localInterface), "");
 }
 
-TEST(CommandLineTest, AnEmptyValueReplacesAnEarlierOne) {
+TEST(ParametersTest, AnEmptyValueReplacesAnEarlierOne) {
     EXPECT_EQ(Text(Parse({"--deviceid=a", "--deviceid="}).deviceId), "");
 }
 
-TEST(CommandLineTest, AnEmptyArgumentAsksForHelp) {
+TEST(ParametersTest, AnEmptyArgumentAsksForHelp) {
     const Parameters parameters = Parse({"", "--u3v"});
     EXPECT_TRUE(parameters.help);
     EXPECT_FALSE(parameters.u3v);
 }
 
-TEST(CommandLineTest, AOneCharacterArgumentAsksForHelp) {
+TEST(ParametersTest, AOneCharacterArgumentAsksForHelp) {
     EXPECT_TRUE(Parse({"-"}).help);
     EXPECT_TRUE(Parse({"x"}).help);
 }
 
-TEST(CommandLineTest, AKeywordInAnotherOptionsValueCounts) {
+TEST(ParametersTest, AKeywordInAnotherOptionsValueCounts) {
     const Parameters parameters = Parse({"--deviceid=a", "--deviceid=line-u3v"});
     EXPECT_TRUE(parameters.u3v);
     EXPECT_EQ(Text(parameters.deviceId), "a");
@@ -150,13 +150,13 @@ TEST(CommandLineTest, AKeywordInAnotherOptionsValueCounts) {
     EXPECT_TRUE(Parse({"--deviceid=x-noreset"}).noReset);
 }
 
-TEST(CommandLineTest, ALongerWordThatContainsAKeywordCounts) {
+TEST(ParametersTest, ALongerWordThatContainsAKeywordCounts) {
     EXPECT_TRUE(Parse({"--helpme"}).help);
     EXPECT_TRUE(Parse({"--noresetnow"}).noReset);
     EXPECT_TRUE(Parse({"--x-u3v-y"}).u3v);
 }
 
-TEST(CommandLineTest, TheKeywordsAreLookedForInAFixedOrder) {
+TEST(ParametersTest, TheKeywordsAreLookedForInAFixedOrder) {
     const Parameters parameters = Parse({"--deviceid=-localinterface=-noreset-u3v-help"});
     EXPECT_TRUE(parameters.help);
     EXPECT_FALSE(parameters.u3v);
@@ -169,12 +169,12 @@ TEST(CommandLineTest, TheKeywordsAreLookedForInAFixedOrder) {
     EXPECT_EQ(Text(value.deviceId), "");
 }
 
-TEST(CommandLineTest, TheValueIsAllThatFollowsTheFirstEqualsSign) {
+TEST(ParametersTest, TheValueIsAllThatFollowsTheFirstEqualsSign) {
     EXPECT_EQ(Text(Parse({"--deviceid=a=b"}).deviceId), "a=b");
     EXPECT_EQ(Text(Parse({"--x=y-deviceid=b"}).deviceId), "y-deviceid=b");
 }
 
-TEST(CommandLineTest, ASingleDashIsAFileNameAndAsksForHelp) {
+TEST(ParametersTest, ASingleDashIsAFileNameAndAsksForHelp) {
     for (const char* argument : {"-help", "-u3v"}) {
         const Parameters parameters = Parse({argument, "--noreset"});
         EXPECT_TRUE(parameters.help);
@@ -183,52 +183,52 @@ TEST(CommandLineTest, ASingleDashIsAFileNameAndAsksForHelp) {
     }
 }
 
-TEST(CommandLineTest, AnOptionThatNeedsAValueWithoutEqualsSignAsksForHelp) {
+TEST(ParametersTest, AnOptionThatNeedsAValueWithoutEqualsSignAsksForHelp) {
     EXPECT_TRUE(Parse({"--localinterface"}).help);
     EXPECT_TRUE(Parse({"--deviceid"}).help);
 }
 
-TEST(CommandLineTest, TheFirstCharacterOfAnOptionIsNeverLookedAt) {
+TEST(ParametersTest, TheFirstCharacterOfAnOptionIsNeverLookedAt) {
     EXPECT_TRUE(Parse({"x-u3v"}).u3v);
     EXPECT_EQ(Text(Parse({"/-deviceid=7"}).deviceId), "7");
 }
 
-TEST(CommandLineTest, TheLastOfRepeatedOptionsWins) {
+TEST(ParametersTest, TheLastOfRepeatedOptionsWins) {
     const Parameters parameters =
         Parse({"--localinterface=1", "--deviceid=a", "--localinterface=2", "--deviceid=b"});
     EXPECT_EQ(Text(parameters.localInterface), "2");
     EXPECT_EQ(Text(parameters.deviceId), "b");
 }
 
-TEST(CommandLineTest, AFlagOnceSetStaysSet) {
+TEST(ParametersTest, AFlagOnceSetStaysSet) {
     const Parameters parameters = Parse({"--u3v", "--u3v", "--noreset", "--noreset"});
     EXPECT_TRUE(parameters.u3v);
     EXPECT_TRUE(parameters.noReset);
 }
 
-TEST(CommandLineTest, TheLastOfSeveralFirmwareFilesWins) {
+TEST(ParametersTest, TheLastOfSeveralFirmwareFilesWins) {
     EXPECT_EQ(Text(Parse({"a.dfw", "b.zip"}).firmwareFile), "b.zip");
 }
 
-TEST(CommandLineTest, BothSelectionOptionsMayBeSet) {
+TEST(ParametersTest, BothSelectionOptionsMayBeSet) {
     const Parameters parameters = Parse({"--u3v", "--localinterface=1"});
     EXPECT_TRUE(parameters.u3v);
     EXPECT_EQ(Text(parameters.localInterface), "1");
     EXPECT_FALSE(parameters.help);
 }
 
-TEST(CommandLineTest, NeitherMacAddressNorDeviceIdIsChecked) {
+TEST(ParametersTest, NeitherMacAddressNorDeviceIdIsChecked) {
     const Parameters parameters = Parse({"--localinterface=no mac!", "--deviceid= ~ "});
     EXPECT_FALSE(parameters.help);
     EXPECT_EQ(Text(parameters.localInterface), "no mac!");
     EXPECT_EQ(Text(parameters.deviceId), " ~ ");
 }
 
-TEST(CommandLineTest, TheFirmwareFileIsKeptAsGiven) {
+TEST(ParametersTest, TheFirmwareFileIsKeptAsGiven) {
     EXPECT_EQ(Text(Parse({"Some Folder/FW-1.dfw"}).firmwareFile), "Some Folder/FW-1.dfw");
     EXPECT_EQ(Text(Parse({"b\xff\xe9.dfw"}).firmwareFile), "b\xff\xe9.dfw");
 }
 
-TEST(CommandLineTest, BytesAboveAsciiAreNotChangedByTheLowercasing) {
+TEST(ParametersTest, BytesAboveAsciiAreNotChangedByTheLowercasing) {
     EXPECT_EQ(Text(Parse({"--deviceid=\xC3\x84X"}).deviceId), "\xC3\x84x");
 }

@@ -22,9 +22,9 @@ std::size_t largestBlock = kUnlimited;
 // What was read under a limit, in bytes.
 std::size_t bytesRead = 0;
 
-class FirmwareFileFaultsTest : public testing::Test {
+class NxFwFileReaderFaultsTest : public testing::Test {
   protected:
-    ~FirmwareFileFaultsTest() override { EndFaults(); }
+    ~NxFwFileReaderFaultsTest() override { EndFaults(); }
 
     static void EndFaults() {
         readsLeft = kUnlimited;
@@ -79,7 +79,7 @@ void operator delete(void* block, std::size_t /*size*/) noexcept {
     std::free(block);
 }
 
-TEST_F(FirmwareFileFaultsTest, AReadErrorPartWayGivesWhatWasReadUpToThen) {
+TEST_F(NxFwFileReaderFaultsTest, AReadErrorPartWayGivesWhatWasReadUpToThen) {
     std::string content;
     while (content.size() < 100000) {
         content += std::to_string(content.size()) + "\n";
@@ -90,12 +90,12 @@ TEST_F(FirmwareFileFaultsTest, AReadErrorPartWayGivesWhatWasReadUpToThen) {
     EXPECT_EQ(text, content.substr(0, bytesRead));
 }
 
-TEST_F(FirmwareFileFaultsTest, WhatWasReadBeforeAReadErrorEndsAtItsFirstZeroByteToo) {
+TEST_F(NxFwFileReaderFaultsTest, WhatWasReadBeforeAReadErrorEndsAtItsFirstZeroByteToo) {
     EXPECT_EQ(TextOfFirstRead(std::string("ab\0cd", 5) + std::string(100000, 'x')), "ab");
     EXPECT_LT(bytesRead, 100000U);
 }
 
-TEST_F(FirmwareFileFaultsTest, AFirstReadThatFailsGivesNoText) {
+TEST_F(NxFwFileReaderFaultsTest, AFirstReadThatFailsGivesNoText) {
     const NxFwFileReader reader("", folder.Write("Manifest.xml", "text"));
     readsLeft = 0;
     const std::string text = reader.GetFileContent();
@@ -103,7 +103,7 @@ TEST_F(FirmwareFileFaultsTest, AFirstReadThatFailsGivesNoText) {
     EXPECT_EQ(text, "");
 }
 
-TEST_F(FirmwareFileFaultsTest, ATextThatDoesNotFitInTheMemoryThrows) {
+TEST_F(NxFwFileReaderFaultsTest, ATextThatDoesNotFitInTheMemoryThrows) {
     const NxFwFileReader reader("", folder.Write("Manifest.xml", std::string(1000000, 'x')));
     largestBlock = 65536;
     bool threw = false;

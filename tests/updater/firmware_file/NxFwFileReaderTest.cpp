@@ -13,7 +13,7 @@ std::string ContentOf(const std::string& path) {
 
 }  // namespace
 
-TEST(FirmwareFileTest, ItsOnlyMemberIsTheFileByItsExactPath) {
+TEST(NxFwFileReaderTest, ItsOnlyMemberIsTheFileByItsExactPath) {
     NxFwFileReader reader("", "/data/Fw.dfw");
     EXPECT_EQ(reader.ExtractFile("/data/Fw.dfw"), "/data/Fw.dfw");
     for (const char* other : {"/data/fw.dfw", "/DATA/FW.DFW", ".//data/Fw.dfw", "Fw.dfw", "",
@@ -22,51 +22,51 @@ TEST(FirmwareFileTest, ItsOnlyMemberIsTheFileByItsExactPath) {
     }
 }
 
-TEST(FirmwareFileTest, ALeadingDotAndSlashMakesAnotherName) {
+TEST(NxFwFileReaderTest, ALeadingDotAndSlashMakesAnotherName) {
     NxFwFileReader reader("", "fw.dfw");
     EXPECT_EQ(reader.ExtractFile("fw.dfw"), "fw.dfw");
     EXPECT_EQ(reader.ExtractFile("./fw.dfw"), "");
 }
 
-TEST(FirmwareFileTest, AnEmptyNameEqualsAnEmptyPath) {
+TEST(NxFwFileReaderTest, AnEmptyNameEqualsAnEmptyPath) {
     NxFwFileReader reader("auxiliary", "");
     EXPECT_EQ(reader.ExtractFile(""), "");
     EXPECT_EQ(reader.ExtractFile("auxiliary"), "");
 }
 
-TEST(FirmwareFileTest, TheFileNeedNotExistToBeNamed) {
+TEST(NxFwFileReaderTest, TheFileNeedNotExistToBeNamed) {
     NxFwFileReader reader("", "/no/such/file.dfw");
     EXPECT_EQ(reader.ExtractFile("/no/such/file.dfw"), "/no/such/file.dfw");
     EXPECT_EQ(reader.GetFilePath(), "/no/such/file.dfw");
 }
 
-TEST(FirmwareFileTest, AMissingFileHasNoText) {
+TEST(NxFwFileReaderTest, AMissingFileHasNoText) {
     EXPECT_EQ(ContentOf("/no/such/file.xml"), "");
     EXPECT_EQ(ContentOf(""), "");
 }
 
-TEST(FirmwareFileTest, AnEmptyFileHasNoText) {
+TEST(NxFwFileReaderTest, AnEmptyFileHasNoText) {
     const TemporaryFolder folder;
     EXPECT_EQ(ContentOf(folder.Write("empty", "")), "");
 }
 
-TEST(FirmwareFileTest, AFolderHasNoText) {
+TEST(NxFwFileReaderTest, AFolderHasNoText) {
     const TemporaryFolder folder;
     EXPECT_EQ(ContentOf(folder.Path().string()), "");
 }
 
-TEST(FirmwareFileTest, TheTextEndsAtTheFirstZeroByte) {
+TEST(NxFwFileReaderTest, TheTextEndsAtTheFirstZeroByte) {
     const TemporaryFolder folder;
     EXPECT_EQ(ContentOf(folder.Write("f", std::string("ab\0cd", 5))), "ab");
     EXPECT_EQ(ContentOf(folder.Write("g", std::string("\0cd", 3))), "");
 }
 
-TEST(FirmwareFileTest, CarriageReturnsAreKept) {
+TEST(NxFwFileReaderTest, CarriageReturnsAreKept) {
     const TemporaryFolder folder;
     EXPECT_EQ(ContentOf(folder.Write("f", "a\r\nb\r\n")), "a\r\nb\r\n");
 }
 
-TEST(FirmwareFileTest, TheTextIsReadAnewEachTime) {
+TEST(NxFwFileReaderTest, TheTextIsReadAnewEachTime) {
     const TemporaryFolder folder;
     const std::string path = folder.Write("f", "one");
     const NxFwFileReader reader("", path);
@@ -75,7 +75,7 @@ TEST(FirmwareFileTest, TheTextIsReadAnewEachTime) {
     EXPECT_EQ(reader.GetFileContent(), "two");
 }
 
-TEST(FirmwareFileTest, ALargeTextIsReadAsAWhole) {
+TEST(NxFwFileReaderTest, ALargeTextIsReadAsAWhole) {
     const TemporaryFolder folder;
     const std::string text(3'000'001, 'x');
     EXPECT_EQ(ContentOf(folder.Write("f", text)), text);

@@ -23,7 +23,7 @@ constexpr std::uint16_t kEncrypted = 1;
 constexpr std::uint32_t kDosDirectory = 0x10;
 
 /// Runs in a /tmp of its own (see tests/isolated.sh).
-class FirmwareArchivesTest : public testing::Test {
+class PackageArchiveTest : public testing::Test {
   protected:
     [[nodiscard]] std::string Archive() const { return (folder.Path() / "fw.zip").string(); }
 
@@ -64,7 +64,7 @@ class FirmwareArchivesTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(FirmwareArchivesTest, StoredDeflatedAndZip64ArchivesOfInfoZipAreRead) {
+TEST_F(PackageArchiveTest, StoredDeflatedAndZip64ArchivesOfInfoZipAreRead) {
     const std::string content = RandomBytes(300'000, 1) + std::string(300'000, 'z');
     for (const char* option : {"-0", "-1", "-9", "-fz"}) {
         fs::remove(Archive());
@@ -74,31 +74,31 @@ TEST_F(FirmwareArchivesTest, StoredDeflatedAndZip64ArchivesOfInfoZipAreRead) {
     EXPECT_THAT(LeftBehind(), testing::IsEmpty());
 }
 
-TEST_F(FirmwareArchivesTest, AStoredMemberIsUnpacked) {
+TEST_F(PackageArchiveTest, AStoredMemberIsUnpacked) {
     const std::string content = RandomBytes(1'000'003, 2);
     EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", content}})), content);
 }
 
-TEST_F(FirmwareArchivesTest, ADeflatedMemberIsUnpacked) {
+TEST_F(PackageArchiveTest, ADeflatedMemberIsUnpacked) {
     const std::string content = RandomBytes(1'000'003, 3) + std::string(5'000'000, 'x');
     EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", content, ZipMember::kDeflated}})), content);
 }
 
-TEST_F(FirmwareArchivesTest, AZip64MemberIsUnpacked) {
+TEST_F(PackageArchiveTest, AZip64MemberIsUnpacked) {
     for (const std::uint16_t method : {ZipMember::kStored, ZipMember::kDeflated}) {
         EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", "sixty-four bits", method, true}})),
                   "sixty-four bits");
     }
 }
 
-TEST_F(FirmwareArchivesTest, AnEmptyMemberIsAnEmptyFile) {
+TEST_F(PackageArchiveTest, AnEmptyMemberIsAnEmptyFile) {
     for (const std::uint16_t method : {ZipMember::kStored, ZipMember::kDeflated}) {
         EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", "", method}})), "");
     }
     EXPECT_THAT(LeftBehind(), testing::IsEmpty());
 }
 
-TEST_F(FirmwareArchivesTest, AnArchiveCutAnywhereIsRefused) {
+TEST_F(PackageArchiveTest, AnArchiveCutAnywhereIsRefused) {
     const std::string whole = MakeZip({{"Manifest.xml", "<m/>"}, {"a.dfw", "payload"}});
     for (std::size_t length = 0; length < whole.size(); ++length) {
         EXPECT_EQ(UnpackBytes(whole.substr(0, length)), "none") << length;
@@ -107,7 +107,7 @@ TEST_F(FirmwareArchivesTest, AnArchiveCutAnywhereIsRefused) {
     EXPECT_THAT(LeftBehind(), testing::IsEmpty());
 }
 
-TEST_F(FirmwareArchivesTest, AMemberWhoseCrcIsWrongFailsAndItsBytesStayInTmp) {
+TEST_F(PackageArchiveTest, AMemberWhoseCrcIsWrongFailsAndItsBytesStayInTmp) {
     for (const std::uint16_t method : {ZipMember::kStored, ZipMember::kDeflated}) {
         ZipMember member = {"a.dfw", "payload", method};
         member.crcError = 1;
@@ -116,7 +116,7 @@ TEST_F(FirmwareArchivesTest, AMemberWhoseCrcIsWrongFailsAndItsBytesStayInTmp) {
     EXPECT_THAT(LeftBehind(), testing::ElementsAre("payload", "payload"));
 }
 
-TEST_F(FirmwareArchivesTest, ADamagedByteIsFound) {
+TEST_F(PackageArchiveTest, ADamagedByteIsFound) {
     const std::string content = RandomBytes(500'000, 4) + std::string(500'000, 'x');
     for (const std::uint16_t method : {ZipMember::kStored, ZipMember::kDeflated}) {
         std::string bytes = MakeZip({{"a.dfw", content, method}});
@@ -126,7 +126,7 @@ TEST_F(FirmwareArchivesTest, ADamagedByteIsFound) {
     EXPECT_THAT(LeftBehind(), testing::SizeIs(2));
 }
 
-TEST_F(FirmwareArchivesTest, AMemberThatDeclaresAnotherSizeFails) {
+TEST_F(PackageArchiveTest, AMemberThatDeclaresAnotherSizeFails) {
     for (const std::int64_t error : {-3, 3}) {
         ZipMember member = {"a.dfw", "payload", ZipMember::kDeflated};
         member.sizeError = error;
@@ -134,7 +134,7 @@ TEST_F(FirmwareArchivesTest, AMemberThatDeclaresAnotherSizeFails) {
     }
 }
 
-TEST_F(FirmwareArchivesTest, AMemberThatUnpacksToMoreThanItDeclaresStopsThere) {
+TEST_F(PackageArchiveTest, AMemberThatUnpacksToMoreThanItDeclaresStopsThere) {
     ZipMember bomb = MakeBomb("a.dfw", 64);
     bomb.sizeError = 1024 * 1024 - 64 * 1024 * 1024;
     EXPECT_EQ(UnpackBytes(MakeZip({bomb})), "none");
@@ -144,24 +144,24 @@ TEST_F(FirmwareArchivesTest, AMemberThatUnpacksToMoreThanItDeclaresStopsThere) {
     EXPECT_LE(left[0].size(), (1024U + 32U) * 1024U);
 }
 
-TEST_F(FirmwareArchivesTest, AnEncryptedMemberFailsAndLeavesAnEmptyFile) {
+TEST_F(PackageArchiveTest, AnEncryptedMemberFailsAndLeavesAnEmptyFile) {
     Zip({"-e", "-P", "secret"}, "payload");
     EXPECT_EQ(Unpack(Archive()), "none");
     EXPECT_THAT(LeftBehind(), testing::ElementsAre(""));
 }
 
-TEST_F(FirmwareArchivesTest, AMemberMarkedAsEncryptedFails) {
+TEST_F(PackageArchiveTest, AMemberMarkedAsEncryptedFails) {
     EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", "payload", 0, false, kEncrypted}})), "none");
 }
 
-TEST_F(FirmwareArchivesTest, AnotherCompressionFailsAndLeavesAnEmptyFile) {
+TEST_F(PackageArchiveTest, AnotherCompressionFailsAndLeavesAnEmptyFile) {
     Zip({"-Z", "bzip2"}, std::string(10'000, 'x'));
     EXPECT_EQ(Unpack(Archive()), "none");
     EXPECT_THAT(LeftBehind(), testing::ElementsAre(""));
     EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", "payload", 99}})), "none");
 }
 
-TEST_F(FirmwareArchivesTest, AFolderThatMatchesFirstFails) {
+TEST_F(PackageArchiveTest, AFolderThatMatchesFirstFails) {
     EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw/", ""}, {"a.dfw/a.dfw", "payload"}})), "none");
     ZipMember marked = {"a.dfw", "payload"};
     marked.externalAttributes = kDosDirectory;
@@ -169,13 +169,13 @@ TEST_F(FirmwareArchivesTest, AFolderThatMatchesFirstFails) {
     EXPECT_THAT(LeftBehind(), testing::ElementsAre("", ""));
 }
 
-TEST_F(FirmwareArchivesTest, ADamagedMemberDoesNotDisturbAnother) {
+TEST_F(PackageArchiveTest, ADamagedMemberDoesNotDisturbAnother) {
     ZipMember damaged = {"b.dfw", "damaged"};
     damaged.crcError = 1;
     EXPECT_EQ(UnpackBytes(MakeZip({damaged, {"a.dfw", "payload"}})), "payload");
 }
 
-TEST_F(FirmwareArchivesTest, ManyMembersAreSearched) {
+TEST_F(PackageArchiveTest, ManyMembersAreSearched) {
     std::vector<ZipMember> members;
     for (int i = 0; i < 5000; ++i) {
         members.push_back({"member" + std::to_string(i), "x"});
@@ -184,13 +184,13 @@ TEST_F(FirmwareArchivesTest, ManyMembersAreSearched) {
     EXPECT_EQ(UnpackBytes(MakeZip(members)), "payload");
 }
 
-TEST_F(FirmwareArchivesTest, ALongNameIsComparedUpToItsFirst511Bytes) {
+TEST_F(PackageArchiveTest, ALongNameIsComparedUpToItsFirst511Bytes) {
     const std::string name = std::string(505, 'n') + "a.dfw";
     EXPECT_EQ(UnpackBytes(MakeZip({{name, "payload"}})), "payload");
     EXPECT_EQ(UnpackBytes(MakeZip({{"nn" + name, "payload"}})), "none");
 }
 
-TEST_F(FirmwareArchivesTest, AMemberIsFoundByItsStoredNameWhateverItsUnicodePathSays) {
+TEST_F(PackageArchiveTest, AMemberIsFoundByItsStoredNameWhateverItsUnicodePathSays) {
     ZipMember renamed = {"a.dfw", "payload"};
     // Version 1, CRC-32 of the stored name, and the name that other programs take (0x7075).
     renamed.extra = ZipExtra(0x7075, std::string("\x01\xAF\x3A\x85\x90", 5) + "b.dfw");
@@ -200,7 +200,7 @@ TEST_F(FirmwareArchivesTest, AMemberIsFoundByItsStoredNameWhateverItsUnicodePath
     EXPECT_EQ(Unpack(archive, "b.dfw"), "none");
 }
 
-TEST_F(FirmwareArchivesTest, AStoredNameEndsAtItsFirstZeroByte) {
+TEST_F(PackageArchiveTest, AStoredNameEndsAtItsFirstZeroByte) {
     EXPECT_EQ(UnpackBytes(MakeZip({{std::string("b.dfw\0/a.dfw", 12), "hidden"},
                                    {std::string("a.dfw\0.txt", 10), "payload"}})),
               "payload");
@@ -208,20 +208,20 @@ TEST_F(FirmwareArchivesTest, AStoredNameEndsAtItsFirstZeroByte) {
     EXPECT_EQ(Unpack(Archive(), "txt"), "none");
 }
 
-TEST_F(FirmwareArchivesTest, ASmallMemberWithStrongEncryptionDoesNotHideTheOthers) {
+TEST_F(PackageArchiveTest, ASmallMemberWithStrongEncryptionDoesNotHideTheOthers) {
     ZipMember secret = {"secret.txt", "tiny", 99, false, kEncrypted};
     secret.extra = ZipExtra(0x9901, std::string("\x02\0AE\x03\0\0", 7));  // AES-256, stored
     EXPECT_EQ(UnpackBytes(MakeZip({secret, {"a.dfw", "payload"}})), "payload");
     EXPECT_EQ(Unpack(Archive(), "secret.txt"), "none");
 }
 
-TEST_F(FirmwareArchivesTest, OfTwoArchivesInOneFileTheLastIsRead) {
+TEST_F(PackageArchiveTest, OfTwoArchivesInOneFileTheLastIsRead) {
     const std::string first = MakeZip({{"a.dfw", "old"}, {"b.dfw", "old"}});
     EXPECT_EQ(UnpackBytes(first + MakeZip({{"a.dfw", "payload"}}, first.size())), "payload");
     EXPECT_EQ(Unpack(Archive(), "b.dfw"), "none");
 }
 
-TEST_F(FirmwareArchivesTest, OfTwoEndRecordsTheLastCounts) {
+TEST_F(PackageArchiveTest, OfTwoEndRecordsTheLastCounts) {
     const std::string archive = MakeZip({{"a.dfw", "payload"}});
     std::string empty = MakeZip({});
     EXPECT_EQ(UnpackBytes(archive + empty), "none");
@@ -232,7 +232,7 @@ TEST_F(FirmwareArchivesTest, OfTwoEndRecordsTheLastCounts) {
     EXPECT_EQ(UnpackBytes(commented + empty), "none");
 }
 
-TEST_F(FirmwareArchivesTest, AnOddMemberThatIsNotAskedForDoesNoHarm) {
+TEST_F(PackageArchiveTest, AnOddMemberThatIsNotAskedForDoesNoHarm) {
     constexpr std::uint16_t kUtf8 = 1U << 11U;
     ZipMember wronglyMarked = {"\xFF\xFE", "x", 0, false, kUtf8};
     ZipMember malformedExtra = {"b", "x"};
@@ -241,7 +241,7 @@ TEST_F(FirmwareArchivesTest, AnOddMemberThatIsNotAskedForDoesNoHarm) {
               "payload");
 }
 
-TEST_F(FirmwareArchivesTest, FourGibibytesOfZerosAreUnpackedInBoundedMemory) {
+TEST_F(PackageArchiveTest, FourGibibytesOfZerosAreUnpackedInBoundedMemory) {
     const std::string path = folder.Write("fw.zip", MakeZip({MakeBomb("a.dfw", 4096)}));
     EXPECT_LT(fs::file_size(path), 5'000'000U);
     mz_zip_archive archive = {};
@@ -255,7 +255,7 @@ TEST_F(FirmwareArchivesTest, FourGibibytesOfZerosAreUnpackedInBoundedMemory) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 8 * 1024) << "KiB";
 }
 
-TEST_F(FirmwareArchivesTest, ATmpThatFillsUpIsAFailedExtraction) {
+TEST_F(PackageArchiveTest, ATmpThatFillsUpIsAFailedExtraction) {
     // The archive on a file system of its own, a /tmp of one mebibyte over the other.
     ASSERT_EQ(mount("tmpfs", "/mnt", "tmpfs", 0, "size=64m"), 0);
     std::ofstream("/mnt/fw.zip", std::ios::binary) << MakeZip({MakeBomb("a.dfw", 4096)});

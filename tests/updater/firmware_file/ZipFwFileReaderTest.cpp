@@ -20,9 +20,9 @@ std::size_t OpenDescriptors() {
 }
 
 /// Runs in a /tmp of its own (see tests/isolated.sh).
-class FirmwarePackageTest : public testing::Test {
+class ZipFwFileReaderTest : public testing::Test {
   protected:
-    FirmwarePackageTest() : mBefore(FilesInTmp()) {}
+    ZipFwFileReaderTest() : mBefore(FilesInTmp()) {}
 
     void Open(const std::vector<ZipMember>& members) { OpenBytes(MakeZip(members)); }
     void OpenBytes(const std::string& bytes) {
@@ -56,7 +56,7 @@ class FirmwarePackageTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(FirmwarePackageTest, APackageThatDoesNotExistYieldsNothingForEveryName) {
+TEST_F(ZipFwFileReaderTest, APackageThatDoesNotExistYieldsNothingForEveryName) {
     reader = std::make_unique<ZipFwFileReader>("", "/no/such/package.zip");
     for (const char* name : {"Manifest.xml", "", "x"}) {
         EXPECT_EQ(reader->ExtractFile(name), "");
@@ -64,7 +64,7 @@ TEST_F(FirmwarePackageTest, APackageThatDoesNotExistYieldsNothingForEveryName) {
     EXPECT_THAT(Made(), testing::IsEmpty());
 }
 
-TEST_F(FirmwarePackageTest, ATextFileNamedZipYieldsNothingForEveryName) {
+TEST_F(ZipFwFileReaderTest, ATextFileNamedZipYieldsNothingForEveryName) {
     for (const char* text : {"", "not a zip archive", "PK"}) {
         OpenBytes(text);
         for (const char* name : {"Manifest.xml", "", "x"}) {
@@ -76,19 +76,19 @@ TEST_F(FirmwarePackageTest, ATextFileNamedZipYieldsNothingForEveryName) {
     EXPECT_THAT(Made(), testing::IsEmpty());
 }
 
-TEST_F(FirmwarePackageTest, AFolderYieldsNothing) {
+TEST_F(ZipFwFileReaderTest, AFolderYieldsNothing) {
     reader = std::make_unique<ZipFwFileReader>("", folder.Path().string());
     EXPECT_EQ(reader->ExtractFile(""), "");
 }
 
-TEST_F(FirmwarePackageTest, AnArchiveWithoutMembersYieldsNothing) {
+TEST_F(ZipFwFileReaderTest, AnArchiveWithoutMembersYieldsNothing) {
     Open({});
     EXPECT_EQ(reader->ExtractFile("Manifest.xml"), "");
     EXPECT_EQ(reader->ExtractFile(""), "");
     EXPECT_THAT(Made(), testing::IsEmpty());
 }
 
-TEST_F(FirmwarePackageTest, TheManifestIsUnpackedIntoAFileOfItsOwn) {
+TEST_F(ZipFwFileReaderTest, TheManifestIsUnpackedIntoAFileOfItsOwn) {
     const std::string manifest("<a>\r\n\0</a>", 11);
     Open({{"Manifest.xml", manifest, ZipMember::kDeflated}});
     const std::string path = reader->ExtractFile("Manifest.xml");
@@ -96,7 +96,7 @@ TEST_F(FirmwarePackageTest, TheManifestIsUnpackedIntoAFileOfItsOwn) {
     EXPECT_EQ(ReadFile(path), manifest);
 }
 
-TEST_F(FirmwarePackageTest, TwoRequestsForOneNameGiveTwoFilesAndBothAreDeleted) {
+TEST_F(ZipFwFileReaderTest, TwoRequestsForOneNameGiveTwoFilesAndBothAreDeleted) {
     Open({{"a.dfw", "payload"}});
     const std::string first = reader->ExtractFile("a.dfw");
     const std::string second = reader->ExtractFile("a.dfw");
@@ -108,14 +108,14 @@ TEST_F(FirmwarePackageTest, TwoRequestsForOneNameGiveTwoFilesAndBothAreDeleted) 
     EXPECT_FALSE(fs::exists(second));
 }
 
-TEST_F(FirmwarePackageTest, APartOfANameGivesTheFirstMemberThatContainsIt) {
+TEST_F(ZipFwFileReaderTest, APartOfANameGivesTheFirstMemberThatContainsIt) {
     Open({{"readme.txt", "t"}, {"first.dfw", "1"}, {"second.dfw", "2"}});
     const std::string path = reader->ExtractFile(".dfw");
     EXPECT_THAT(path, testing::MatchesRegex("/tmp/dfw-[A-Za-z0-9]{6}"));
     EXPECT_EQ(ReadFile(path), "1");
 }
 
-TEST_F(FirmwarePackageTest, NothingIsLeftAfterTheReaderIsDestroyed) {
+TEST_F(ZipFwFileReaderTest, NothingIsLeftAfterTheReaderIsDestroyed) {
     Open({{"Manifest.xml", "m"}, {"a.dfw", "a"}, {"b.bin", "b"}});
     for (const char* name : {"Manifest.xml", "a.dfw", "b.bin", "a.dfw"}) {
         EXPECT_NE(reader->ExtractFile(name), "");
@@ -124,37 +124,37 @@ TEST_F(FirmwarePackageTest, NothingIsLeftAfterTheReaderIsDestroyed) {
     EXPECT_THAT(Made(), testing::IsEmpty());
 }
 
-TEST_F(FirmwarePackageTest, LetterCaseMatters) {
+TEST_F(ZipFwFileReaderTest, LetterCaseMatters) {
     Open({{"Manifest.xml", "m"}});
     EXPECT_EQ(reader->ExtractFile("manifest.xml"), "");
     EXPECT_EQ(reader->ExtractFile("MANIFEST.XML"), "");
 }
 
-TEST_F(FirmwarePackageTest, AMemberInAFolderIsFoundByItsName) {
+TEST_F(ZipFwFileReaderTest, AMemberInAFolderIsFoundByItsName) {
     Open({{"fw/Manifest.xml", "in the folder"}, {"Manifest.xml", "at the top"}});
     EXPECT_EQ(ReadFile(reader->ExtractFile("Manifest.xml")), "in the folder");
     EXPECT_EQ(ReadFile(reader->ExtractFile("fw/Manifest.xml")), "in the folder");
     EXPECT_EQ(reader->ExtractFile("fw\\Manifest.xml"), "");
 }
 
-TEST_F(FirmwarePackageTest, ALongerNameThatComesFirstIsTaken) {
+TEST_F(ZipFwFileReaderTest, ALongerNameThatComesFirstIsTaken) {
     Open({{"Manifest.xml.old", "old"}, {"Manifest.xml", "new"}});
     EXPECT_EQ(ReadFile(reader->ExtractFile("Manifest.xml")), "old");
 }
 
-TEST_F(FirmwarePackageTest, TheFirstOfDuplicateNamesIsTaken) {
+TEST_F(ZipFwFileReaderTest, TheFirstOfDuplicateNamesIsTaken) {
     Open({{"a.dfw", "first"}, {"a.dfw", "second"}});
     EXPECT_EQ(ReadFile(reader->ExtractFile("a.dfw")), "first");
 }
 
-TEST_F(FirmwarePackageTest, AnEmptyNameMatchesTheFirstMember) {
+TEST_F(ZipFwFileReaderTest, AnEmptyNameMatchesTheFirstMember) {
     Open({{"a.dfw", "first"}, {"b.dfw", "second"}});
     const std::string path = reader->ExtractFile("");
     EXPECT_THAT(path, testing::MatchesRegex("/tmp/-[A-Za-z0-9]{6}"));
     EXPECT_EQ(ReadFile(path), "first");
 }
 
-TEST_F(FirmwarePackageTest, TheTagIsWhatFollowsTheLastDotOfTheNameAskedFor) {
+TEST_F(ZipFwFileReaderTest, TheTagIsWhatFollowsTheLastDotOfTheNameAskedFor) {
     Open({{"dir.d/fw_1.2.dfw", "x"}, {"README", "r"}, {"ends.with.", "e"}});
     EXPECT_THAT(reader->ExtractFile("fw_1.2.dfw"), testing::MatchesRegex("/tmp/dfw-.{6}"));
     EXPECT_THAT(reader->ExtractFile("fw_1.2"), testing::MatchesRegex("/tmp/2-.{6}"));
@@ -163,7 +163,7 @@ TEST_F(FirmwarePackageTest, TheTagIsWhatFollowsTheLastDotOfTheNameAskedFor) {
     EXPECT_THAT(reader->ExtractFile("ends.with."), testing::MatchesRegex("/tmp/-.{6}"));
 }
 
-TEST_F(FirmwarePackageTest, ATagWithASlashMakesNoFileAndFails) {
+TEST_F(ZipFwFileReaderTest, ATagWithASlashMakesNoFileAndFails) {
     Open({{"dir.d/payload", "x"}});
     EXPECT_EQ(reader->ExtractFile("dir.d/payload"), "");
     EXPECT_EQ(reader->ExtractFile("../tmp"), "");
@@ -171,7 +171,7 @@ TEST_F(FirmwarePackageTest, ATagWithASlashMakesNoFileAndFails) {
     EXPECT_THAT(Made(), testing::IsEmpty());
 }
 
-TEST_F(FirmwarePackageTest, ATagTooLongForThePathIsCut) {
+TEST_F(ZipFwFileReaderTest, ATagTooLongForThePathIsCut) {
     const std::string name(300, 'n');
     Open({{name, "x"}});
     const std::string path = reader->ExtractFile(name);
@@ -181,14 +181,14 @@ TEST_F(FirmwarePackageTest, ATagTooLongForThePathIsCut) {
     EXPECT_FALSE(fs::exists(path));
 }
 
-TEST_F(FirmwarePackageTest, ANameThatIsNotUtf8IsComparedByItsBytes) {
+TEST_F(ZipFwFileReaderTest, ANameThatIsNotUtf8IsComparedByItsBytes) {
     Open({{"caf\x82.dfw", "code page 437"}, {"caf\xC3\xA9.dfw", "UTF-8", 0, false, 0x0800}});
     EXPECT_EQ(ReadFile(reader->ExtractFile("caf\x82.dfw")), "code page 437");
     EXPECT_EQ(ReadFile(reader->ExtractFile("caf\xC3\xA9.dfw")), "UTF-8");
     EXPECT_EQ(reader->ExtractFile("caf\xE9.dfw"), "");
 }
 
-TEST_F(FirmwarePackageTest, TheTemporaryFileBelongsToItsOwnerAlone) {
+TEST_F(ZipFwFileReaderTest, TheTemporaryFileBelongsToItsOwnerAlone) {
     const mode_t before = umask(0);
     Open({{"a.dfw", "x"}});
     struct stat file = {};
@@ -197,7 +197,7 @@ TEST_F(FirmwarePackageTest, TheTemporaryFileBelongsToItsOwnerAlone) {
     umask(before);
 }
 
-TEST_F(FirmwarePackageTest, OneDescriptorStaysOpenForEachExtraction) {
+TEST_F(ZipFwFileReaderTest, OneDescriptorStaysOpenForEachExtraction) {
     Open({{"a.dfw", "x"}});
     const std::size_t before = OpenDescriptors();
     (void)reader->ExtractFile("a.dfw");
@@ -210,7 +210,7 @@ TEST_F(FirmwarePackageTest, OneDescriptorStaysOpenForEachExtraction) {
     EXPECT_EQ(OpenDescriptors(), before + 2);
 }
 
-TEST_F(FirmwarePackageTest, CreateTempFileMakesAnEmptyFileAndDeleteTempFileRemovesIt) {
+TEST_F(ZipFwFileReaderTest, CreateTempFileMakesAnEmptyFileAndDeleteTempFileRemovesIt) {
     const ZipFwFileReader empty("", "");
     const NyString path = empty.CreateTempFile(NyString("tag"));
     EXPECT_THAT(path.GetAscii(), testing::MatchesRegex("/tmp/tag-[A-Za-z0-9]{6}"));
@@ -220,7 +220,7 @@ TEST_F(FirmwarePackageTest, CreateTempFileMakesAnEmptyFileAndDeleteTempFileRemov
     empty.DeleteTempFile(path);
 }
 
-TEST_F(FirmwarePackageTest, AFileThatIsGoneAlreadyDoesNotDisturbTheCleaning) {
+TEST_F(ZipFwFileReaderTest, AFileThatIsGoneAlreadyDoesNotDisturbTheCleaning) {
     Open({{"a.dfw", "x"}, {"b.dfw", "y"}});
     fs::remove(reader->ExtractFile("a.dfw"));
     const std::string second = reader->ExtractFile("b.dfw");
@@ -228,14 +228,14 @@ TEST_F(FirmwarePackageTest, AFileThatIsGoneAlreadyDoesNotDisturbTheCleaning) {
     EXPECT_FALSE(fs::exists(second));
 }
 
-TEST_F(FirmwarePackageTest, TheArchiveIsOpenedAnewByEachRequest) {
+TEST_F(ZipFwFileReaderTest, TheArchiveIsOpenedAnewByEachRequest) {
     Open({{"a.dfw", "before"}});
     EXPECT_EQ(ReadFile(reader->ExtractFile("a.dfw")), "before");
     folder.Write("fw.zip", MakeZip({{"a.dfw", "after"}}));
     EXPECT_EQ(ReadFile(reader->ExtractFile("a.dfw")), "after");
 }
 
-TEST_F(FirmwarePackageTest, TheTextOfThePackageItselfIsTheArchivesOwn) {
+TEST_F(ZipFwFileReaderTest, TheTextOfThePackageItselfIsTheArchivesOwn) {
     OpenBytes("just text");
     EXPECT_EQ(reader->GetFileContent(), "just text");
 }

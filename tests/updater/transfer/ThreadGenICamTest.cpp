@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kBusy = "Flash currently being written in background";
 constexpr const char* kConnecting = "Connecting device...";
 
-class FileAccessTransferTest : public testing::Test {
+class ThreadGenICamTest : public testing::Test {
   protected:
     void SetUp() override { worker = std::make_unique<ThreadGenICam>("cam", "fw.dfw"); }
 
@@ -41,7 +41,7 @@ class FileAccessTransferTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(FileAccessTransferTest, AStatusWithoutTheBusyPhraseIsReadOnceWithoutSleep) {
+TEST_F(ThreadGenICamTest, AStatusWithoutTheBusyPhraseIsReadOnceWithoutSleep) {
     Transfer();
     ExpectFileAccessStatus(script, "Firmware applied: 2.0");
     EXPECT_TRUE(worker->GetStatus(status).IsOK());
@@ -49,7 +49,7 @@ TEST_F(FileAccessTransferTest, AStatusWithoutTheBusyPhraseIsReadOnceWithoutSleep
     EXPECT_TRUE(script.Sleeps().empty());
 }
 
-TEST_F(FileAccessTransferTest, RunsAllSixtyReReadsOnceTheBusyPhraseWasSeen) {
+TEST_F(ThreadGenICamTest, RunsAllSixtyReReadsOnceTheBusyPhraseWasSeen) {
     Transfer();
     script.Expect("NxGenFile::Open StatusTxt read");
     script.Expect("NxGenFile::Read 1024").Gives(std::string("x ") + kBusy + " y");
@@ -63,7 +63,7 @@ TEST_F(FileAccessTransferTest, RunsAllSixtyReReadsOnceTheBusyPhraseWasSeen) {
     EXPECT_EQ(script.Sleeps(), std::vector<std::int64_t>(60, 1'000'000'000));
 }
 
-TEST_F(FileAccessTransferTest, IsOkWhenTheDeviceIsStillBusyAfterAllReReads) {
+TEST_F(ThreadGenICamTest, IsOkWhenTheDeviceIsStillBusyAfterAllReReads) {
     Transfer();
     script.Expect("NxGenFile::Open StatusTxt read");
     script.Expect("NxGenFile::Read 1024").Gives(kBusy);
@@ -76,7 +76,7 @@ TEST_F(FileAccessTransferTest, IsOkWhenTheDeviceIsStillBusyAfterAllReReads) {
     EXPECT_EQ(script.Sleeps().size(), 60U);
 }
 
-TEST_F(FileAccessTransferTest, AShorterLaterStatusKeepsTheTailOfTheEarlierOne) {
+TEST_F(ThreadGenICamTest, AShorterLaterStatusKeepsTheTailOfTheEarlierOne) {
     Transfer();
     script.Expect("NxGenFile::Open StatusTxt read");
     script.Expect("NxGenFile::Read 1024").Gives(kBusy);
@@ -88,7 +88,7 @@ TEST_F(FileAccessTransferTest, AShorterLaterStatusKeepsTheTailOfTheEarlierOne) {
     EXPECT_STREQ(status.GetAscii(), "Done. currently being written in background");
 }
 
-TEST_F(FileAccessTransferTest, AnOpenFailureDuringTheReReadsKeepsTheTextReadBefore) {
+TEST_F(ThreadGenICamTest, AnOpenFailureDuringTheReReadsKeepsTheTextReadBefore) {
     Transfer();
     script.Expect("NxGenFile::Open StatusTxt read");
     script.Expect("NxGenFile::Read 1024").Gives(kBusy);
@@ -101,7 +101,7 @@ TEST_F(FileAccessTransferTest, AnOpenFailureDuringTheReReadsKeepsTheTextReadBefo
     EXPECT_STREQ(status.GetAscii(), "second");
 }
 
-TEST_F(FileAccessTransferTest, AReadFailureDuringTheReReadsIsHandedBackWithTheFileOpen) {
+TEST_F(ThreadGenICamTest, AReadFailureDuringTheReReadsIsHandedBackWithTheFileOpen) {
     Transfer();
     script.Expect("NxGenFile::Open StatusTxt read");
     script.Expect("NxGenFile::Read 1024").Gives(kBusy);
@@ -112,7 +112,7 @@ TEST_F(FileAccessTransferTest, AReadFailureDuringTheReReadsIsHandedBackWithTheFi
     EXPECT_STREQ(status.GetAscii(), kBusy);
 }
 
-TEST_F(FileAccessTransferTest, AStatusFailsWithTheFirstFailingCall) {
+TEST_F(ThreadGenICamTest, AStatusFailsWithTheFirstFailingCall) {
     Transfer();
     status = "before";
     script.Expect("NxGenFile::Open StatusTxt read").Fails(0x10c, "no such file");
@@ -123,7 +123,7 @@ TEST_F(FileAccessTransferTest, AStatusFailsWithTheFirstFailingCall) {
     EXPECT_STREQ(status.GetAscii(), "before");
 }
 
-TEST_F(FileAccessTransferTest, AStatusOf1024BytesIsTakenAsItIs) {
+TEST_F(ThreadGenICamTest, AStatusOf1024BytesIsTakenAsItIs) {
     Transfer();
     const std::string text(1024, 's');
     ExpectFileAccessStatus(script, text);
@@ -131,7 +131,7 @@ TEST_F(FileAccessTransferTest, AStatusOf1024BytesIsTakenAsItIs) {
     EXPECT_EQ(status.GetAscii(), text);
 }
 
-TEST_F(FileAccessTransferTest, AStatusOf1024BytesIsTakenAsItIsWhenReadAgain) {
+TEST_F(ThreadGenICamTest, AStatusOf1024BytesIsTakenAsItIsWhenReadAgain) {
     Transfer();
     script.Expect("NxGenFile::Open StatusTxt read");
     script.Expect("NxGenFile::Read 1024").Gives(kBusy);
@@ -144,7 +144,7 @@ TEST_F(FileAccessTransferTest, AStatusOf1024BytesIsTakenAsItIsWhenReadAgain) {
     EXPECT_EQ(status.GetAscii(), text);
 }
 
-TEST_F(FileAccessTransferTest, AnInterruptedPauseIsResumedForTheRest) {
+TEST_F(ThreadGenICamTest, AnInterruptedPauseIsResumedForTheRest) {
     Transfer();
     script.interruptedSleeps = 1;
     script.Expect("NxGenFile::Open StatusTxt read");
@@ -160,7 +160,7 @@ TEST_F(FileAccessTransferTest, AnInterruptedPauseIsResumedForTheRest) {
     EXPECT_EQ(script.Sleeps()[2], 1'000'000'000);
 }
 
-TEST_F(FileAccessTransferTest, ACloseFailureIsNeverReported) {
+TEST_F(ThreadGenICamTest, ACloseFailureIsNeverReported) {
     script.Expect("NxDevice::CreateAndConnect cam");
     script.Expect("NxGenFile::Open RemoteUpdateDfw write");
     script.Expect("NxGenFile::WriteFrom fw.dfw");
@@ -173,13 +173,13 @@ TEST_F(FileAccessTransferTest, ACloseFailureIsNeverReported) {
     EXPECT_TRUE(worker->GetStatus(status).IsOK());
 }
 
-TEST_F(FileAccessTransferTest, ResetGivesCode26AndSendsNothing) {
+TEST_F(ThreadGenICamTest, ResetGivesCode26AndSendsNothing) {
     Transfer();
     EXPECT_FALSE(worker->SupportsReset());
     EXPECT_EQ(worker->Reset().GetCode(), 26U);
 }
 
-TEST_F(FileAccessTransferTest, TheDeviceIdRecordIsWrittenIntoRemoteUpdateDfw) {
+TEST_F(ThreadGenICamTest, TheDeviceIdRecordIsWrittenIntoRemoteUpdateDfw) {
     Transfer();
     script.Expect("NxDfwPayload::GetDeviceIdRecord fw.dfw cam-a 4096").Gives("the record");
     script.Expect("NxGenFile::Open RemoteUpdateDfw write");
@@ -188,7 +188,7 @@ TEST_F(FileAccessTransferTest, TheDeviceIdRecordIsWrittenIntoRemoteUpdateDfw) {
     EXPECT_TRUE(worker->SetNewDeviceId("cam-a").IsOK());
 }
 
-TEST_F(FileAccessTransferTest, ARecordFailsWithTheFirstFailingCall) {
+TEST_F(ThreadGenICamTest, ARecordFailsWithTheFirstFailingCall) {
     Transfer();
     unsigned char record[] = {'i', 'd'};
     script.Expect("NxGenFile::Open RemoteUpdateDfw write").Fails(0x10c);
@@ -198,7 +198,7 @@ TEST_F(FileAccessTransferTest, ARecordFailsWithTheFirstFailingCall) {
     EXPECT_EQ(worker->SendBuffer(record, 2).GetCode(), 0x10dU);
 }
 
-TEST_F(FileAccessTransferTest, TheLabelFollowsThePhases) {
+TEST_F(ThreadGenICamTest, TheLabelFollowsThePhases) {
     script.progress = {{0, 4096}, {0, 4096}, {2048, 4096}, {4096, 4096}};
     EXPECT_EQ(Label(), kConnecting);
     script.Expect("NxDevice::CreateAndConnect cam").Does([this] {
@@ -222,7 +222,7 @@ TEST_F(FileAccessTransferTest, TheLabelFollowsThePhases) {
     EXPECT_EQ(worker->GetProgress(), 100);
 }
 
-TEST_F(FileAccessTransferTest, AFailureToTellTheProgressIsIgnored) {
+TEST_F(ThreadGenICamTest, AFailureToTellTheProgressIsIgnored) {
     script.progress = {{0, 4096}, {2048, 4096}, {4096, 4096}};
     script.progressResult = NxResult(0x103, "no progress");
     script.Expect("NxDevice::CreateAndConnect cam");
@@ -238,7 +238,7 @@ TEST_F(FileAccessTransferTest, AFailureToTellTheProgressIsIgnored) {
     EXPECT_EQ(worker->GetProgress(), 100);
 }
 
-TEST_F(FileAccessTransferTest, APollBeforeThereIsAFileReportsNothing) {
+TEST_F(ThreadGenICamTest, APollBeforeThereIsAFileReportsNothing) {
     long done = 7;
     long total = 9;
     worker->GetRawProgress(done, total);
@@ -248,7 +248,7 @@ TEST_F(FileAccessTransferTest, APollBeforeThereIsAFileReportsNothing) {
     Transfer();
 }
 
-TEST_F(FileAccessTransferTest, AnOpenFailureIsTheOutcomeAndNothingIsClosed) {
+TEST_F(ThreadGenICamTest, AnOpenFailureIsTheOutcomeAndNothingIsClosed) {
     script.Expect("NxDevice::CreateAndConnect cam");
     script.Expect("NxGenFile::Open RemoteUpdateDfw write").Fails(0x10c, "refused");
     worker->Run();
@@ -257,7 +257,7 @@ TEST_F(FileAccessTransferTest, AnOpenFailureIsTheOutcomeAndNothingIsClosed) {
     EXPECT_EQ(script.files, 1);
 }
 
-TEST_F(FileAccessTransferTest, AWriteFailureIsTheOutcomeAndTheFileIsClosed) {
+TEST_F(ThreadGenICamTest, AWriteFailureIsTheOutcomeAndTheFileIsClosed) {
     script.Expect("NxDevice::CreateAndConnect cam");
     script.Expect("NxGenFile::Open RemoteUpdateDfw write");
     script.Expect("NxGenFile::WriteFrom fw.dfw").Fails(0x10d, "short");
@@ -267,7 +267,7 @@ TEST_F(FileAccessTransferTest, AWriteFailureIsTheOutcomeAndTheFileIsClosed) {
     EXPECT_STREQ(worker->mResult.GetDescription().GetAscii(), "short");
 }
 
-TEST_F(FileAccessTransferTest, TheFileIsDeletedBeforeTheConnectionIsFreed) {
+TEST_F(ThreadGenICamTest, TheFileIsDeletedBeforeTheConnectionIsFreed) {
     Transfer();
     script.Expect("NxDevice::Free cam").Does([this] { EXPECT_EQ(script.files, 0); });
     worker = nullptr;

@@ -10,7 +10,7 @@
 
 namespace {
 
-class TransferWorkerTest : public testing::Test {
+class ThreadTest : public testing::Test {
   protected:
     int ProgressOf(long done, long total) {
         worker.SetTransferring(true);
@@ -34,16 +34,16 @@ class TransferWorkerTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(TransferWorkerTest, ATotalOfZeroWithNothingDoneIsZeroPercent) {
+TEST_F(ThreadTest, ATotalOfZeroWithNothingDoneIsZeroPercent) {
     EXPECT_EQ(ProgressOf(0, 0), 0);
 }
 
-TEST_F(TransferWorkerTest, ATotalOfZeroWithSomethingDoneIsZeroPercent) {
+TEST_F(ThreadTest, ATotalOfZeroWithSomethingDoneIsZeroPercent) {
     EXPECT_EQ(ProgressOf(1, 0), 0);
     EXPECT_EQ(ProgressOf(-1, 0), 0);
 }
 
-TEST_F(TransferWorkerTest, MoreDoneThanTotalIsAHundredPercentUntilSixteenBitsOverflow) {
+TEST_F(ThreadTest, MoreDoneThanTotalIsAHundredPercentUntilSixteenBitsOverflow) {
     EXPECT_EQ(ProgressOf(200, 100), 100);
     EXPECT_EQ(ProgressOf(32767, 100), 100);
     EXPECT_EQ(ProgressOf(32768, 100), 0);
@@ -51,14 +51,14 @@ TEST_F(TransferWorkerTest, MoreDoneThanTotalIsAHundredPercentUntilSixteenBitsOve
     EXPECT_EQ(ProgressOf(65586, 100), 50);
 }
 
-TEST_F(TransferWorkerTest, ARatioBeyondThirtyTwoBitsIsZeroPercent) {
+TEST_F(ThreadTest, ARatioBeyondThirtyTwoBitsIsZeroPercent) {
     EXPECT_EQ(ProgressOf(1L << 62, 1), 0);
     EXPECT_EQ(ProgressOf(-(1L << 62), 1), 0);
     // 0x7FFFFFFF and above keep the low sixteen bits of the largest value, which are -1.
     EXPECT_EQ(ProgressOf(2147483648L, 100), 0);
 }
 
-TEST_F(TransferWorkerTest, ProgressIsRoundedToTheNearestPercent) {
+TEST_F(ThreadTest, ProgressIsRoundedToTheNearestPercent) {
     EXPECT_EQ(ProgressOf(0, 1000), 0);
     EXPECT_EQ(ProgressOf(4, 1000), 0);
     EXPECT_EQ(ProgressOf(5, 1000), 1);
@@ -68,65 +68,65 @@ TEST_F(TransferWorkerTest, ProgressIsRoundedToTheNearestPercent) {
     EXPECT_EQ(ProgressOf(-50, 100), 0);
 }
 
-TEST_F(TransferWorkerTest, ThePercentIsRoundedOnceByAFusedMultiplyAdd) {
+TEST_F(ThreadTest, ThePercentIsRoundedOnceByAFusedMultiplyAdd) {
     // The quotient is the double just below 0.005; with the product rounded first it would be 1 %.
     EXPECT_EQ(ProgressOf(21000000000000, 4200000000000001), 0);
 }
 
-TEST_F(TransferWorkerTest, TheLabelsPercentageIsNotClamped) {
+TEST_F(ThreadTest, TheLabelsPercentageIsNotClamped) {
     EXPECT_EQ(LabelOf(2048, 1024), "2/1 KBs transferred (200%)");
 }
 
-TEST_F(TransferWorkerTest, TheLabelIsEmptyBelowOneKilobyte) {
+TEST_F(ThreadTest, TheLabelIsEmptyBelowOneKilobyte) {
     EXPECT_EQ(LabelOf(1023, 100000), "");
     EXPECT_EQ(LabelOf(0, 100000), "");
     EXPECT_EQ(LabelOf(-5000, 100000), "");
 }
 
-TEST_F(TransferWorkerTest, ATotalBelowOneKilobyteShowsZeroPercent) {
+TEST_F(ThreadTest, ATotalBelowOneKilobyteShowsZeroPercent) {
     EXPECT_EQ(LabelOf(1024, 1023), "1/0 KBs transferred (0%)");
     EXPECT_EQ(LabelOf(1024, 0), "1/0 KBs transferred (0%)");
     EXPECT_EQ(LabelOf(1024, -4096), "1/-4 KBs transferred (0%)");
 }
 
-TEST_F(TransferWorkerTest, KilobytesAreTruncated) {
+TEST_F(ThreadTest, KilobytesAreTruncated) {
     EXPECT_EQ(LabelOf(2047, 10240), "1/10 KBs transferred (10%)");
     EXPECT_EQ(LabelOf(524288, 1048576), "512/1024 KBs transferred (50%)");
     EXPECT_EQ(LabelOf(1023 * 1024, 1048576), "1023/1024 KBs transferred (99%)");
 }
 
-TEST_F(TransferWorkerTest, TheLabelTakesTheProgressWhetherTransferringOrNot) {
+TEST_F(ThreadTest, TheLabelTakesTheProgressWhetherTransferringOrNot) {
     EXPECT_EQ(LabelOf(1024, 1024), "1/1 KBs transferred (100%)");
     worker.SetTransferring(true);
     EXPECT_EQ(LabelOf(1024, 1024), "1/1 KBs transferred (100%)");
 }
 
-TEST_F(TransferWorkerTest, AStatusThatBeginsWithFirmwareAppliedIsASuccess) {
+TEST_F(ThreadTest, AStatusThatBeginsWithFirmwareAppliedIsASuccess) {
     EXPECT_EQ(ValidityOf("Firmware applied:"), 0U);
     EXPECT_EQ(ValidityOf("Firmware applied: main 2.0"), 0U);
     EXPECT_STREQ(worker.mStatus.GetAscii(), "Firmware applied: main 2.0");
 }
 
-TEST_F(TransferWorkerTest, FirmwareAppliedLaterInTheStatusDoesNotCount) {
+TEST_F(ThreadTest, FirmwareAppliedLaterInTheStatusDoesNotCount) {
     EXPECT_EQ(ValidityOf(" Firmware applied: 2.0"), 0x4000U);
     EXPECT_EQ(ValidityOf("Done. Firmware applied: 2.0"), 0x4000U);
     EXPECT_EQ(ValidityOf("firmware applied: 2.0"), 0x4000U);
 }
 
-TEST_F(TransferWorkerTest, SuccessfullyWroteCountsAnywhereInTheStatus) {
+TEST_F(ThreadTest, SuccessfullyWroteCountsAnywhereInTheStatus) {
     EXPECT_EQ(ValidityOf("Successfully wrote file to non-volatile memory"), 0U);
     EXPECT_EQ(ValidityOf("x Firmware applied: Successfully wrote file to non-volatile memory."),
               0U);
     EXPECT_EQ(ValidityOf("Successfully wrote file to volatile memory"), 0x4000U);
 }
 
-TEST_F(TransferWorkerTest, AnEmptyStatusIsNoSuccess) {
+TEST_F(ThreadTest, AnEmptyStatusIsNoSuccess) {
     const NxResult result = worker.Validate();
     EXPECT_EQ(result.GetCode(), 0x4000U);
     EXPECT_FALSE(result.IsOK());
 }
 
-TEST_F(TransferWorkerTest, AStatusThatCannotBeReadHandsTheFailureBack) {
+TEST_F(ThreadTest, AStatusThatCannotBeReadHandsTheFailureBack) {
     worker.statusText = "Firmware applied: 2.0";
     worker.statusResult = NxResult(0x103, "no answer");
     const NxResult result = worker.Validate();
@@ -134,33 +134,33 @@ TEST_F(TransferWorkerTest, AStatusThatCannotBeReadHandsTheFailureBack) {
     EXPECT_STREQ(result.GetDescription().GetAscii(), "no answer");
 }
 
-TEST_F(TransferWorkerTest, ResetWithoutSupportGivesCode26AndSendsNothing) {
+TEST_F(ThreadTest, ResetWithoutSupportGivesCode26AndSendsNothing) {
     worker.supportsReset = false;
     EXPECT_EQ(worker.Reset().GetCode(), 26U);
     EXPECT_TRUE(worker.sent.empty());
 }
 
-TEST_F(TransferWorkerTest, TheDeviceIdIsSentEvenWhereResetIsNotSupported) {
+TEST_F(ThreadTest, TheDeviceIdIsSentEvenWhereResetIsNotSupported) {
     worker.supportsReset = false;
     script.Expect("NxDfwPayload::GetDeviceIdRecord fw.dfw cam 4096").Gives("the record");
     EXPECT_TRUE(worker.SetNewDeviceId("cam").IsOK());
     EXPECT_THAT(worker.sent, testing::ElementsAre("the record"));
 }
 
-TEST_F(TransferWorkerTest, ResetSendsTheResetRecordOfThePayload) {
+TEST_F(ThreadTest, ResetSendsTheResetRecordOfThePayload) {
     script.Expect("NxDfwPayload::GetResetRecord fw.dfw 4096").Gives("reset");
     EXPECT_TRUE(worker.Reset().IsOK());
     EXPECT_THAT(worker.sent, testing::ElementsAre("reset"));
 }
 
-TEST_F(TransferWorkerTest, ARecordIsSentWithTheLengthThatWasReported) {
+TEST_F(ThreadTest, ARecordIsSentWithTheLengthThatWasReported) {
     const std::string record(4096, '\0');
     script.Expect("NxDfwPayload::GetResetRecord fw.dfw 4096").Gives(record);
     EXPECT_TRUE(worker.Reset().IsOK());
     EXPECT_THAT(worker.sent, testing::ElementsAre(record));
 }
 
-TEST_F(TransferWorkerTest, ARecordThatCannotBeBuiltIsNotSent) {
+TEST_F(ThreadTest, ARecordThatCannotBeBuiltIsNotSent) {
     script.Expect("NxDfwPayload::GetDeviceIdRecord fw.dfw cam 4096").Fails(0x10f, "no header");
     script.Expect("NxDfwPayload::GetResetRecord fw.dfw 4096").Fails(0x101, "no file");
     EXPECT_EQ(worker.SetNewDeviceId("cam").GetCode(), 0x10fU);
@@ -168,7 +168,7 @@ TEST_F(TransferWorkerTest, ARecordThatCannotBeBuiltIsNotSent) {
     EXPECT_TRUE(worker.sent.empty());
 }
 
-TEST_F(TransferWorkerTest, AFailureToSendARecordIsHandedBack) {
+TEST_F(ThreadTest, AFailureToSendARecordIsHandedBack) {
     worker.sendResult = NxResult(0x104, "refused");
     script.Expect("NxDfwPayload::GetDeviceIdRecord fw.dfw cam 4096").Gives("id");
     script.Expect("NxDfwPayload::GetResetRecord fw.dfw 4096").Gives("reset");
@@ -176,7 +176,7 @@ TEST_F(TransferWorkerTest, AFailureToSendARecordIsHandedBack) {
     EXPECT_STREQ(worker.Reset().GetDescription().GetAscii(), "refused");
 }
 
-TEST_F(TransferWorkerTest, AWorkerThatWasNeverStartedHasNoOutcomeAndZeroProgress) {
+TEST_F(ThreadTest, AWorkerThatWasNeverStartedHasNoOutcomeAndZeroProgress) {
     EXPECT_FALSE(worker.IsComplete());
     EXPECT_EQ(worker.mResult.GetCode(), 0x605U);
     EXPECT_FALSE(worker.mResult.IsOK());
@@ -185,14 +185,14 @@ TEST_F(TransferWorkerTest, AWorkerThatWasNeverStartedHasNoOutcomeAndZeroProgress
     EXPECT_STREQ(worker.mStatus.GetAscii(), "");
 }
 
-TEST_F(TransferWorkerTest, WithoutAReportTheProgressIsZeroOfAHundred) {
+TEST_F(ThreadTest, WithoutAReportTheProgressIsZeroOfAHundred) {
     worker.reportsProgress = false;
     worker.SetTransferring(true);
     EXPECT_EQ(worker.GetProgress(), 0);
     EXPECT_STREQ(worker.GetLabel().GetAscii(), "");
 }
 
-TEST_F(TransferWorkerTest, AFinishedTransferReadsAHundredOrZeroByItsOutcome) {
+TEST_F(ThreadTest, AFinishedTransferReadsAHundredOrZeroByItsOutcome) {
     worker.done = 50;
     worker.Finish(NxResult());
     EXPECT_EQ(worker.GetProgress(), 100);
@@ -201,7 +201,7 @@ TEST_F(TransferWorkerTest, AFinishedTransferReadsAHundredOrZeroByItsOutcome) {
     EXPECT_EQ(worker.progressQuestions, 0);
 }
 
-TEST_F(TransferWorkerTest, TheTransferRunsOnAThreadOfItsOwn) {
+TEST_F(ThreadTest, TheTransferRunsOnAThreadOfItsOwn) {
     std::promise<void> release;
     std::thread::id runner;
     worker.run = [&](ProbeThread& self) {
@@ -219,7 +219,7 @@ TEST_F(TransferWorkerTest, TheTransferRunsOnAThreadOfItsOwn) {
     EXPECT_EQ(worker.GetProgress(), 100);
 }
 
-TEST_F(TransferWorkerTest, TheOutcomeIsThereAsSoonAsTheTransferringEnds) {
+TEST_F(ThreadTest, TheOutcomeIsThereAsSoonAsTheTransferringEnds) {
     // Polled while it runs: never the initial failure between the last byte and the end.
     worker.total = 100;
     worker.done = 60;
@@ -239,7 +239,7 @@ TEST_F(TransferWorkerTest, TheOutcomeIsThereAsSoonAsTheTransferringEnds) {
     EXPECT_EQ(worker.GetProgress(), 100);
 }
 
-TEST_F(TransferWorkerTest, ASystemWithoutRoomForItsThreadIsAnExceptionThatEscapes) {
+TEST_F(ThreadTest, ASystemWithoutRoomForItsThreadIsAnExceptionThatEscapes) {
     worker.run = [](ProbeThread&) { FAIL() << "it ran"; };
     {
         const NoThreads full;
@@ -248,7 +248,7 @@ TEST_F(TransferWorkerTest, ASystemWithoutRoomForItsThreadIsAnExceptionThatEscape
     EXPECT_FALSE(worker.IsComplete());
 }
 
-TEST_F(TransferWorkerTest, DeletingAWorkerJoinsItsThread) {
+TEST_F(ThreadTest, DeletingAWorkerJoinsItsThread) {
     auto another = std::make_unique<ProbeThread>();
     bool ran = false;
     another->run = [&ran](ProbeThread&) { ran = true; };
@@ -261,7 +261,7 @@ TEST_F(TransferWorkerTest, DeletingAWorkerJoinsItsThread) {
     EXPECT_TRUE(ran);
 }
 
-TEST_F(TransferWorkerTest, HookRunsTheWorkerItIsGivenAndMarksItComplete) {
+TEST_F(ThreadTest, HookRunsTheWorkerItIsGivenAndMarksItComplete) {
     int runs = 0;
     worker.run = [&runs](ProbeThread&) { ++runs; };
     Thread::Hook(&worker);

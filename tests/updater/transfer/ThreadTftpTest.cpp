@@ -8,7 +8,7 @@
 
 namespace {
 
-class TftpTransferTest : public testing::Test {
+class ThreadTftpTest : public testing::Test {
   protected:
     /// Runs a transfer that succeeds.
     void Transfer() {
@@ -30,7 +30,7 @@ class TftpTransferTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(TftpTransferTest, BeforeTheRunProgressIsUntouchedAndTheLabelIsTheUsualOne) {
+TEST_F(ThreadTftpTest, BeforeTheRunProgressIsUntouchedAndTheLabelIsTheUsualOne) {
     long done = 7;
     long total = 9;
     worker.GetRawProgress(done, total);
@@ -40,7 +40,7 @@ TEST_F(TftpTransferTest, BeforeTheRunProgressIsUntouchedAndTheLabelIsTheUsualOne
     EXPECT_EQ(script.clients, 0);
 }
 
-TEST_F(TftpTransferTest, AFailedInitIsTheOutcomeAndNothingIsSent) {
+TEST_F(ThreadTftpTest, AFailedInitIsTheOutcomeAndNothingIsSent) {
     script.Expect("NxTftpClient::Init cam RemoteUpdateDfw").Fails(0x100, "malformed");
     worker.Start();
     script.WaitUntilSettled();
@@ -50,28 +50,28 @@ TEST_F(TftpTransferTest, AFailedInitIsTheOutcomeAndNothingIsSent) {
     EXPECT_EQ(worker.GetProgress(), 0);
 }
 
-TEST_F(TftpTransferTest, AFailedSendIsTheOutcome) {
+TEST_F(ThreadTftpTest, AFailedSendIsTheOutcome) {
     script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
     script.Expect("NxTftpClient::SendFile fw.dfw").Fails(0x10e, "disk full");
     worker.Run();
     EXPECT_EQ(worker.mResult.GetCode(), 0x10eU);
 }
 
-TEST_F(TftpTransferTest, TheWholeStatusTextIsHandedOut) {
+TEST_F(ThreadTftpTest, TheWholeStatusTextIsHandedOut) {
     Transfer();
     ExpectTftpStatus(script, "cam", "Firmware applied: main 2.0");
     EXPECT_TRUE(worker.GetStatus(status).IsOK());
     EXPECT_STREQ(status.GetAscii(), "Firmware applied: main 2.0");
 }
 
-TEST_F(TftpTransferTest, TheStatusEndsAtItsFirstZeroByte) {
+TEST_F(ThreadTftpTest, TheStatusEndsAtItsFirstZeroByte) {
     Transfer();
     ExpectTftpStatus(script, "cam", std::string("text\0more", 9));
     EXPECT_TRUE(worker.GetStatus(status).IsOK());
     EXPECT_STREQ(status.GetAscii(), "text");
 }
 
-TEST_F(TftpTransferTest, AStatusOf1024BytesIsTakenAsItIs) {
+TEST_F(ThreadTftpTest, AStatusOf1024BytesIsTakenAsItIs) {
     Transfer();
     const std::string text(1024, 's');
     ExpectTftpStatus(script, "cam", text);
@@ -79,14 +79,14 @@ TEST_F(TftpTransferTest, AStatusOf1024BytesIsTakenAsItIs) {
     EXPECT_EQ(status.GetAscii(), text);
 }
 
-TEST_F(TftpTransferTest, ALongerStatusIsCutAt1024Bytes) {
+TEST_F(ThreadTftpTest, ALongerStatusIsCutAt1024Bytes) {
     Transfer();
     ExpectTftpStatus(script, "cam", std::string(5000, 's'));
     EXPECT_TRUE(worker.GetStatus(status).IsOK());
     EXPECT_EQ(status.GetAscii(), std::string(1024, 's'));
 }
 
-TEST_F(TftpTransferTest, AFailedStatusLeavesTheTextUntouched) {
+TEST_F(ThreadTftpTest, AFailedStatusLeavesTheTextUntouched) {
     Transfer();
     status = "before";
     script.Expect("NxTftpClient::Init cam status").Fails(0x100);
@@ -99,7 +99,7 @@ TEST_F(TftpTransferTest, AFailedStatusLeavesTheTextUntouched) {
     EXPECT_STREQ(status.GetAscii(), "before");
 }
 
-TEST_F(TftpTransferTest, ARecordGoesToRemoteUpdateDfwWithAFreshInit) {
+TEST_F(ThreadTftpTest, ARecordGoesToRemoteUpdateDfwWithAFreshInit) {
     Transfer();
     unsigned char record[] = {'r', 'e', 'c'};
     script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
@@ -108,7 +108,7 @@ TEST_F(TftpTransferTest, ARecordGoesToRemoteUpdateDfwWithAFreshInit) {
     EXPECT_EQ(script.CountOf("NxTftpClient::NxTftpClient"), 1U);
 }
 
-TEST_F(TftpTransferTest, ARecordFailsWithTheFirstFailingCall) {
+TEST_F(ThreadTftpTest, ARecordFailsWithTheFirstFailingCall) {
     Transfer();
     unsigned char record[] = {'r'};
     script.Expect("NxTftpClient::Init cam RemoteUpdateDfw").Fails(0x100);
@@ -118,7 +118,7 @@ TEST_F(TftpTransferTest, ARecordFailsWithTheFirstFailingCall) {
     EXPECT_EQ(worker.SendBuffer(record, 1).GetCode(), 0x10eU);
 }
 
-TEST_F(TftpTransferTest, ResetIsAlwaysSupported) {
+TEST_F(ThreadTftpTest, ResetIsAlwaysSupported) {
     EXPECT_TRUE(worker.SupportsReset());
     Transfer();
     EXPECT_TRUE(worker.SupportsReset());
@@ -126,26 +126,26 @@ TEST_F(TftpTransferTest, ResetIsAlwaysSupported) {
     EXPECT_TRUE(worker.Reset().IsOK());
 }
 
-TEST_F(TftpTransferTest, WithoutAnyWarningTheLabelIsTheUsualOne) {
+TEST_F(ThreadTftpTest, WithoutAnyWarningTheLabelIsTheUsualOne) {
     Transfer();
     EXPECT_EQ(LabelAt(0, ""), "");
     EXPECT_EQ(LabelAt(51200, ""), "50/100 KBs transferred (50%)");
 }
 
-TEST_F(TftpTransferTest, AWarningIsShownOnEveryPollWhileTheByteCountStands) {
+TEST_F(ThreadTftpTest, AWarningIsShownOnEveryPollWhileTheByteCountStands) {
     Transfer();
     EXPECT_EQ(LabelAt(51200, "waiting"), "waiting");
     EXPECT_EQ(LabelAt(51200, ""), "waiting");
     EXPECT_EQ(LabelAt(51200, ""), "waiting");
 }
 
-TEST_F(TftpTransferTest, TheUsualLabelReturnsWhenBytesFlowWithoutANewWarning) {
+TEST_F(ThreadTftpTest, TheUsualLabelReturnsWhenBytesFlowWithoutANewWarning) {
     Transfer();
     EXPECT_EQ(LabelAt(51200, "waiting"), "waiting");
     EXPECT_EQ(LabelAt(61440, ""), "60/100 KBs transferred (60%)");
 }
 
-TEST_F(TftpTransferTest, AWarningIsShownAsLongAsTheClientReportsOne) {
+TEST_F(ThreadTftpTest, AWarningIsShownAsLongAsTheClientReportsOne) {
     Transfer();
     EXPECT_EQ(LabelAt(51200, "first"), "first");
     EXPECT_EQ(LabelAt(61440, "second"), "second");
@@ -153,7 +153,7 @@ TEST_F(TftpTransferTest, AWarningIsShownAsLongAsTheClientReportsOne) {
     EXPECT_EQ(LabelAt(51200, ""), "50/100 KBs transferred (50%)");
 }
 
-TEST_F(TftpTransferTest, AStoredWarningReturnsWhenTheByteCountFallsBackToItsPlace) {
+TEST_F(ThreadTftpTest, AStoredWarningReturnsWhenTheByteCountFallsBackToItsPlace) {
     Transfer();
     EXPECT_EQ(LabelAt(51200, "waiting"), "waiting");
     EXPECT_EQ(LabelAt(61440, ""), "60/100 KBs transferred (60%)");
@@ -161,21 +161,21 @@ TEST_F(TftpTransferTest, AStoredWarningReturnsWhenTheByteCountFallsBackToItsPlac
     EXPECT_EQ(LabelAt(51200, ""), "waiting");
 }
 
-TEST_F(TftpTransferTest, ANewWarningReplacesTheStoredOneAtTheSamePlace) {
+TEST_F(ThreadTftpTest, ANewWarningReplacesTheStoredOneAtTheSamePlace) {
     Transfer();
     EXPECT_EQ(LabelAt(51200, "first"), "first");
     EXPECT_EQ(LabelAt(51200, "second"), "second");
     EXPECT_EQ(LabelAt(51200, ""), "second");
 }
 
-TEST_F(TftpTransferTest, AWarningBeforeTheFirstByteStandsAtZero) {
+TEST_F(ThreadTftpTest, AWarningBeforeTheFirstByteStandsAtZero) {
     Transfer();
     EXPECT_EQ(LabelAt(0, "no answer yet"), "no answer yet");
     EXPECT_EQ(LabelAt(0, ""), "no answer yet");
     EXPECT_EQ(LabelAt(1024, ""), "1/100 KBs transferred (1%)");
 }
 
-TEST_F(TftpTransferTest, ProgressIsReportedOnlyWhileTheFileIsSent) {
+TEST_F(ThreadTftpTest, ProgressIsReportedOnlyWhileTheFileIsSent) {
     script.progress = {{51200, 102400}};
     script.Expect("NxTftpClient::Init cam RemoteUpdateDfw").LastsUntilSleep(1);
     script.Expect("NxTftpClient::SendFile fw.dfw").LastsUntilSleep(2);
@@ -189,7 +189,7 @@ TEST_F(TftpTransferTest, ProgressIsReportedOnlyWhileTheFileIsSent) {
     EXPECT_EQ(worker.GetProgress(), 100);
 }
 
-TEST_F(TftpTransferTest, TheOutcomeIsStoredBeforeTheTransferringEnds) {
+TEST_F(ThreadTftpTest, TheOutcomeIsStoredBeforeTheTransferringEnds) {
     for (const unsigned int code : {0U, 0x103U}) {
         OutcomeWatch<ThreadTftp> watched(script, "cam", "fw.dfw");
         script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
@@ -202,7 +202,7 @@ TEST_F(TftpTransferTest, TheOutcomeIsStoredBeforeTheTransferringEnds) {
     }
 }
 
-TEST_F(TftpTransferTest, FailuresToTellProgressAndWarningAreIgnored) {
+TEST_F(ThreadTftpTest, FailuresToTellProgressAndWarningAreIgnored) {
     Transfer();
     script.progressResult = NxResult(0x103, "no progress");
     script.warningResult = NxResult(0x103, "no warning");
@@ -216,7 +216,7 @@ TEST_F(TftpTransferTest, FailuresToTellProgressAndWarningAreIgnored) {
     EXPECT_EQ(total, 102400);
 }
 
-TEST_F(TftpTransferTest, TheLabelAsksForTheProgressOfASubclass) {
+TEST_F(ThreadTftpTest, TheLabelAsksForTheProgressOfASubclass) {
     class OwnProgress : public ThreadTftp {
       public:
         using ThreadTftp::ThreadTftp;
@@ -241,7 +241,7 @@ TEST_F(TftpTransferTest, TheLabelAsksForTheProgressOfASubclass) {
     EXPECT_STREQ(own.GetLabel().GetAscii(), "waiting");
 }
 
-TEST_F(TftpTransferTest, TheClientIsFreedWithTheWorker) {
+TEST_F(ThreadTftpTest, TheClientIsFreedWithTheWorker) {
     {
         ThreadTftp another("cam", "fw.dfw");
         ExpectTftpTransfer(script, "cam", "fw.dfw");
