@@ -1,7 +1,6 @@
 #include "Description.h"
 
-#include <array>
-#include <cstdio>
+#include <NxBase/Hexadecimal.h>
 
 #include "../archive/MemberHeader.h"
 
@@ -16,12 +15,6 @@ std::string ContentOf(NxDfwHeader::Kind kind) {
         default:
             return "firmware";
     }
-}
-
-std::string Hexadecimal(std::uint32_t value) {
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%08x", static_cast<unsigned int>(value));
-    return text.data();
 }
 
 Json DescribeStep(const PackageStep& step) {
@@ -90,7 +83,7 @@ Json DescribePayload(const NxDfwHeader& header) {
             {"family", header.family},
             {"version", std::to_string(header.major) + "." + std::to_string(header.minor)},
             {"bodyLength", header.bodyLength},
-            {"bodyCrc", Hexadecimal(header.bodyCrc)}};
+            {"bodyCrc", HexDigits(header.bodyCrc, 8)}};
 }
 
 Json DescribePackage(const Package& package) {

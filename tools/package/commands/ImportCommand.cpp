@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include <NxBase/Ascii.h>
 #include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUParser.h>
 
@@ -26,7 +27,7 @@ void Note(const std::string& text) {
 std::string FileName(const std::string& path) {
     std::string name = path.substr(path.rfind('/') + 1);  // npos + 1 is 0
     std::replace_if(
-        name.begin(), name.end(), [](char byte) { return byte < 0x20 || byte > 0x7E; }, '_');
+        name.begin(), name.end(), [](char byte) { return !Ascii::IsPrintable(byte); }, '_');
     if (!name.empty() && name.front() == '.') {
         name.front() = '_';
     }

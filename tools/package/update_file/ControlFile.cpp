@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include <NxBase/Utf8.h>
+
 #include "../check/UpdaterLimits.h"
 #include "ControlText.h"
 #include "WholeValuePattern.h"
@@ -166,13 +168,9 @@ std::string ControlFile::Fitted(const std::string& text, const std::string& plac
     if (fitted.size() <= kLongestText) {
         return fitted;
     }
-    // Not within a character: what follows the cut must not be a continuation byte of UTF-8.
-    std::size_t end = kLongestText;
-    while (end > 0 && (static_cast<unsigned char>(fitted[end]) & 0xC0U) == 0x80U) {
-        --end;
-    }
-    mWarnings.push_back(place + "a text is cut to " + std::to_string(end) + " bytes");
-    return Collapse(fitted.substr(0, end));
+    const std::string_view cut = Utf8::Cut(fitted, kLongestText);
+    mWarnings.push_back(place + "a text is cut to " + std::to_string(cut.size()) + " bytes");
+    return Collapse(std::string(cut));
 }
 
 std::string ControlFile::ReadProcedure(const XmlElement& element) {

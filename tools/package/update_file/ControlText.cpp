@@ -1,17 +1,6 @@
 #include "ControlText.h"
 
-#include <algorithm>
-#include <cctype>
-
-namespace {
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return text;
-}
-
-}  // namespace
+#include <NxBase/Ascii.h>
 
 std::string Collapse(const std::string& text) {
     std::string collapsed;
@@ -46,9 +35,9 @@ std::string WithoutControlCharacters(const std::string& text) {
 }
 
 int LanguageDistance(const std::string& language, const std::string& wanted) {
-    const std::string one = Lower(language);
+    const std::string one = Ascii::LowerCase(language);
     const auto primary = [](const std::string& tag) { return tag.substr(0, tag.find('-')); };
-    const std::string other = Lower(wanted);
+    const std::string other = Ascii::LowerCase(wanted);
     if (one == other) {
         return 0;
     }
