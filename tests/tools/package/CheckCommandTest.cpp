@@ -4,20 +4,24 @@
 #include "PackageFiles.h"
 #include "PackageTool.h"
 #include "ZipBuilder.h"
-#include "ZipFile.h"
+
+constexpr std::uint16_t kEncrypted = 1;
+constexpr std::uint16_t kBzip2 = 12;
 
 class CheckCommandTest : public PackageTool {
   protected:
-    /// Checks a package with this manifest and a good a.dfw.
-    void ExpectFindings(const std::string& manifest, const std::string& findings) const {
-        ZipFile zip;
-        zip.Add("Manifest.xml", manifest);
-        zip.Add("a.dfw", GoodPayload());
-        ExpectFindings(zip, findings);
+    static std::vector<ZipMember> Members(const std::string& manifest = GoodManifest(),
+                                          const std::string& payload = GoodPayload()) {
+        return {{"Manifest.xml", manifest}, {"a.dfw", payload}};
     }
 
-    void ExpectFindings(const ZipFile& zip, const std::string& findings) const {
-        mFolder.Write("p.zip", zip.Bytes());
+    /// Checks a package with this manifest and a good a.dfw.
+    void ExpectFindings(const std::string& manifest, const std::string& findings) const {
+        ExpectFindings(Members(manifest), findings);
+    }
+
+    void ExpectFindings(const std::vector<ZipMember>& members, const std::string& findings) const {
+        mFolder.Write("p.zip", MakeZip(members));
         Expect({"check", "@p.zip"}, 1, findings, "");
     }
 
@@ -28,10 +32,7 @@ class CheckCommandTest : public PackageTool {
 };
 
 TEST_F(CheckCommandTest, FindsNothingInAGoodPackage) {
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("a.dfw", GoodPayload());
-    mFolder.Write("p.zip", zip.Bytes());
+    mFolder.Write("p.zip", MakeZip(Members()));
     Expect({"check", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
     Expect({"check", "--model", "M", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
 }
@@ -40,7 +41,7 @@ TEST_F(CheckCommandTest, TellsWhatIsNoPackage) {
     Expect({"check", "@p.zip"}, 1, "error: @p.zip: No such file or directory\n", "");
     mFolder.Write("p.zip", "no archive at all, though long enough to be one");
     Expect({"check", "@p.zip"}, 1, "error: @p.zip: not a zip archive, or damaged\n", "");
-    mFolder.Write("p.zip", ZipFile().Bytes());
+    mFolder.Write("p.zip", MakeZip({}));
     Expect({"check", "@p.zip"}, 1, "error: @p.zip: no member is named \"Manifest.xml\"\n", "");
 }
 
@@ -67,12 +68,10 @@ TEST_F(CheckCommandTest, FindsAMissingMember) {
 }
 
 TEST_F(CheckCommandTest, TellsWhichMembersTheUpdaterTakes) {
-    ZipFile zip;
-    zip.Add("fw/old-a.dfw", GoodPayload());
-    zip.Add("Manifest.xml.old", GoodManifest());
-    zip.Add("Manifest.xml", "<a/>");
-    zip.Add("a.dfw", GoodPayload());
-    ExpectFindings(zip,
+    ExpectFindings({{"fw/old-a.dfw", GoodPayload()},
+                    {"Manifest.xml.old", GoodManifest()},
+                    {"Manifest.xml", "<a/>"},
+                    {"a.dfw", GoodPayload()}},
                    "warning: the updater takes the member \"Manifest.xml.old\" for the manifest, "
                    "since it is the first whose name holds \"Manifest.xml\"\n"
                    "error: a.dfw: the updater takes the member \"fw/old-a.dfw\" for it, since it "
@@ -80,18 +79,12 @@ TEST_F(CheckCommandTest, TellsWhichMembersTheUpdaterTakes) {
 }
 
 TEST_F(CheckCommandTest, AllowsMembersInFoldersWithAWarning) {
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("fw/a.dfw", GoodPayload());
-    ExpectFindings(zip, "warning: a.dfw: the updater takes the member \"fw/a.dfw\" for it\n");
+    ExpectFindings({{"Manifest.xml", GoodManifest()}, {"fw/a.dfw", GoodPayload()}},
+                   "warning: a.dfw: the updater takes the member \"fw/a.dfw\" for it\n");
 }
 
 TEST_F(CheckCommandTest, FindsDamagedMembers) {
-    const std::string payload = GoodPayload(std::string(100, 'f'));
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("a.dfw", payload);
-    std::string bytes = zip.Bytes();
+    std::string bytes = MakeZip(Members(GoodManifest(), GoodPayload(std::string(100, 'f'))));
     bytes[bytes.find("ffff")] = 'g';
     mFolder.Write("p.zip", bytes);
     Expect({"check", "@p.zip"}, 1,
@@ -102,18 +95,13 @@ TEST_F(CheckCommandTest, FindsDamagedMembers) {
 TEST_F(CheckCommandTest, FindsMembersThatTheUpdaterCannotUnpack) {
     const std::string finding =
         "error: a.dfw: it is encrypted, or compressed by another method than deflate\n";
-    ZipFile encrypted;
-    encrypted.Add("Manifest.xml", GoodManifest());
-    encrypted.Add("a.dfw", GoodPayload(), 0, 1);
-    ExpectFindings(encrypted, finding);
-    ZipFile bzip2;
-    bzip2.Add("Manifest.xml", GoodManifest());
-    bzip2.Add("a.dfw", GoodPayload(), 12);
-    ExpectFindings(bzip2, finding);
-    ZipFile folder;
-    folder.Add("Manifest.xml", GoodManifest());
-    folder.Add("a.dfw/", "");
-    ExpectFindings(folder,
+    std::vector<ZipMember> members = Members();
+    members[1].flags = kEncrypted;
+    ExpectFindings(members, finding);
+    members = Members();
+    members[1].method = kBzip2;
+    ExpectFindings(members, finding);
+    ExpectFindings({{"Manifest.xml", GoodManifest()}, {"a.dfw/", ""}},
                    "warning: a.dfw: the updater takes the member \"a.dfw/\" for it\n"
                    "error: a.dfw/: it is a folder\n");
 }
@@ -177,10 +165,7 @@ TEST_F(CheckCommandTest, FindsNothingInAPackageExactlyWhenItsFilesCanBeUnpacked)
 
 TEST_F(CheckCommandTest, FindsDamagedPayloads) {
     const auto findings = [this](const std::string& payload, const std::string& text) {
-        ZipFile zip;
-        zip.Add("Manifest.xml", GoodManifest());
-        zip.Add("a.dfw", payload);
-        ExpectFindings(zip, text);
+        ExpectFindings(Members(GoodManifest(), payload), text);
         EXPECT_EQ(Files(), std::vector<std::string>{"p.zip"});
     };
     std::string damaged = GoodPayload();
@@ -272,10 +257,7 @@ TEST_F(CheckCommandTest, WarnsOfWhatIsMissingOrNeverRun) {
 }
 
 TEST_F(CheckCommandTest, ExpectsAnUpdateForEachModelNamed) {
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("a.dfw", GoodPayload());
-    mFolder.Write("p.zip", zip.Bytes());
+    mFolder.Write("p.zip", MakeZip(Members()));
     Expect({"check", "--model", "M", "--model", "N", "@p.zip"}, 1,
            "error: N: No update in this package is for N\n", "");
 }
@@ -285,10 +267,7 @@ TEST_F(CheckCommandTest, ComparesModelTagsWithTheConditions) {
     const auto findings = [&](const std::string& pattern, int status, const std::string& text) {
         std::string manifest = GoodManifest(Upload(name));
         manifest.replace(manifest.find(">M<"), 3, ">" + pattern + "<");
-        ZipFile zip;
-        zip.Add("Manifest.xml", manifest);
-        zip.Add(name, GoodPayload());
-        mFolder.Write("p.zip", zip.Bytes());
+        mFolder.Write("p.zip", MakeZip({{"Manifest.xml", manifest}, {name, GoodPayload()}}));
         Expect({"check", "@p.zip"}, status, text, "");
     };
     findings("zELKA-QRm-LanX-FK02-TC3MN03-128kD", 0, "@p.zip: nothing found\n");
@@ -332,18 +311,13 @@ TEST_F(CheckCommandTest, ComparesModelTagsOfPlainPayloadsWithTheModelsNamed) {
 }
 
 TEST_F(CheckCommandTest, ShowsNoControlCharactersOfAMembersName) {
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("\x1B[2J\u009b2J\u202e\u2028a.dfw", GoodPayload());
-    ExpectFindings(zip,
-                   "warning: a.dfw: the updater takes the member \"?[2J?2J\?\?a.dfw\" for it\n");
+    ExpectFindings(
+        {{"Manifest.xml", GoodManifest()}, {"\x1B[2J\u009b2J\u202e\u2028a.dfw", GoodPayload()}},
+        "warning: a.dfw: the updater takes the member \"?[2J?2J\?\?a.dfw\" for it\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("a.dfw", GoodPayload());
-    mFolder.Write("p.ZIP", zip.Bytes());
+    mFolder.Write("p.ZIP", MakeZip(Members()));
     Expect({"check", "@p.ZIP"}, 1,
            "warning: @p.ZIP: the updater takes only packages whose name ends in \".zip\"\n", "");
 }

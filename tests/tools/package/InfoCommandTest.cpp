@@ -2,23 +2,21 @@
 
 #include "PackageFiles.h"
 #include "PackageTool.h"
-#include "ZipFile.h"
+#include "ZipBuilder.h"
 
 using Json = nlohmann::json;
 
 class InfoCommandTest : public PackageTool {
   protected:
     void SetUp() override {
-        ZipFile zip;
-        zip.Add("Manifest.xml",
-                GoodManifest("<FeatureAssert><FeatureName>F</FeatureName><AssertPattern>x|y"
-                             "</AssertPattern><Message>m</Message></FeatureAssert>" +
-                             Upload("a.dfw") +
-                             "<FeatureWrite><FeatureName>F</FeatureName><Value>v</Value>"
-                             "</FeatureWrite><FeatureExecute><FeatureName>G</FeatureName>"
-                             "</FeatureExecute><DeviceReset/>"));
-        zip.Add("a.dfw", GoodPayload());
-        mFolder.Write("p.zip", zip.Bytes());
+        const std::string manifest = GoodManifest(
+            "<FeatureAssert><FeatureName>F</FeatureName><AssertPattern>x|y"
+            "</AssertPattern><Message>m</Message></FeatureAssert>" +
+            Upload("a.dfw") +
+            "<FeatureWrite><FeatureName>F</FeatureName><Value>v</Value>"
+            "</FeatureWrite><FeatureExecute><FeatureName>G</FeatureName>"
+            "</FeatureExecute><DeviceReset/>");
+        mFolder.Write("p.zip", MakeZip({{"Manifest.xml", manifest}, {"a.dfw", GoodPayload()}}));
         mFolder.Write("a.dfw", GoodPayload());
     }
 };
@@ -78,10 +76,7 @@ TEST_F(InfoCommandTest, ShowsAPackageAsJson) {
 }
 
 TEST_F(InfoCommandTest, WritesJsonWhateverBytesAMembersNameHas) {
-    ZipFile zip;
-    zip.Add("Manifest.xml", GoodManifest());
-    zip.Add("\xFF\x01.dfw", "x");
-    mFolder.Write("q.zip", zip.Bytes());
+    mFolder.Write("q.zip", MakeZip({{"Manifest.xml", GoodManifest()}, {"\xFF\x01.dfw", "x"}}));
     EXPECT_EQ(Json::parse(Run({"info", "--json", "@q.zip"}).out)["members"][1]["name"],
               "\xEF\xBF\xBD\x01.dfw");
 }
