@@ -15,6 +15,27 @@ TEST(ScriptTest, ACallThatWasExpectedAndNotMadeFailsTheTest) {
         "never called: NxDevice::Free cam");
 }
 
+TEST(ScriptTest, AFailureIsReportedAtTheLineOfItsStep) {
+    testing::TestPartResultArray failures;
+    unsigned int first = 0;
+    {
+        const testing::ScopedFakeTestPartResultReporter reporter(&failures);
+        Script script;
+        script.Expect("NxGenFile::Open a write");
+        script.Expect("NxGenFile::Close");
+        first = StepPlace::current().line() - 2;
+        (void)script.Take("NxGenFile::Close");
+    }
+    ASSERT_EQ(failures.size(), 3);
+    const auto lineOf = [&failures](int failure) {
+        return failures.GetTestPartResult(failure).line_number();
+    };
+    EXPECT_STREQ(failures.GetTestPartResult(0).file_name(), StepPlace::current().file_name());
+    EXPECT_EQ(lineOf(0), first);  // called out of order
+    EXPECT_EQ(lineOf(1), first);  // never called
+    EXPECT_EQ(lineOf(2), first + 1);
+}
+
 TEST(ScriptTest, AnUnexpectedCallFailsTheTestAndTheCall) {
     Script script;
     EXPECT_NONFATAL_FAILURE(EXPECT_FALSE(script.Take("NxDevice::Free cam").result.IsOK()),
