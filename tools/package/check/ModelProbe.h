@@ -17,12 +17,24 @@ class ModelProbe : public NxGenICamLib::IGenFUUpdater {
     [[nodiscard]] Result Run(const std::string& manifest);
     [[nodiscard]] const std::vector<std::string>& Uploads() const { return mUploads; }
 
-    Result ReadGenStringValue(const std::string& nodeName, std::string& value) override;
-    Result WriteGenStringValue(const std::string& nodeName, const std::string& value) override;
-    Result ExecuteGenCommand(const std::string& nodeName) override;
-    Result GetGenEnumEntries(const std::string& nodeName, std::list<std::string>& entries) override;
-    Result Write(const std::string& fileName, const std::string& transport) override;
-    Result Reset() override;
+    Result ReadGenStringValue(const std::string& /*nodeName*/, std::string& value) override {
+        value = mModel;
+        return {};
+    }
+    Result WriteGenStringValue(const std::string& /*nodeName*/,
+                               const std::string& /*value*/) override {
+        return {};
+    }
+    Result ExecuteGenCommand(const std::string& /*nodeName*/) override { return {}; }
+    Result GetGenEnumEntries(const std::string& /*nodeName*/,
+                             std::list<std::string>& /*entries*/) override {
+        return {};
+    }
+    Result Write(const std::string& fileName, const std::string& /*transport*/) override {
+        mUploads.push_back(fileName);
+        return {};
+    }
+    Result Reset() override { return {}; }
 
   private:
     std::string mModel;

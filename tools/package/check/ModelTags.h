@@ -9,5 +9,8 @@ struct ModelTag {
     std::vector<std::string> models;
 };
 
+/// Every tag that the updater knows.
+const std::vector<ModelTag>& AllModelTags();
+
 /// The tags that a file's name or path holds, case and all.
 std::vector<ModelTag> ModelTagsOf(const std::string& path);

@@ -49,10 +49,13 @@ std::vector<Finding> PackageCheck::Run() {
     for (const PackageUpdate& update : model.updates) {
         CheckUpdate(update, ++number);
     }
+    for (const std::string& limit : UpdaterLimits(model)) {
+        Warn(limit);
+    }
     for (const std::string& name : model.FileNames()) {
         CheckFile(name);
+        CheckModelTag(name);
     }
-    CheckModelTags();
     return mFindings;
 }
 
@@ -90,10 +93,6 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
                      " means GenICam file access to the updater");
             }
         }
-        const std::string limit = UpdaterLimit(step);
-        if (!limit.empty()) {
-            Warn(place + limit);
-        }
     }
 }
 
@@ -103,12 +102,6 @@ void PackageCheck::CheckUpdate(const PackageUpdate& update, std::size_t number) 
         if (std::none_of(update.infos.begin(), update.infos.end(),
                          [expected](const PackageInfo& info) { return info.name == expected; })) {
             Warn(place + "the info \"" + expected + "\" is missing");
-        }
-    }
-    for (const PackageCondition& condition : update.conditions) {
-        const std::string limit = UpdaterLimit(condition);
-        if (!limit.empty()) {
-            Warn(place + limit);
         }
     }
 }
@@ -168,20 +161,13 @@ void PackageCheck::CheckMember(std::size_t member) {
     mFindings.insert(mFindings.end(), findings.begin(), findings.end());
 }
 
-void PackageCheck::CheckModelTags() {
-    for (const std::string& name : mPackage.GetModel().FileNames()) {
-        CheckModelTag(name);
-    }
-}
-
 void PackageCheck::CheckModelTag(const std::string& fileName) {
     // A name that no maker gives a device: an update that takes it takes any model.
     static const std::string kAnyModel = "?";
     for (const ModelTag& tag : ModelTagsOf(fileName)) {
         std::vector<std::string> probed = {kAnyModel};
-        for (const char* const path : {"zelka_qrm_lanx_fk02_tc3mn03_128kd", "zelka_qrm_h_fk02"}) {
-            const auto models = ModelTagsOf(path).front().models;
-            probed.insert(probed.end(), models.begin(), models.end());
+        for (const ModelTag& other : AllModelTags()) {
+            probed.insert(probed.end(), other.models.begin(), other.models.end());
         }
         for (const std::string& model : probed) {
             ModelProbe probe(model);

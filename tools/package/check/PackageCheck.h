@@ -20,7 +20,6 @@ class PackageCheck {
     void CheckUpdate(const PackageUpdate& update, std::size_t number);
     void CheckFile(const std::string& name);
     void CheckMember(std::size_t member);
-    void CheckModelTags();
     void CheckModelTag(const std::string& fileName);
     void Error(const std::string& text);
     void Warn(const std::string& text);

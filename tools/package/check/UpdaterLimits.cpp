@@ -11,9 +11,8 @@ std::string FeatureLimit(const std::string& featureName) {
                      "\" too";
 }
 
-}  // namespace
-
-std::string UpdaterLimit(const PackageStep& step) {
+// Empty when the updater does as the step says.
+std::string StepLimit(const PackageStep& step) {
     switch (step.kind) {
         case Kind::kFileUpload:
             return step.deviceFileName.empty() || step.deviceFileName == "RemoteUpdateDfw"
@@ -31,16 +30,14 @@ std::string UpdaterLimit(const PackageStep& step) {
     }
 }
 
-std::string UpdaterLimit(const PackageCondition& condition) {
-    return FeatureLimit(condition.featureName);
-}
+}  // namespace
 
 std::vector<std::string> UpdaterLimits(const PackageModel& model) {
     std::vector<std::string> limits;
     for (const PackageProcedure& procedure : model.procedures) {
         std::size_t number = 0;
         for (const PackageStep& step : procedure.steps) {
-            const std::string limit = UpdaterLimit(step);
+            const std::string limit = StepLimit(step);
             ++number;
             if (!limit.empty()) {
                 limits.push_back(PlaceOfStep(procedure, number, step.kind) + limit);
@@ -51,7 +48,7 @@ std::vector<std::string> UpdaterLimits(const PackageModel& model) {
     for (const PackageUpdate& update : model.updates) {
         ++number;
         for (const PackageCondition& condition : update.conditions) {
-            const std::string limit = UpdaterLimit(condition);
+            const std::string limit = FeatureLimit(condition.featureName);
             if (!limit.empty()) {
                 limits.push_back("update " + std::to_string(number) + ": " + limit);
             }

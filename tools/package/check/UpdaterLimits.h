@@ -5,13 +5,8 @@
 
 #include "../model/PackageModel.h"
 
-/// What the updater does with a step other than the step says; empty when it does as it says.
-std::string UpdaterLimit(const PackageStep& step);
-
-/// The same of a condition.
-std::string UpdaterLimit(const PackageCondition& condition);
-
-/// The same of every step and condition, with their places; one line each.
+/// What the updater does with steps and conditions other than they say, with their places; one line
+/// each.
 std::vector<std::string> UpdaterLimits(const PackageModel& model);
 
 /// Takes resets from the ends of procedures that do something else before.

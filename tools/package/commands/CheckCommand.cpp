@@ -18,9 +18,7 @@ CLI::App* CheckCommand::Declare(CLI::App& program) {
         ->add_option("--model", mModels,
                      "Also expect an update for this model; may be given several times")
         ->option_text("NAME");
-    options->add_option("FILE", mFile, "A \".dfw\" payload, or a package")
-        ->type_name("")
-        ->required();
+    AddArgument(*options, "FILE", mFile, "A \".dfw\" payload, or a package");
     return options;
 }
 

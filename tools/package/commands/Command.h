@@ -27,7 +27,15 @@ class Command {
     [[nodiscard]] virtual int Run() = 0;
 
   protected:
+    /// Adds a required argument.
+    static CLI::Option* AddArgument(CLI::App& options, const std::string& name, std::string& value,
+                                    const std::string& help);
+    /// Adds the required argument PACKAGE, a path that ends in ".zip".
+    static void AddPackage(CLI::App& options, std::string& package);
+
     /// Prints "mirsko-package: <text>" to standard error, as PrintableText makes it.
+    static void Note(const std::string& text);
+    /// The same.
     /// @return kFailed
     static int Fail(const std::string& text);
 };

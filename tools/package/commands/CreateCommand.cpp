@@ -11,7 +11,6 @@
 #include "../model/ExactPattern.h"
 #include "../model/ManifestText.h"
 #include "../model/PackageModelBuilder.h"
-#include "FileKind.h"
 
 namespace {
 
@@ -62,14 +61,7 @@ CLI::App* CreateCommand::Declare(CLI::App& program) {
     options->add_option("--version", mVersion, "The version that the update brings")
         ->option_text("TEXT")
         ->excludes(manifest);
-    options->add_option("PACKAGE", mPackage, "The \".zip\" file to write")
-        ->type_name("")
-        ->required()
-        ->check([](const std::string& text) {
-            return IsPackagePath(text)
-                       ? std::string()
-                       : "the name of a package ends in \".zip\", unlike \"" + text + "\"";
-        });
+    AddPackage(*options, mPackage);
     options->callback([this] {
         if (mManifest.empty() && (mModels.empty() || mUploads.empty())) {
             throw CLI::ValidationError("create",

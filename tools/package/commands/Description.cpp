@@ -19,28 +19,11 @@ std::string ContentOf(NxDfwHeader::Kind kind) {
 
 Json DescribeStep(const PackageStep& step) {
     Json result{{"step", PackageModel::NameOf(step.kind)}};
-    switch (step.kind) {
-        case PackageStep::Kind::kFileUpload:
-            result["fileName"] = step.fileName;
-            result["transport"] = step.transport;
-            if (!step.deviceFileName.empty()) {
-                result["deviceFileName"] = step.deviceFileName;
-            }
-            break;
-        case PackageStep::Kind::kFeatureAssert:
-            result["feature"] = step.featureName;
-            result["pattern"] = step.pattern;
-            result["message"] = step.message;
-            break;
-        case PackageStep::Kind::kFeatureWrite:
-            result["feature"] = step.featureName;
-            result["value"] = step.value;
-            break;
-        case PackageStep::Kind::kFeatureExecute:
-            result["feature"] = step.featureName;
-            break;
-        case PackageStep::Kind::kDeviceReset:
-            break;
+    for (const PackageStepField& field : PackageModel::FieldsOf(step.kind)) {
+        const std::string& value = step.*field.value;
+        if (field.place != PackageStepField::Place::kOptionalElement || !value.empty()) {
+            result[field.key] = value;
+        }
     }
     return result;
 }

@@ -11,16 +11,11 @@
 #include "../check/UpdaterLimits.h"
 #include "../model/ManifestText.h"
 #include "../update_file/PackageSignature.h"
-#include "FileKind.h"
 
 namespace {
 
 constexpr const char* kControlFile = "Control.xml";
 constexpr std::size_t kLongestName = 128;
-
-void Note(const std::string& text) {
-    std::cerr << "mirsko-package: " << PrintableText(text, Command::kLongestLine) << '\n';
-}
 
 /// The last part of a path, as a manifest can name it: printable ASCII, without ".." and without a
 /// dot in front.
@@ -63,15 +58,8 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
         ->option_text("FILE")
         ->check(CLI::ExistingFile);
     options->add_flag("--ignore-signature", mIgnoreSignature, "Import whatever the signature is");
-    options->add_option("UPDATE", mUpdatePath, "The \".guf\" file")->type_name("")->required();
-    options->add_option("PACKAGE", mPackage, "The \".zip\" file to write")
-        ->type_name("")
-        ->required()
-        ->check([](const std::string& text) {
-            return IsPackagePath(text)
-                       ? std::string()
-                       : "the name of a package ends in \".zip\", unlike \"" + text + "\"";
-        });
+    AddArgument(*options, "UPDATE", mUpdatePath, "The \".guf\" file");
+    AddPackage(*options, mPackage);
     return options;
 }
 

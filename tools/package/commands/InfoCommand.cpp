@@ -30,9 +30,7 @@ CLI::App* InfoCommand::Declare(CLI::App& program) {
     CLI::App* const options =
         program.add_subcommand("info", "Show what a payload or package holds");
     options->add_flag("--json", mAsJson, "Print a JSON object instead of text");
-    options->add_option("FILE", mFile, "A \".dfw\" payload, or a package")
-        ->type_name("")
-        ->required();
+    AddArgument(*options, "FILE", mFile, "A \".dfw\" payload, or a package");
     return options;
 }
 

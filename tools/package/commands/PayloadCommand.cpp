@@ -22,12 +22,8 @@ CLI::App* PayloadCommand::Declare(CLI::App& program) {
                        ? std::string()
                        : "a version is MAJOR.MINOR, each 0 to 65535, not \"" + text + "\"";
         });
-    options->add_option("BINARY", mBody, "The firmware as the device stores it")
-        ->type_name("")
-        ->required();
-    options->add_option("PAYLOAD", mPayload, "The \".dfw\" file to write")
-        ->type_name("")
-        ->required();
+    AddArgument(*options, "BINARY", mBody, "The firmware as the device stores it");
+    AddArgument(*options, "PAYLOAD", mPayload, "The \".dfw\" file to write");
     return options;
 }
 

@@ -30,35 +30,17 @@ std::string Field(const char* name, const std::string& text) {
 }
 
 std::string StepText(const PackageStep& step) {
-    using Kind = PackageStep::Kind;
-    std::string fields;
-    if (!step.description.empty()) {
-        fields += Field("Description", step.description);
-    }
-    switch (step.kind) {
-        case Kind::kFileUpload:
-            fields += Field("FileName", step.fileName);
-            if (!step.deviceFileName.empty()) {
-                fields += Field("DeviceFileName", step.deviceFileName);
-            }
-            break;
-        case Kind::kFeatureAssert:
-            fields += Field("FeatureName", step.featureName) +
-                      Field("AssertPattern", step.pattern) + Field("Message", step.message);
-            break;
-        case Kind::kFeatureWrite:
-            fields += Field("FeatureName", step.featureName) + Field("Value", step.value);
-            break;
-        case Kind::kFeatureExecute:
-            fields += Field("FeatureName", step.featureName);
-            break;
-        case Kind::kDeviceReset:
-            break;
-    }
+    using Place = PackageStepField::Place;
     const std::string name = PackageModel::NameOf(step.kind);
     std::string tag = "    <" + name;
-    if (step.kind == Kind::kFileUpload) {
-        tag += " Transport=\"" + Escape(step.transport) + "\"";
+    std::string fields = step.description.empty() ? "" : Field("Description", step.description);
+    for (const PackageStepField& field : PackageModel::FieldsOf(step.kind)) {
+        const std::string& value = step.*field.value;
+        if (field.place == Place::kAttribute) {
+            tag += std::string(" ") + field.name + "=\"" + Escape(value) + "\"";
+        } else if (field.place == Place::kElement || !value.empty()) {
+            fields += Field(field.name, value);
+        }
     }
     return fields.empty() ? tag + "/>\n" : tag + ">\n" + fields + "    </" + name + ">\n";
 }

@@ -17,10 +17,27 @@ const char* PackageModel::NameOf(PackageStep::Kind kind) {
     }
 }
 
-const PackageProcedure* PackageModel::FindProcedure(const std::string& id) const {
-    const auto found = std::find_if(procedures.begin(), procedures.end(),
-                                    [&id](const PackageProcedure& one) { return one.id == id; });
-    return found == procedures.end() ? nullptr : &*found;
+std::vector<PackageStepField> PackageModel::FieldsOf(PackageStep::Kind kind) {
+    using Step = PackageStep;
+    using Place = PackageStepField::Place;
+    switch (kind) {
+        case Step::Kind::kFileUpload:
+            return {{"FileName", "fileName", &Step::fileName},
+                    {"Transport", "transport", &Step::transport, Place::kAttribute},
+                    {"DeviceFileName", "deviceFileName", &Step::deviceFileName,
+                     Place::kOptionalElement}};
+        case Step::Kind::kFeatureAssert:
+            return {{"FeatureName", "feature", &Step::featureName},
+                    {"AssertPattern", "pattern", &Step::pattern},
+                    {"Message", "message", &Step::message}};
+        case Step::Kind::kFeatureWrite:
+            return {{"FeatureName", "feature", &Step::featureName},
+                    {"Value", "value", &Step::value}};
+        case Step::Kind::kFeatureExecute:
+            return {{"FeatureName", "feature", &Step::featureName}};
+        default:
+            return {};
+    }
 }
 
 std::vector<std::string> PackageModel::FileNames() const {

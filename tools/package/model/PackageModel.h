@@ -18,6 +18,16 @@ struct PackageStep {
     std::string description{};     ///< written, but not read back
 };
 
+/// A field of a step: its names in a manifest and in the JSON of `mirsko-package info`.
+struct PackageStepField {
+    enum class Place { kAttribute, kElement, kOptionalElement };
+
+    const char* name;
+    const char* key;
+    std::string PackageStep::*value;
+    Place place = Place::kElement;
+};
+
 struct PackageProcedure {
     std::string id;
     std::vector<PackageStep> steps;
@@ -46,8 +56,8 @@ struct PackageModel {
 
     /// The name of a step's element, e.g. "FileUpload".
     static const char* NameOf(PackageStep::Kind kind);
-    /// The procedure of that id; null when there is none.
-    [[nodiscard]] const PackageProcedure* FindProcedure(const std::string& id) const;
+    /// What a step of that kind holds besides its description, in the order of a manifest.
+    static std::vector<PackageStepField> FieldsOf(PackageStep::Kind kind);
     /// Names of all files that procedures upload, each once, in the order of the manifest.
     [[nodiscard]] std::vector<std::string> FileNames() const;
 };

@@ -18,39 +18,32 @@ Result PackageModelBuilder::AddProcedure(const std::string& id) {
 Result PackageModelBuilder::AddFileUpload(const std::string& fileName,
                                           const std::string& deviceFileName,
                                           const std::string& transport) {
-    PackageStep step{Kind::kFileUpload};
-    step.fileName = fileName;
-    step.deviceFileName = deviceFileName;
-    step.transport = transport;
-    return Add(std::move(step));
+    return Add({.kind = Kind::kFileUpload,
+                .fileName = fileName,
+                .deviceFileName = deviceFileName,
+                .transport = transport});
 }
 
 Result PackageModelBuilder::AddFeatureAssert(const std::string& featureName,
                                              const std::string& pattern,
                                              const std::string& message) {
-    PackageStep step{Kind::kFeatureAssert};
-    step.featureName = featureName;
-    step.pattern = pattern;
-    step.message = message;
-    return Add(std::move(step));
+    return Add({.kind = Kind::kFeatureAssert,
+                .featureName = featureName,
+                .pattern = pattern,
+                .message = message});
 }
 
 Result PackageModelBuilder::AddFeatureWrite(const std::string& featureName,
                                             const std::string& value) {
-    PackageStep step{Kind::kFeatureWrite};
-    step.featureName = featureName;
-    step.value = value;
-    return Add(std::move(step));
+    return Add({.kind = Kind::kFeatureWrite, .featureName = featureName, .value = value});
 }
 
 Result PackageModelBuilder::AddFeatureExecute(const std::string& featureName) {
-    PackageStep step{Kind::kFeatureExecute};
-    step.featureName = featureName;
-    return Add(std::move(step));
+    return Add({.kind = Kind::kFeatureExecute, .featureName = featureName});
 }
 
 Result PackageModelBuilder::AddDeviceReset() {
-    return Add(PackageStep{Kind::kDeviceReset});
+    return Add({.kind = Kind::kDeviceReset});
 }
 
 Result PackageModelBuilder::AddUpdate(const std::string& procedureId) {

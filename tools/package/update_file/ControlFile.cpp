@@ -205,32 +205,19 @@ std::string ControlFile::ReadStep(const XmlElement& element, PackageProcedure& p
     PackageStep step;
     step.kind = *kind;
     step.description = Fitted(ChildInLanguage(element, "Description"), place);
-    step.featureName = Property(element, "FeatureName");
-    std::string error;
-    switch (*kind) {
-        case Kind::kFileUpload:
-            step.featureName.clear();
-            step.fileName = Property(element, "FileName");
-            step.deviceFileName = Property(element, "DeviceFileName");
-            step.transport = mOptions.transport;
-            NoteParts(element, {"Description", "FileName", "DeviceFileName"});
-            break;
-        case Kind::kFeatureAssert:
-            error = ReadAssert(element, place, step);
-            NoteParts(element, {"Description", "FeatureName", "AssertPattern", "Message"});
-            break;
-        case Kind::kFeatureWrite:
-            // The grammar of packages keeps its white space.
-            step.value = RawProperty(element, "Value");
-            NoteParts(element, {"Description", "FeatureName", "Value"});
-            break;
-        case Kind::kFeatureExecute:
-            NoteParts(element, {"Description", "FeatureName"});
-            break;
-        case Kind::kDeviceReset:
-            NoteParts(element, {"Description"});
-            break;
+    std::set<std::string> known = {"Description"};
+    for (const PackageStepField& field : PackageModel::FieldsOf(*kind)) {
+        if (field.place == PackageStepField::Place::kAttribute) {
+            continue;
+        }
+        // The grammar of packages keeps the white space of a value.
+        step.*field.value = field.value == &PackageStep::value ? RawProperty(element, field.name)
+                                                               : Property(element, field.name);
+        known.insert(field.name);
     }
+    step.transport = *kind == Kind::kFileUpload ? mOptions.transport : "";
+    const std::string error = *kind == Kind::kFeatureAssert ? ReadAssert(element, place, step) : "";
+    NoteParts(element, known);
     procedure.steps.push_back(std::move(step));
     return error;
 }
