@@ -1,4 +1,4 @@
-#include "../../sdk/NxGenICam/update_model/FUPattern.h"
+#include "../../sdk/NxGenICam/update_model/Pattern.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "FUPattern.h"
+#include "Pattern.h"
 #include "FUUnicode.h"
 
 namespace NxGenICamLib {

@@ -7,7 +7,7 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "FUStepRunner.h"
+#include "StepRunner.h"
 #include "FUUnicode.h"
 
 namespace NxGenICamLib {

@@ -3,7 +3,7 @@
 #include <NxBase/NxResultCodes.h>
 
 #include "FULineColumn.h"
-#include "FUManifestReader.h"
+#include "ManifestReader.h"
 #include "FUXmlChecker.h"
 
 namespace NxGenICamLib {

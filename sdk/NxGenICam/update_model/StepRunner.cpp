@@ -1,4 +1,4 @@
-#include "FUStepRunner.h"
+#include "StepRunner.h"
 
 #include <utility>
 

@@ -4,7 +4,7 @@
 
 #include <NxGenICam/IGenFUUpdater.h>
 
-#include "FUStep.h"
+#include "Step.h"
 
 namespace NxGenICamLib {
 

@@ -1,4 +1,4 @@
-#include "FUManifestReader.h"
+#include "ManifestReader.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,7 +3,7 @@
 #include <string>
 #include <variant>
 
-#include "FUPattern.h"
+#include "Pattern.h"
 
 namespace NxGenICamLib {
 

@@ -1,6 +1,6 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 
-#include "FUPattern.h"
+#include "Pattern.h"
 
 #include <pcre2.h>
 
