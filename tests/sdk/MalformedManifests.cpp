@@ -171,6 +171,9 @@ std::vector<ManifestCase> MalformedManifests() {
               ">m\xc2\x9b"
               "2J<"),
          "4:76: <Message> must not hold control characters"},
+        {"PatternTooLong", With(">x<", ">" + std::string(513, 'x') + "<"),
+         "4:44: <AssertPattern> is longer than 512 characters"},
+        {"PatternOfSpaces", With(">x<", ">   <"), "4:44: <AssertPattern> must not be empty"},
         {"UpdateOfNoProcedure", With("ProcedureId=\"p\"", "ProcedureId=\"q\""),
          "8:9: no <Procedure> has the id \"q\""},
         {"UpdateWithoutProcedureId", With(" ProcedureId=\"p\"", ""),

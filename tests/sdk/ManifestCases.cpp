@@ -148,6 +148,7 @@ std::vector<ManifestCase> GoodManifests() {
         {"PatternNested", WithPattern("((((x)+)?)*){1000}"), ""},
         {"PatternEmptyAlternative", WithPattern("(|a|)"), ""},
         {"PatternAnyClass", WithPattern("[^]+[[-]"), ""},
+        {"PatternWithAHighCount", WithPattern("x{65535}"), ""},
         {"PatternInJapanese", WithPattern("[\xE3\x82\xAB-\xE3\x83\xA9]\xE3\x83\xA1"), ""},
         {"PatternAsLongAsAllowed", WithPattern(std::string(512, 'x')), ""},
     };

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "Pattern.h"
 #include "FUUnicode.h"
+#include "Pattern.h"
 
 namespace NxGenICamLib {
 
@@ -97,7 +97,7 @@ std::string CheckPattern(std::string_view text) {
     std::string wrong = CheckNoControls(text);
     if (wrong.empty()) {
         const std::string problem = FUPattern().Compile(std::string(text));
-        wrong = problem.empty() ? "" : "is no regular expression: " + problem;
+        wrong = problem.empty() ? "" : "is not a valid regular expression: " + problem;
     }
     return wrong;
 }

@@ -7,8 +7,8 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "StepRunner.h"
 #include "FUUnicode.h"
+#include "StepRunner.h"
 
 namespace NxGenICamLib {
 
@@ -176,7 +176,7 @@ NyUtilsLib::Result GenFUControl::AddFeatureAssert(const std::string& featureName
     FUPattern compiled;
     const std::string wrong = compiled.Compile(pattern);
     if (!wrong.empty()) {
-        return Refuse("no regular expression: " + wrong);
+        return Refuse("invalid regular expression: " + wrong);
     }
     return mImpl->AddStep(FUFeatureAssert{featureName, std::move(compiled), message});
 }
@@ -207,7 +207,7 @@ NyUtilsLib::Result GenFUControl::AddCondition(const std::string& featureName,
     FUPattern compiled;
     const std::string wrong = compiled.Compile(pattern);
     if (!wrong.empty()) {
-        return Refuse("no regular expression: " + wrong);
+        return Refuse("invalid regular expression: " + wrong);
     }
     return mImpl->AddCondition({featureName, std::move(compiled)});
 }

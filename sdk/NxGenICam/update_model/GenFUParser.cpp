@@ -3,8 +3,8 @@
 #include <NxBase/NxResultCodes.h>
 
 #include "FULineColumn.h"
-#include "ManifestReader.h"
 #include "FUXmlChecker.h"
+#include "ManifestReader.h"
 
 namespace NxGenICamLib {
 

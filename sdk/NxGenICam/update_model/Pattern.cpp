@@ -5,8 +5,7 @@
 #include <pcre2.h>
 
 #include <array>
-
-#include "FUPatternSyntax.h"
+#include <string_view>
 
 namespace NxGenICamLib {
 
@@ -15,11 +14,15 @@ namespace {
 constexpr std::uint32_t kSteps = 200000;
 constexpr std::uint32_t kHeapKiB = 4096;
 
-constexpr std::uint32_t kCompileOptions = PCRE2_UTF | PCRE2_ANCHORED | PCRE2_ENDANCHORED |
-                                          PCRE2_DOLLAR_ENDONLY | PCRE2_MATCH_UNSET_BACKREF |
-                                          PCRE2_NEVER_BACKSLASH_C;
+constexpr std::uint32_t kDeepest = 4;  // groups within groups
+
+// As ECMAScript (edition 5.1, section 15.10) has it where the two differ.
+constexpr std::uint32_t kCompileOptions =
+    PCRE2_UTF | PCRE2_ANCHORED | PCRE2_ENDANCHORED | PCRE2_DOLLAR_ENDONLY | PCRE2_ALT_BSUX |
+    PCRE2_ALLOW_EMPTY_CLASS | PCRE2_MATCH_UNSET_BACKREF | PCRE2_NEVER_BACKSLASH_C;
 
 struct Deleter {
+    void operator()(pcre2_compile_context* context) const { pcre2_compile_context_free(context); }
     void operator()(pcre2_code* code) const { pcre2_code_free(code); }
     void operator()(pcre2_match_data* data) const { pcre2_match_data_free(data); }
     void operator()(pcre2_match_context* context) const { pcre2_match_context_free(context); }
@@ -32,28 +35,66 @@ PCRE2_SPTR Units(const std::string& text) {
     return reinterpret_cast<PCRE2_SPTR>(text.data());
 }
 
+std::string AtByte(std::size_t offset) {
+    return " (byte " + std::to_string(offset + 1) + ")";
+}
+
+// The words that ECMAScript has too. Without this limit a manifest could use recursion and verbs,
+// and a word that PCRE2 and ECMAScript read differently, such as \x{41}, would silently mean the
+// other.
+constexpr std::string_view kEcmaScriptWords = R"((?x)
+    (?: \\ (?: [dDsSwWtnvfrbB] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [1-9][0-9]* | [^[:alnum:]] )
+      | \[ (?! \] ) \^? (?: [^\]\\\[] | \[ (?! [:.=] )
+          | \\ (?: [dDsSwWtnvfrb] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [^[:alnum:]] ) )* \]
+      | \( (?: \?[:=!] | (?! [?*] ) ) | \)
+      | (?: [*+?] | \{ [0-9]+ (?: , [0-9]* )? \} ) \?? (?! \+ )
+      | [^\\\[\](){}*+?]
+    )*+ )";
+
+/// @return how many bytes of the pattern, which PCRE2 takes, are such words
+std::size_t MatchEcmaScriptWords(const std::string& pattern) {
+    static const Owned<pcre2_code> kWords = [] {
+        int error = 0;
+        PCRE2_SIZE offset = 0;
+        return Owned<pcre2_code>(pcre2_compile(
+            reinterpret_cast<PCRE2_SPTR>(kEcmaScriptWords.data()), kEcmaScriptWords.size(),
+            PCRE2_UTF | PCRE2_ANCHORED | PCRE2_DOTALL, &error, &offset, nullptr));
+    }();
+    const Owned<pcre2_match_data> data(pcre2_match_data_create(1, nullptr));
+    const bool isMatched =
+        kWords && data &&
+        pcre2_match(kWords.get(), Units(pattern), pattern.size(), 0, 0, data.get(), nullptr) > 0;
+    return isMatched ? pcre2_get_ovector_pointer(data.get())[1] : 0;
+}
+
 }  // namespace
 
 class FUPattern::Impl {
   public:
     std::string Compile(const std::string& pattern) {
-        FUPatternSyntax syntax(pattern);
-        if (!syntax.Translate()) {
-            return syntax.GetError();
+        const Owned<pcre2_compile_context> compiling(pcre2_compile_context_create(nullptr));
+        mContext.reset(pcre2_match_context_create(nullptr));
+        if (!compiling || !mContext) {
+            return "out of memory";
         }
-        const std::string& translation = syntax.GetTranslation();
+        pcre2_set_newline(compiling.get(), PCRE2_NEWLINE_ANY);
+        pcre2_set_parens_nest_limit(compiling.get(), kDeepest);
         int error = 0;
         PCRE2_SIZE offset = 0;
-        mCode.reset(pcre2_compile(Units(translation), translation.size(), kCompileOptions, &error,
-                                  &offset, nullptr));
-        mContext.reset(pcre2_match_context_create(nullptr));
-        mData.reset(mCode ? pcre2_match_data_create_from_pattern(mCode.get(), nullptr) : nullptr);
+        mCode.reset(pcre2_compile(Units(pattern), pattern.size(), kCompileOptions, &error, &offset,
+                                  compiling.get()));
         if (!mCode) {
             std::array<PCRE2_UCHAR, 128> text{};
             pcre2_get_error_message(error, text.data(), text.size());
-            return reinterpret_cast<const char*>(text.data());
+            return reinterpret_cast<const char*>(text.data()) + AtByte(offset);
         }
-        if (!mContext || !mData) {
+        const std::size_t words = MatchEcmaScriptWords(pattern);
+        if (words < pattern.size()) {
+            mCode.reset();
+            return "unsupported syntax" + AtByte(words);
+        }
+        mData.reset(pcre2_match_data_create_from_pattern(mCode.get(), nullptr));
+        if (!mData) {
             return "out of memory";
         }
         pcre2_set_match_limit(mContext.get(), kSteps);
