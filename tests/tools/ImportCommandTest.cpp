@@ -390,7 +390,7 @@ TEST_F(ImportCommandTest, RefusesWhatItCannotConvert) {
     EXPECT_FALSE(Exists("p.zip"));
     WriteUpdate(WithPattern("("));
     EXPECT_THAT(Run({"import", "@u.guf", "@p.zip"}).err,
-                HasSubstr("the control file makes no good manifest: Manifest.xml:7:5: "
+                HasSubstr("the control file makes no good manifest: Manifest.xml:7: "
                           "<Condition> is not a valid regular expression: missing closing"));
 }
 

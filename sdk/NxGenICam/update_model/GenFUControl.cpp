@@ -7,7 +7,7 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "FUUnicode.h"
+#include "Quoted.h"
 #include "StepRunner.h"
 
 namespace NxGenICamLib {
@@ -60,7 +60,7 @@ class GenFUControl::Impl {
 
     NyUtilsLib::Result AddProcedure(const std::string& id) {
         if (FindProcedure(id) != mProcedures.size()) {
-            return Refuse("the procedure id " + Quoted(id) + " stands twice");
+            return Refuse("duplicate procedure id " + Quoted(id));
         }
         mProcedures.push_back({id, {}});
         return {};

@@ -6,7 +6,7 @@
 #include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUUpdaterCodes.h>
 
-#include "FUUnicode.h"
+#include "Quoted.h"
 
 namespace NxGenICamLib {
 
