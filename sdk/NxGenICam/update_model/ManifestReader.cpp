@@ -79,7 +79,7 @@ const std::unordered_map<std::string, Call> kCalls = {
 Result CheckPatterns(const ManifestElement& element) {
     const std::string name = element.Name();
     if (name == "AssertPattern" || name == "Condition") {
-        const std::string wrong = FUPattern().Compile(Collapse(element.Text()));
+        const std::string wrong = Pattern().Compile(Collapse(element.Text()));
         return wrong.empty()
                    ? Result()
                    : RefuseManifest(element.Line(),

@@ -69,7 +69,7 @@ std::size_t MatchEcmaScriptWords(const std::string& pattern) {
 
 }  // namespace
 
-class FUPattern::Impl {
+class Pattern::Impl {
   public:
     std::string Compile(const std::string& pattern) {
         const Owned<pcre2_compile_context> compiling(pcre2_compile_context_create(nullptr));
@@ -122,16 +122,16 @@ class FUPattern::Impl {
     Owned<pcre2_match_data> mData;
 };
 
-FUPattern::FUPattern() : mImpl(std::make_unique<Impl>()) {}
-FUPattern::~FUPattern() = default;
-FUPattern::FUPattern(FUPattern&&) noexcept = default;
-FUPattern& FUPattern::operator=(FUPattern&&) noexcept = default;
+Pattern::Pattern() : mImpl(std::make_unique<Impl>()) {}
+Pattern::~Pattern() = default;
+Pattern::Pattern(Pattern&&) noexcept = default;
+Pattern& Pattern::operator=(Pattern&&) noexcept = default;
 
-std::string FUPattern::Compile(const std::string& pattern) {
+std::string Pattern::Compile(const std::string& pattern) {
     return mImpl->Compile(pattern);
 }
 
-FUPattern::Match FUPattern::Matches(const std::string& value) const {
+Pattern::Match Pattern::Matches(const std::string& value) const {
     return mImpl->Matches(value);
 }
 
