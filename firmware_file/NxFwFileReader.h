@@ -23,7 +23,7 @@ class NxFwFileReader {
 
     /// The most that is read of a text, in bytes: far more than a manifest may have, so that a
     /// longer one is still refused for its length.
-    static constexpr std::size_t kLongestText = std::size_t{16} << 20U;
+    static constexpr std::size_t kLongestText = std::size_t{8} << 20U;
 
     /// The text of the file up to its first zero byte or kLongestText; empty when the file cannot
     /// be opened, and what was read before it when a read fails. Throws std::bad_alloc when the
