@@ -35,7 +35,7 @@ const std::string kDone =
 const std::string kFailed = "Starting update...\n\nUpdate failed.\n";
 const std::string kCannotUnpack = "it cannot be unpacked (damaged, encrypted, or /tmp is full)\n";
 const std::string kNoManifest =
-    "Manifest.xml:1:1: it is empty, or the package does not hold it, or " + kCannotUnpack;
+    "Manifest.xml:1: it is empty, or the package does not hold it, or " + kCannotUnpack;
 
 std::string FailedUpload(const std::string& transport) {
     return "Cannot read the payload: the package does not hold it, or " + kCannotUnpack +
@@ -162,14 +162,16 @@ std::vector<ArchiveCase> BadManifestCases() {
                  manifest.content = "<FirmwareUpdate>\n  <Foo>\n</FirmwareUpdate>";
              });
          },
-         "", "Manifest.xml:3:1: element \"Foo\" is ended as \"FirmwareUpdate\"\n"},
+         "", "Manifest.xml:3:18: Opening and ending tag mismatch: Foo line 2 and FirmwareUpdate\n"},
         {"ManifestAgainstTheGrammar",
          [] {
              return With([](ZipMember& manifest, ZipMember&) {
                  manifest.content = MakeManifest("<FeatureRead/>");
              });
          },
-         "", "Manifest.xml:1:81: unknown element \"FeatureRead\" in <Procedure>\n"},
+         "",
+         "Manifest.xml:1: <FeatureRead> is not expected here: <Procedure> holds 1 to 256 steps: "
+         "<FileUpload>, <FeatureAssert>, <FeatureWrite>, <FeatureExecute>, <DeviceReset>\n"},
         {"NoManifest", [] { return MakeZip({Members()[1]}); }, "", kNoManifest},
         {"ManifestInLowerCase",
          [] {

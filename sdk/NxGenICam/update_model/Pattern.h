@@ -7,17 +7,17 @@ namespace NxGenICamLib {
 
 /// A regular expression of a manifest, ready to be matched. Both the pattern and the value come
 /// from others, so memory and steps of a match are bounded.
-class FUPattern {
+class Pattern {
   public:
     enum class Match { kYes, kNo, kTooCostly };
 
     /// Values longer than this, in bytes, match nothing.
     static constexpr std::size_t kMaximumValue = 4096;
 
-    FUPattern();
-    ~FUPattern();
-    FUPattern(FUPattern&&) noexcept;
-    FUPattern& operator=(FUPattern&&) noexcept;
+    Pattern();
+    ~Pattern();
+    Pattern(Pattern&&) noexcept;
+    Pattern& operator=(Pattern&&) noexcept;
 
     /// @return empty, or what is wrong with the pattern
     [[nodiscard]] std::string Compile(const std::string& pattern);

@@ -3,33 +3,32 @@
 #include <string>
 #include <variant>
 
-#include "FUPattern.h"
+#include "Pattern.h"
 
 namespace NxGenICamLib {
 
-struct FUFileUpload {
+struct FileUpload {
     std::string fileName;
     std::string transport;
 };
 
-struct FUFeatureAssert {
+struct FeatureAssert {
     std::string featureName;
-    FUPattern pattern;
+    Pattern pattern;
     std::string message;
 };
 
-struct FUFeatureWrite {
+struct FeatureWrite {
     std::string featureName;
     std::string value;
 };
 
-struct FUFeatureExecute {
+struct FeatureExecute {
     std::string featureName;
 };
 
-struct FUDeviceReset {};
+struct DeviceReset {};
 
-using FUStep =
-    std::variant<FUFileUpload, FUFeatureAssert, FUFeatureWrite, FUFeatureExecute, FUDeviceReset>;
+using Step = std::variant<FileUpload, FeatureAssert, FeatureWrite, FeatureExecute, DeviceReset>;
 
 }  // namespace NxGenICamLib

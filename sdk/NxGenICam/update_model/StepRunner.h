@@ -4,21 +4,21 @@
 
 #include <NxGenICam/IGenFUUpdater.h>
 
-#include "FUStep.h"
+#include "Step.h"
 
 namespace NxGenICamLib {
 
-/// Does the steps of a procedure through the updater's calls; a visitor of FUStep.
-class FUStepRunner {
+/// Does the steps of a procedure through the updater's calls; a visitor of Step.
+class StepRunner {
   public:
     /// @param place begins the message of a failed step, e.g. "Step 2 of procedure \"main\""
-    FUStepRunner(IGenFUUpdater& updater, std::string place);
+    StepRunner(IGenFUUpdater& updater, std::string place);
 
-    NyUtilsLib::Result operator()(const FUFileUpload& step) const;
-    NyUtilsLib::Result operator()(const FUFeatureAssert& step) const;
-    NyUtilsLib::Result operator()(const FUFeatureWrite& step) const;
-    NyUtilsLib::Result operator()(const FUFeatureExecute& step) const;
-    NyUtilsLib::Result operator()(const FUDeviceReset& step) const;
+    NyUtilsLib::Result operator()(const FileUpload& step) const;
+    NyUtilsLib::Result operator()(const FeatureAssert& step) const;
+    NyUtilsLib::Result operator()(const FeatureWrite& step) const;
+    NyUtilsLib::Result operator()(const FeatureExecute& step) const;
+    NyUtilsLib::Result operator()(const DeviceReset& step) const;
 
   private:
     [[nodiscard]] NyUtilsLib::Result Report(const NyUtilsLib::Result& result,

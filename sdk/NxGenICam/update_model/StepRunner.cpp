@@ -1,4 +1,4 @@
-#include "FUStepRunner.h"
+#include "StepRunner.h"
 
 #include <utility>
 
@@ -6,7 +6,7 @@
 #include <NxBase/PrintableText.h>
 #include <NxGenICam/GenFUUpdaterCodes.h>
 
-#include "FUUnicode.h"
+#include "Quoted.h"
 
 namespace NxGenICamLib {
 
@@ -33,15 +33,15 @@ std::string MeaningOf(unsigned int code) {
 
 }  // namespace
 
-FUStepRunner::FUStepRunner(IGenFUUpdater& updater, std::string place)
+StepRunner::StepRunner(IGenFUUpdater& updater, std::string place)
     : mUpdater(updater), mPlace(std::move(place)) {}
 
-NyUtilsLib::Result FUStepRunner::operator()(const FUFileUpload& step) const {
+NyUtilsLib::Result StepRunner::operator()(const FileUpload& step) const {
     return Report(mUpdater.Write(step.fileName, step.transport),
                   "FileUpload of " + Quoted(step.fileName) + " by " + step.transport);
 }
 
-NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureAssert& step) const {
+NyUtilsLib::Result StepRunner::operator()(const FeatureAssert& step) const {
     const std::string what = "FeatureAssert of " + Quoted(step.featureName);
     std::string value;
     const NyUtilsLib::Result result = mUpdater.ReadGenStringValue(step.featureName, value);
@@ -49,9 +49,9 @@ NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureAssert& step) const {
         return Report(result, what);
     }
     switch (step.pattern.Matches(value)) {
-        case FUPattern::Match::kYes:
+        case Pattern::Match::kYes:
             return {};
-        case FUPattern::Match::kNo:
+        case Pattern::Match::kNo:
             return NyUtilsLib::Result(kNxAssertFailed,
                                       PrintableText(step.message, kLongestMessage));
         default:
@@ -60,22 +60,22 @@ NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureAssert& step) const {
     }
 }
 
-NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureWrite& step) const {
+NyUtilsLib::Result StepRunner::operator()(const FeatureWrite& step) const {
     return Report(mUpdater.WriteGenStringValue(step.featureName, step.value),
                   "FeatureWrite of " + Quoted(step.featureName));
 }
 
-NyUtilsLib::Result FUStepRunner::operator()(const FUFeatureExecute& step) const {
+NyUtilsLib::Result StepRunner::operator()(const FeatureExecute& step) const {
     return Report(mUpdater.ExecuteGenCommand(step.featureName),
                   "FeatureExecute of " + Quoted(step.featureName));
 }
 
-NyUtilsLib::Result FUStepRunner::operator()(const FUDeviceReset& /*step*/) const {
+NyUtilsLib::Result StepRunner::operator()(const DeviceReset& /*step*/) const {
     return Report(mUpdater.Reset(), "DeviceReset");
 }
 
-NyUtilsLib::Result FUStepRunner::Report(const NyUtilsLib::Result& result,
-                                        const std::string& what) const {
+NyUtilsLib::Result StepRunner::Report(const NyUtilsLib::Result& result,
+                                      const std::string& what) const {
     if (result.GetCode() == 0) {
         return {};
     }
