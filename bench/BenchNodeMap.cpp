@@ -14,7 +14,7 @@
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxGenICam/ParameterArrayFactory.h>
 
-#include "simulator/GenICamDescription.h"
+#include "simulator/description/GenICamDescription.h"
 
 namespace {
 

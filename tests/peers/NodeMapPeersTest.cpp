@@ -19,7 +19,7 @@
 #include <NxGenICam/NxGenEnumEntry.h>
 #include <internal/NxGenICam/ParameterArrayFactory.h>
 
-#include "simulator/GenICamDescription.h"
+#include "simulator/description/GenICamDescription.h"
 
 using simulator::Bus;
 using simulator::DescriptionShape;

@@ -17,8 +17,8 @@
 
 #include "NxDeviceFixture.h"
 #include "Process.h"
-#include "simulator/BoundSocket.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
+#include "simulator/network/BoundSocket.h"
 
 using std::chrono::milliseconds;
 

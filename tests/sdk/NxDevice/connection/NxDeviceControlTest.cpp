@@ -13,10 +13,10 @@
 #include <NxGenICam/NxGenParameterArray.h>
 #include <internal/NxSystem/UdpSocket.h>
 
-#include "../../../simulator/GvcpClient.h"
+#include "GvcpClient.h"
 #include "NxDeviceFixture.h"
 #include "Process.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
 
 using simulator::FaultOptions;
 using std::chrono::milliseconds;

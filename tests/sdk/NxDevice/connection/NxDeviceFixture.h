@@ -11,10 +11,10 @@
 #include <NxGenICam/NxGenFile.h>
 #include <NxGenICam/NxGenParameterArray.h>
 
-#include "../../../simulator/Payload.h"
+#include "Payload.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
 
 inline void ExpectOK(const NxResult& result) {
     EXPECT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();

@@ -11,11 +11,11 @@
 #include <NxGenICam/NxGenFile.h>
 #include <NxGenICam/NxGenParameterArray.h>
 
-#include "../../../simulator/Payload.h"
 #include "NxDeviceFixture.h"
+#include "Payload.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
 
 using simulator::DatagramFaults;
 using simulator::FaultOptions;

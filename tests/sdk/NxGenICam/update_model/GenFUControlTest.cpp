@@ -221,11 +221,11 @@ TEST_F(GenFUControlTest, RefusesPiecesWithoutTheirWhole) {
     EXPECT_EQ(mControl.AddCondition("a", "b").GetMessage(), "a condition must belong to an update");
     EXPECT_EQ(mControl.AddUpdate("p").GetMessage(), "no procedure has the id \"p\"");
     EXPECT_EQ(mControl.AddProcedure("p").GetCode(), 0U);
-    EXPECT_EQ(mControl.AddProcedure("p").GetMessage(), "the procedure id \"p\" stands twice");
+    EXPECT_EQ(mControl.AddProcedure("p").GetMessage(), "duplicate procedure id \"p\"");
     EXPECT_EQ(mControl.AddFeatureAssert("a", "(", "m").GetMessage(),
-              "no regular expression: a group is not closed (character 2)");
+              "invalid regular expression: missing closing parenthesis (byte 2)");
     EXPECT_EQ(mControl.AddCondition("a", "(").GetMessage(),
-              "no regular expression: a group is not closed (character 2)");
+              "invalid regular expression: missing closing parenthesis (byte 2)");
 }
 
 TEST_F(GenFUControlTest, HasRunAsTheFirstOperationAfterItsDestructors) {

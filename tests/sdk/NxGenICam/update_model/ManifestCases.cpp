@@ -83,11 +83,20 @@ std::string ReplaceInManifest(const std::string& part, const std::string& replac
 std::vector<ManifestCase> OverfullManifests() {
     return {
         {"TooManyProcedures", Procedures(64),
-         "71:1: <FirmwareUpdate> holds more than 64 of <Procedure>"},
-        {"TooManySteps", Steps(254), "259:1: <Procedure> holds more than 256 of <DeviceReset>"},
-        {"TooManyUpdates", Updates(256), "267:1: <FirmwareUpdate> holds more than 256 of <Update>"},
-        {"TooManyInfos", Infos(32), "41:1: <Update> holds more than 32 of <Info>"},
-        {"TooManyConditions", Conditions(32), "42:1: <Update> holds more than 32 of <Condition>"},
+         "71: <Procedure> is not expected here: <FirmwareUpdate> holds 1 to 64 <Procedure>, then 1 "
+         "to 256 <Update>"},
+        {"TooManySteps", Steps(254),
+         "259: <DeviceReset> is not expected here: <Procedure> holds 1 to 256 steps: <FileUpload>, "
+         "<FeatureAssert>, <FeatureWrite>, <FeatureExecute>, <DeviceReset>"},
+        {"TooManyUpdates", Updates(256),
+         "267: <Update> is not expected here: <FirmwareUpdate> holds 1 to 64 <Procedure>, then 1 "
+         "to 256 <Update>"},
+        {"TooManyInfos", Infos(32),
+         "41: <Info> is not expected here: <Update> holds up to 32 <Info>, then 1 to 32 "
+         "<Condition>"},
+        {"TooManyConditions", Conditions(32),
+         "42: <Condition> is not expected here: <Update> holds up to 32 <Info>, then 1 to 32 "
+         "<Condition>"},
     };
 }
 
@@ -109,6 +118,13 @@ std::vector<ManifestCase> GoodManifests() {
          with("MinorVersion=\"0\"",
               "MinorVersion=\"0\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-"
               "instance\" xsi:noNamespaceSchemaLocation=\"FirmwareUpdate.xsd\""),
+         ""},
+        {"NamespaceDeclared", with("MinorVersion=\"0\"", "MinorVersion=\"0\" xmlns:x=\"urn:x\""),
+         ""},
+        {"SchemaInstanceInside",
+         with("<DeviceReset/>",
+              "<DeviceReset xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+              "xsi:type=\"DeviceReset\"/>"),
          ""},
         {"FieldsInAnyOrder",
          with("<FileName>a.dfw</FileName>",
@@ -148,6 +164,7 @@ std::vector<ManifestCase> GoodManifests() {
         {"PatternNested", WithPattern("((((x)+)?)*){1000}"), ""},
         {"PatternEmptyAlternative", WithPattern("(|a|)"), ""},
         {"PatternAnyClass", WithPattern("[^]+[[-]"), ""},
+        {"PatternWithAHighCount", WithPattern("x{65535}"), ""},
         {"PatternInJapanese", WithPattern("[\xE3\x82\xAB-\xE3\x83\xA9]\xE3\x83\xA1"), ""},
         {"PatternAsLongAsAllowed", WithPattern(std::string(512, 'x')), ""},
     };
