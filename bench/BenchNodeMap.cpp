@@ -12,9 +12,9 @@
 #include <nlohmann/json.hpp>
 
 #include <NxBase/NxResultCodes.h>
-#include <NxGenICam/ParameterArrayFactory.h>
+#include <internal/NxGenICam/ParameterArrayFactory.h>
 
-#include "simulator/GenICamDescription.h"
+#include "simulator/description/GenICamDescription.h"
 
 namespace {
 

@@ -9,6 +9,7 @@ function(mirsko_sdk_library name)
     add_library(${name} SHARED ${arg_SOURCES})
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/sdk/include
                                   FILES ${headers})
+    target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE sdk_internal ${arg_EXTERNAL})
     if(NOT MIRSKO_BUILD_FUZZERS)  # clang's sanitizer runtimes are in the program, not in libraries
         target_link_options(${name} PRIVATE -Wl,--no-undefined)

@@ -5,8 +5,8 @@
 #include <span>
 #include <string>
 
-#include <NxBase/LocalFile.h>
 #include <NxBase/NxResult.h>
+#include <internal/NxBase/LocalFile.h>
 
 /// A regular file of this computer that is read once from its beginning to its end.
 class LocalPayload {

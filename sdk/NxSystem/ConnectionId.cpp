@@ -1,4 +1,4 @@
-#include <NxSystem/ConnectionId.h>
+#include <internal/NxSystem/ConnectionId.h>
 
 #include <algorithm>
 #include <cctype>
@@ -7,7 +7,7 @@
 
 #include <NxBase/NxResultCodes.h>
 
-#include <NxSystem/NetworkInterface.h>
+#include <internal/NxSystem/NetworkInterface.h>
 
 namespace {
 

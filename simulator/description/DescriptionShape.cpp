@@ -1,6 +1,6 @@
 #include "DescriptionShape.h"
 
-#include "../NameTable.h"
+#include "simulator/device/NameTable.h"
 
 namespace simulator {
 

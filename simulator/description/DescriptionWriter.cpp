@@ -3,8 +3,8 @@
 #include <cctype>
 #include <utility>
 
-#include "../FeatureAddresses.h"
 #include "OddNodes.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "../DeviceProfile.h"
+#include "simulator/device/DeviceProfile.h"
 
 namespace simulator {
 

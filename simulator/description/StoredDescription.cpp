@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cctype>
 
-#include "../FeatureAddresses.h"
-#include "../GenICamDescription.h"
-#include "../ZipArchive.h"
 #include "DescriptionWriter.h"
+#include "GenICamDescription.h"
+#include "ZipArchive.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "../Bus.h"
-#include "../DeviceProfile.h"
+#include "simulator/device/DeviceProfile.h"
+#include "simulator/registers/Bus.h"
 
 namespace simulator {
 

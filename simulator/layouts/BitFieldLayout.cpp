@@ -1,6 +1,6 @@
-#include "../FeatureAddresses.h"
 #include "Layouts.h"
 #include "StatusWord.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -1,5 +1,5 @@
-#include "../FeatureAddresses.h"
 #include "Layouts.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "../FeatureAddresses.h"
 #include "Layouts.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "../Bus.h"
-#include "../DeviceMemory.h"
-#include "../DeviceProfile.h"
-#include "../FileOperations.h"
-#include "../RegisterRegion.h"
-#include "../description/DescriptionWriter.h"
+#include "simulator/description/DescriptionWriter.h"
+#include "simulator/device/DeviceProfile.h"
+#include "simulator/registers/Bus.h"
+#include "simulator/registers/DeviceMemory.h"
+#include "simulator/registers/FileOperations.h"
+#include "simulator/registers/RegisterRegion.h"
 
 namespace simulator {
 

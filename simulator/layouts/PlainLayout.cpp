@@ -1,7 +1,7 @@
 #include "PlainLayout.h"
 
-#include "../FeatureAddresses.h"
 #include "Layouts.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -1,6 +1,6 @@
-#include "../FeatureAddresses.h"
 #include "Layouts.h"
 #include "PlainLayout.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -6,9 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "SimulatorArguments.h"
-#include "simulator/FirmwareState.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
+#include "simulator/firmware/FirmwareState.h"
+#include "simulator/options/SimulatorArguments.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "../FeatureAddresses.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -3,10 +3,10 @@
 #include <functional>
 #include <string>
 
-#include "../DeviceMemory.h"
-#include "../RegisterRegion.h"
 #include "U3vOptions.h"
 #include "UsbDescriptors.h"
+#include "simulator/registers/DeviceMemory.h"
+#include "simulator/registers/RegisterRegion.h"
 
 namespace simulator {
 

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <utility>
 
-#include "../Crc32.h"
-#include "../FeatureAddresses.h"
-#include "../description/StoredDescription.h"
+#include "simulator/description/StoredDescription.h"
+#include "simulator/firmware/Crc32.h"
+#include "simulator/registers/FeatureAddresses.h"
 
 namespace simulator {
 

@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
-#include "../DeviceMemory.h"
-#include "../DeviceProfile.h"
-#include "../EventLog.h"
-#include "../FeatureRegisters.h"
-#include "../FirmwareStore.h"
 #include "U3vBootstrap.h"
 #include "U3vOptions.h"
 #include "UsbDescriptors.h"
 #include "UsbFunction.h"
+#include "simulator/device/DeviceProfile.h"
+#include "simulator/device/EventLog.h"
+#include "simulator/firmware/FirmwareStore.h"
+#include "simulator/registers/DeviceMemory.h"
+#include "simulator/registers/FeatureRegisters.h"
 
 namespace simulator {
 

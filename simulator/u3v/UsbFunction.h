@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "../ByteOrder.h"
+#include "simulator/registers/ByteOrder.h"
 
 namespace simulator {
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "simulator/GvcpHandler.h"
+#include "simulator/gvcp/GvcpHandler.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 

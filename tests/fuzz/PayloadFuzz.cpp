@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "simulator/FirmwareStore.h"
+#include "simulator/firmware/FirmwareStore.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 

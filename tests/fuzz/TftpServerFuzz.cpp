@@ -10,7 +10,7 @@
 #include <memory>
 #include <span>
 
-#include "simulator/tftp/TftpDispatch.h"
+#include "simulator/tftp/session/TftpDispatch.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 

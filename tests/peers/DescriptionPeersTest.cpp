@@ -5,7 +5,7 @@
 #include "CaseName.h"
 #include "Process.h"
 #include "UsbCamera.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
 
 using simulator::DescriptionShape;
 using simulator::SimulatedDevice;

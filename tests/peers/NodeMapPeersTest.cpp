@@ -17,9 +17,9 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenEnumEntry.h>
-#include <NxGenICam/ParameterArrayFactory.h>
+#include <internal/NxGenICam/ParameterArrayFactory.h>
 
-#include "simulator/GenICamDescription.h"
+#include "simulator/description/GenICamDescription.h"
 
 using simulator::Bus;
 using simulator::DescriptionShape;

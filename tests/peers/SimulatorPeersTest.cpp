@@ -10,7 +10,7 @@
 #include "Payload.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
-#include "simulator/SimulatedDevice.h"
+#include "simulator/device/SimulatedDevice.h"
 
 using simulator::FirmwareVersion;
 using simulator::Profile;

@@ -4,8 +4,8 @@
 #include "Payload.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
-#include "simulator/SimulatedDevice.h"
-#include "simulator/tftp/TftpServer.h"
+#include "simulator/device/SimulatedDevice.h"
+#include "simulator/tftp/server/TftpServer.h"
 
 namespace {
 

@@ -48,7 +48,8 @@ TEST_F(CheckCommandTest, TellsWhatIsNoPackage) {
 TEST_F(CheckCommandTest, TellsWhereAManifestBreaksTheGrammar) {
     ExpectFindings(
         "<FirmwareUpdate>\n</Firmware>",
-        "error: Manifest.xml:2:1: element \"FirmwareUpdate\" is ended as \"Firmware\"\n");
+        "error: Manifest.xml:2:12: Opening and ending tag mismatch: FirmwareUpdate line 1 and "
+        "Firmware\n");
 }
 
 TEST_F(CheckCommandTest, TellsOfAManifestThatIsTooLarge) {

@@ -93,7 +93,7 @@ TEST_F(CreateCommandTest, ReplacesAPackageOnlyWhenAllWentWell) {
 TEST_F(CreateCommandTest, TellsWhereAManifestBreaksTheGrammar) {
     mFolder.Write("Manifest.xml", "<a>");
     Expect({"create", "--manifest", "@Manifest.xml", "@p.zip"}, 1, "",
-           "mirsko-package: Manifest.xml:1:1: element \"a\" is not closed\n");
+           "mirsko-package: Manifest.xml:1:4: Premature end of data in tag a line 1\n");
     Expect({"create", "--manifest", "@none.xml", "@p.zip"}, 1, "",
            "mirsko-package: @none.xml: cannot be read\n");
     EXPECT_FALSE(Exists("p.zip"));
@@ -115,10 +115,11 @@ TEST_F(CreateCommandTest, RefusesOptionsThatMakeNoGoodManifest) {
     mFolder.Write(".hidden", "x");
     const ProcessResult result = Run({"create", "--model=M", "--upload=TFTP=@.hidden", "@p.zip"});
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(result.err,
-              "mirsko-package: the options do not make a valid manifest: Manifest.xml:5:7: "
-              "<FileName> must "
-              "not begin with a dot\n");
+    EXPECT_EQ(
+        result.err,
+        "mirsko-package: the options do not make a valid manifest: Manifest.xml:5: <FileName> is "
+        "\".hidden\", but must be 1 to 128 printable ASCII characters without slash, backslash or "
+        "\"..\", and not begin with a dot\n");
     EXPECT_FALSE(Exists("p.zip"));
 }
 

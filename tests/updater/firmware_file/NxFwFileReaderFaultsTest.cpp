@@ -95,6 +95,24 @@ TEST_F(NxFwFileReaderFaultsTest, WhatWasReadBeforeAReadErrorEndsAtItsFirstZeroBy
     EXPECT_LT(bytesRead, 100000U);
 }
 
+TEST_F(NxFwFileReaderFaultsTest, NothingIsReadPastTheFirstZeroByte) {
+    const NxFwFileReader reader(
+        "", folder.Write("Manifest.xml", std::string("ab\0", 3) + std::string(1000000, 'x')));
+    bytesRead = 0;
+    readsLeft = 1000;
+    EXPECT_EQ(reader.GetFileContent(), "ab");
+    EXPECT_LT(bytesRead, 100000U);
+}
+
+TEST_F(NxFwFileReaderFaultsTest, NothingIsReadPastTheLongestText) {
+    const NxFwFileReader reader(
+        "", folder.Write("Manifest.xml", std::string(NxFwFileReader::kLongestText + 1000000, 'x')));
+    bytesRead = 0;
+    readsLeft = 1000000;
+    EXPECT_EQ(reader.GetFileContent().size(), NxFwFileReader::kLongestText);
+    EXPECT_LT(bytesRead, NxFwFileReader::kLongestText + 100000U);
+}
+
 TEST_F(NxFwFileReaderFaultsTest, AFirstReadThatFailsGivesNoText) {
     const NxFwFileReader reader("", folder.Write("Manifest.xml", "text"));
     readsLeft = 0;

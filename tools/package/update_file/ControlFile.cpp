@@ -233,8 +233,8 @@ std::string ControlFile::ReadAssert(const XmlElement& element, const std::string
         step.message = Fitted(step.featureName + " does not match " + pattern, place);
         mWarnings.push_back(place + "no message; using " + Quoted(step.message));
     }
-    const std::string error = WholeValuePattern(pattern, step.pattern);
-    return error.empty() ? "" : place + error;
+    step.pattern = WholeValuePattern(pattern);
+    return "";
 }
 
 std::string ControlFile::ReadUpdate(const XmlElement& element) {
@@ -280,10 +280,8 @@ std::string ControlFile::ReadCondition(const XmlElement& element, const std::str
     if (pattern.empty()) {
         return place + "a condition has no pattern";
     }
-    PackageCondition condition{feature, ""};
-    const std::string error = WholeValuePattern(pattern, condition.pattern);
-    update.conditions.push_back(condition);
-    return error.empty() ? "" : place + "condition on " + feature + ": " + error;
+    update.conditions.push_back({feature, WholeValuePattern(pattern)});
+    return "";
 }
 
 std::string ControlFile::ReadInfo(const XmlElement& element, const std::string& place,

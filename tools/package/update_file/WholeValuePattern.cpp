@@ -18,14 +18,11 @@ std::string EscapedSpace(char space) {
 
 }  // namespace
 
-std::string WholeValuePattern(const std::string& pattern, std::string& rewritten) {
-    rewritten = "[\\s\\S]*(?:";
+std::string WholeValuePattern(const std::string& pattern) {
+    std::string rewritten = "[\\s\\S]*(?:";
     for (std::size_t index = 0; index < pattern.size(); ++index) {
         const char character = pattern[index];
         const char next = index + 1 < pattern.size() ? pattern[index + 1] : '\0';
-        if (character == '\\' && next == 'v') {
-            return "\\v is all vertical white space in PCRE, but one character in a manifest";
-        }
         if (character == '\\' && next != '\0') {
             ++index;
             const bool isPlain = next == '_' || (static_cast<unsigned char>(next) & 0x80U) != 0;
@@ -39,6 +36,5 @@ std::string WholeValuePattern(const std::string& pattern, std::string& rewritten
             rewritten += isSingleBlank ? " " : EscapedSpace(character);
         }
     }
-    rewritten += ")[\\s\\S]*";
-    return "";
+    return rewritten + ")[\\s\\S]*";
 }

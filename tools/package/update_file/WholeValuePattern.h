@@ -5,7 +5,7 @@
 /// Rewrites a pattern of a GenICam update file for a manifest. There it is a PCRE pattern that is
 /// searched for and keeps its white space; here the whole value must match, and white space is
 /// trimmed and collapsed.
-/// @param rewritten of a pattern that means the same; whether a manifest allows it is for the
-///        manifest's parser to say
-/// @return empty, or what a manifest would read in another way
-std::string WholeValuePattern(const std::string& pattern, std::string& rewritten);
+/// @return a pattern that means the same; whether a manifest allows it is for the manifest's parser
+/// to
+///         say
+std::string WholeValuePattern(const std::string& pattern);

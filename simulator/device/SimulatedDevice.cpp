@@ -1,0 +1,188 @@
+#include "SimulatedDevice.h"
+
+#include <utility>
+
+#include "simulator/gvcp/GvcpService.h"
+#include "simulator/tftp/server/DeviceTftp.h"
+
+namespace simulator {
+
+namespace {
+
+// Time for the answer to whoever asked for a reset.
+constexpr std::chrono::milliseconds kResetDelay{100};
+
+}  // namespace
+
+SimulatedDevice::SimulatedDevice(DeviceOptions options) : mOptions(std::move(options)) {}
+
+SimulatedDevice::~SimulatedDevice() {
+    Stop();
+}
+
+bool SimulatedDevice::Start(std::string& why) {
+    if (mPower.joinable()) {
+        why = "the device is on already";
+        return false;
+    }
+    why = WhyUnusable(mOptions);
+    if (!why.empty() || !OpenFirmware(why)) {
+        return false;
+    }
+    MakeServices();
+    if (!PowerOn(why)) {
+        return false;
+    }
+    mRequest = Request::kNone;
+    mPower = std::thread(&SimulatedDevice::RunPower, this);
+    return true;
+}
+
+bool SimulatedDevice::OpenFirmware(std::string& why) {
+    if (!mFirmware) {
+        mFirmware = FirmwareStore::Open(mOptions.firmware, mEvents, why);
+    }
+    if (!mFirmware) {
+        return false;
+    }
+    mFirmware->SetListener(this);
+    return true;
+}
+
+void SimulatedDevice::MakeServices() {
+    mServices.clear();
+    const DeviceContext context{mOptions, *mFirmware,   mEvents,
+                                mMuted,   mControlLost, [this] { ResetRequested(); }};
+    if (mOptions.serveTftp) {
+        // Before GVCP: a device that answers discovery takes firmware at once.
+        mServices.push_back(std::make_unique<DeviceTftp>(context));
+    }
+    mServices.push_back(std::make_unique<GvcpService>(context, mGvcpCounters));
+}
+
+void SimulatedDevice::Stop() {
+    if (!mPower.joinable()) {
+        return;
+    }
+    Ask(Request::kStop);
+    mPower.join();
+    if (mServing) {
+        PowerOff(false);
+    }
+}
+
+void SimulatedDevice::Reboot() {
+    Ask(Request::kReboot);
+}
+
+bool SimulatedDevice::IsServing() const {
+    return mServing;
+}
+
+std::vector<std::string> SimulatedDevice::ServiceNames() const {
+    std::vector<std::string> names;
+    for (const auto& service : mServices) {
+        names.push_back(service->Name());
+    }
+    return names;
+}
+
+bool SimulatedDevice::PowerOn(std::string& why) {
+    mFirmware->PowerOn();
+    mMuted = false;
+    mControlLost = false;
+    for (auto started = mServices.begin(); started != mServices.end(); ++started) {
+        if (!(*started)->Start(mOptions.place, why)) {
+            while (started != mServices.begin()) {
+                (*--started)->Stop();
+            }
+            return false;
+        }
+    }
+    mServing = true;
+    return true;
+}
+
+void SimulatedDevice::PowerOff(bool reset) {
+    mMuted = true;
+    mServing = false;
+    for (const auto& service : mServices) {
+        service->Stop();
+    }
+    mEvents.Add("gvcp_commands", {{"commands", mGvcpCounters.All()}});
+    mFirmware->PowerOff(reset);
+}
+
+void SimulatedDevice::PayloadGrew(std::uint64_t total) {
+    const FaultOptions& faults = mOptions.faults;
+    const auto strikes = [total](const std::optional<std::uint64_t>& at, std::atomic<bool>& done) {
+        return at && total >= *at && !done.exchange(true);
+    };
+    if (strikes(faults.muteAtByte, mMuteStruck)) {
+        mMuted = true;
+        mEvents.Add("fault", {{"kind", "mute"}, {"bytes", total}});
+    }
+    if (strikes(faults.rebootAtByte, mRebootStruck)) {
+        mMuted = true;
+        mEvents.Add("fault", {{"kind", "reboot"}, {"bytes", total}});
+        Ask(Request::kReboot);
+    }
+    if (strikes(faults.vanishAtByte, mVanishStruck)) {
+        mMuted = true;
+        mEvents.Add("fault", {{"kind", "vanish"}, {"bytes", total}});
+        Ask(Request::kVanish);
+    }
+    if (strikes(faults.loseControlAtByte, mLoseControlStruck)) {
+        mControlLost = true;
+        mEvents.Add("fault", {{"kind", "lose-control"}, {"bytes", total}});
+    }
+}
+
+void SimulatedDevice::ResetRequested() {
+    Ask(Request::kReset);
+}
+
+void SimulatedDevice::Ask(Request request) {
+    const std::lock_guard lock(mMutex);
+    // The stronger one counts when two come at once.
+    if (static_cast<int>(request) > static_cast<int>(mRequest)) {
+        mRequest = request;
+    }
+    mRequested.notify_all();
+}
+
+bool SimulatedDevice::Pause(std::chrono::milliseconds time) {
+    std::unique_lock lock(mMutex);
+    return !mRequested.wait_for(lock, time, [this] { return mRequest == Request::kStop; });
+}
+
+void SimulatedDevice::RunPower() {
+    for (;;) {
+        Request request = Request::kNone;
+        {
+            std::unique_lock lock(mMutex);
+            mRequested.wait(lock, [this] { return mRequest != Request::kNone; });
+            request = mRequest;
+            if (request == Request::kStop) {
+                return;
+            }
+            mRequest = Request::kNone;
+        }
+        if (request == Request::kReset && !Pause(kResetDelay)) {
+            return;
+        }
+        if (mServing) {
+            PowerOff(request != Request::kVanish);
+        }
+        std::string why;
+        if (request == Request::kVanish) {
+            mEvents.Add("unplugged");
+        } else if (!Pause(mOptions.rebootTime)) {
+            return;
+        } else if (!PowerOn(why)) {
+            mEvents.Add("start_failed", {{"why", why}});
+        }
+    }
+}
+
+}  // namespace simulator

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CommandCounters.h"
+#include "GvcpHandler.h"
+#include "simulator/device/DeviceService.h"
+#include "simulator/network/BoundSocket.h"
+#include "simulator/network/FaultyLine.h"
+
+namespace simulator {
+
+/// The GVCP side of a device: its sockets on port 3956 and the thread that serves them.
+class GvcpService final : public DeviceService {
+  public:
+    GvcpService(DeviceContext context, CommandCounters& counters);
+    ~GvcpService() override;
+
+    [[nodiscard]] std::string Name() const override { return "gvcp"; }
+    [[nodiscard]] bool Start(const NetworkPlace& place, std::string& why) override;
+    void Stop() override;
+
+  private:
+    using Clock = GvcpHandler::Clock;
+
+    [[nodiscard]] bool OpenSockets(const NetworkPlace& place, std::string& why);
+    void Run();
+    void Drain(const BoundSocket& socket);
+    [[nodiscard]] bool IsSwallowed(const Datagram& datagram);
+    void Serve(const Datagram& datagram);
+    void Send(Datagram datagram);
+    void SendDue();
+    /// @return false when it was woken up to stop
+    [[nodiscard]] bool Wait(std::chrono::nanoseconds time, bool forDatagrams);
+    [[nodiscard]] std::chrono::nanoseconds TimeToNextEvent() const;
+
+    const DeviceContext mContext;
+    CommandCounters& mCounters;
+    std::vector<BoundSocket> mSockets;  // the first has the device's own address
+    std::optional<FaultyLine> mReceived;
+    std::optional<FaultyLine> mSent;
+    std::unique_ptr<GvcpHandler> mHandler;
+    std::uint64_t mCommands = 0;                                // since power-on, without discovery
+    std::uint32_t mDiscoveries = 0;                             // lost since power-on
+    std::vector<std::pair<Clock::time_point, Datagram>> mLate;  // in their order
+    int mWake = -1;  // eventfd, readable when the thread is to end
+    std::thread mThread;
+};
+
+}  // namespace simulator

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "TftpFaultyLine.h"
+#include "TftpSocket.h"
+#include "simulator/tftp/session/TftpSession.h"
+
+namespace simulator {
+
+/// One session on a port of its own (its transfer identifier, RFC 1350, section 4), with the
+/// network's faults between the two.
+class TftpConnection {
+  public:
+    using Time = TftpSession::Time;
+    using Bytes = TftpSession::Bytes;
+
+    /// @param request the datagram that the session answers
+    /// @param stranger where forged packets are to come from; none: there are none
+    /// @param line number that tells the server's transfers apart
+    TftpConnection(TftpSocket socket, std::optional<TftpSocket> stranger, const TftpEndpoint& peer,
+                   Bytes request, std::unique_ptr<TftpSession> session, const TftpFaults& faults,
+                   std::uint64_t line, Time now);
+
+    /// Takes in what the socket has and does what is due.
+    void Advance(Time now);
+    /// A request from this connection's peer came to the server's port.
+    /// @return false when it begins a new transfer and this connection is to be dropped
+    [[nodiscard]] bool Absorb(std::span<const std::uint8_t> request, Time now);
+    void Abandon(const std::string& why) { mSession->Abandon(why); }
+
+    [[nodiscard]] int Descriptor() const { return mSocket.Descriptor(); }
+    [[nodiscard]] const TftpEndpoint& Peer() const { return mPeer; }
+    [[nodiscard]] Time Deadline() const;
+    [[nodiscard]] bool IsOver() const;
+    [[nodiscard]] bool IsSettled() const { return mSession->IsSettled(); }
+    [[nodiscard]] Time Begun() const { return mBegun; }
+    /// The account, the first time that it is asked for after the outcome was settled.
+    [[nodiscard]] std::optional<TftpTransfer> TakeAccount();
+
+  private:
+    void Deliver(std::span<const std::uint8_t> datagram, Time now);
+    void RejectStranger(const TftpEndpoint& from, std::span<const std::uint8_t> datagram) const;
+    void Forge(const Bytes& datagram);
+    void CountRejections();
+    void Flush(Time now);
+
+    TftpSocket mSocket;
+    std::optional<TftpSocket> mStranger;
+    TftpEndpoint mPeer;
+    Bytes mRequest;
+    std::unique_ptr<TftpSession> mSession;
+    bool mDisturbed;
+    TftpFaultyLine mInward;
+    TftpFaultyLine mOutward;
+    Time mBegun;
+    std::uint64_t mRejections = 0;
+    bool mAccounted = false;
+};
+
+}  // namespace simulator

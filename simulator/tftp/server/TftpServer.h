@@ -1,0 +1,69 @@
+#pragma once
+
+#include <atomic>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "TftpConnection.h"
+#include "simulator/tftp/protocol/TftpSettings.h"
+#include "simulator/tftp/session/TftpFaults.h"
+#include "simulator/tftp/session/TftpFiles.h"
+#include "simulator/tftp/session/TftpTransfer.h"
+
+namespace simulator {
+
+/// A TFTP server (RFC 1350, 2347, 2348, 2349, 7440) for octet mode, on one address of one
+/// interface. Several clients may be served at a time; a client that falls silent is given up.
+class TftpServer {
+  public:
+    /// @param files must outlive the server
+    /// @param observer told of every transfer that has ended; may be empty
+    /// @param muted while set, nothing is sent; may be null, must outlive the server
+    TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
+               TftpObserver observer, const std::atomic<bool>* muted = nullptr);
+    ~TftpServer();
+
+    /// Returns once requests are answered.
+    /// @param address IPv4, dotted
+    /// @param interfaceName every socket is bound to it (SO_BINDTODEVICE)
+    /// @param[out] why one line that says what to do, set when false is returned
+    [[nodiscard]] bool Start(const std::string& address, const std::string& interfaceName,
+                             std::string& why);
+    /// Returns once every socket is closed; transfers under way are dropped.
+    void Stop();
+
+    /// The port that it answers on, between Start and Stop.
+    [[nodiscard]] std::uint16_t Port() const { return mPort; }
+
+  private:
+    using Time = TftpSession::Time;
+
+    void Run();
+    void Wait();
+    void TakeRequests(Time now);
+    void Answer(std::span<const std::uint8_t> request, const TftpEndpoint& from, Time now);
+    [[nodiscard]] bool MakeRoom();
+    void Advance(Time now);
+    void Report(TftpConnection& connection);
+
+    TftpFiles& mFiles;
+    const TftpSettings mSettings;
+    const TftpFaults mFaults;
+    const TftpObserver mObserver;
+    const std::atomic<bool>* const mMuted;
+
+    std::string mInterfaceName;
+    TftpEndpoint mEndpoint;
+    std::uint16_t mPort = 0;
+    std::optional<TftpSocket> mSocket;
+    std::list<TftpConnection> mConnections;
+    std::uint64_t mLines = 0;  // transfers so far
+    int mWake = -1;
+    std::atomic<bool> mStopping{false};
+    std::thread mThread;
+};
+
+}  // namespace simulator
