@@ -18,13 +18,13 @@ std::string XmlDocument::Parse(const std::string& text) {
     if (!mDocument) {
         const xmlError* const error = xmlGetLastError();
         if (error == nullptr || error->message == nullptr) {
-            return "it is not XML";
+            return "not XML";
         }
         const std::string message = error->message;
         return "line " + std::to_string(error->line) + ": " + message.substr(0, message.find('\n'));
     }
     if (mDocument->intSubset != nullptr || mDocument->extSubset != nullptr) {
-        return "it has a document type declaration, which could change what it says";
+        return "document type declarations are not accepted";
     }
     return "";
 }
