@@ -4,11 +4,11 @@
 #include <utility>
 #include <vector>
 
-#include "CheckCommand.h"
-#include "CreateCommand.h"
-#include "ImportCommand.h"
-#include "InfoCommand.h"
-#include "PayloadCommand.h"
+#include "commands/CheckCommand.h"
+#include "commands/CreateCommand.h"
+#include "commands/ImportCommand.h"
+#include "commands/InfoCommand.h"
+#include "commands/PayloadCommand.h"
 
 int main(int argc, char** argv) {
     CLI::App options(

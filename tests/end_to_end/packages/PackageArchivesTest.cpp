@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "Package.h"
+#include "ManifestBuilder.h"
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
 #include "Updater.h"
@@ -53,7 +53,7 @@ std::string Payload() {
 
 /// A package of a manifest that uploads "a.dfw", and that member.
 std::vector<ZipMember> Members(const std::string& transport = "GenICam") {
-    return {{"Manifest.xml", Manifest(Upload("a.dfw", transport))}, {"a.dfw", Payload()}};
+    return {{"Manifest.xml", MakeManifest(Upload("a.dfw", transport))}, {"a.dfw", Payload()}};
 }
 
 std::string With(const std::function<void(ZipMember& manifest, ZipMember& payload)>& change,
@@ -166,7 +166,7 @@ std::vector<ArchiveCase> BadManifestCases() {
         {"ManifestAgainstTheGrammar",
          [] {
              return With([](ZipMember& manifest, ZipMember&) {
-                 manifest.content = Manifest("<FeatureRead/>");
+                 manifest.content = MakeManifest("<FeatureRead/>");
              });
          },
          "",
