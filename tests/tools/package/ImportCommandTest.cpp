@@ -367,6 +367,14 @@ TEST_F(ImportCommandTest, AnUpdateWithoutConditionsIsForEveryModel) {
 TEST_F(ImportCommandTest, RefusesWhatItCannotConvert) {
     ExpectRefused("<GufRuleSet",
                   "Control.xml: line 1: Couldn't find end of Start Tag GufRuleSet line 1");
+    // UTF-16 that breaks off in the middle of a character, of which libxml2 would print lines
+    // itself.
+    std::string utf16 = "\xFF\xFE";
+    for (const char character : std::string("<GufRuleSet>")) {
+        utf16 += std::string({character, '\0'});
+    }
+    ExpectRefused(utf16 + std::string("\0\xD8\0\0", 4),
+                  "Control.xml: line 1: Premature end of data in tag GufRuleSet line 1");
     ExpectRefused("<Other/>", "Control.xml: the root element is <Other>, not <GufRuleSet>");
     ExpectRefused("<!DOCTYPE GufRuleSet [<!ENTITY a \"b\">]>" + GoodControlFile("<DeviceReset/>"),
                   "Control.xml: document type declarations are not accepted");
