@@ -1,4 +1,4 @@
-// Makes, shows and checks firmware payloads and packages.
+// Creates, inspects and checks firmware payloads and packages.
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -12,8 +12,8 @@
 
 int main(int argc, char** argv) {
     CLI::App options(
-        "Makes, shows and checks firmware payloads and packages.\n"
-        "Exit status: 0 done, 1 a failure or a finding, 2 wrong usage.",
+        "Creates, inspects and checks firmware payloads and packages.\n"
+        "Exit status: 0 success, 1 failure or problems found, 2 usage error.",
         "mirsko-package");
     // Said in words of an option; an argument stands in the usage line.
     options.get_formatter()->label("REQUIRED", "");

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include <NxBase/Hexadecimal.h>
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxBase/ByteOrder.h>
 
@@ -32,7 +33,7 @@ GvcpAddressSpace::GvcpAddressSpace(GvcpChannel& channel, std::string deviceName)
 
 NxResult GvcpAddressSpace::Broken(Command command, std::uint32_t address) const {
     return NxResult(kNxProtocol, mDeviceName + " answers GVCP " + GvcpPacket::CommandName(command) +
-                                     " at " + GvcpPacket::Hexadecimal(address, 8) +
+                                     " at " + Hexadecimal(address, 8) +
                                      " with the wrong number of bytes");
 }
 
@@ -103,7 +104,7 @@ NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std
     if (address % 4 != 0) {
         return NxResult(kNxInvalidArgument,
                         mDeviceName + " cannot be written at " +
-                            GvcpPacket::Hexadecimal(static_cast<std::uint32_t>(address), 8) +
+                            Hexadecimal(static_cast<std::uint32_t>(address), 8) +
                             ", which is not a multiple of four");
     }
     while (!data.empty()) {

@@ -6,6 +6,7 @@
 
 #include <sys/random.h>
 
+#include <NxBase/Hexadecimal.h>
 #include <NxBase/NxResultCodes.h>
 
 namespace {
@@ -131,7 +132,7 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
     return NxResult(
         ack.status == GvcpPacket::kStatusAccessDenied ? kNxAccessDenied : kNxDeviceError,
         mDeviceName + " refused GVCP " + GvcpPacket::CommandName(command) + " at " +
-            GvcpPacket::Hexadecimal(address, 8) + ": " + GvcpPacket::StatusName(ack.status));
+            Hexadecimal(address, 8) + ": " + GvcpPacket::StatusName(ack.status));
 }
 
 NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
@@ -185,13 +186,13 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
                                         " answers too slowly to be connected to: the time was over "
                                         "before GVCP " +
                                         GvcpPacket::CommandName(command) + " at " +
-                                        GvcpPacket::Hexadecimal(address, 8) +
+                                        Hexadecimal(address, 8) +
                                         " was answered; check the network");
     }
     return NxResult(kNxTimeout,
                     mDeviceName + " does not answer (GVCP " + GvcpPacket::CommandName(command) +
-                        " at " + GvcpPacket::Hexadecimal(address, 8) + ", sent " +
-                        std::to_string(mSendings) + " times); check its power, cable and address");
+                        " at " + Hexadecimal(address, 8) + ", sent " + std::to_string(mSendings) +
+                        " times); check its power, cable and address");
 }
 
 RetransmissionTimer::Duration GvcpChannel::WaitAfterSending(const RetransmissionTimer& timer,

@@ -1,9 +1,10 @@
 #include "GvcpPacket.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include <internal/NxBase/ByteOrder.h>
+
+#include <NxBase/Hexadecimal.h>
 
 namespace {
 
@@ -130,10 +131,4 @@ std::string GvcpPacket::CommandName(Command command) {
 
 std::string GvcpPacket::StatusName(std::uint16_t status) {
     return std::string(StatusWord(status)) + " " + Hexadecimal(status, 4);
-}
-
-std::string GvcpPacket::Hexadecimal(std::uint32_t number, int digits) {
-    char text[16];
-    const int length = std::snprintf(text, sizeof text, "0x%0*x", digits, number);
-    return {text, static_cast<std::size_t>(length)};
 }

@@ -64,7 +64,5 @@ std::uint16_t PendingMilliseconds(const Ack& ack);
 std::string CommandName(Command command);
 /// "ACCESS_DENIED 0x8006"
 std::string StatusName(std::uint16_t status);
-/// "0x8006"
-std::string Hexadecimal(std::uint32_t number, int digits);
 
 }  // namespace GvcpPacket

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <NxBase/PrintableText.h>
+#include <NxBase/Utf8.h>
 
 namespace {
 
@@ -15,16 +16,6 @@ constexpr std::size_t kLongestKept = 4U << 20U;
 constexpr std::chrono::seconds kOldestDescription{10};
 constexpr std::chrono::seconds kLongestRestart{60};
 constexpr std::size_t kLongestReason = 400;
-
-// Not in the middle of a character.
-std::string_view CutReason(std::string_view text) {
-    std::size_t length = std::min(text.size(), kLongestReason);
-    while (length > 0 && length < text.size() &&
-           (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80) {
-        --length;
-    }
-    return text.substr(0, length);
-}
 
 }  // namespace
 
@@ -78,7 +69,8 @@ bool DeviceHistory::WasResetSince(const ConnectionId& device, Clock::time_point 
 
 void DeviceHistory::NoteNoFileAccess(const ConnectionId& device, const std::string& reason) {
     const std::lock_guard lock(mMutex);
-    FindOrAdd(device).noFileAccess = PrintableText(CutReason(reason), reason.size());
+    FindOrAdd(device).noFileAccess =
+        PrintableText(Utf8::Cut(reason, kLongestReason), kLongestReason);
 }
 
 void DeviceHistory::NoteConnected(const ConnectionId& device) {

@@ -7,6 +7,8 @@
 
 #include <internal/NxBase/ByteOrder.h>
 
+#include <NxBase/Ascii.h>
+
 namespace {
 
 constexpr char kMagic[] = {'M', 'D', 'F', 'W'};
@@ -22,10 +24,6 @@ constexpr std::size_t kFamilyAt = 24;
 constexpr std::size_t kMajorAt = 56;
 constexpr std::size_t kMinorAt = 58;
 constexpr std::size_t kHeaderCrcAt = 60;
-
-bool IsPrintableCharacter(char character) {
-    return character >= ' ' && character <= '~';
-}
 
 // Empty when the field breaks the rules.
 std::string DecodeFamily(const std::byte* field) {
@@ -108,7 +106,7 @@ std::string DfwHeaderCodec::Decode(std::span<const std::byte, NxDfwHeader::kSize
 
 bool DfwHeaderCodec::IsPrintable(const std::string& text, std::size_t longest) {
     return !text.empty() && text.size() <= longest &&
-           std::all_of(text.begin(), text.end(), IsPrintableCharacter);
+           std::all_of(text.begin(), text.end(), Ascii::IsPrintable);
 }
 
 std::uint32_t DfwHeaderCodec::Crc32(std::span<const std::byte> bytes, std::uint32_t previous) {

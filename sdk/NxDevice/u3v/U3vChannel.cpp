@@ -6,6 +6,7 @@
 
 #include <libusb.h>
 
+#include <NxBase/Hexadecimal.h>
 #include <NxBase/NxResultCodes.h>
 
 #include <internal/NxBase/ByteOrder.h>
@@ -74,16 +75,6 @@ Fate FateOf(const UsbPipe::Sending& sending, std::span<const std::byte> command)
     }
     // Unplugged, out of memory, or not taken in time.
     return Fate::kHopeless;
-}
-
-std::string Hexadecimal(std::uint64_t number) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    do {
-        text.insert(text.begin(), kDigits[number % 16]);
-        number /= 16;
-    } while (number != 0);
-    return "0x" + text;
 }
 
 }  // namespace

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 #include <internal/NxBase/ByteOrder.h>
+
+#include <NxBase/Hexadecimal.h>
 
 namespace U3vPackets {
 
@@ -83,11 +84,10 @@ std::string DescribeStatus(std::uint16_t status) {
                                                   {0xA004, "SI_REGISTERS_INCONSISTENT"},
                                                   {0xA100, "DATA_DISCARDED"},
                                                   {0xA101, "DATA_OVERRUN"}}};
-    std::array<char, 8> number{};
-    (void)std::snprintf(number.data(), number.size(), "0x%04x", static_cast<unsigned>(status));
+    const std::string number = Hexadecimal(status, 4);
     const auto* known = std::find_if(kNames.begin(), kNames.end(),
                                      [&](const Name& name) { return name.status == status; });
-    return known == kNames.end() ? number.data() : std::string(known->text) + " " + number.data();
+    return known == kNames.end() ? number : std::string(known->text) + " " + number;
 }
 
 }  // namespace U3vPackets

@@ -1,6 +1,5 @@
 #include "DescriptionArchive.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -9,6 +8,8 @@
 #include <zlib.h>
 
 #include <internal/NxBase/ByteOrder.h>
+
+#include <NxBase/Ascii.h>
 
 #include "DescriptionText.h"
 
@@ -56,8 +57,7 @@ bool HasRecord(Bytes bytes, std::size_t at, std::size_t length, std::uint32_t si
 bool IsNamedAsXml(std::string_view name) {
     constexpr std::string_view kEnding(".xml");
     return name.size() >= kEnding.size() &&
-           std::equal(kEnding.begin(), kEnding.end(), name.end() - kEnding.size(),
-                      [](char ending, char c) { return ending == (c | 0x20); });
+           Ascii::IsSameIgnoringCase(name.substr(name.size() - kEnding.size()), kEnding);
 }
 
 // @return false when the directory lists no file

@@ -4,22 +4,11 @@
 #include <cstddef>
 #include <string_view>
 
+#include <NxBase/Ascii.h>
+
 namespace {
 
 constexpr std::uint32_t kLongest = 16U << 20U;
-
-bool EqualIgnoringCase(std::string_view text, std::string_view lowerCase) {
-    if (text.size() != lowerCase.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != lowerCase[i]) {
-            return false;
-        }
-    }
-    return true;
-}
 
 std::string_view Trim(std::string_view text) {
     constexpr std::string_view kSpace(" \t\r\n");
@@ -67,7 +56,7 @@ std::string DescriptionLocation::Parse(const std::string& url, DescriptionLocati
     if (rest.empty()) {
         return "it is empty";
     }
-    if (!EqualIgnoringCase(CutAt(rest, ':'), "local")) {
+    if (!Ascii::IsSameIgnoringCase(CutAt(rest, ':'), "local")) {
         return "it does not begin with \"Local:\"";
     }
     DescriptionLocation found;

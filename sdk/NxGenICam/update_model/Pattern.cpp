@@ -40,10 +40,10 @@ std::string AtByte(std::size_t offset) {
 }
 
 // The words that ECMAScript has too. Without this limit a manifest could use recursion and verbs,
-// and a word that PCRE2 and ECMAScript read differently, such as \x{41}, would silently mean the
-// other.
+// and a word that PCRE2 and ECMAScript read differently, such as \x{41} or \11, would silently mean
+// the other.
 constexpr std::string_view kEcmaScriptWords = R"((?x)
-    (?: \\ (?: [dDsSwWtnvfrbB] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [1-9][0-9]* | [^[:alnum:]] )
+    (?: \\ (?: [dDsSwWtnvfrbB] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [1-9](?![0-9]) | [^[:alnum:]] )
       | \[ (?! \] ) \^? (?: [^\]\\\[] | \[ (?! [:.=] )
           | \\ (?: [dDsSwWtnvfrb] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [^[:alnum:]] ) )* \]
       | \( (?: \?[:=!] | (?! [?*] ) ) | \)

@@ -13,6 +13,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <NxBase/Hexadecimal.h>
+
 namespace {
 
 using Mac = std::array<std::uint8_t, 6>;
@@ -101,14 +103,12 @@ bool ParseAddress(const std::string& text, std::uint32_t& address) {
 }
 
 std::string FormatMac(const std::array<std::uint8_t, 6>& mac) {
-    constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
     for (const std::uint8_t byte : mac) {
         if (!text.empty()) {
             text += ':';
         }
-        text += kDigits[byte >> 4U];
-        text += kDigits[byte & 0xFU];
+        text += HexDigits(byte, 2);
     }
     return text;
 }

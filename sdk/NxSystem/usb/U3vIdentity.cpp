@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <chrono>
 #include <cstdint>
 #include <fstream>
@@ -12,7 +11,9 @@
 
 #include <libusb.h>
 
+#include <NxBase/Ascii.h>
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/Utf8.h>
 
 #include <NxBase/PrintableText.h>
 #include <internal/NxSystem/UsbContext.h>
@@ -60,45 +61,13 @@ int ReadStringDescriptor(libusb_device_handle* handle, std::uint8_t index, std::
     return std::min<int>(length, bytes[0]);
 }
 
-void AppendUtf8(std::string& text, std::uint32_t character) {
-    if (character < 0x80) {
-        text += static_cast<char>(character);
-    } else if (character < 0x800) {
-        text += static_cast<char>(0xC0U | (character >> 6U));
-        text += static_cast<char>(0x80U | (character & 0x3FU));
-    } else if (character < 0x10000) {
-        text += static_cast<char>(0xE0U | (character >> 12U));
-        text += static_cast<char>(0x80U | ((character >> 6U) & 0x3FU));
-        text += static_cast<char>(0x80U | (character & 0x3FU));
-    } else {
-        text += static_cast<char>(0xF0U | (character >> 18U));
-        text += static_cast<char>(0x80U | ((character >> 12U) & 0x3FU));
-        text += static_cast<char>(0x80U | ((character >> 6U) & 0x3FU));
-        text += static_cast<char>(0x80U | (character & 0x3FU));
-    }
-}
-
 std::string DecodeUtf16(const StringDescriptor& bytes, int length) {
-    std::string text;
-    const auto unit = [&](int at) {
-        return static_cast<std::uint32_t>(bytes[static_cast<std::size_t>(at)] |
-                                          (bytes[static_cast<std::size_t>(at) + 1] << 8));
-    };
-    for (int at = 2; at + 1 < length; at += 2) {
-        std::uint32_t character = unit(at);
-        if (character == 0) {
-            break;
-        }
-        if (character >= 0xD800 && character < 0xDC00 && at + 3 < length &&
-            unit(at + 2) >= 0xDC00 && unit(at + 2) < 0xE000) {
-            character = 0x10000 + ((character - 0xD800) << 10U) + (unit(at + 2) - 0xDC00);
-            at += 2;
-        } else if (character >= 0xD800 && character < 0xE000) {
-            character = 0xFFFD;
-        }
-        AppendUtf8(text, character);
+    std::u16string units;
+    for (std::size_t at = 2; at + 1 < static_cast<std::size_t>(length); at += 2) {
+        units += static_cast<char16_t>(bytes[at] | bytes[at + 1] << 8);
     }
-    return PrintableText(text);
+    units.resize(std::min(units.find(u'\0'), units.size()));
+    return PrintableText(Utf8::FromUtf16(units));
 }
 
 std::string ReadSystemText(const std::string& place, const std::string& attribute) {
@@ -110,9 +79,7 @@ std::string ReadSystemText(const std::string& place, const std::string& attribut
 }
 
 bool IsUsableName(const std::string& guid) {
-    return !guid.empty() && guid.size() <= kLongestName && guid[0] != '@' &&
-           std::all_of(guid.begin(), guid.end(),
-                       [](unsigned char c) { return std::isgraph(c) != 0; });
+    return !guid.empty() && guid.size() <= kLongestName && guid[0] != '@' && Ascii::IsGraphic(guid);
 }
 
 // Index of the string descriptor and where its text goes.

@@ -9,35 +9,43 @@
 #include "Bytes.h"
 
 ScriptedSocket::~ScriptedSocket() {
-    EXPECT_TRUE(mBroken || mSteps.empty()) << mSteps.size() << " steps of the script are left over";
+    if (!mBroken && !mSteps.empty()) {
+        FAIL_AT_STEP(mSteps.front().where)
+            << "the script ends here, with " << mSteps.size() << " steps left over";
+    }
 }
 
-ScriptedSocket& ScriptedSocket::ExpectSend(const Endpoint& to, const std::string& datagram) {
-    mSteps.push_back({Kind::kExpectSend, to, datagram});
+ScriptedSocket& ScriptedSocket::ExpectSend(const Endpoint& to, const std::string& datagram,
+                                           StepPlace where) {
+    mSteps.push_back({Kind::kExpectSend, where, to, datagram});
     return *this;
 }
 
 ScriptedSocket& ScriptedSocket::Reply(const Endpoint& from, const std::string& datagram,
-                                      Clock::duration after) {
-    mSteps.push_back({Kind::kReply, from, datagram, after});
+                                      Clock::duration after, StepPlace where) {
+    mSteps.push_back({Kind::kReply, where, from, datagram, after});
     return *this;
 }
 
-ScriptedSocket& ScriptedSocket::TimeOut(Clock::duration shortest, Clock::duration longest) {
-    mSteps.push_back({Kind::kTimeOut, {}, {}, shortest, longest});
+ScriptedSocket& ScriptedSocket::TimeOut(Clock::duration shortest, Clock::duration longest,
+                                        StepPlace where) {
+    mSteps.push_back({Kind::kTimeOut, where, {}, {}, shortest, longest});
     return *this;
 }
 
-ScriptedSocket& ScriptedSocket::Fail(unsigned int code) {
-    mSteps.push_back({Kind::kFail, {}, {}, {}, {}, code});
+ScriptedSocket& ScriptedSocket::Fail(unsigned int code, StepPlace where) {
+    mSteps.push_back({Kind::kFail, where, {}, {}, {}, {}, code});
     return *this;
 }
 
 bool ScriptedSocket::Next(Kind kind, const std::string& instead, Step& step) {
     if (mBroken || mSteps.empty() ||
         (mSteps.front().kind != kind && mSteps.front().kind != Kind::kFail)) {
-        EXPECT_TRUE(mBroken) << "the script (" << mSteps.size() << " steps left) does not go on "
-                             << "with: " << instead;
+        if (!mBroken && mSteps.empty()) {
+            ADD_FAILURE() << "the script is over, but not the code: " << instead;
+        } else if (!mBroken) {
+            FAIL_AT_STEP(mSteps.front().where) << "in the place of this step: " << instead;
+        }
         mBroken = true;
         return false;
     }
@@ -54,6 +62,8 @@ NxResult ScriptedSocket::Send(const Endpoint& to, std::span<const std::byte> dat
     if (step.kind == Kind::kFail) {
         return NxResult(step.code, "as scripted");
     }
+    const testing::ScopedTrace trace(step.where.file_name(), static_cast<int>(step.where.line()),
+                                     "this step of the script");
     EXPECT_EQ(to, step.endpoint);
     EXPECT_EQ(TextOf(datagram), step.datagram);
     return NxResult();
@@ -72,6 +82,8 @@ NxResult ScriptedSocket::Receive(std::span<std::byte> buffer, Clock::time_point 
     if (!mSteps.empty() && mSteps.front().kind == Kind::kTimeOut) {
         step = mSteps.front();
         mSteps.pop_front();
+        const testing::ScopedTrace trace(
+            step.where.file_name(), static_cast<int>(step.where.line()), "this step of the script");
         const Clock::duration wait = deadline - Now();
         EXPECT_GE(wait, step.shortest);
         EXPECT_LE(wait, step.longest);

@@ -33,8 +33,8 @@ class CheckCommandTest : public PackageTool {
 
 TEST_F(CheckCommandTest, FindsNothingInAGoodPackage) {
     mFolder.Write("p.zip", MakeZip(Members()));
-    Expect({"check", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
-    Expect({"check", "--model", "M", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
+    Expect({"check", "@p.zip"}, 0, "@p.zip: no problems found\n", "");
+    Expect({"check", "--model", "M", "@p.zip"}, 0, "@p.zip: no problems found\n", "");
 }
 
 TEST_F(CheckCommandTest, TellsWhatIsNoPackage) {
@@ -42,7 +42,7 @@ TEST_F(CheckCommandTest, TellsWhatIsNoPackage) {
     mFolder.Write("p.zip", "no archive at all, though long enough to be one");
     Expect({"check", "@p.zip"}, 1, "error: @p.zip: not a zip archive, or damaged\n", "");
     mFolder.Write("p.zip", MakeZip({}));
-    Expect({"check", "@p.zip"}, 1, "error: @p.zip: no member is named \"Manifest.xml\"\n", "");
+    Expect({"check", "@p.zip"}, 1, "error: @p.zip: no \"Manifest.xml\" in the archive\n", "");
 }
 
 TEST_F(CheckCommandTest, TellsWhereAManifestBreaksTheGrammar) {
@@ -53,19 +53,17 @@ TEST_F(CheckCommandTest, TellsWhereAManifestBreaksTheGrammar) {
 }
 
 TEST_F(CheckCommandTest, TellsOfAManifestThatIsTooLarge) {
-    ExpectFindings(std::string(2000000, ' '),
-                   "error: Manifest.xml: it is larger than 1048576 bytes\n");
+    ExpectFindings(std::string(2000000, ' '), "error: Manifest.xml: larger than 1048576 bytes\n");
 }
 
 TEST_F(CheckCommandTest, TellsOfBytesThatTheUpdaterDoesNotRead) {
     ExpectFindings(GoodManifest() + std::string("\0<more/>", 8),
-                   "warning: Manifest.xml holds a zero byte; the updater reads only what stands "
-                   "before it\n");
+                   "warning: Manifest.xml contains a zero byte; the updater reads only up to it\n");
 }
 
 TEST_F(CheckCommandTest, FindsAMissingMember) {
     ExpectFindings(GoodManifest(Upload("a.dfw") + Upload("b.dfw")),
-                   "error: b.dfw: the package holds no such file\n");
+                   "error: b.dfw: not in the package\n");
 }
 
 TEST_F(CheckCommandTest, TellsWhichMembersTheUpdaterTakes) {
@@ -73,15 +71,15 @@ TEST_F(CheckCommandTest, TellsWhichMembersTheUpdaterTakes) {
                     {"Manifest.xml.old", GoodManifest()},
                     {"Manifest.xml", "<a/>"},
                     {"a.dfw", GoodPayload()}},
-                   "warning: the updater takes the member \"Manifest.xml.old\" for the manifest, "
-                   "since it is the first whose name holds \"Manifest.xml\"\n"
-                   "error: a.dfw: the updater takes the member \"fw/old-a.dfw\" for it, since it "
-                   "is the first whose name holds \"a.dfw\"\n");
+                   "warning: the updater uses the member \"Manifest.xml.old\" as the manifest, the "
+                   "first whose name contains \"Manifest.xml\"\n"
+                   "error: a.dfw: the updater uses the member \"fw/old-a.dfw\" for it, the first "
+                   "whose name contains \"a.dfw\"\n");
 }
 
 TEST_F(CheckCommandTest, AllowsMembersInFoldersWithAWarning) {
     ExpectFindings({{"Manifest.xml", GoodManifest()}, {"fw/a.dfw", GoodPayload()}},
-                   "warning: a.dfw: the updater takes the member \"fw/a.dfw\" for it\n");
+                   "warning: a.dfw: the updater uses the member \"fw/a.dfw\" for it\n");
 }
 
 TEST_F(CheckCommandTest, FindsDamagedMembers) {
@@ -89,13 +87,12 @@ TEST_F(CheckCommandTest, FindsDamagedMembers) {
     bytes[bytes.find("ffff")] = 'g';
     mFolder.Write("p.zip", bytes);
     Expect({"check", "@p.zip"}, 1,
-           "error: a.dfw: damaged: its data cannot be unpacked, or fails the length or CRC check\n",
-           "");
+           "error: a.dfw: damaged: cannot be unpacked, or fails the length or CRC check\n", "");
 }
 
 TEST_F(CheckCommandTest, FindsMembersThatTheUpdaterCannotUnpack) {
     const std::string finding =
-        "error: a.dfw: it is encrypted, or compressed by another method than deflate\n";
+        "error: a.dfw: encrypted, or compressed by a method other than deflate\n";
     std::vector<ZipMember> members = Members();
     members[1].flags = kEncrypted;
     ExpectFindings(members, finding);
@@ -103,12 +100,12 @@ TEST_F(CheckCommandTest, FindsMembersThatTheUpdaterCannotUnpack) {
     members[1].method = kBzip2;
     ExpectFindings(members, finding);
     ExpectFindings({{"Manifest.xml", GoodManifest()}, {"a.dfw/", ""}},
-                   "warning: a.dfw: the updater takes the member \"a.dfw/\" for it\n"
-                   "error: a.dfw/: it is a folder\n");
+                   "warning: a.dfw: the updater uses the member \"a.dfw/\" for it\n"
+                   "error: a.dfw/: is a folder\n");
 }
 
 TEST_F(CheckCommandTest, SeesNamesAsTheUpdaterDoes) {
-    const std::string missing = "error: a.dfw: the package holds no such file\n";
+    const std::string missing = "error: a.dfw: not in the package\n";
     const auto findings = [this](const std::string& name, const std::string& text) {
         mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, {name, GoodPayload()}}));
         Expect({"check", "@p.zip"}, 1, text, "");
@@ -116,14 +113,14 @@ TEST_F(CheckCommandTest, SeesNamesAsTheUpdaterDoes) {
     // The updater looks at 511 bytes of a name, and at none after a zero byte.
     findings(std::string(507, 'n') + "a.dfw", missing);
     findings(std::string("x\0a.dfw", 7), missing);
-    findings(std::string("a.dfw\0x", 7) + "/", "error: a.dfw: it is a folder\n");
+    findings(std::string("a.dfw\0x", 7) + "/", "error: a.dfw: is a folder\n");
 }
 
 TEST_F(CheckCommandTest, FindsFoldersByTheirAttributesToo) {
     ZipMember member{.name = "a.dfw", .content = GoodPayload()};
     member.externalAttributes = 0x10;
     mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, member}));
-    Expect({"check", "@p.zip"}, 1, "error: a.dfw: it is a folder\n", "");
+    Expect({"check", "@p.zip"}, 1, "error: a.dfw: is a folder\n", "");
 }
 
 TEST_F(CheckCommandTest, FindsAFirstMemberWithoutWhichTheUpdaterFindsNone) {
@@ -134,7 +131,8 @@ TEST_F(CheckCommandTest, FindsAFirstMemberWithoutWhichTheUpdaterFindsNone) {
     bytes[bytes.rfind(std::string("readme.txt\x01\0\x10", 13)) + 12] = '\x08';
     mFolder.Write("p.zip", bytes);
     Expect({"check", "@p.zip"}, 1,
-           "error: @p.zip: its first member cannot be read, so the updater finds none\n", "");
+           "error: @p.zip: its first member is unreadable, so the updater cannot find any member\n",
+           "");
 }
 
 TEST_F(CheckCommandTest, FindsNothingInAPackageExactlyWhenItsFilesCanBeUnpacked) {
@@ -178,8 +176,8 @@ TEST_F(CheckCommandTest, FindsDamagedPayloads) {
              "error: a.dfw is not a firmware payload: it has 44 bytes, fewer than the 64 of a "
              "header\n");
     findings("just bytes",
-             "warning: a.dfw: it has no payload header; the updater transfers it as it stands, but "
-             "cannot set a device ID or reset the device over TFTP\n");
+             "warning: a.dfw: no payload header; the updater transfers it as is, but cannot set a "
+             "device ID or reset the device over TFTP\n");
 }
 
 TEST_F(CheckCommandTest, FindsAPayloadThatUnpacksToMoreThanTheArchiveSays) {
@@ -187,8 +185,7 @@ TEST_F(CheckCommandTest, FindsAPayloadThatUnpacksToMoreThanTheArchiveSays) {
     member.sizeError = 8 - static_cast<std::int64_t>(member.content.size());
     mFolder.Write("p.zip", MakeZip({{"Manifest.xml", GoodManifest()}, member}));
     Expect({"check", "@p.zip"}, 1,
-           "error: a.dfw: damaged: its data cannot be unpacked, or fails the length or CRC check\n",
-           "");
+           "error: a.dfw: damaged: cannot be unpacked, or fails the length or CRC check\n", "");
 }
 
 TEST_F(CheckCommandTest, FindsRecordsInThePlaceOfFirmware) {
@@ -201,7 +198,7 @@ TEST_F(CheckCommandTest, FindsRecordsInThePlaceOfFirmware) {
                     .IsOK());
     mFolder.Write("reset.dfw", record.substr(0, length));
     Expect({"check", "@reset.dfw"}, 1,
-           "error: @reset.dfw: it is a device-ID or reset record, not firmware\n", "");
+           "error: @reset.dfw: a device-ID or reset record, not firmware\n", "");
 }
 
 TEST_F(CheckCommandTest, WarnsOfStepsThatTheUpdaterRefuses) {
@@ -210,40 +207,39 @@ TEST_F(CheckCommandTest, WarnsOfStepsThatTheUpdaterRefuses) {
                      "<DeviceReset/>"
                      "<FeatureWrite><FeatureName>F</FeatureName><Value>v</Value></FeatureWrite>"
                      "<FeatureExecute><FeatureName>F</FeatureName></FeatureExecute>"),
-        "warning: procedure \"p\", step 2, DeviceReset: the updater answers with code 16, which "
-        "ends the update; it resets the device by itself after an upload by TFTP\n"
-        "warning: procedure \"p\", step 3, FeatureWrite: the updater answers with code 1540, which "
-        "ends the update\n"
-        "warning: procedure \"p\", step 4, FeatureExecute: the updater answers with code 1540, "
-        "which ends the update\n");
+        "warning: procedure \"p\", step 2, DeviceReset: the updater refuses this step with code "
+        "16, which ends the update; it resets the device on its own after a TFTP upload\n"
+        "warning: procedure \"p\", step 3, FeatureWrite: the updater refuses this step with code "
+        "1540, which ends the update\n"
+        "warning: procedure \"p\", step 4, FeatureExecute: the updater refuses this step with code "
+        "1540, which ends the update\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfAnUploadToADeviceThatIsRestarting) {
-    ExpectFindings(GoodManifest(Upload("a.dfw", "TFTP") + Upload("a.dfw")),
-                   "warning: procedure \"p\", step 2, FileUpload: the updater resets the device "
-                   "after the upload by TFTP before it, unless it is given --noreset, and the "
-                   "device may not be back yet\n");
+    ExpectFindings(
+        GoodManifest(Upload("a.dfw", "TFTP") + Upload("a.dfw")),
+        "warning: procedure \"p\", step 2, FileUpload: after the preceding TFTP upload the updater "
+        "resets the device (unless given --noreset), and it may still be restarting\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfWordsThatTheUpdaterTakesOtherwise) {
-    ExpectFindings(
-        GoodManifest("<FileUpload Transport=\"tftp\"><FileName>a.dfw</FileName>"
-                     "<DeviceFileName>UserSet1</DeviceFileName></FileUpload>"),
-        "warning: procedure \"p\", step 1, FileUpload: the transport \"tftp\" means GenICam file "
-        "access to the updater\n"
-        "warning: procedure \"p\", step 1, FileUpload: the updater writes the device file "
-        "\"RemoteUpdateDfw\", never \"UserSet1\"\n");
+    ExpectFindings(GoodManifest("<FileUpload Transport=\"tftp\"><FileName>a.dfw</FileName>"
+                                "<DeviceFileName>UserSet1</DeviceFileName></FileUpload>"),
+                   "warning: procedure \"p\", step 1, FileUpload: the updater treats the transport "
+                   "\"tftp\" as GenICam file access\n"
+                   "warning: procedure \"p\", step 1, FileUpload: the updater always writes the "
+                   "device file \"RemoteUpdateDfw\", not \"UserSet1\"\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfFeaturesThatTheUpdaterAnswersWithTheModel) {
     ExpectFindings(WithCondition("<Condition Feature=\"DeviceVersion\">1.*</Condition>"),
                    "warning: update 1: the updater answers every feature with the model name, "
-                   "\"DeviceVersion\" too\n");
+                   "including \"DeviceVersion\"\n");
     ExpectFindings(GoodManifest("<FeatureAssert><FeatureName>Lens</FeatureName><AssertPattern>x"
                                 "</AssertPattern><Message>m</Message></FeatureAssert>" +
                                 Upload("a.dfw")),
                    "warning: procedure \"p\", step 1, FeatureAssert: the updater answers every "
-                   "feature with the model name, \"Lens\" too\n");
+                   "feature with the model name, including \"Lens\"\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfWhatIsMissingOrNeverRun) {
@@ -253,7 +249,7 @@ TEST_F(CheckCommandTest, WarnsOfWhatIsMissingOrNeverRun) {
     const std::string version = "<Info Name=\"Version\">2.1</Info>";
     manifest.replace(manifest.find(version), version.size(), "");
     ExpectFindings(manifest,
-                   "warning: procedure \"q\": no update runs it\n"
+                   "warning: procedure \"q\": not used by any update\n"
                    "warning: update 1: the info \"Version\" is missing\n");
 }
 
@@ -271,24 +267,24 @@ TEST_F(CheckCommandTest, ComparesModelTagsWithTheConditions) {
         mFolder.Write("p.zip", MakeZip({{"Manifest.xml", manifest}, {name, GoodPayload()}}));
         Expect({"check", "@p.zip"}, status, text, "");
     };
-    findings("zELKA-QRm-LanX-FK02-TC3MN03-128kD", 0, "@p.zip: nothing found\n");
+    findings("zELKA-QRm-LanX-FK02-TC3MN03-128kD", 0, "@p.zip: no problems found\n");
     findings("M", 1,
              "warning: " + name +
-                 ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
+                 ": named for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
                  "manifest does not upload it to that model\n");
     findings("zELKA-.*", 1,
              "warning: " + name +
-                 ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
-                 "manifest uploads it to zELKA-QRm-H-FK02-TC3MN01-128kD too\n"
+                 ": named for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
+                 "manifest also uploads it to zELKA-QRm-H-FK02-TC3MN01-128kD\n"
                  "warning: " +
                  name +
-                 ": its name says that it is for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
-                 "manifest uploads it to zELKA-QRm-H-FK02-TC3MN02-128kD too\n");
+                 ": named for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
+                 "manifest also uploads it to zELKA-QRm-H-FK02-TC3MN02-128kD\n");
 }
 
 TEST_F(CheckCommandTest, ChecksPlainPayloads) {
     mFolder.Write("a.dfw", GoodPayload());
-    Expect({"check", "@a.dfw"}, 0, "@a.dfw: nothing found\n", "");
+    Expect({"check", "@a.dfw"}, 0, "@a.dfw: no problems found\n", "");
     mFolder.Write("b.dfw", GoodPayload().substr(0, 70));
     Expect({"check", "@b.dfw"}, 1,
            "error: @b.dfw is not a firmware payload: its body has 6 bytes, its header says 8\n",
@@ -298,27 +294,27 @@ TEST_F(CheckCommandTest, ChecksPlainPayloads) {
 TEST_F(CheckCommandTest, ComparesModelTagsOfPlainPayloadsWithTheModelsNamed) {
     mFolder.Write("zelka_qrm_h_fk02_3.dfw", GoodPayload());
     Expect({"check", "@zelka_qrm_h_fk02_3.dfw"}, 1,
-           "error: @zelka_qrm_h_fk02_3.dfw: the updater refuses a payload whose path holds "
+           "error: @zelka_qrm_h_fk02_3.dfw: the updater rejects a payload whose path contains "
            "\"zelka_qrm_h_fk02\" for every device\n",
            "");
     mFolder.Write("zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw", GoodPayload());
     Expect({"check", "--model", "M", "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw"}, 1,
-           "error: M: the updater takes a payload whose path holds "
+           "error: M: the updater accepts a payload whose path contains "
            "\"zelka_qrm_lanx_fk02_tc3mn03_128kd\" only for zELKA-QRm-LanX-FK02-TC3MN03-128kD\n",
            "");
     Expect({"check", "--model", "zELKA-QRm-LanX-FK02-TC3MN03-128kD",
             "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw"},
-           0, "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw: nothing found\n", "");
+           0, "@zelka_qrm_lanx_fk02_tc3mn03_128kd.dfw: no problems found\n", "");
 }
 
 TEST_F(CheckCommandTest, ShowsNoControlCharactersOfAMembersName) {
     ExpectFindings(
         {{"Manifest.xml", GoodManifest()}, {"\x1B[2J\u009b2J\u202e\u2028a.dfw", GoodPayload()}},
-        "warning: a.dfw: the updater takes the member \"?[2J?2J\?\?a.dfw\" for it\n");
+        "warning: a.dfw: the updater uses the member \"?[2J?2J\?\?a.dfw\" for it\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {
     mFolder.Write("p.ZIP", MakeZip(Members()));
     Expect({"check", "@p.ZIP"}, 1,
-           "warning: @p.ZIP: the updater takes only packages whose name ends in \".zip\"\n", "");
+           "warning: @p.ZIP: the updater accepts only packages whose name ends in \".zip\"\n", "");
 }

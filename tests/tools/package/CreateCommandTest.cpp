@@ -20,7 +20,7 @@ TEST_F(CreateCommandTest, PacksAManifestWithTheFilesBesideIt) {
     mFolder.Write("src/lens.dfw", GoodPayload("lens"));
     mFolder.Write("src/unused.dfw", "x");
     Expect({"create", "--manifest", "@src/Manifest.xml", "@p.zip"}, 0, "@p.zip: 3 members\n", "");
-    Expect({"check", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
+    Expect({"check", "@p.zip"}, 0, "@p.zip: no problems found\n", "");
     Unzip("p.zip", "out");
     EXPECT_EQ(ReadFile(Path("out/Manifest.xml")), manifest);
     EXPECT_EQ(ReadFile(Path("out/camera.dfw")), ReadFile(Path("src/camera.dfw")));
@@ -52,8 +52,8 @@ TEST_F(CreateCommandTest, WritesAManifestFromOptions) {
               "    <Condition Feature=\"DeviceModelName\">A \\(B\\) \\x20C|D</Condition>\n"
               "  </Update>\n"
               "</FirmwareUpdate>\n");
-    Expect({"check", "--model", "A (B)  C", "--model", "D", "@p.zip"}, 0, "@p.zip: nothing found\n",
-           "");
+    Expect({"check", "--model", "A (B)  C", "--model", "D", "@p.zip"}, 0,
+           "@p.zip: no problems found\n", "");
     Expect({"check", "--model", "A (B) C", "@p.zip"}, 1,
            "error: A (B) C: No update in this package is for A (B) C\n", "");
 }
@@ -75,14 +75,14 @@ TEST_F(CreateCommandTest, OrdersMembersSoThatNoNameIsFoundWithinAnEarlierOne) {
                   .exitStatus,
               0);
     EXPECT_EQ(MemberNames("p.zip"), "a.dfw\nmy-a.dfw\nManifest.xml\nb-Manifest.xml\n");
-    Expect({"check", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
+    Expect({"check", "@p.zip"}, 0, "@p.zip: no problems found\n", "");
 }
 
 TEST_F(CreateCommandTest, ReplacesAPackageOnlyWhenAllWentWell) {
     mFolder.Write("p.zip", "the old one");
     mFolder.Write("Manifest.xml", GoodManifest());
     Expect({"create", "--manifest", "@Manifest.xml", "@p.zip"}, 1, "",
-           "mirsko-package: @a.dfw: there is no such file\n");
+           "mirsko-package: @a.dfw: no such file\n");
     EXPECT_EQ(ReadFile(Path("p.zip")), "the old one");
     mFolder.Write("a.dfw", GoodPayload());
     EXPECT_EQ(Run({"create", "--manifest", "@Manifest.xml", "@p.zip"}).exitStatus, 0);
@@ -95,7 +95,7 @@ TEST_F(CreateCommandTest, TellsWhereAManifestBreaksTheGrammar) {
     Expect({"create", "--manifest", "@Manifest.xml", "@p.zip"}, 1, "",
            "mirsko-package: Manifest.xml:1:4: Premature end of data in tag a line 1\n");
     Expect({"create", "--manifest", "@none.xml", "@p.zip"}, 1, "",
-           "mirsko-package: @none.xml: it cannot be read\n");
+           "mirsko-package: @none.xml: cannot be read\n");
     EXPECT_FALSE(Exists("p.zip"));
 }
 
@@ -104,7 +104,7 @@ TEST_F(CreateCommandTest, RefusesTwoFilesOfOneName) {
     mFolder.Write("two/a.dfw", GoodPayload());
     Expect(
         {"create", "--model=M", "--upload=TFTP=@one/a.dfw", "--upload=TFTP=@two/a.dfw", "@p.zip"},
-        1, "", "mirsko-package: two files have the name \"a.dfw\"\n");
+        1, "", "mirsko-package: two files are named \"a.dfw\"\n");
     // The same file twice is one member.
     Expect({"create", "--model=M", "--upload=TFTP=@one/a.dfw", "--upload=GenICam=@one/a.dfw",
             "@p.zip"},
@@ -117,7 +117,7 @@ TEST_F(CreateCommandTest, RefusesOptionsThatMakeNoGoodManifest) {
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(
         result.err,
-        "mirsko-package: the options make no good manifest: Manifest.xml:5: <FileName> is "
+        "mirsko-package: the options do not make a valid manifest: Manifest.xml:5: <FileName> is "
         "\".hidden\", but must be 1 to 128 printable ASCII characters without slash, backslash or "
         "\"..\", and not begin with a dot\n");
     EXPECT_FALSE(Exists("p.zip"));
@@ -126,7 +126,7 @@ TEST_F(CreateCommandTest, RefusesOptionsThatMakeNoGoodManifest) {
 TEST_F(CreateCommandTest, RefusesToOverwriteAFileThatItPacks) {
     mFolder.Write("a.zip", "x");
     Expect({"create", "--model=M", "--upload=TFTP=@a.zip", "@a.zip"}, 1, "",
-           "mirsko-package: @a.zip is one of the files that the package is to be made of\n");
+           "mirsko-package: @a.zip is itself one of the files to pack\n");
     EXPECT_EQ(ReadFile(Path("a.zip")), "x");
 }
 
@@ -143,9 +143,9 @@ TEST_F(CreateCommandTest, AsksForWhatIsMissing) {
     Expect({"create", "@p.zip"}, 2, "",
            "create: give --manifest, or at least one --model and one --upload\n" + help);
     Expect({"create", "--model=M", "--upload=TFTP=a", "@p.tar"}, 2, "",
-           "PACKAGE: the name of a package ends in \".zip\", unlike \"@p.tar\"\n" + help);
+           "PACKAGE: the name of a package must end in \".zip\", unlike \"@p.tar\"\n" + help);
     Expect({"create", "--model=M", "--upload=a.dfw", "@p.zip"}, 2, "",
-           "--upload: an upload is TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"a.dfw\"\n" + help);
+           "--upload: expected TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"a.dfw\"\n" + help);
     EXPECT_EQ(Run({"create", "--manifest=m", "--model=M", "@p.zip"}).exitStatus, 2);
     EXPECT_EQ(Run({"create"}).exitStatus, 2);
     EXPECT_TRUE(Files().empty());

@@ -27,8 +27,8 @@ class HelpTest : public PackageTool {
 }  // namespace
 
 TEST_F(HelpTest, OfTheProgramNamesEverySubcommandAndTheExitStatuses) {
-    ExpectHelp({"--help"}, {"Makes, shows and checks firmware payloads and packages.",
-                            "Exit status: 0 done, 1 a failure or a finding, 2 wrong usage.",
+    ExpectHelp({"--help"}, {"Creates, inspects and checks firmware payloads and packages.",
+                            "Exit status: 0 success, 1 failure or problems found, 2 usage error.",
                             "--help-all", "payload", "create", "info", "check", "import"});
 }
 
@@ -51,8 +51,7 @@ TEST_F(HelpTest, NamesValuesInWordsOfTheirOwn) {
     ExpectHelp({"payload", "--help"},
                {"\n  BINARY  ", "\n  --version MAJOR.MINOR  ", "; required\n"});
     ExpectHelp({"create", "--help"}, {"\n  --upload TRANSPORT=FILE  ", "\n  --model NAME  "});
-    ExpectHelp({"import", "--help"},
-               {"\n  --transport TRANSPORT  ", "GenICam, which is the default"});
+    ExpectHelp({"import", "--help"}, {"\n  --transport TRANSPORT  ", "GenICam (the default)"});
     std::istringstream lines(Run({"--help-all"}).out);
     for (std::string line; std::getline(lines, line);) {
         EXPECT_LE(line.size(), 100U) << line;

@@ -79,7 +79,7 @@ class ImportCommandTest : public PackageTool {
 
     void ExpectUnsigned(const std::vector<std::string>& arguments, int status,
                         const std::string& out, const std::string& err) const {
-        Expect(arguments, status, out, "mirsko-package: @u.guf: it is not signed\n" + err);
+        Expect(arguments, status, out, "mirsko-package: @u.guf: not signed\n" + err);
     }
 
     /// Imports, whatever is said about it, and gives what was said.
@@ -120,25 +120,26 @@ TEST_F(ImportCommandTest, ConvertsAnUpdateFile) {
     const std::string step = control + "procedure \"main\", step ";
     ExpectUnsigned(
         {"import", "@u.guf", "@p.zip"}, 0, "@p.zip: 3 members\n",
-        step +
-            "1, FeatureAssert: it has no message; \"DeviceModelName does not match ^M| N\" is "
-            "taken\n" +
-            control + "<Hint> is left out\n" + control +
-            "left out, since a manifest has no place for them: DeviceDiscoveryDelayMs, "
+        step + "1, FeatureAssert: no message; using \"DeviceModelName does not match ^M| N\"\n" +
+            control + "<Hint> is ignored\n" + control +
+            "ignored, since a manifest has no place for them: DeviceDiscoveryDelayMs, "
             "ExpectedDurationMs, MaximumExecutionTimeoutMs\n" +
-            control + "texts are left out in these languages: de\n" + step +
-            "3, FileUpload: the updater writes the device file \"RemoteUpdateDfw\", never "
+            control + "texts in other languages are omitted: de\n" + step +
+            "3, FileUpload: the updater always writes the device file \"RemoteUpdateDfw\", not "
             "\"LensFirmware\"\n" +
-            step + "5, FeatureWrite: the updater answers with code 1540, which ends the update\n" +
             step +
-            "6, FeatureExecute: the updater answers with code 1540, which ends the update\n" +
+            "5, FeatureWrite: the updater refuses this step with code 1540, which ends the "
+            "update\n" +
             step +
-            "7, DeviceReset: the updater answers with code 16, which ends the update; it resets "
-            "the device by itself after an upload by TFTP\n" +
+            "6, FeatureExecute: the updater refuses this step with code 1540, which ends the "
+            "update\n" +
+            step +
+            "7, DeviceReset: the updater refuses this step with code 16, which ends the update; it "
+            "resets the device on its own after a TFTP upload\n" +
             control +
-            "update 1: the updater answers every feature with the model name, \"DeviceVersion\" "
-            "too\n" +
-            control + "--drop-reset leaves the resets at the end out\n");
+            "update 1: the updater answers every feature with the model name, including "
+            "\"DeviceVersion\"\n" +
+            control + "use --drop-reset to omit the trailing resets\n");
     EXPECT_EQ(Process::Run({"unzip", "-q", Path("p.zip"), "-d", Path("out")}).exitStatus, 0);
     EXPECT_EQ(ReadFile(Path("out/Manifest.xml")),
               R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -205,7 +206,7 @@ TEST_F(ImportCommandTest, GivesAPackageThatPassesTheCheck) {
                                 "Key=\"Version\">3</Entry></Info><Condition "
                                 "Feature=\"DeviceModelName\">^ORLA-(25|42)</Condition>"));
     (void)ImportAll({"--drop-reset"});
-    Expect({"check", "--model", "ORLA-25M", "@p.zip"}, 0, "@p.zip: nothing found\n", "");
+    Expect({"check", "--model", "ORLA-25M", "@p.zip"}, 0, "@p.zip: no problems found\n", "");
     Expect({"check", "--model", "XORLA-25M", "@p.zip"}, 1,
            "error: XORLA-25M: No update in this package is for XORLA-25M\n", "");
 }
@@ -213,7 +214,7 @@ TEST_F(ImportCommandTest, GivesAPackageThatPassesTheCheck) {
 TEST_F(ImportCommandTest, UploadsByTheTransportThatIsAskedFor) {
     WriteUpdate(GoodControlFile(OneUpload("lens/camera.dfw")));
     ExpectUnsigned({"import", "--transport", "TFTP", "@u.guf", "@p.zip"}, 0, "@p.zip: 2 members\n",
-                   "mirsko-package: files that no step uploads are left out: "
+                   "mirsko-package: files not used by any step are omitted: "
                    "payload/camera.dfw\n");
     EXPECT_THAT(Run({"info", "@p.zip"}).out, HasSubstr("FileUpload of camera.dfw by TFTP"));
     EXPECT_EQ(Run({"import", "--transport", "FTP", "@u.guf", "@p.zip"}).exitStatus, 2);
@@ -222,12 +223,13 @@ TEST_F(ImportCommandTest, UploadsByTheTransportThatIsAskedFor) {
 TEST_F(ImportCommandTest, DropsResetsAtTheEndWhenAskedTo) {
     WriteUpdate(GoodControlFile("<DeviceReset/>" + OneUpload() + "<DeviceReset/><DeviceReset/>"));
     const std::string dropped =
-        ", DeviceReset: dropped; the updater resets the device by itself after an upload by TFTP, "
-        "after others it has to be restarted by hand\n";
-    EXPECT_THAT(ImportAll({"--drop-reset"}),
-                testing::AllOf(HasSubstr("step 3" + dropped), HasSubstr("step 4" + dropped),
-                               HasSubstr("step 1, DeviceReset: the updater answers with code 16"),
-                               Not(HasSubstr("--drop-reset"))));
+        ", DeviceReset: dropped; the updater resets the device on its own after a TFTP upload; "
+        "after any other, restart it by hand\n";
+    EXPECT_THAT(
+        ImportAll({"--drop-reset"}),
+        testing::AllOf(HasSubstr("step 3" + dropped), HasSubstr("step 4" + dropped),
+                       HasSubstr("step 1, DeviceReset: the updater refuses this step with code 16"),
+                       Not(HasSubstr("--drop-reset"))));
     EXPECT_THAT(Run({"info", "@p.zip"}).out,
                 HasSubstr("procedure \"p\":\n  1. DeviceReset\n  2. FileUpload of camera.dfw by "
                           "GenICam\nupdate"));
@@ -310,10 +312,10 @@ TEST_F(ImportCommandTest, LeavesOutInfosThatAManifestDoesNotAllow) {
                                          "<Condition Feature=\"DeviceModelName\">x</Condition>"));
     const std::string left = "mirsko-package: Control.xml: update 1: the info \"";
     EXPECT_THAT(ImportAll(),
-                HasSubstr(left + "no blank\" is left out: a manifest does not allow that name\n" +
-                          left + "\" is left out: a manifest does not allow that name\n" + left +
-                          "K32\" is left out: a manifest has at most 32\n" + left +
-                          "K0\" is left out: there is one of that name\n"));
+                HasSubstr(left + "no blank\" is omitted: a manifest does not allow this name\n" +
+                          left + "\" is omitted: a manifest does not allow this name\n" + left +
+                          "K32\" is omitted: a manifest allows at most 32\n" + left +
+                          "K0\" is omitted: duplicate name\n"));
 }
 
 TEST_F(ImportCommandTest, CutsTextsThatAManifestDoesNotAllow) {
@@ -322,8 +324,9 @@ TEST_F(ImportCommandTest, CutsTextsThatAManifestDoesNotAllow) {
         GoodControlFile("<DeviceReset><Description>" + text + "</Description></DeviceReset>",
                         "<Description>a\xC2\x80z</Description>"
                         "<Condition Feature=\"DeviceModelName\">x</Condition>"));
-    EXPECT_THAT(ImportAll(), HasSubstr("procedure \"p\", step 1, DeviceReset: a text is cut to "
-                                       "1023 bytes\n"));
+    EXPECT_THAT(ImportAll(),
+                HasSubstr("procedure \"p\", step 1, DeviceReset: a text is truncated to "
+                          "1023 bytes\n"));
     EXPECT_THAT(Manifest(), HasSubstr("<Description>" + std::string(1023, 'x') + "</Description>"));
     EXPECT_THAT(Manifest(), HasSubstr(">a z</Info>"));
 }
@@ -357,18 +360,24 @@ TEST_F(ImportCommandTest, GivesFilesNamesThatAManifestAllows) {
 
 TEST_F(ImportCommandTest, AnUpdateWithoutConditionsIsForEveryModel) {
     WriteUpdate(GoodControlFile(OneUpload(), ""));
-    EXPECT_THAT(ImportAll(),
-                HasSubstr("update 1: it has no condition, and so is for every model\n"));
+    EXPECT_THAT(ImportAll(), HasSubstr("update 1: no condition, so it applies to every model\n"));
     EXPECT_THAT(Run({"check", "--model", "any", "@p.zip"}).out, Not(HasSubstr("No update")));
 }
 
 TEST_F(ImportCommandTest, RefusesWhatItCannotConvert) {
     ExpectRefused("<GufRuleSet",
                   "Control.xml: line 1: Couldn't find end of Start Tag GufRuleSet line 1");
-    ExpectRefused("<Other/>", "Control.xml: its root element is <Other>, not <GufRuleSet>");
+    // UTF-16 that breaks off in the middle of a character, of which libxml2 would print lines
+    // itself.
+    std::string utf16 = "\xFF\xFE";
+    for (const char character : std::string("<GufRuleSet>")) {
+        utf16 += std::string({character, '\0'});
+    }
+    ExpectRefused(utf16 + std::string("\0\xD8\0\0", 4),
+                  "Control.xml: line 1: Premature end of data in tag GufRuleSet line 1");
+    ExpectRefused("<Other/>", "Control.xml: the root element is <Other>, not <GufRuleSet>");
     ExpectRefused("<!DOCTYPE GufRuleSet [<!ENTITY a \"b\">]>" + GoodControlFile("<DeviceReset/>"),
-                  "Control.xml: it has a document type declaration, which could change what it "
-                  "says");
+                  "Control.xml: document type declarations are not accepted");
     ExpectRefused(GoodControlFile("<Wait>5</Wait>"),
                   "Control.xml: procedure \"p\": unknown step <Wait>");
     ExpectRefused(GoodControlFile("<DeviceReset xmlns=\"urn:other\"/>"),
@@ -384,13 +393,13 @@ TEST_F(ImportCommandTest, RefusesWhatItCannotConvert) {
     ExpectRefused(GoodControlFile("<DeviceReset/>", "<Condition Feature=\"F\"/>"),
                   "Control.xml: update 1: a condition has no pattern");
     ExpectRefused(GoodControlFile("<FeatureAssert><FeatureName>F</FeatureName></FeatureAssert>"),
-                  "Control.xml: procedure \"p\", step 1, FeatureAssert: it has no pattern");
-    ExpectRefused(GoodControlFile(OneUpload("none.dfw")), "@u.guf: it holds no file \"none.dfw\"");
-    ExpectRefused(GoodControlFile("<FileUpload/>"), "@u.guf: it holds no file \"\"");
+                  "Control.xml: procedure \"p\", step 1, FeatureAssert: no pattern");
+    ExpectRefused(GoodControlFile(OneUpload("none.dfw")), "@u.guf: contains no file \"none.dfw\"");
+    ExpectRefused(GoodControlFile("<FileUpload/>"), "@u.guf: contains no file \"\"");
     EXPECT_FALSE(Exists("p.zip"));
     WriteUpdate(WithPattern("("));
     EXPECT_THAT(Run({"import", "@u.guf", "@p.zip"}).err,
-                HasSubstr("the control file makes no good manifest: Manifest.xml:7: "
+                HasSubstr("the control file does not make a valid manifest: Manifest.xml:7: "
                           "<Condition> is not a valid regular expression: missing closing"));
 }
 
@@ -400,11 +409,10 @@ TEST_F(ImportCommandTest, SaysWhenTheSchemaIsAnother) {
     control.replace(control.find("Version_1_0"), 11, "Version_2_0");
     WriteUpdate(control);
     ExpectUnsigned({"import", "@u.guf", "@p.zip"}, 0, "@p.zip: 3 members\n",
-                   "mirsko-package: Control.xml: its namespace is "
+                   "mirsko-package: Control.xml: the namespace is "
                    "\"http://www.genicam.org/GenFwUpdate/Version_2_0\", not "
-                   "\"http://www.genicam.org/GenFwUpdate/Version_1_0\"; it is read as if it were\n"
-                   "mirsko-package: Control.xml: it is not of schema version 1; it is read as if "
-                   "it were\n");
+                   "\"http://www.genicam.org/GenFwUpdate/Version_1_0\"; read as if it were\n"
+                   "mirsko-package: Control.xml: not schema version 1; read as if it were\n");
 }
 
 TEST_F(ImportCommandTest, TellsOfDamagedMembers) {
@@ -412,8 +420,7 @@ TEST_F(ImportCommandTest, TellsOfDamagedMembers) {
         MakeZip({{"Control.xml", GoodControlFile(OneUpload("a.dfw"))}, {"a.dfw", "firmware"}});
     inner.replace(inner.rfind("firmware"), 1, "x");
     mFolder.Write("u.guf", MakeUpdateFile(inner));
-    const std::string damaged =
-        "damaged: its data cannot be unpacked, or fails the length or CRC check\n";
+    const std::string damaged = "damaged: cannot be unpacked, or fails the length or CRC check\n";
     ExpectUnsigned({"import", "@u.guf", "@p.zip"}, 1, "", "mirsko-package: a.dfw: " + damaged);
     std::string outer = MakeUpdateFile(inner);
     outer.replace(outer.find("xirmware"), 1, "y");
@@ -431,7 +438,7 @@ TEST_F(ImportCommandTest, RefusesAFileThatIsThereTwice) {
     const auto refused = [this](const std::string& bytes, const std::string& name) {
         mFolder.Write("u.guf", bytes);
         EXPECT_THAT(Run({"import", "@u.guf", "@p.zip"}).err,
-                    HasSubstr("it holds \"" + name + "\" more than once\n"));
+                    HasSubstr("contains \"" + name + "\" more than once\n"));
         EXPECT_FALSE(Exists("p.zip"));
     };
     refused(MakeUpdateFile(MakeZip({control, {"a.dfw", "1"}, {"./a.dfw", "2"}})), "a.dfw");
@@ -452,7 +459,7 @@ TEST_F(ImportCommandTest, RefusesArchivesThatUnpackToMoreThanAFirmwareHas) {
     ZipMember bomb = MakeBomb("Control.xml", 64);
     mFolder.Write("u.guf", MakeUpdateFile(MakeZip({bomb})));
     ExpectUnsigned({"import", "@u.guf", "@p.zip"}, 1, "",
-                   "mirsko-package: Control.xml: it is larger than 1048576 bytes\n");
+                   "mirsko-package: Control.xml: larger than 1048576 bytes\n");
     mFolder.Write("u.guf", MakeZip({MakeBomb("package.zip", 1025)}));
     Expect({"import", "@u.guf", "@p.zip"}, 1, "",
            "mirsko-package: @u.guf: package.zip: the update file unpacks to more than 1024 MiB\n");
@@ -484,10 +491,10 @@ TEST_F(ImportCommandTest, TellsWhatIsNoUpdateFile) {
            "mirsko-package: @u.guf: No such file or directory\n");
     mFolder.Write("u.guf", MakeZip({}));
     Expect({"import", "@u.guf", "@p.zip"}, 1, "",
-           "mirsko-package: @u.guf: it holds neither \"package.zip\" nor \"Control.xml\"\n");
+           "mirsko-package: @u.guf: contains neither \"package.zip\" nor \"Control.xml\"\n");
     mFolder.Write("u.guf", MakeUpdateFile(MakeZip({{"a", "b"}})));
     ExpectUnsigned({"import", "@u.guf", "@p.zip"}, 1, "",
-                   "mirsko-package: @u.guf: it holds no file \"Control.xml\"\n");
+                   "mirsko-package: @u.guf: contains no file \"Control.xml\"\n");
     EXPECT_EQ(Run({"import", "@u.guf"}).exitStatus, 2);
     EXPECT_EQ(Run({"import", "@u.guf", "@p.guf"}).exitStatus, 2);
 }

@@ -79,7 +79,7 @@ class ImportSignatureTest : public PackageTool {
         arguments.insert(arguments.begin() + 1, options.begin(), options.end());
         Expect(
             arguments, 1, "",
-            "mirsko-package: @u.guf: " + error + " (--ignore-signature imports it nevertheless)\n");
+            "mirsko-package: @u.guf: " + error + " (use --ignore-signature to import it anyway)\n");
         EXPECT_FALSE(Exists("p.zip"));
         arguments.insert(arguments.begin() + 1, "--ignore-signature");
         Expect(arguments, 0, "@p.zip: 2 members\n", "mirsko-package: @u.guf: " + error + "\n");
@@ -138,7 +138,7 @@ TEST_F(ImportSignatureTest, RefusesWhatTheNamedAuthorityDoesNotVouchFor) {
 
 TEST_F(ImportSignatureTest, RefusesAnUnsignedFileWhereAnAuthorityIsNamed) {
     WriteUpdate("");
-    ExpectRefused({"--ca", "@ca.pem"}, "it is not signed");
+    ExpectRefused({"--ca", "@ca.pem"}, "not signed");
 }
 
 TEST_F(ImportSignatureTest, RefusesASignatureOfOtherBytes) {
@@ -149,25 +149,25 @@ TEST_F(ImportSignatureTest, RefusesASignatureOfOtherBytes) {
         WriteUpdate(signature);
         const ProcessResult result = Run({"import", "@u.guf", "@p.zip"});
         EXPECT_EQ(result.exitStatus, 1);
-        EXPECT_THAT(result.err, HasSubstr("u.guf: the signature is wrong: "));
+        EXPECT_THAT(result.err, HasSubstr("u.guf: invalid signature: "));
         EXPECT_FALSE(Exists("p.zip"));
     }
     WriteUpdate(Sign(other));
-    ExpectRefused({}, "the signature is wrong: content verify error");
+    ExpectRefused({}, "invalid signature: content verify error");
 }
 
 TEST_F(ImportSignatureTest, RefusesWhatIsNoSignature) {
     MakeSigner();
     WriteUpdate("no signature");
-    ExpectRefused({}, "the signature is wrong: it is not a CMS signature");
+    ExpectRefused({}, "invalid signature: not a CMS signature");
     mFolder.Write("content", mPackage);
     OpenSsl({"cms", "-digest_create", "-binary", "-outform", "DER", "-in", Path("content"), "-out",
              Path("signature")});
     WriteUpdate(ReadFile(Path("signature")));
-    ExpectRefused({}, "the signature is wrong: it is not a CMS signature");
+    ExpectRefused({}, "invalid signature: not a CMS signature");
     mFolder.Write("u.guf", MakeUpdateFile(mPackage, std::string(300'000, 'x')));
     Expect({"import", "@u.guf", "@p.zip"}, 1, "",
-           "mirsko-package: @u.guf: META-INF/signature.p7s: it is larger than 262144 bytes\n");
+           "mirsko-package: @u.guf: META-INF/signature.p7s: larger than 262144 bytes\n");
 }
 
 TEST_F(ImportSignatureTest, RefusesASignatureWithoutSigners) {
@@ -178,7 +178,7 @@ TEST_F(ImportSignatureTest, RefusesASignatureWithoutSigners) {
     WriteUpdate(ReadFile(Path("signature")));
     const ProcessResult result = Run({"import", "--ca", "@ca.pem", "@u.guf", "@p.zip"});
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_THAT(result.err, HasSubstr("the signature is wrong: "));
+    EXPECT_THAT(result.err, HasSubstr("invalid signature: "));
 }
 
 TEST_F(ImportSignatureTest, DoesNotTrustACertificateForOtherUses) {
@@ -187,8 +187,8 @@ TEST_F(ImportSignatureTest, DoesNotTrustACertificateForOtherUses) {
         MakeSigner(extensions);
         WriteUpdate(Sign(mPackage));
         ExpectRefused({"--ca", "@ca.pem"},
-                      "signed by CN=signer,O=A Maker, who cannot be verified: its certificate is "
-                      "for other uses than to sign packages");
+                      "signed by CN=signer,O=A Maker, who cannot be verified: the certificate may "
+                      "not be used to sign packages");
     }
 }
 
@@ -204,7 +204,7 @@ TEST_F(ImportSignatureTest, SaysWhenTheNamedFileHoldsNoCertificates) {
     WriteUpdate(Sign(mPackage));
     mFolder.Write("none.pem", "no certificate");
     ExpectRefused({"--ca", "@none.pem"},
-                  "signed by CN=signer,O=A Maker, who cannot be verified: the trusted certificates "
-                  "cannot be read");
+                  "signed by CN=signer,O=A Maker, who cannot be verified: cannot read the trusted "
+                  "certificates");
     EXPECT_EQ(Run({"import", "--ca", "@missing.pem", "@u.guf", "@p.zip"}).exitStatus, 2);
 }

@@ -44,7 +44,7 @@ TEST_F(PayloadCommandTest, RefusesMalformedVersions) {
         const ProcessResult result =
             Run({"payload", "--family", "S", "--version", version, "@body", "@a.dfw"});
         EXPECT_EQ(result.exitStatus, 2) << version;
-        EXPECT_EQ(result.err, "--version: a version is MAJOR.MINOR, each 0 to 65535, not \"" +
+        EXPECT_EQ(result.err, "--version: expected MAJOR.MINOR, each from 0 to 65535, not \"" +
                                   std::string(version) +
                                   "\"\nRun with --help or --help-all for more information.\n");
     }

@@ -83,7 +83,7 @@ std::string Archive::Open(const std::string& path) {
             mMembers.push_back({index, member->name, member->size, member->compressedSize,
                                 member->isFolder, member->isSupported});
         } else if (index == 0) {
-            return "its first member cannot be read, so the updater finds none";
+            return "its first member is unreadable, so the updater cannot find any member";
         }
     }
     return {};
@@ -102,10 +102,10 @@ std::optional<std::size_t> Archive::FindAsUpdater(const std::string& name) const
 std::string Archive::Read(std::size_t member, const Take& take) const {
     const Member& wanted = mMembers.at(member);
     if (wanted.isFolder) {
-        return "it is a folder";
+        return "is a folder";
     }
     if (!wanted.isReadable) {
-        return "it is encrypted, or compressed by another method than deflate";
+        return "encrypted, or compressed by a method other than deflate";
     }
     UnpackingPipe pipe;
     if (!pipe.IsOpen()) {
@@ -129,7 +129,7 @@ std::string Archive::Read(std::size_t member, const Take& take) const {
     pipe.CloseReader();
     unpacking.join();
     if (error.empty() && !isWhole) {
-        return "damaged: its data cannot be unpacked, or fails the length or CRC check";
+        return "damaged: cannot be unpacked, or fails the length or CRC check";
     }
     return error;
 }
@@ -138,7 +138,7 @@ std::string Archive::ReadText(std::size_t member, std::size_t longest, std::stri
     text.clear();
     return Read(member, [&text, longest](const char* bytes, std::size_t count) {
         text.append(bytes, count);
-        return text.size() > longest ? "it is larger than " + std::to_string(longest) + " bytes"
+        return text.size() > longest ? "larger than " + std::to_string(longest) + " bytes"
                                      : std::string();
     });
 }

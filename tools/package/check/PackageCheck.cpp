@@ -24,14 +24,13 @@ std::string Quoted(const std::string& text) {
 }
 
 std::string UploadedToOthers(const ModelTag& tag, const std::string& model) {
-    return ": its name says that it is for " + tag.models.front() +
-           (tag.models.size() > 1 ? " and its like" : "") + ", but the manifest uploads it to " +
-           model + " too";
+    return ": named for " + tag.models.front() +
+           (tag.models.size() > 1 ? " and similar models" : "") +
+           ", but the manifest also uploads it to " + model;
 }
 
 std::string NotUploadedTo(const std::string& model) {
-    return ": its name says that it is for " + model +
-           ", but the manifest does not upload it to that model";
+    return ": named for " + model + ", but the manifest does not upload it to that model";
 }
 
 }  // namespace
@@ -62,11 +61,11 @@ std::vector<Finding> PackageCheck::Run() {
 void PackageCheck::CheckManifestMember() {
     const std::string& name = mPackage.GetArchive().Members()[mPackage.ManifestMember()].name;
     if (name != "Manifest.xml") {
-        Warn("the updater takes the member " + Quoted(name) +
-             " for the manifest, since it is the first whose name holds \"Manifest.xml\"");
+        Warn("the updater uses the member " + Quoted(name) +
+             " as the manifest, the first whose name contains \"Manifest.xml\"");
     }
     if (mPackage.ManifestIsCut()) {
-        Warn("Manifest.xml holds a zero byte; the updater reads only what stands before it");
+        Warn("Manifest.xml contains a zero byte; the updater reads only up to it");
     }
 }
 
@@ -75,7 +74,7 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
     if (std::none_of(updates.begin(), updates.end(), [&procedure](const PackageUpdate& update) {
             return update.procedureId == procedure.id;
         })) {
-        Warn("procedure " + Quoted(procedure.id) + ": no update runs it");
+        Warn("procedure " + Quoted(procedure.id) + ": not used by any update");
     }
     std::size_t number = 0;
     bool resetBefore = false;
@@ -84,13 +83,13 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
         if (step.kind == Kind::kFileUpload) {
             if (resetBefore) {
                 Warn(place +
-                     "the updater resets the device after the upload by TFTP before it, unless it "
-                     "is given --noreset, and the device may not be back yet");
+                     "after the preceding TFTP upload the updater resets the device (unless given "
+                     "--noreset), and it may still be restarting");
             }
             resetBefore = step.transport == "TFTP";
             if (step.transport != "TFTP" && step.transport != "GenICam") {
-                Warn(place + "the transport " + Quoted(step.transport) +
-                     " means GenICam file access to the updater");
+                Warn(place + "the updater treats the transport " + Quoted(step.transport) +
+                     " as GenICam file access");
             }
         }
     }
@@ -110,7 +109,7 @@ void PackageCheck::CheckFile(const std::string& name) {
     const Archive& archive = mPackage.GetArchive();
     const auto member = archive.FindAsUpdater(name);
     if (!member) {
-        Error(name + ": the package holds no such file");
+        Error(name + ": not in the package");
         return;
     }
     const std::string& stored = archive.Members()[*member].name;
@@ -119,10 +118,10 @@ void PackageCheck::CheckFile(const std::string& name) {
         std::any_of(archive.Members().begin(), archive.Members().end(),
                     [&name](const Archive::Member& one) { return one.name == name; });
     if (exactElsewhere) {
-        Error(name + ": the updater takes the member " + Quoted(stored) +
-              " for it, since it is the first whose name holds " + Quoted(name));
+        Error(name + ": the updater uses the member " + Quoted(stored) +
+              " for it, the first whose name contains " + Quoted(name));
     } else if (stored != name) {
-        Warn(name + ": the updater takes the member " + Quoted(stored) + " for it");
+        Warn(name + ": the updater uses the member " + Quoted(stored) + " for it");
     }
     CheckMember(*member);
 }
@@ -151,7 +150,7 @@ void PackageCheck::CheckMember(std::size_t member) {
     if (!header && error.empty()) {
         std::ofstream file(copy.Path(), std::ios::binary);
         file.write(head.data(), static_cast<std::streamsize>(head.size()));
-        error = file.flush() ? "" : "a temporary file cannot be written";
+        error = file.flush() ? "" : "cannot write a temporary file";
     }
     if (!error.empty()) {
         Error(stored.name + ": " + error);

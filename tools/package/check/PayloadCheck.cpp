@@ -16,9 +16,8 @@ bool BeginsLikeAPayload(const std::string& path) {
 
 std::vector<Finding> CheckPayload(const std::string& path, const std::string& name) {
     if (!BeginsLikeAPayload(path)) {
-        return {WarningFinding(name +
-                               ": it has no payload header; the updater transfers it as it stands, "
-                               "but cannot set a device ID or reset the device over TFTP")};
+        return {WarningFinding(name + ": no payload header; the updater transfers it as is, but "
+                                      "cannot set a device ID or reset the device over TFTP")};
     }
     NxDfwHeader header;
     const NxResult result = NxDfwPayload::Verify(path, header);
@@ -32,7 +31,7 @@ std::vector<Finding> CheckPayload(const std::string& path, const std::string& na
         return {ErrorFinding(problem)};
     }
     if (header.kind != NxDfwHeader::Kind::kFirmware) {
-        return {ErrorFinding(name + ": it is a device-ID or reset record, not firmware")};
+        return {ErrorFinding(name + ": a device-ID or reset record, not firmware")};
     }
     return {};
 }

@@ -7,8 +7,8 @@ using Kind = PackageStep::Kind;
 std::string FeatureLimit(const std::string& featureName) {
     return featureName == "DeviceModelName"
                ? ""
-               : "the updater answers every feature with the model name, \"" + featureName +
-                     "\" too";
+               : "the updater answers every feature with the model name, including \"" +
+                     featureName + "\"";
 }
 
 // Empty when the updater does as the step says.
@@ -17,16 +17,16 @@ std::string StepLimit(const PackageStep& step) {
         case Kind::kFileUpload:
             return step.deviceFileName.empty() || step.deviceFileName == "RemoteUpdateDfw"
                        ? ""
-                       : "the updater writes the device file \"RemoteUpdateDfw\", never \"" +
+                       : "the updater always writes the device file \"RemoteUpdateDfw\", not \"" +
                              step.deviceFileName + "\"";
         case Kind::kFeatureAssert:
             return FeatureLimit(step.featureName);
         case Kind::kFeatureWrite:
         case Kind::kFeatureExecute:
-            return "the updater answers with code 1540, which ends the update";
+            return "the updater refuses this step with code 1540, which ends the update";
         default:
-            return "the updater answers with code 16, which ends the update; it resets the device "
-                   "by itself after an upload by TFTP";
+            return "the updater refuses this step with code 16, which ends the update; it resets "
+                   "the device on its own after a TFTP upload";
     }
 }
 
@@ -63,8 +63,8 @@ std::vector<std::string> DropFinalResets(PackageModel& model) {
         // A procedure has at least one step.
         while (procedure.steps.size() > 1 && procedure.steps.back().kind == Kind::kDeviceReset) {
             dropped.push_back(PlaceOfStep(procedure, procedure.steps.size(), Kind::kDeviceReset) +
-                              "dropped; the updater resets the device by itself after an upload by "
-                              "TFTP, after others it has to be restarted by hand");
+                              "dropped; the updater resets the device on its own after a TFTP "
+                              "upload; after any other, restart it by hand");
             procedure.steps.pop_back();
         }
     }

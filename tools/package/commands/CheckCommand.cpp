@@ -12,13 +12,12 @@
 #include "FileKind.h"
 
 CLI::App* CheckCommand::Declare(CLI::App& program) {
-    CLI::App* const options = program.add_subcommand(
-        "check", "Find what would make an update with a payload or package fail");
+    CLI::App* const options =
+        program.add_subcommand("check", "Find problems that would make an update fail");
     options
-        ->add_option("--model", mModels,
-                     "Also expect an update for this model; may be given several times")
+        ->add_option("--model", mModels, "Also require an update for this model; may be repeated")
         ->option_text("NAME");
-    AddArgument(*options, "FILE", mFile, "A \".dfw\" payload, or a package");
+    AddArgument(*options, "FILE", mFile, "A \".dfw\" payload or a package");
     return options;
 }
 
@@ -30,7 +29,7 @@ int CheckCommand::Run() {
                   << PrintableText(finding.text, kLongestLine) << '\n';
     }
     if (findings.empty()) {
-        std::cout << mFile << ": nothing found\n";
+        std::cout << mFile << ": no problems found\n";
     }
     return findings.empty() ? kDone : kFailed;
 }
@@ -43,8 +42,8 @@ std::vector<Finding> CheckCommand::CheckPackage() const {
     }
     std::vector<Finding> findings = PackageCheck(package).Run();
     if (!IsPackagePath(mFile)) {
-        findings.push_back(WarningFinding(mFile + ": the updater takes only packages whose name "
-                                                  "ends in \".zip\""));
+        findings.push_back(WarningFinding(
+            mFile + ": the updater accepts only packages whose name ends in \".zip\""));
     }
     for (const std::string& model : mModels) {
         ModelProbe probe(model);
@@ -62,17 +61,15 @@ std::vector<Finding> CheckCommand::CheckPlainPayload() const {
     for (const ModelTag& tag : tags) {
         if (tag.models.size() > 1) {
             // The updater asks the device to be all of these models at once.
-            findings.push_back(ErrorFinding(mFile +
-                                            ": the updater refuses a payload whose path "
-                                            "holds \"" +
-                                            tag.tag + "\" for every device"));
+            findings.push_back(
+                ErrorFinding(mFile + ": the updater rejects a payload whose path contains \"" +
+                             tag.tag + "\" for every device"));
         }
         for (const std::string& model : mModels) {
             if (tag.models.size() == 1 && model != tag.models.front()) {
-                findings.push_back(ErrorFinding(model +
-                                                ": the updater takes a payload whose path "
-                                                "holds \"" +
-                                                tag.tag + "\" only for " + tag.models.front()));
+                findings.push_back(
+                    ErrorFinding(model + ": the updater accepts a payload whose path contains \"" +
+                                 tag.tag + "\" only for " + tag.models.front()));
             }
         }
     }

@@ -17,7 +17,7 @@ namespace {
 std::string CheckUploadOption(const std::string& text) {
     const std::size_t equals = text.find('=');
     return equals == std::string::npos || equals == 0 || equals + 1 == text.size()
-               ? "an upload is TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"" + text + "\""
+               ? "expected TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"" + text + "\""
                : "";
 }
 
@@ -35,30 +35,28 @@ bool IsSameFile(const std::string& one, const std::string& two) {
 
 CLI::App* CreateCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
-        "create", "Make a package, of a manifest or of the options --model and --upload");
+        "create", "Create a package from a manifest, or from --model and --upload");
     CLI::Option* const manifest =
         options->add_option("--manifest", mManifest,
-                            "Manifest, in place of the options below; the files that it\n"
-                            "names are taken from its folder");
+                            "Manifest to use instead of the options below; the files it\nnames are "
+                            "taken from its folder");
     manifest->option_text("FILE");
-    options
-        ->add_option("--model", mModels,
-                     "Model name that the package is for; may be given several times")
+    options->add_option("--model", mModels, "Model that the package is for; may be repeated")
         ->option_text("NAME")
         ->allow_extra_args(false)
         ->excludes(manifest);
     options
-        ->add_option("--upload", mUploads,
-                     "A file to upload, by TFTP or GenICam; may be given several\n"
-                     "times, in the order of the uploads")
+        ->add_option(
+            "--upload", mUploads,
+            "File to upload, by TFTP or GenICam; may be repeated, in the\norder of the uploads")
         ->option_text("TRANSPORT=FILE")
         ->allow_extra_args(false)
         ->excludes(manifest)
         ->check(CheckUploadOption);
-    options->add_option("--description", mDescription, "What the update brings")
+    options->add_option("--description", mDescription, "Description of the update")
         ->option_text("TEXT")
         ->excludes(manifest);
-    options->add_option("--version", mVersion, "The version that the update brings")
+    options->add_option("--version", mVersion, "Version that the update installs")
         ->option_text("TEXT")
         ->excludes(manifest);
     AddPackage(*options, mPackage);
@@ -79,7 +77,7 @@ int CreateCommand::CreateFromManifest() {
     std::ifstream file(mManifest, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     if (!file || !IsFile(mManifest)) {
-        return Fail(mManifest + ": it cannot be read");
+        return Fail(mManifest + ": cannot be read");
     }
     PackageModelBuilder builder;
     const NyUtilsLib::Result result = NxGenICamLib::GenFUParser(&builder).Build(text);
@@ -105,7 +103,7 @@ int CreateCommand::CreateFromOptions() {
         step.transport = upload.substr(0, equals);
         const auto [place, added] = files.emplace(step.fileName, path);
         if (!added && !IsSameFile(place->second, path)) {
-            return Fail("two files have the name \"" + step.fileName + "\"");
+            return Fail("two files are named \"" + step.fileName + "\"");
         }
         procedure.steps.push_back(step);
     }
@@ -119,7 +117,7 @@ int CreateCommand::CreateFromOptions() {
     const std::string text = ManifestText({{procedure}, {update}});
     const NyUtilsLib::Result result = NxGenICamLib::GenFUParser(nullptr).Build(text);
     if (result.GetCode() != 0) {
-        return Fail("the options make no good manifest: " + result.GetMessage());
+        return Fail("the options do not make a valid manifest: " + result.GetMessage());
     }
     return Write(text, files);
 }
@@ -129,10 +127,10 @@ int CreateCommand::Write(const std::string& manifest, const Files& files) {
     writer.AddText("Manifest.xml", manifest);
     for (const auto& [name, path] : files) {
         if (!IsFile(path)) {
-            return Fail(path + ": there is no such file");
+            return Fail(path + ": no such file");
         }
         if (IsSameFile(path, mPackage)) {
-            return Fail(mPackage + " is one of the files that the package is to be made of");
+            return Fail(mPackage + " is itself one of the files to pack");
         }
         writer.AddFile(name, path);
     }

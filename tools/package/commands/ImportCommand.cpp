@@ -37,27 +37,27 @@ std::string FileName(const std::string& path) {
 
 CLI::App* ImportCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
-        "import", "Make a package of a GenICam update file (GenICam FWUpdate 1.0)");
+        "import", "Create a package from a GenICam update file (GenICam FWUpdate 1.0)");
     options
         ->add_option("--transport", mOptions.transport,
-                     "How the files are to be uploaded, which an update file does\n"
-                     "not tell: GenICam, which is the default, or TFTP")
+                     "Transport for the uploads, which an update file does not\nspecify: GenICam "
+                     "(the default) or TFTP")
         ->option_text("TRANSPORT")
         ->check(CLI::IsMember({"GenICam", "TFTP"}));
     options
         ->add_option("--language", mOptions.language,
-                     "Language of the texts where there are several, e.g. de;\n"
-                     "en by default, and where there is no text in that language")
+                     "Preferred language of texts, e.g. de; en by default and\nwhere there is no "
+                     "text in that language")
         ->option_text("LANGUAGE");
     options->add_flag("--drop-reset", mDropReset,
-                      "Leave out resets at the end, which the updater refuses");
+                      "Omit trailing resets, which the updater refuses");
     options
-        ->add_option("--ca", mAuthorities,
-                     "Import only what is signed by a certificate in this PEM\n"
-                     "file, or by one that it vouches for")
+        ->add_option(
+            "--ca", mAuthorities,
+            "Import only if signed by a certificate in this PEM file, or\nby one issued under it")
         ->option_text("FILE")
         ->check(CLI::ExistingFile);
-    options->add_flag("--ignore-signature", mIgnoreSignature, "Import whatever the signature is");
+    options->add_flag("--ignore-signature", mIgnoreSignature, "Import regardless of the signature");
     AddArgument(*options, "UPDATE", mUpdatePath, "The \".guf\" file");
     AddPackage(*options, mPackage);
     return options;
@@ -94,7 +94,8 @@ std::string ImportCommand::Import() {
     const std::string manifest = ManifestText(model);
     const NyUtilsLib::Result result = NxGenICamLib::GenFUParser(nullptr).Build(manifest);
     if (result.GetCode() != 0) {
-        return std::string("the control file makes no good manifest: ") + result.GetMessage();
+        return std::string("the control file does not make a valid manifest: ") +
+               result.GetMessage();
     }
     NoteUnusedFiles();
     mWriter.AddText("Manifest.xml", manifest);
@@ -103,7 +104,7 @@ std::string ImportCommand::Import() {
 
 std::string ImportCommand::CheckSignature() {
     if (!mUpdate.Signature()) {
-        const std::string problem = mUpdatePath + ": it is not signed";
+        const std::string problem = mUpdatePath + ": not signed";
         if (!mAuthorities.empty()) {
             return Refuse(problem);
         }
@@ -125,13 +126,13 @@ std::string ImportCommand::CheckSignature() {
             return "";
         }
         default:
-            return Refuse(mUpdatePath + ": the signature is wrong: " + signature.Reason());
+            return Refuse(mUpdatePath + ": invalid signature: " + signature.Reason());
     }
 }
 
 std::string ImportCommand::Refuse(const std::string& problem) const {
     if (!mIgnoreSignature) {
-        return problem + " (--ignore-signature imports it nevertheless)";
+        return problem + " (use --ignore-signature to import it anyway)";
     }
     Note(problem);
     return "";
@@ -161,7 +162,7 @@ std::string ImportCommand::ReadControlFile(PackageModel& model) {
     notes.insert(notes.end(), limits.begin(), limits.end());
     PackageModel without = model;
     if (!DropFinalResets(without).empty()) {
-        notes.emplace_back("--drop-reset leaves the resets at the end out");
+        notes.emplace_back("use --drop-reset to omit the trailing resets");
     }
     for (const std::string& note : notes) {
         Note(std::string(kControlFile) + ": " + note);
@@ -208,11 +209,11 @@ std::string ImportCommand::TakeFile(const std::string& path, std::string& name) 
         name = FileName(whole);
     }
     if (isTaken(name)) {
-        return "two files would have the name \"" + name + "\"";
+        return "two files would be named \"" + name + "\"";
     }
     mCopies.emplace_back();
     const std::string& copy = mCopies.back().Path();
-    error = copy.empty() ? "a temporary file cannot be made" : mUpdate.Extract(member, copy);
+    error = copy.empty() ? "cannot create a temporary file" : mUpdate.Extract(member, copy);
     if (!error.empty()) {
         return path + ": " + error;
     }
@@ -238,6 +239,6 @@ void ImportCommand::NoteUnusedFiles() const {
         names += " and " + std::to_string(unused.size() - kMostNames) + " more";
     }
     if (!unused.empty()) {
-        Note("files that no step uploads are left out: " + names);
+        Note("files not used by any step are omitted: " + names);
     }
 }

@@ -28,9 +28,9 @@ void Print(const Json& description, const std::string& text, bool asJson) {
 
 CLI::App* InfoCommand::Declare(CLI::App& program) {
     CLI::App* const options =
-        program.add_subcommand("info", "Show what a payload or package holds");
+        program.add_subcommand("info", "Show the contents of a payload or package");
     options->add_flag("--json", mAsJson, "Print a JSON object instead of text");
-    AddArgument(*options, "FILE", mFile, "A \".dfw\" payload, or a package");
+    AddArgument(*options, "FILE", mFile, "A \".dfw\" payload or a package");
     return options;
 }
 

@@ -8,21 +8,23 @@
 
 CLI::App* PayloadCommand::Declare(CLI::App& program) {
     CLI::App* const options =
-        program.add_subcommand("payload", "Make a \".dfw\" payload of a binary file");
+        program.add_subcommand("payload", "Create a \".dfw\" payload from a binary file");
     options
         ->add_option("--family", mFamily,
-                     "Device family, 1 to 32 characters of printable ASCII; required")
+                     "Device family, 1 to 32 printable ASCII characters; required")
         ->type_name("NAME")
         ->required();
-    options->add_option("--version", mVersion, "Firmware version, each number 0 to 65535; required")
+    options
+        ->add_option("--version", mVersion,
+                     "Firmware version, each number from 0 to 65535; required")
         ->type_name("MAJOR.MINOR")
         ->required()
         ->check([](const std::string& text) {
             return FirmwareVersion::Parse(text)
                        ? std::string()
-                       : "a version is MAJOR.MINOR, each 0 to 65535, not \"" + text + "\"";
+                       : "expected MAJOR.MINOR, each from 0 to 65535, not \"" + text + "\"";
         });
-    AddArgument(*options, "BINARY", mBody, "The firmware as the device stores it");
+    AddArgument(*options, "BINARY", mBody, "Firmware image, as the device stores it");
     AddArgument(*options, "PAYLOAD", mPayload, "The \".dfw\" file to write");
     return options;
 }

@@ -1,28 +1,15 @@
 #include "ManifestText.h"
 
+#include <memory>
+
+#include <libxml/entities.h>
+
 namespace {
 
 std::string Escape(const std::string& text) {
-    std::string escaped;
-    for (const char character : text) {
-        switch (character) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            default:
-                escaped += character;
-        }
-    }
-    return escaped;
+    const std::unique_ptr<xmlChar, decltype(xmlFree)> escaped(
+        xmlEncodeSpecialChars(nullptr, BAD_CAST text.c_str()), xmlFree);
+    return escaped ? reinterpret_cast<const char*>(escaped.get()) : "";
 }
 
 std::string Field(const char* name, const std::string& text) {

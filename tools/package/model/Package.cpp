@@ -12,7 +12,7 @@ std::string Package::Open(const std::string& path) {
     }
     const auto member = mArchive.FindAsUpdater("Manifest.xml");
     if (!member) {
-        return "no member is named \"Manifest.xml\"";
+        return "no \"Manifest.xml\" in the archive";
     }
     mManifestMember = *member;
     error = mArchive.ReadText(mManifestMember, kLongestManifest, mManifestText);

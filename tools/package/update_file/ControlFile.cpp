@@ -75,15 +75,15 @@ std::string ControlFile::Read(const std::string& text) {
     }
     const XmlElement root = document.Root();
     if (root.LocalName() != "GufRuleSet") {
-        return "its root element is <" + root.LocalName() + ">, not <GufRuleSet>";
+        return "the root element is <" + root.LocalName() + ">, not <GufRuleSet>";
     }
     mNamespace = root.Namespace();
     if (mNamespace != kNamespace) {
-        mWarnings.push_back("its namespace is " + Quoted(mNamespace) + ", not " +
-                            Quoted(kNamespace) + "; it is read as if it were");
+        mWarnings.push_back("the namespace is " + Quoted(mNamespace) + ", not " +
+                            Quoted(kNamespace) + "; read as if it were");
     }
     if (Property(root, "SchemaMajorVersion") != "1") {
-        mWarnings.push_back("it is not of schema version 1; it is read as if it were");
+        mWarnings.push_back("not schema version 1; read as if it were");
     }
     for (const XmlElement& element : root.Elements()) {
         const std::string name = NameOf(element);
@@ -92,18 +92,18 @@ std::string ControlFile::Read(const std::string& text) {
         } else if (name == "Update") {
             error = ReadUpdate(element);
         } else {
-            mWarnings.push_back("<" + name + "> is left out");
+            mWarnings.push_back("<" + name + "> is ignored");
         }
         if (!error.empty()) {
             return error;
         }
     }
     if (!mLeftOutParts.empty()) {
-        mWarnings.push_back("left out, since a manifest has no place for them: " +
+        mWarnings.push_back("ignored, since a manifest has no place for them: " +
                             Joined(mLeftOutParts));
     }
     if (!mLeftOutLanguages.empty()) {
-        mWarnings.push_back("texts are left out in these languages: " + Joined(mLeftOutLanguages));
+        mWarnings.push_back("texts in other languages are omitted: " + Joined(mLeftOutLanguages));
     }
     return "";
 }
@@ -169,7 +169,7 @@ std::string ControlFile::Fitted(const std::string& text, const std::string& plac
         return fitted;
     }
     const std::string_view cut = Utf8::Cut(fitted, kLongestText);
-    mWarnings.push_back(place + "a text is cut to " + std::to_string(cut.size()) + " bytes");
+    mWarnings.push_back(place + "a text is truncated to " + std::to_string(cut.size()) + " bytes");
     return Collapse(std::string(cut));
 }
 
@@ -178,7 +178,7 @@ std::string ControlFile::ReadProcedure(const XmlElement& element) {
     for (const XmlElement& step : element.Elements()) {
         if (NameOf(step) == "Description") {
             mWarnings.push_back("procedure " + Quoted(procedure.id) +
-                                ": its description is left out");
+                                ": its description is omitted");
             continue;
         }
         if (IsTime(NameOf(step))) {
@@ -226,12 +226,12 @@ std::string ControlFile::ReadAssert(const XmlElement& element, const std::string
                                     PackageStep& step) {
     const std::string pattern = RawProperty(element, "AssertPattern");
     if (pattern.empty()) {
-        return place + "it has no pattern";
+        return place + "no pattern";
     }
     step.message = Fitted(ChildInLanguage(element, "Message"), place);
     if (step.message.empty()) {
         step.message = Fitted(step.featureName + " does not match " + pattern, place);
-        mWarnings.push_back(place + "it has no message; " + Quoted(step.message) + " is taken");
+        mWarnings.push_back(place + "no message; using " + Quoted(step.message));
     }
     step.pattern = WholeValuePattern(pattern);
     return "";
@@ -258,7 +258,7 @@ std::string ControlFile::ReadUpdate(const XmlElement& element) {
         }
     }
     if (update.conditions.empty()) {
-        mWarnings.push_back(place + "it has no condition, and so is for every model");
+        mWarnings.push_back(place + "no condition, so it applies to every model");
         update.conditions.push_back({"DeviceModelName", "[\\s\\S]*"});
     }
     mModel.updates.push_back(std::move(update));
@@ -314,11 +314,11 @@ void ControlFile::AddInfo(PackageUpdate& update, const std::string& place, const
     const bool known = std::any_of(update.infos.begin(), update.infos.end(),
                                    [&name](const PackageInfo& info) { return info.name == name; });
     if (known || !IsInfoName(name) || update.infos.size() == kMostInfos) {
-        mWarnings.push_back(place + "the info " + Quoted(name) + " is left out: " +
-                            (known ? "there is one of that name"
+        mWarnings.push_back(place + "the info " + Quoted(name) + " is omitted: " +
+                            (known ? "duplicate name"
                              : !IsInfoName(name)
-                                 ? "a manifest does not allow that name"
-                                 : "a manifest has at most " + std::to_string(kMostInfos)));
+                                 ? "a manifest does not allow this name"
+                                 : "a manifest allows at most " + std::to_string(kMostInfos)));
         return;
     }
     update.infos.push_back({name, Fitted(text, place)});

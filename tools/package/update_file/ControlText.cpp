@@ -1,22 +1,15 @@
 #include "ControlText.h"
 
+#include <memory>
+
+#include <libxml/xmlschemastypes.h>
+
 #include <NxBase/Ascii.h>
 
 std::string Collapse(const std::string& text) {
-    std::string collapsed;
-    for (const char character : text) {
-        const bool space =
-            character == ' ' || character == '\t' || character == '\n' || character == '\r';
-        if (!space) {
-            collapsed += character;
-        } else if (!collapsed.empty() && collapsed.back() != ' ') {
-            collapsed += ' ';
-        }
-    }
-    if (!collapsed.empty() && collapsed.back() == ' ') {
-        collapsed.pop_back();
-    }
-    return collapsed;
+    const std::unique_ptr<xmlChar, decltype(xmlFree)> collapsed(
+        xmlSchemaCollapseString(BAD_CAST text.c_str()), xmlFree);
+    return collapsed ? reinterpret_cast<const char*>(collapsed.get()) : text;
 }
 
 std::string WithoutControlCharacters(const std::string& text) {

@@ -82,7 +82,7 @@ PackageSignature::Verdict PackageSignature::Verify(const std::string& signature,
     const Owned<BIO> bytes(BIO_new_mem_buf(signature.data(), static_cast<int>(signature.size())));
     const Owned<CMS_ContentInfo> message(d2i_CMS_bio(bytes.get(), nullptr));
     if (!message || OBJ_obj2nid(CMS_get0_type(message.get())) != NID_pkcs7_signed) {
-        return Judge(Verdict::kWrong, "it is not a CMS signature");
+        return Judge(Verdict::kWrong, "not a CMS signature");
     }
     const Owned<X509_STORE> store(X509_STORE_new());
     const bool loaded = mAuthorities.empty()
@@ -109,8 +109,8 @@ PackageSignature::Verdict PackageSignature::Verify(const std::string& signature,
         X509* const signer = sk_X509_value(signers.get(), index);
         mSigners += (mSigners.empty() ? "" : "; ") + NameOf(signer);
         if (reason.empty()) {
-            reason = !loaded            ? "the trusted certificates cannot be read"
-                     : !MaySign(signer) ? "its certificate is for other uses than to sign packages"
+            reason = !loaded            ? "cannot read the trusted certificates"
+                     : !MaySign(signer) ? "the certificate may not be used to sign packages"
                                         : CheckChain(store.get(), signer, others.get());
         }
     }

@@ -20,7 +20,7 @@ std::string UpdateFile::Open(const std::string& path) {
         return OpenOuter(outer);
     }
     if (Named(outer, "Control.xml").empty()) {
-        return "it holds neither \"package.zip\" nor \"Control.xml\"";
+        return "contains neither \"package.zip\" nor \"Control.xml\"";
     }
     mPackagePath = path;
     return mPackage.Open(path);
@@ -30,7 +30,7 @@ std::string UpdateFile::OpenOuter(const Archive& outer) {
     const std::vector<std::size_t> packages = Named(outer, kPackage);
     const std::vector<std::size_t> signatures = Named(outer, kSignature);
     if (packages.size() > 1 || signatures.size() > 1) {
-        return std::string("it holds \"") + (packages.size() > 1 ? kPackage : kSignature) +
+        return std::string("contains \"") + (packages.size() > 1 ? kPackage : kSignature) +
                "\" more than once";
     }
     if (!signatures.empty()) {
@@ -48,7 +48,7 @@ std::string UpdateFile::OpenOuter(const Archive& outer) {
         }
     }
     mPackagePath = mInner.Path();
-    std::string error = mPackagePath.empty() ? "a temporary file cannot be made"
+    std::string error = mPackagePath.empty() ? "cannot create a temporary file"
                                              : TakeSize(outer.Members()[packages.front()]);
     error = error.empty() ? outer.Extract(packages.front(), mPackagePath) : error;
     error = error.empty() ? mPackage.Open(mPackagePath) : error;
@@ -58,10 +58,10 @@ std::string UpdateFile::OpenOuter(const Archive& outer) {
 std::string UpdateFile::Find(const std::string& path, std::size_t& member) const {
     const std::vector<std::size_t> named = Named(mPackage, path);
     if (path.empty() || named.empty()) {
-        return "it holds no file \"" + path + "\"";
+        return "contains no file \"" + path + "\"";
     }
     if (named.size() > 1) {
-        return "it holds \"" + path + "\" more than once";
+        return "contains \"" + path + "\" more than once";
     }
     member = named.front();
     return "";

@@ -1,8 +1,8 @@
 #include "WholeValuePattern.h"
 
-#include <array>
-#include <cstdio>
 #include <string_view>
+
+#include <NxBase/Hexadecimal.h>
 
 namespace {
 
@@ -11,9 +11,7 @@ bool IsSpace(char character) {
 }
 
 std::string EscapedSpace(char space) {
-    std::array<char, 8> text{};
-    std::snprintf(text.data(), text.size(), "\\x%02X", static_cast<unsigned int>(space));
-    return text.data();
+    return "\\x" + HexDigits(static_cast<unsigned char>(space), 2);
 }
 
 }  // namespace

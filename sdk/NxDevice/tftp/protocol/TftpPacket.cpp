@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include <NxBase/Ascii.h>
 #include <NxBase/PrintableText.h>
 #include <internal/NxBase/ByteOrder.h>
 
@@ -32,14 +33,6 @@ std::string MessageOf(Bytes bytes) {
     return PrintableText(text.substr(0, text.find('\0')));
 }
 
-void ToLowerCase(std::string& text) {
-    for (char& character : text) {
-        if (character >= 'A' && character <= 'Z') {
-            character = static_cast<char>(character - 'A' + 'a');
-        }
-    }
-}
-
 bool ParseOptions(Bytes bytes, std::vector<TftpOption>& options) {
     while (!bytes.empty()) {
         TftpOption option;
@@ -47,7 +40,7 @@ bool ParseOptions(Bytes bytes, std::vector<TftpOption>& options) {
             option.name.empty() || options.size() == kMostOptions) {
             return false;
         }
-        ToLowerCase(option.name);
+        option.name = Ascii::LowerCase(option.name);
         const bool repeated =
             std::any_of(options.begin(), options.end(),
                         [&option](const TftpOption& other) { return other.name == option.name; });

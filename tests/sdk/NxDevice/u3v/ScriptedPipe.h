@@ -12,7 +12,10 @@
 
 #include "u3v/UsbPipe.h"
 
-/// A device that answers each command as its script says; a script left over fails the test.
+#include "StepPlace.h"
+
+/// A device that answers each command as its script says. An answer that is left over fails the
+/// test, at the line that scripted it.
 class ScriptedPipe : public UsbPipe {
   public:
     using Bytes = std::vector<std::byte>;
@@ -20,8 +23,18 @@ class ScriptedPipe : public UsbPipe {
     struct Answer {
         std::function<Bytes(const Bytes& command)> bytes;
         int error = LIBUSB_SUCCESS;
+        StepPlace where{};
     };
     struct Log {
+        Log() = default;
+        ~Log() {
+            for (const Answer& answer : answers) {
+                FAIL_AT_STEP(answer.where) << "this answer was not asked for";
+            }
+        }
+        Log(const Log&) = delete;
+        Log& operator=(const Log&) = delete;
+
         std::vector<Bytes> commands;
         std::vector<Milliseconds> patience;  ///< of every Receive
         int clearedStalls = 0;
@@ -65,15 +78,18 @@ class ScriptedPipe : public UsbPipe {
 
     void ClearStall() override { ++mLog.clearedStalls; }
 
-    static Answer Error(int error) { return {nullptr, error}; }
+    static Answer Error(int error, StepPlace where = StepPlace::current()) {
+        return {nullptr, error, where};
+    }
 
     /// These bytes, whatever was asked.
-    static Answer Raw(const Bytes& bytes) {
-        return {[=](const Bytes&) { return bytes; }, LIBUSB_SUCCESS};
+    static Answer Raw(const Bytes& bytes, StepPlace where = StepPlace::current()) {
+        return {[=](const Bytes&) { return bytes; }, LIBUSB_SUCCESS, where};
     }
 
     /// An acknowledge to the command: its id plus `idOffset`, and the payload given.
-    static Answer Ack(int command, const Bytes& payload, int status = 0, int idOffset = 0) {
+    static Answer Ack(int command, const Bytes& payload, int status = 0, int idOffset = 0,
+                      StepPlace where = StepPlace::current()) {
         return {[=](const Bytes& sent) {
                     Bytes ack(12 + payload.size());
                     std::copy(sent.begin(), sent.begin() + 4, ack.begin());
@@ -86,20 +102,24 @@ class ScriptedPipe : public UsbPipe {
                     std::copy(payload.begin(), payload.end(), ack.begin() + 12);
                     return ack;
                 },
-                LIBUSB_SUCCESS};
+                LIBUSB_SUCCESS, where};
     }
 
-    static Answer WriteAck(int written) {
-        return Ack(0x0803, {std::byte{0}, std::byte{0}, static_cast<std::byte>(written & 0xFF),
-                            static_cast<std::byte>(written >> 8)});
+    static Answer WriteAck(int written, StepPlace where = StepPlace::current()) {
+        return Ack(0x0803, Number(written), 0, 0, where);
     }
 
-    static Answer Pending(int milliseconds) {
-        return Ack(0x0805, {std::byte{0}, std::byte{0}, static_cast<std::byte>(milliseconds & 0xFF),
-                            static_cast<std::byte>(milliseconds >> 8)});
+    static Answer Pending(int milliseconds, StepPlace where = StepPlace::current()) {
+        return Ack(0x0805, Number(milliseconds), 0, 0, where);
     }
 
   private:
+    /// The payload of an acknowledge that is one number.
+    static Bytes Number(int number) {
+        Bytes bytes(4);
+        Store16(bytes, 2, number);
+        return bytes;
+    }
     static void Store16(Bytes& bytes, std::size_t at, int value) {
         bytes[at] = static_cast<std::byte>(value & 0xFF);
         bytes[at + 1] = static_cast<std::byte>((value >> 8) & 0xFF);

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-/// A manifest, and how the parser's message goes on after "Manifest.xml:"; empty for a good one. Where
-/// the words are libxml2's own, which differ between its versions, only the place is given.
+/// A manifest, and how the parser's message goes on after "Manifest.xml:"; empty for a good one.
+/// Where the words are libxml2's own, which differ between its versions, only the place is given.
 struct ManifestCase {
     const char* name;
     std::string text;

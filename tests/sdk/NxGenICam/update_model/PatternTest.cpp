@@ -94,7 +94,8 @@ TEST(PatternTest, RefusesWhatIsNotEcmaScript) {
           "x*+",         "x?+",      "x{2}+",   "\\A",   "\\Qx\\E", "\\K",        "\\R",
           "\\X",         "\\h",      "\\p{L}",  "\\g1",  "\\k<n>",  "\\012",      "\\0",
           "\\o{12}",     "\\a",      "\\e",     "\\cA",  "\\N",     "[\\1]",      "[\\B]",
-          "[[:alpha:]]", "[[.x.]]",  "[[=x=]]"}) {
+          "[[:alpha:]]", "[[.x.]]",  "[[=x=]]", "[]x]",  "[^]x]",   "\\x4",       "\\x{41}",
+          "\\u41",       "\\11",     "x{,2}",   "x{2",   "x]",      "x}"}) {
         const std::string wrong = Pattern().Compile(pattern);
         EXPECT_FALSE(wrong.empty()) << pattern;
     }
