@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include <NxBase/NxResultCodes.h>
-#include <internal/NxBase/UnnamedPayload.h>
+#include "UnnamedPayload.h"
 
 namespace {
 

@@ -7,7 +7,6 @@
 
 #include <NxBase/NxResultCodes.h>
 
-#include "OpenDevicePort.h"
 #include "history/DeviceHistory.h"
 
 namespace {
@@ -84,7 +83,7 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
     }
     const Clock::time_point opened = Clock::now();
     std::shared_ptr<DevicePort> port;
-    NxResult result = OpenDevicePort(id, port);
+    NxResult result = mOpen(id, port);
     if (!result.IsOK()) {
         return result;
     }

@@ -10,7 +10,7 @@
 #include <NxBase/NxResult.h>
 #include <internal/NxSystem/ConnectionId.h>
 
-#include "port/DevicePort.h"
+#include "OpenDevicePort.h"
 
 /// The control channels that this process holds. A device gives control to one program only, so
 /// connections to the same device share one. Safe to call from any thread.
@@ -23,7 +23,12 @@ class PortRegistry {
         std::shared_ptr<std::mutex> device;  ///< the registry's own
     };
 
+    using Opener = NxResult (*)(const ConnectionId& id, std::shared_ptr<DevicePort>& port);
+
     static PortRegistry& OfThisProcess();
+
+    /// @param open opens the control channel of a device that this process holds none of
+    explicit PortRegistry(Opener open = OpenDevicePort) : mOpen(open) {}
 
     /// A channel that is there already is handed out only after the device was asked whether it is
     /// still controlled by it. A device that this process has told to restart is given the time for
@@ -50,6 +55,7 @@ class PortRegistry {
     std::shared_ptr<std::mutex> MutexOf(const ConnectionId& id);
     std::vector<Entry> EntriesOf(const ConnectionId& id);
 
+    Opener mOpen;
     std::mutex mMutex;  // guards what follows, never while a device is asked
     std::map<std::string, std::weak_ptr<std::mutex>> mMutexes;
     std::vector<Entry> mEntries;

@@ -38,11 +38,11 @@ constexpr int kMostWaiting = 1000;
 constexpr milliseconds kPauseAfterSocketFailure{100};
 
 // What a write changes; of size 0 for a read. Blocks of data are larger than any register.
-StrayWrites::Write DescribeWrite(GvcpPacket::Command command, std::span<const std::byte> packet,
-                                 std::uint16_t id, std::uint32_t address) {
+LateCopies::Write DescribeWrite(GvcpPacket::Command command, std::span<const std::byte> packet,
+                                std::uint16_t id, std::uint32_t address) {
     constexpr std::size_t kLargestRegister = 8;
     constexpr std::size_t kBytesBeforeData = 12;
-    StrayWrites::Write write{.id = id, .address = address};
+    LateCopies::Write write{.id = id, .address = address};
     if (command == GvcpPacket::Command::kWriteRegister) {
         write.size = 4;
         write.mayStartOperation = true;
@@ -138,9 +138,9 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
 NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<std::byte>& packet,
                                std::uint16_t id, std::uint32_t address, Effect effect,
                                GvcpPacket::Ack& ack) {
-    const StrayWrites::Write write = DescribeWrite(command, packet, id, address);
+    const LateCopies::Write write = DescribeWrite(command, packet, id, address);
     if (write.size > 0) {
-        WaitForStrays(write);
+        WaitForLateCopies(write);
     }
     DropWaiting();
     RetransmissionTimer& timer = TimerOf(command);
@@ -169,7 +169,7 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
                 timer.Learn(
                     std::chrono::duration_cast<RetransmissionTimer::Duration>(now - mStart));
             }
-            mStrays.Add(write, mSendings - 1, mStart, mLastSent, now);
+            mLateCopies.Add(write, mSendings - 1, mStart, mLastSent, now);
             if (write.size > 0) {
                 mLastWrite = ack.status == GvcpPacket::kStatusSuccess ? now : mLastWrite;
             }
@@ -214,10 +214,10 @@ void GvcpChannel::Resume() {
     mIsAlive = true;
 }
 
-void GvcpChannel::WaitForStrays(const StrayWrites::Write& write) {
+void GvcpChannel::WaitForLateCopies(const LateCopies::Write& write) {
     while (true) {
         const Clock::time_point now = mSocket->Now();
-        const Clock::time_point safe = std::min(mStrays.SafeTime(write, now), mDeadline);
+        const Clock::time_point safe = std::min(mLateCopies.SafeTime(write, now), mDeadline);
         if (safe <= now) {
             return;
         }
@@ -240,14 +240,14 @@ bool GvcpChannel::NoteLateAck(const GvcpPacket::Ack& ack) {
     if (ack.code == GvcpPacket::kPendingAck) {
         return false;
     }
-    const auto took = mStrays.NoteLateAck(ack.id, mSocket->Now());
+    const auto took = mLateCopies.NoteLateAck(ack.id, mSocket->Now());
     if (!took.has_value()) {
         return false;
     }
     const bool ofRegister =
         ack.code == static_cast<std::uint16_t>(GvcpPacket::Command::kWriteRegister) + 1;
     RetransmissionTimer& timer = ofRegister ? mWriteTimer : mTimer;
-    if (*took > StrayWrites::kSlow) {
+    if (*took > LateCopies::kSlow) {
         timer.Learn(std::chrono::duration_cast<RetransmissionTimer::Duration>(*took));
         mLearntWait = std::clamp(std::chrono::duration_cast<milliseconds>(*took * 3 / 2),
                                  mLearntWait, kLongestLearntWait);

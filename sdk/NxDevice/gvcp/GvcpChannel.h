@@ -12,8 +12,8 @@
 #include <internal/NxSystem/DatagramSocket.h>
 
 #include "GvcpPacket.h"
+#include "LateCopies.h"
 #include "RetransmissionTimer.h"
-#include "StrayWrites.h"
 
 /// Commands to one device and their acknowledges, over a network that loses, repeats and reorders
 /// datagrams. One thread at a time.
@@ -87,7 +87,7 @@ class GvcpChannel {
     bool NoteLateAck(const GvcpPacket::Ack& ack);
     void DropWaiting();
     /// Waits until no copy of an earlier write can spoil this one.
-    void WaitForStrays(const StrayWrites::Write& write);
+    void WaitForLateCopies(const LateCopies::Write& write);
     std::uint16_t NextId();
     /// So that a device, or a stranger, cannot know it from the connection before.
     static std::uint16_t RandomId();
@@ -106,7 +106,7 @@ class GvcpChannel {
     // Writing a register may start an operation and then takes longer than moving data.
     RetransmissionTimer mTimer;
     RetransmissionTimer mWriteTimer{kShortestForWrites};
-    StrayWrites mStrays;
+    LateCopies mLateCopies;
     std::array<std::byte, GvcpPacket::kLargestDatagram> mBuffer{};
 
     // Of the command that is being sent.

@@ -9,8 +9,8 @@
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxBase/LocalFile.h>
 
+#include "AtomicFile.h"
 #include "DfwHeaderCodec.h"
-#include "NewFile.h"
 
 namespace {
 
@@ -161,7 +161,7 @@ NxResult NxDfwPayload::Create(const NxString& bodyFile, const NxString& family,
         return NxResult(kNxInvalidArgument, std::string(payloadFile.GetAscii()) +
                                                 " is the file that the payload is to be made of");
     }
-    NewFile payload;
+    AtomicFile payload;
     result = payload.Open(payloadFile);
     if (!result.IsOK()) {
         return result;

@@ -6,7 +6,6 @@
 #include <span>
 #include <string>
 
-#include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 #include <NxBase/NxString.h>
 #include <internal/NxSystem/ConnectionId.h>
@@ -28,7 +27,7 @@ struct TftpClientSettings {
 };
 
 /// NxTftpClient's work, with settings.
-class NX_API TftpClient {
+class TftpClient {
   public:
     explicit TftpClient(const TftpClientSettings& settings = {});
 

@@ -6,10 +6,8 @@
 #include <mutex>
 #include <string>
 
-#include <NxBase/NxApi.h>
-
 /// What other threads may know of a transfer while it runs.
-class NX_API TftpMonitor {
+class TftpMonitor {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
 

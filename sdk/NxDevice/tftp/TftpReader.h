@@ -5,7 +5,6 @@
 #include <span>
 #include <string>
 
-#include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 
 #include "TftpSession.h"
@@ -14,7 +13,7 @@
 #include "tftp/protocol/TftpTimer.h"
 
 /// Receives a file from a server. One object makes one transfer.
-class NX_API TftpReader {
+class TftpReader {
   public:
     /// @param buffer receives the file; a longer one is cut at its end, and the server told so
     TftpReader(TftpSession& session, std::span<std::byte> buffer);

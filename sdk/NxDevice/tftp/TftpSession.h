@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 #include <internal/NxSystem/DatagramSocket.h>
 
@@ -17,7 +16,7 @@
 
 /// What both directions of a transfer share: the request and its options, the server's port
 /// (its transfer ID, RFC 1350 section 4), and what ends a transfer early.
-class NX_API TftpSession {
+class TftpSession {
   public:
     using TimePoint = DatagramSocket::Clock::time_point;
 

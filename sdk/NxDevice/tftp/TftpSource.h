@@ -4,11 +4,10 @@
 #include <cstdint>
 #include <span>
 
-#include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 
 /// The bytes that a transfer sends.
-class NX_API TftpSource {
+class TftpSource {
   public:
     virtual ~TftpSource();
 

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 
 #include "TftpSession.h"
@@ -16,7 +15,7 @@
 #include "tftp/protocol/TftpTimer.h"
 
 /// Sends a file to a server. One object makes one transfer.
-class NX_API TftpWriter {
+class TftpWriter {
   public:
     /// What it means when a server that was sent everything never answers the last block.
     enum class LastSilence {

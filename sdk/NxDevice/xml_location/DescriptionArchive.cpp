@@ -13,6 +13,8 @@
 
 #include "DescriptionText.h"
 
+// Not libzip: it refuses archives whose extra fields do not add up, or with more than 64 KiB behind
+// them, both of which cameras store, and needs libbz2 and libcrypto wherever the SDK is installed.
 namespace {
 
 using ByteOrder::LoadLittle16;

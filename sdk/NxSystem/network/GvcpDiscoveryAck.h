@@ -7,10 +7,8 @@
 #include <span>
 #include <string>
 
-#include <NxBase/NxApi.h>
-
 /// What a device says of itself in a DISCOVERY_ACK (GigE Vision 2.0, section 16.1.2).
-struct NX_API GvcpDiscoveryAck {
+struct GvcpDiscoveryAck {
     std::uint16_t requestId = 0;
     std::array<std::uint8_t, 6> mac{};
     std::uint32_t address = 0;  ///< host byte order
@@ -30,4 +28,4 @@ struct NX_API GvcpDiscoveryAck {
 };
 
 /// A DISCOVERY_CMD (GigE Vision 2.0, section 16.1.1).
-NX_API std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId);
+std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId);

@@ -14,4 +14,4 @@ struct UsbController {
 /// Every USB host controller in the order of its first bus, with its devices in the order of bus
 /// and port path. Opens USB3 Vision devices only, for 0.8 seconds in all; one whose
 /// GUID is not read in time is listed by its place. Prints nothing.
-NX_API std::vector<UsbController> ListUsbControllers();
+std::vector<UsbController> ListUsbControllers();

@@ -2,12 +2,10 @@
 
 #include <cstdint>
 
-#include <NxBase/NxApi.h>
-
 /// The 16-bit numbers of a transfer's blocks, which are counted from 1 without an end here.
 ///
 /// RFC 1350 does not say what follows number 65535. Most servers go on with 0, some with 1.
-class NX_API TftpBlockNumbers {
+class TftpBlockNumbers {
   public:
     static constexpr std::uint64_t kLastBeforeRollover = 65535;
 

@@ -6,12 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include <NxBase/NxApi.h>
-
 #include "TftpPacket.h"
 
 /// What client and server agree on for one transfer. The defaults are those of RFC 1350.
-struct NX_API TftpOptions {
+struct TftpOptions {
     static constexpr unsigned int kPlainBlockSize = 512;
     static constexpr unsigned int kSmallestBlockSize = 8;     ///< RFC 2348
     static constexpr unsigned int kLargestBlockSize = 65464;  ///< RFC 2348

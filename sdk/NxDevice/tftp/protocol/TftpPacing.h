@@ -1,12 +1,10 @@
 #pragma once
 
-#include <NxBase/NxApi.h>
-
 /// How many blocks of a window are sent in one go.
 ///
 /// The window itself cannot shrink once agreed: a server answers only full windows. But a window
 /// sent in several bursts with pauses in between needs less of the server's receive buffer.
-class NX_API TftpPacing {
+class TftpPacing {
   public:
     explicit TftpPacing(unsigned int windowSize) : mWindowSize(windowSize), mBurst(windowSize) {}
 

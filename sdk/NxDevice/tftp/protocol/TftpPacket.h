@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <NxBase/NxApi.h>
-
 /// Opcodes of RFC 1350, section 5, and RFC 2347.
 enum class TftpOpcode : std::uint16_t {
     kReadRequest = 1,
@@ -40,7 +38,7 @@ struct TftpOption {
 };
 
 /// A packet from a server: DATA, ACK, ERROR or OACK.
-struct NX_API TftpPacket {
+struct TftpPacket {
     TftpOpcode opcode = TftpOpcode::kError;
     std::uint16_t number = 0;         ///< block of DATA and ACK; code of ERROR
     std::span<const std::byte> data;  ///< DATA; part of the datagram that was parsed
@@ -58,11 +56,11 @@ namespace TftpEncoder {
 using Header = std::array<std::byte, 4>;
 
 /// A request in octet mode.
-NX_API std::vector<std::byte> Request(TftpOpcode opcode, const std::string& fileName,
-                                      const std::vector<TftpOption>& options);
+std::vector<std::byte> Request(TftpOpcode opcode, const std::string& fileName,
+                               const std::vector<TftpOption>& options);
 /// The bytes in front of a block's data.
-NX_API Header DataHeader(std::uint16_t block);
-NX_API Header Ack(std::uint16_t block);
-NX_API std::vector<std::byte> Error(TftpErrorCode code, const std::string& message);
+Header DataHeader(std::uint16_t block);
+Header Ack(std::uint16_t block);
+std::vector<std::byte> Error(TftpErrorCode code, const std::string& message);
 
 }  // namespace TftpEncoder

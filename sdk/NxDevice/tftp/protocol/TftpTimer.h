@@ -2,10 +2,8 @@
 
 #include <chrono>
 
-#include <NxBase/NxApi.h>
-
 /// When to send again: the adaptive time-out of RFC 6298, in the ranges that suit a local network.
-class NX_API TftpTimer {
+class TftpTimer {
   public:
     using Duration = std::chrono::steady_clock::duration;
 

@@ -10,7 +10,6 @@
 
 #include <NxBase/NxResultCodes.h>
 
-#include "connection/OpenDevicePort.h"
 #include "history/DeviceHistory.h"
 
 namespace {
@@ -48,6 +47,16 @@ class FakePort : public DevicePort {
 std::vector<std::shared_ptr<FakePort>> opened;
 std::function<void()> whileOpening;
 
+// In the place of the real buses.
+NxResult OpenFakePort(const ConnectionId& /*id*/, std::shared_ptr<DevicePort>& port) {
+    if (whileOpening) {
+        whileOpening();
+    }
+    opened.push_back(std::make_shared<FakePort>());
+    port = opened.back();
+    return {};
+}
+
 class PortRegistryTest : public testing::Test {
   protected:
     PortRegistryTest() {
@@ -60,23 +69,13 @@ class PortRegistryTest : public testing::Test {
 
     NxResult Acquire(PortRegistry::Share& share) { return mRegistry.Acquire(mId, share); }
 
-    PortRegistry mRegistry;
+    PortRegistry mRegistry{OpenFakePort};
     ConnectionId mId;
     PortRegistry::Share mFirst;
     PortRegistry::Share mSecond;
 };
 
 }  // namespace
-
-// In the place of the real buses.
-NxResult OpenDevicePort(const ConnectionId& /*id*/, std::shared_ptr<DevicePort>& port) {
-    if (whileOpening) {
-        whileOpening();
-    }
-    opened.push_back(std::make_shared<FakePort>());
-    port = opened.back();
-    return {};
-}
 
 TEST_F(PortRegistryTest, SharesTheChannelOfADeviceThatAnswers) {
     ASSERT_TRUE(Acquire(mFirst).IsOK());

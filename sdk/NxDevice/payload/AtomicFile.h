@@ -10,12 +10,12 @@
 
 /// A file that appears under its name complete or not at all: written beside it under another
 /// name, renamed at the end, removed when that end is not reached.
-class NewFile {
+class AtomicFile {
   public:
-    NewFile() = default;
-    ~NewFile();
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
+    AtomicFile() = default;
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
 
     /// @return kNxLocalFile, also when something other than a regular file has that name
     NxResult Open(const NxString& path);

@@ -1,4 +1,4 @@
-#include "NewFile.h"
+#include "AtomicFile.h"
 
 #include <atomic>
 #include <cerrno>
@@ -11,14 +11,14 @@
 
 #include <NxBase/NxResultCodes.h>
 
-NewFile::~NewFile() {
+AtomicFile::~AtomicFile() {
     if (mDescriptor >= 0) {
         (void)::close(mDescriptor);
         (void)::unlink(mTemporaryPath.c_str());
     }
 }
 
-NxResult NewFile::Open(const NxString& path) {
+NxResult AtomicFile::Open(const NxString& path) {
     static std::atomic<unsigned int> count{0};
     mPath = path.GetAscii();
     struct stat status {};
@@ -35,7 +35,7 @@ NxResult NewFile::Open(const NxString& path) {
     return mDescriptor >= 0 ? NxResult() : Failure(errno);
 }
 
-NxResult NewFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) const {
+NxResult AtomicFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) const {
     while (!bytes.empty()) {
         const ssize_t count =
             ::pwrite(mDescriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
@@ -51,7 +51,7 @@ NxResult NewFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes
     return NxResult();
 }
 
-NxResult NewFile::Publish() {
+NxResult AtomicFile::Publish() {
     if (::fsync(mDescriptor) != 0 || std::rename(mTemporaryPath.c_str(), mPath.c_str()) != 0) {
         return Failure(errno);
     }
@@ -60,6 +60,6 @@ NxResult NewFile::Publish() {
     return NxResult();
 }
 
-NxResult NewFile::Failure(int error) const {
+NxResult AtomicFile::Failure(int error) const {
     return NxResult(kNxLocalFile, "Cannot write " + mPath + ": " + std::strerror(error));
 }

@@ -11,7 +11,7 @@
 /// A device carries out whatever arrives. A copy that arrives after a later write to the same
 /// place undoes that write; one that starts an operation starts it again, on whatever the device
 /// holds by then. So such a later write has to wait until the copy is too old to come any more.
-class StrayWrites {
+class LateCopies {
   public:
     using Time = std::chrono::steady_clock::time_point;
     using Duration = std::chrono::steady_clock::duration;
@@ -39,10 +39,10 @@ class StrayWrites {
     [[nodiscard]] Time SafeTime(const Write& next, Time now);
 
     /// The age at which a copy is given up as lost.
-    [[nodiscard]] Duration Patience() const { return mPatience; }
+    [[nodiscard]] Duration MaxAge() const { return mMaxAge; }
 
   private:
-    struct Stray {
+    struct Resent {
         Write write;
         Time firstSent;
         Time answered;
@@ -53,6 +53,6 @@ class StrayWrites {
 
     void Forget(Time now);
 
-    std::vector<Stray> mStrays;
-    Duration mPatience = std::chrono::milliseconds(200);
+    std::vector<Resent> mResent;
+    Duration mMaxAge = std::chrono::milliseconds(200);
 };
