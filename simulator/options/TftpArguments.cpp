@@ -102,16 +102,20 @@ void AddFaults(CLI::App& app, TftpFaults& faults) {
             ->type_name("BYTES")
             ->group(kFaultGroup);
     };
-    percent("--tftp-loss", faults.lossPercent, "Datagrams lost");
-    percent("--tftp-duplicate", faults.duplicatePercent, "Datagrams doubled");
-    percent("--tftp-reorder", faults.reorderPercent, "Datagrams overtaken by the next one");
-    percent("--tftp-late-copy", faults.lateCopyPercent, "Datagrams of which a copy comes later");
+    percent("--tftp-loss", faults.datagrams.lossPercent, "Datagrams lost");
+    percent("--tftp-duplicate", faults.datagrams.duplicatePercent, "Datagrams doubled");
+    percent("--tftp-reorder", faults.datagrams.reorderPercent,
+            "Datagrams overtaken by the next one");
+    percent("--tftp-late-copy", faults.datagrams.lateCopyPercent,
+            "Datagrams of which a copy comes later");
     app.add_option_function<std::uint32_t>(
            "--tftp-delay",
-           [&faults](std::uint32_t value) { faults.delay = std::chrono::milliseconds(value); },
+           [&faults](std::uint32_t value) {
+               faults.datagrams.delay = std::chrono::milliseconds(value);
+           },
            "By how much")
         ->type_name("MS")
-        ->default_str(std::to_string(faults.delay.count()))
+        ->default_str(std::to_string(faults.datagrams.delay.count()))
         ->group(kFaultGroup);
     AddChoice(app, "--tftp-first-answer", kFirstAnswers, faults.firstAnswer,
               "regular, error, or an OACK that no client may accept: blksize-above-request, "
