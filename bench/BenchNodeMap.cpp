@@ -12,7 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include <NxBase/NxResultCodes.h>
-#include <NxGenICam/ParameterArrayFactory.h>
+#include <internal/NxGenICam/ParameterArrayFactory.h>
 
 #include "simulator/description/GenICamDescription.h"
 

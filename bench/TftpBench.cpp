@@ -23,7 +23,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include <NxDevice/TftpClient.h>
+#include "tftp/TftpClient.h"
 
 namespace {
 

@@ -1,15 +1,24 @@
 # The kinds of target that this project is made of.
 
 # mirsko_sdk_library(<Name> SOURCES … DEPENDS <our libraries> EXTERNAL <imported targets>)
-# A shared library of the SDK. Its public headers are sdk/include/<Name>/*.h; each is compiled on
-# its own by the target all_verify_interface_header_sets.
+# A shared library of the SDK, and <Name>_objects, what it is made of. Its public headers are
+# sdk/include/<Name>/*.h; each is compiled on its own by the target all_verify_interface_header_sets.
+#
+# Tests of what the library does not export link the objects in place of the library, together with
+# the libraries that it depends on. A program that had both would have two of each singleton, so CMake
+# refuses to generate it.
 function(mirsko_sdk_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;DEPENDS;EXTERNAL")
     file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/sdk/include/${name}/*.h)
-    add_library(${name} SHARED ${arg_SOURCES})
+    add_library(${name}_objects OBJECT ${arg_SOURCES})
+    target_include_directories(${name}_objects PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name}_objects PUBLIC sdk_headers sdk_internal ${arg_EXTERNAL})
+    add_library(${name} SHARED $<TARGET_OBJECTS:${name}_objects>)
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/sdk/include
                                   FILES ${headers})
-    target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE sdk_internal ${arg_EXTERNAL})
+    target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE ${arg_EXTERNAL})
+    set(exports ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/exports.map)
+    target_link_options(${name} PRIVATE -Wl,--version-script=${exports})
     if(NOT MIRSKO_BUILD_FUZZERS)  # clang's sanitizer runtimes are in the program, not in libraries
         target_link_options(${name} PRIVATE -Wl,--no-undefined)
     endif()
@@ -18,12 +27,17 @@ function(mirsko_sdk_library name)
         INSTALL_RPATH "$ORIGIN:/lib:/lib/genicam/bin/Linux64_ARM"
         BUILD_WITH_INSTALL_RPATH ON
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-        INTERFACE_MIRSKO_SDK_KIND real
-        COMPATIBLE_INTERFACE_STRING MIRSKO_SDK_KIND)
-    # Strings and results are plain values; the scripted SDK of the tests uses the real ones.
-    if(name MATCHES "^(NxBase|NyUtilsLib)$")
-        set_property(TARGET ${name} PROPERTY INTERFACE_MIRSKO_SDK_KIND)
-    endif()
+        LINKER_LANGUAGE CXX LINK_DEPENDS ${exports}
+        INTERFACE_MIRSKO_${name}_COMES_AS library)
+    set_target_properties(${name}_objects PROPERTIES INTERFACE_MIRSKO_${name}_COMES_AS objects)
+    foreach(target ${name} ${name}_objects)
+        set_property(TARGET ${target} PROPERTY COMPATIBLE_INTERFACE_STRING
+                     MIRSKO_SDK_KIND MIRSKO_${name}_COMES_AS)
+        # Strings and results are plain values; the scripted SDK of the tests uses the real ones.
+        if(NOT name MATCHES "^(NxBase|NyUtilsLib)$")
+            set_property(TARGET ${target} PROPERTY INTERFACE_MIRSKO_SDK_KIND real)
+        endif()
+    endforeach()
     install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} FILE_SET HEADERS)
 endfunction()
 

@@ -15,10 +15,10 @@ std::string NxFwFileReader::GetFileContent() const {
     std::ifstream stream(mFilePath);
     // Byte by byte: what was read before a read error is kept, and no stream operation swallows the
     // exception of an exhausted memory, as std::getline would.
-    std::string whole;
-    for (char byte = 0; stream.get(byte);) {
-        whole.push_back(byte);
-    }
+    std::string text;
     // To the first zero byte only, on purpose: what is asked for is the text of a text file.
-    return whole.substr(0, whole.find('\0'));
+    for (char byte = 0; text.size() < kLongestText && stream.get(byte) && byte != '\0';) {
+        text.push_back(byte);
+    }
+    return text;
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and updates simulated cameras with the real updater.
+# Installs missing packages, builds, and updates simulated cameras with the real updater.
 #   scripts/demo.sh            a GigE Vision camera, by GenICam file access
 #   scripts/demo.sh tftp       a GigE Vision camera, by TFTP, with a new device ID and a reset
-#   scripts/demo.sh package    a zip package with two payloads, one for each of these ways
+#   scripts/demo.sh package    a zip package with two payloads, one for each of these transports
 #   scripts/demo.sh u3v        a USB3 Vision camera
 # Ends with status 0 only when the device really holds the new firmware.
 set -euo pipefail
@@ -25,7 +25,7 @@ echo "Building… (a few minutes the first time)"
     tail -n 60 "$log"
     exit 1
 }
-# In namespaces of its own: no port of this machine is used, nothing is broadcast on its networks,
-# and whatever the demo starts or writes to /tmp ends with it.
+# The demo runs in its own namespaces: it uses no port of this machine and broadcasts nothing on its
+# networks, and whatever it starts or writes to /tmp is gone when it ends.
 rm -f "$log"
 exec tests/isolated.sh "scripts/demo/$mode.sh"

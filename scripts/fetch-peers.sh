@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Fetches the TFTP servers that tests and benchmarks talk to into build/peers/, without installing
-# them: the two packages exclude each other, and each would start a service on this machine.
-# Needs no privileges where apt's lists are there; does nothing when the servers are.
+# Downloads the TFTP servers for tests and benchmarks to build/peers/, without installing them: the two
+# packages conflict, and each would start a service on this machine. Needs no privileges if apt's lists
+# exist; does nothing if the servers are already there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 peers=$PWD/build/peers
 
 download() {
     apt-get download "$1" >log 2>&1 && return
-    # A machine whose lists were never fetched, or are too old.
+    # The lists were never downloaded, or are out of date.
     if [ "$(id -u)" = 0 ]; then
         apt-get update >>log 2>&1
     elif command -v sudo >/dev/null; then
@@ -20,7 +20,7 @@ download() {
     }
 }
 
-# In a shell of its own: half a package is never left where a test would find it.
+# In a subshell with its own temporary folder, so that a test never finds half a package.
 fetch() (
     package=$1
     [ ! -x "$peers/$package/$2" ] || exit 0

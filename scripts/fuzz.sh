@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the fuzz programs and runs them: scripts/fuzz.sh [seconds-per-target] [target…]
-# New inputs and findings are kept in build/fuzz/; the status is 1 when there was a finding.
+# Keeps new inputs and findings in build/fuzz/. Exit status: 1 if there was a finding.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that scripts/packages.txt lists and this machine lacks, with apt, as
-# root or through sudo. Does nothing, and needs neither, when all are there.
+# Installs the missing Debian packages of scripts/packages.txt with apt, as root or through sudo. If none is
+# missing, does nothing and needs neither.
 set -euo pipefail
 cd "$(dirname "$0")"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the layout of all sources, and with --tidy also clang-tidy over the dev preset's sources.
+# Checks the layout of all sources; with --tidy also runs clang-tidy on the sources of the dev preset.
 #   scripts/lint.sh [--tidy]
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds with warnings as errors and with the address, undefined and thread
-# sanitizers, and runs every test in each of these builds.
+# Installs missing packages, builds with warnings as errors and with the address, undefined-behaviour and
+# thread sanitizers, and runs every test in each of these builds.
 #   scripts/test.sh [PRESET…]        default: dev asan tsan
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -13,7 +13,7 @@ presets=("$@")
 
 building=
 logs=$(mktemp -d)
-# A build that is under way dies with the tests, and with all that it has written outside the checkout.
+# Ends a running build together with the tests, and removes all that it wrote outside the checkout.
 finish() {
     if [ -n "$building" ]; then
         kill -- "-$building" 2>/dev/null || true
@@ -23,7 +23,7 @@ finish() {
 }
 trap finish EXIT
 
-# build PRESET: its output is shown only when it fails
+# build PRESET: shows its output only if it fails
 build() {
     local log=$logs/$1
     if cmake --preset "$1" >"$log" 2>&1 && cmake --build --preset "$1" >>"$log" 2>&1; then
@@ -33,7 +33,7 @@ build() {
     return 1
 }
 
-# Most tests wait rather than compute: the next preset is built, at low priority, while one is tested.
+# Most tests wait rather than compute, so the next preset is built at low priority during the tests.
 echo "== ${presets[0]}: build"
 build "${presets[0]}"
 for i in "${!presets[@]}"; do

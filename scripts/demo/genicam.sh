@@ -6,7 +6,7 @@ say "A firmware payload, version 2.1, for the family of the simulated camera"
 head --bytes=3000000 /dev/urandom >"$work/firmware.bin"
 show "$bin/mirsko-package" payload --family "$family" --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
 
-say "A simulated camera on loopback, and what discovery says of it"
+say "A simulated camera on loopback, as discovery reports it"
 start_simulator --profile file-access --family SIMCAM --firmware-version 1.0
 show "$bin/mirsko-devices"
 before=$(version)
@@ -16,7 +16,7 @@ status=0
 show "$bin/MirskoFirmwareUpdater" --localinterface=00:00:00:00:00:00 "$work/camera-2.1.dfw" || status=$?
 echo "(exit status $status)"
 
-say "Firmware written by file access starts to run when the camera is switched off and on"
+say "Firmware written by file access runs after the camera has been switched off and on"
 stop_simulator
 start_simulator --profile file-access --family SIMCAM --firmware-version 1.0
 after=$(version)

@@ -1,6 +1,6 @@
-# What the demos share; sourced by them, inside tests/isolated.sh.
-# Settings: MIRSKO_BIN, the folder of the programs; MIRSKO_FAMILY, the device family of the payloads,
-# by default that of the simulated cameras, which refuse every other.
+# Functions shared by the demos, which source this file inside tests/isolated.sh.
+# Settings: MIRSKO_BIN, the folder of the programs; MIRSKO_FAMILY, the device family of the payloads, by
+# default that of the simulated cameras, which reject payloads for any other family.
 set -euo pipefail
 bin=${MIRSKO_BIN:-build/release/bin}
 family=${MIRSKO_FAMILY:-SIMCAM}
@@ -34,12 +34,12 @@ stop_simulator() {
     wait "$simulator" || true
 }
 
-# version: what the device itself reports as its firmware version
+# version: prints the firmware version that the device itself reports
 version() {
     "$bin/mirsko-devices" --json | grep --max-count=1 '"version"' | cut -d '"' -f 4
 }
 
-# wait_for_version VERSION: until the device reports it, at most 15 s (a restarting device is mute)
+# wait_for_version VERSION: waits until the device reports it, at most 15 s (a restarting device is silent)
 wait_for_version() {
     for _ in $(seq 15); do
         [ "$(version)" = "$1" ] && return
@@ -48,7 +48,7 @@ wait_for_version() {
     return 1
 }
 
-# same_firmware PAYLOAD: the device holds exactly the bytes that follow the payload's 64-byte header
+# same_firmware PAYLOAD: checks that the device holds exactly the bytes after the payload's 64-byte header
 same_firmware() {
     cmp <(tail --bytes=+65 "$1") "$work/camera/firmware.bin"
 }

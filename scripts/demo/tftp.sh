@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Updates a simulated GigE Vision camera without file access by TFTP, gives it a device ID and
-# resets it, then a device in its boot loader, which has nothing but TFTP.
+# Updates a simulated GigE Vision camera without file access by TFTP, sets its device ID and resets it.
+# Then updates a device in its boot loader, which offers only TFTP.
 . "$(dirname "$0")/lib.sh"
 
 say "A firmware payload, version 2.1, for the family of the simulated camera"
 head --bytes=3000000 /dev/urandom >"$work/firmware.bin"
 show "$bin/mirsko-package" payload --family "$family" --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
 
-# update PROFILE OPTION…: starts such a device, updates it and checks what it has become
+# update PROFILE OPTION…: starts such a device, updates it and checks the result
 update() {
     rm -rf "$work/camera"
     start_simulator --profile "$1" --family SIMCAM --firmware-version 1.0 --flash-time 1000
@@ -16,7 +16,7 @@ update() {
     local status=0
     show "$bin/MirskoFirmwareUpdater" --localinterface=00:00:00:00:00:00 "${@:2}" "$work/camera-2.1.dfw" || status=$?
     echo "(exit status $status)"
-    say "The reset made it start with the new firmware"
+    say "After the reset it runs the new firmware"
     wait_for_version 2.1
     show "$bin/mirsko-devices"
     same_firmware "$work/camera-2.1.dfw"

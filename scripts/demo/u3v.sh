@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Updates a simulated USB3 Vision camera: a computer's USB, emulated for each command.
+# Updates a simulated USB3 Vision camera on a USB that is emulated for each command.
 . "$(dirname "$0")/lib.sh"
 
 # with_camera COMMAND…: runs it with the camera plugged in; its state is kept in $work/camera
@@ -15,7 +15,7 @@ say "A firmware payload, version 2.1, for the family of the simulated camera"
 head --bytes=3000000 /dev/urandom >"$work/firmware.bin"
 show "$bin/mirsko-package" payload --family "$family" --version 2.1 "$work/firmware.bin" "$work/camera-2.1.dfw"
 
-say "A simulated camera on an emulated USB host controller, and what discovery says of it"
+say "A simulated camera on an emulated USB host controller, as discovery reports it"
 with_camera "$bin/mirsko-devices"
 before=$(camera_version)
 
@@ -24,7 +24,7 @@ status=0
 with_camera "$bin/MirskoFirmwareUpdater" --u3v "$work/camera-2.1.dfw" || status=$?
 echo "(exit status $status)"
 
-say "Plugged in again, the camera runs the new firmware"
+say "After it is unplugged and reconnected, the camera runs the new firmware"
 with_camera "$bin/mirsko-devices"
 after=$(camera_version)
 echo "Firmware version before: $before"

@@ -1,4 +1,4 @@
-#include <NxBase/LocalFile.h>
+#include <internal/NxBase/LocalFile.h>
 
 #include <cerrno>
 #include <cstring>
@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include <NxBase/NxResultCodes.h>
-#include <NxBase/UnnamedPayload.h>
+#include "UnnamedPayload.h"
 
 namespace {
 

@@ -1,7 +1,10 @@
 #include <NxBase/NxString.h>
 
+#include <algorithm>
 #include <cstddef>
-#include <cstdint>
+#include <string_view>
+
+#include <NxBase/Utf8.h>
 
 namespace {
 
@@ -13,94 +16,28 @@ bool IsEscape(wchar_t character) {
     return character >= 0xDC80 && character <= 0xDCFF;
 }
 
-bool IsContinuation(unsigned char byte) {
-    return (byte & 0xC0U) == 0x80U;
-}
-
-// Length in bytes of the well-formed UTF-8 sequence at the start of `text`; 0 when there is none.
-std::size_t SequenceLength(const unsigned char* text, std::size_t available) {
-    const unsigned char first = text[0];
-    std::size_t length = 0;
-    std::uint32_t smallest = 0;
-    std::uint32_t code = 0;
-    if (first < 0x80U) {
-        return 1;
-    }
-    if ((first & 0xE0U) == 0xC0U) {
-        length = 2, smallest = 0x80, code = first & 0x1FU;
-    } else if ((first & 0xF0U) == 0xE0U) {
-        length = 3, smallest = 0x800, code = first & 0x0FU;
-    } else if ((first & 0xF8U) == 0xF0U) {
-        length = 4, smallest = 0x10000, code = first & 0x07U;
-    } else {
-        return 0;
-    }
-    if (length > available) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!IsContinuation(text[i])) {
-            return 0;
-        }
-        code = (code << 6U) | (text[i] & 0x3FU);
-    }
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    return code >= smallest && code <= 0x10FFFF && !surrogate ? length : 0;
-}
-
-std::wstring ToWide(const std::string& narrow) {
+std::wstring ToWide(std::string_view narrow) {
     std::wstring wide;
     wide.reserve(narrow.size());
-    const auto* bytes = reinterpret_cast<const unsigned char*>(narrow.data());
-    for (std::size_t i = 0; i < narrow.size();) {
-        const std::size_t length = SequenceLength(bytes + i, narrow.size() - i);
-        if (length == 0) {
-            wide.push_back(static_cast<wchar_t>(kEscape + bytes[i]));
-            ++i;
-            continue;
-        }
-        std::uint32_t code = length == 1 ? bytes[i] : bytes[i] & (0x7FU >> length);
-        for (std::size_t k = 1; k < length; ++k) {
-            code = (code << 6U) | (bytes[i + k] & 0x3FU);
-        }
-        wide.push_back(static_cast<wchar_t>(code));
-        i += length;
+    while (!narrow.empty()) {
+        const Utf8::Character character = Utf8::Decode(narrow);
+        wide.push_back(character.length == 0
+                           ? static_cast<wchar_t>(kEscape + static_cast<unsigned char>(narrow[0]))
+                           : static_cast<wchar_t>(character.value));
+        narrow.remove_prefix(std::max<std::size_t>(character.length, 1));
     }
     return wide;
 }
 
-void AppendUtf8(std::string& narrow, std::uint32_t code) {
-    const auto append = [&narrow](std::uint32_t byte) {
-        narrow.push_back(static_cast<char>(byte));
-    };
-    if (code < 0x80) {
-        append(code);
-    } else if (code < 0x800) {
-        append(0xC0U | (code >> 6U));
-        append(0x80U | (code & 0x3FU));
-    } else if (code < 0x10000) {
-        append(0xE0U | (code >> 12U));
-        append(0x80U | ((code >> 6U) & 0x3FU));
-        append(0x80U | (code & 0x3FU));
-    } else {
-        append(0xF0U | (code >> 18U));
-        append(0x80U | ((code >> 12U) & 0x3FU));
-        append(0x80U | ((code >> 6U) & 0x3FU));
-        append(0x80U | (code & 0x3FU));
-    }
-}
-
-std::string ToNarrow(const std::wstring& wide) {
+std::string ToNarrow(std::wstring_view wide) {
     std::string narrow;
     narrow.reserve(wide.size());
     for (const wchar_t character : wide) {
         if (IsEscape(character)) {
             narrow.push_back(static_cast<char>(character - kEscape));
-            continue;
+        } else {
+            Utf8::Append(narrow, static_cast<char32_t>(character));
         }
-        const auto code = static_cast<std::uint32_t>(character);
-        const bool encodable = code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-        AppendUtf8(narrow, encodable ? code : 0xFFFD);
     }
     return narrow;
 }
@@ -109,8 +46,7 @@ std::string ToNarrow(const std::wstring& wide) {
 
 NxString::NxString(const char* text) : NxString(std::string(text != nullptr ? text : "")) {}
 
-NxString::NxString(const wchar_t* text)
-    : NxString(ToNarrow(text != nullptr ? std::wstring(text) : std::wstring())) {}
+NxString::NxString(const wchar_t* text) : NxString(ToNarrow(text != nullptr ? text : L"")) {}
 
 // Cut at a zero byte: both forms are handed out as zero-terminated texts and must agree.
 NxString::NxString(const std::string& text)

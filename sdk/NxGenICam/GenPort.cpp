@@ -1,4 +1,4 @@
-#include <NxGenICam/GenPort.h>
+#include <internal/NxGenICam/GenPort.h>
 
 GenPort::~GenPort() = default;
 

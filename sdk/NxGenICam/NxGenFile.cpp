@@ -8,8 +8,8 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/LocalFile.h>
 
-#include "LocalPayload.h"
 #include "ParameterArrayImpl.h"
 #include "file_access/FileChunks.h"
 #include "file_access/FileFeatures.h"
@@ -237,7 +237,7 @@ NxResult NxGenFile::Impl::Prepare(FileChunks::Direction direction) {
 }
 
 NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
-    LocalPayload payload;
+    LocalFile payload;
     if (NxResult result = payload.Open(localPath); !result.IsOK()) {
         return result;
     }
@@ -249,19 +249,24 @@ NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
     }
     StartPace();
     std::vector<std::byte> buffer(mChunks->ChunkSize());
-    for (std::uint64_t left = payload.Size(); left > 0;) {
-        const std::span<std::byte> chunk = std::span(buffer).first(
-            static_cast<std::size_t>(std::min<std::uint64_t>(left, buffer.size())));
-        if (NxResult result = payload.Read(chunk); !result.IsOK()) {
+    for (std::uint64_t sent = 0; sent < payload.Size();) {
+        const std::span<std::byte> chunk = std::span(buffer).first(static_cast<std::size_t>(
+            std::min<std::uint64_t>(payload.Size() - sent, buffer.size())));
+        NxResult result = payload.ReadWhole(sent, chunk);
+        if (result.IsOK() && sent + chunk.size() == payload.Size()) {
+            // Before the last bytes are sent: a mixture is never complete in the device.
+            result = payload.CheckUnchanged();
+        }
+        if (!result.IsOK()) {
             return Explain(result, "write", end);
         }
         std::uint64_t written = 0;
-        NxResult result = WriteUntil(end, chunk, written);
+        result = WriteUntil(end, chunk, written);
         if (!result.IsOK()) {
             return result;
         }
-        left -= chunk.size();
-        done = static_cast<long>(payload.Size() - left);
+        sent += chunk.size();
+        done = static_cast<long>(sent);
     }
     NxResult result = payload.CheckUnchanged();
     return result.IsOK() ? result : Explain(result, "write", end);

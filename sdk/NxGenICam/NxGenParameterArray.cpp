@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include <NxGenICam/ParameterArrayFactory.h>
+#include <internal/NxGenICam/ParameterArrayFactory.h>
 
 #include "EnumImpl.h"
 #include "ParameterArrayImpl.h"

@@ -1,13 +1,11 @@
-#include <NxSystem/ConnectionId.h>
-
-#include <algorithm>
-#include <cctype>
+#include <internal/NxSystem/ConnectionId.h>
 
 #include <net/if.h>
 
+#include <NxBase/Ascii.h>
 #include <NxBase/NxResultCodes.h>
 
-#include <NxSystem/NetworkInterface.h>
+#include <internal/NxSystem/NetworkInterface.h>
 
 namespace {
 
@@ -17,9 +15,7 @@ const std::string kUsbPrefix = "u3v:";
 constexpr std::size_t kLongestGuid = 64;
 
 bool IsName(const std::string& text, std::size_t longest) {
-    return !text.empty() && text.size() <= longest &&
-           std::all_of(text.begin(), text.end(),
-                       [](unsigned char c) { return std::isgraph(c) != 0; });
+    return !text.empty() && text.size() <= longest && Ascii::IsGraphic(text);
 }
 
 NxResult Malformed(const std::string& text) {

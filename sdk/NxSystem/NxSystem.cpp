@@ -12,13 +12,13 @@
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxUSBHostController.h>
 
-#include <NxSystem/ConnectionId.h>
-#include <NxSystem/HardwareAddresses.h>
-#include <NxSystem/UsbDiscovery.h>
+#include <internal/NxSystem/ConnectionId.h>
+#include <internal/NxSystem/HardwareAddresses.h>
+#include "usb/UsbDiscovery.h"
 
-#include "GvcpDiscovery.h"
 #include "NxDeviceInfoImpl.h"
 #include "NxInterfaceImpl.h"
+#include "network/GvcpDiscovery.h"
 
 namespace {
 

@@ -7,6 +7,8 @@
 #include <NxBase/NxResult.h>
 #include <NyUtilsLib/Result.h>
 
+#include "StepPlace.h"
+
 namespace NxGenICamLib {
 class IGenFUUpdater;
 }
@@ -16,6 +18,7 @@ struct ExpectedCall {
     using Run = std::function<NyUtilsLib::Result(NxGenICamLib::IGenFUUpdater&)>;
 
     std::string call;
+    StepPlace where{};  ///< of the step in the test
     NxResult result;
     std::string data;
     std::function<void()> action;

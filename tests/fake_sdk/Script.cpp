@@ -48,7 +48,7 @@ Script::Script() : mThreadsAtStart(CountLastingThreads()), mPrevious(current.exc
 Script::~Script() {
     current = mPrevious;
     for (const ExpectedCall& step : mExpected) {
-        ADD_FAILURE() << "expected but never called: " << step.call;
+        FAIL_AT_STEP(step.where) << "expected but never called: " << step.call;
     }
     EXPECT_EQ(files, 0) << "device files left behind";
     EXPECT_EQ(clients, 0) << "TFTP clients left behind";
@@ -67,10 +67,11 @@ Script& Script::Active() {
     return *script;
 }
 
-ExpectedCall& Script::Expect(const std::string& call) {
+ExpectedCall& Script::Expect(const std::string& call, StepPlace where) {
     const std::lock_guard<std::mutex> lock(mGuard);
     ExpectedCall step;
     step.call = call;
+    step.where = where;
     mExpected.push_back(step);
     return mExpected.back();
 }
@@ -84,8 +85,12 @@ ExpectedCall Script::Take(const std::string& call) {
     std::unique_lock<std::mutex> lock(mGuard);
     mLog.push_back(call);
     if (mExpected.empty() || mExpected.front().call != call) {
-        ADD_FAILURE() << "called: " << call << "\nexpected: "
-                      << (mExpected.empty() ? "nothing more" : mExpected.front().call);
+        if (mExpected.empty()) {
+            ADD_FAILURE() << "called: " << call << "\nexpected: nothing more";
+        } else {
+            FAIL_AT_STEP(mExpected.front().where)
+                << "called: " << call << "\nexpected: " << mExpected.front().call;
+        }
         ExpectedCall unexpected;
         unexpected.result = NxResult(0xFFFF, NxString("unexpected call"));
         return unexpected;
@@ -97,7 +102,9 @@ ExpectedCall Script::Take(const std::string& call) {
         mChanged.notify_all();
         const bool released = mChanged.wait_for(
             lock, kLimit, [this, &step] { return mSleeps.size() >= step.heldUntilSleep; });
-        EXPECT_TRUE(released) << call << " waits for sleep " << step.heldUntilSleep;
+        if (!released) {
+            FAIL_AT_STEP(step.where) << call << " waits for sleep " << step.heldUntilSleep;
+        }
         mHeldUntil = 0;
     }
     lock.unlock();

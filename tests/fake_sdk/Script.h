@@ -14,12 +14,14 @@
 
 #include "DeviceRecord.h"
 #include "ExpectedCall.h"
+#include "StepPlace.h"
 
 /// What the scripted SDK answers during one test: the ordered calls that the code under test must
 /// make, and the state that its questions are answered from.
 ///
 /// The newest Script is the one in force. A call out of order fails the test, and so does a call
-/// that was expected and not made by the end of the script.
+/// that was expected and not made by the end of the script. The failure is reported at the line of
+/// the test that expects the call.
 class Script {
   public:
     struct EnumEntry {
@@ -39,7 +41,7 @@ class Script {
     static Script& Active();
 
     /// Appends a call to the script, written as "Class::Operation argument…".
-    ExpectedCall& Expect(const std::string& call);
+    ExpectedCall& Expect(const std::string& call, StepPlace where = StepPlace::current());
     /// Forgets the calls that were not made yet.
     void Clear();
 

@@ -8,10 +8,10 @@
 
 #include <NxGenICam/GenFUParser.h>
 
-#include <ControlFile.h>
-#include <ManifestText.h>
-#include <PackageModelBuilder.h>
-#include <UpdaterLimits.h>
+#include <check/UpdaterLimits.h>
+#include <model/ManifestText.h>
+#include <model/PackageModelBuilder.h>
+#include <update_file/ControlFile.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 

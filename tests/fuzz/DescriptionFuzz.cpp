@@ -18,7 +18,7 @@
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenEnumEntry.h>
 #include <NxGenICam/NxGenFile.h>
-#include <NxGenICam/ParameterArrayFactory.h>
+#include <internal/NxGenICam/ParameterArrayFactory.h>
 
 #include "FakeClock.h"
 

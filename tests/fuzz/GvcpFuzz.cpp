@@ -5,10 +5,10 @@
 #include <span>
 #include <string>
 
-#include "DescriptionArchive.h"
-#include "DescriptionLocation.h"
-#include "DescriptionText.h"
-#include "GvcpPacket.h"
+#include "gvcp/GvcpPacket.h"
+#include "xml_location/DescriptionArchive.h"
+#include "xml_location/DescriptionLocation.h"
+#include "xml_location/DescriptionText.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include <NxSystem/DatagramSocket.h>
+#include <internal/NxSystem/DatagramSocket.h>
 
-#include <NxDevice/TftpReader.h>
-#include <NxDevice/TftpWriter.h>
+#include "tftp/TftpReader.h"
+#include "tftp/TftpWriter.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 

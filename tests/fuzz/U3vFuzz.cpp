@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "U3vPackets.h"
+#include "u3v/U3vPackets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

@@ -12,10 +12,10 @@
 
 #include <libusb.h>
 
-#include <NxBase/ByteOrder.h>
+#include <internal/NxBase/ByteOrder.h>
 
-#include "U3vPackets.h"
-#include "U3vPort.h"
+#include "u3v/U3vPackets.h"
+#include "u3v/U3vPort.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

@@ -17,7 +17,7 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxGenICam/NxGenEnum.h>
 #include <NxGenICam/NxGenEnumEntry.h>
-#include <NxGenICam/ParameterArrayFactory.h>
+#include <internal/NxGenICam/ParameterArrayFactory.h>
 
 #include "simulator/description/GenICamDescription.h"
 

@@ -12,7 +12,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <NxDevice/NxDfwPayload.h>
-#include <NxDevice/TftpClient.h>
+#include "tftp/TftpClient.h"
 
 #include "Process.h"
 #include "TemporaryFolder.h"

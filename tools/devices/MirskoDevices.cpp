@@ -99,16 +99,16 @@ void PrintText(const Json& interfaces) {
 
 int main(int argc, char** argv) {
     CLI::App options(
-        "Lists the interfaces of this computer and the devices behind each.\n"
-        "Exit status: 0 the list is complete, 1 no interface could be searched, 2 wrong usage.",
+        "Lists this computer's interfaces and the devices behind each.\n"
+        "Exit status: 0 the list is complete, 1 no interface could be searched, 2 usage error.",
         "mirsko-devices");
     bool asJson = false;
     options.add_flag("--json", asJson, "Print a JSON array of interfaces instead of text");
     bool withTransport = false;
     options.add_flag("--transport", withTransport,
-                     "Connect to each device and print the transport that the updater would use "
-                     "for a payload, and why not file access. Takes control of a device for that "
-                     "time: do not use it while cameras are being opened");
+                     "Connect to each device and print the transport the updater would use for a "
+                     "payload and, if it is not file access, why. Takes control of each device "
+                     "meanwhile: do not use it while other programs are opening cameras");
     try {
         options.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

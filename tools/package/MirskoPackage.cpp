@@ -1,19 +1,19 @@
-// Makes, shows and checks firmware payloads and packages.
+// Creates, inspects and checks firmware payloads and packages.
 #include <iostream>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "CheckCommand.h"
-#include "CreateCommand.h"
-#include "ImportCommand.h"
-#include "InfoCommand.h"
-#include "PayloadCommand.h"
+#include "commands/CheckCommand.h"
+#include "commands/CreateCommand.h"
+#include "commands/ImportCommand.h"
+#include "commands/InfoCommand.h"
+#include "commands/PayloadCommand.h"
 
 int main(int argc, char** argv) {
     CLI::App options(
-        "Makes, shows and checks firmware payloads and packages.\n"
-        "Exit status: 0 done, 1 a failure or a finding, 2 wrong usage.",
+        "Creates, inspects and checks firmware payloads and packages.\n"
+        "Exit status: 0 success, 1 failure or problems found, 2 usage error.",
         "mirsko-package");
     // Said in words of an option; an argument stands in the usage line.
     options.get_formatter()->label("REQUIRED", "");

@@ -8,8 +8,8 @@
 
 #include <NxBase/NxResult.h>
 
-#include "../node_map/NodeMap.h"
 #include "FileOperation.h"
+#include "node_map/NodeMap.h"
 
 /// Moves one buffer's worth of bytes after the other between this computer and the device's open
 /// file (SFNC 2.7, section 14 "File Access Control").

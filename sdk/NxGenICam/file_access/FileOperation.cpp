@@ -6,9 +6,9 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "../node_map/NodePlaces.h"
-#include "../node_map/NodeWriter.h"
 #include "FileFeatures.h"
+#include "node_map/NodePlaces.h"
+#include "node_map/NodeWriter.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include <NxBase/NxResult.h>
 
-#include "../node_map/NodeMap.h"
 #include "OperationPoll.h"
+#include "node_map/NodeMap.h"
 
 /// One operation of file access, selected and then executed once or many times with the fewest
 /// commands that the bus allows: what the features hang on is found out once, whatever the layout

@@ -7,13 +7,13 @@
 #include <vector>
 
 #include <NxBase/NxResult.h>
-#include <NxGenICam/GenPort.h>
+#include <internal/NxGenICam/GenPort.h>
 
-#include "../registers/RegisterBus.h"
-#include "../registers/RegisterView.h"
 #include "NodeRights.h"
 #include "NodeTable.h"
 #include "NodeValues.h"
+#include "registers/RegisterBus.h"
+#include "registers/RegisterView.h"
 
 /// The features of a device by name, as its GenICam XML describes them over its registers. Nothing
 /// is cached. One thread at a time.

@@ -7,8 +7,8 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "../formula/FormulaArithmetic.h"
 #include "NodePlaces.h"
+#include "formula/FormulaArithmetic.h"
 
 namespace {
 

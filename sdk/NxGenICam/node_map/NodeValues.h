@@ -11,12 +11,12 @@
 
 #include <NxBase/NxResult.h>
 
-#include "../formula/EvaluationBudget.h"
-#include "../formula/Formula.h"
-#include "../registers/RegisterBus.h"
-#include "../registers/RegisterFormat.h"
-#include "../registers/RegisterView.h"
 #include "NodeTable.h"
+#include "formula/EvaluationBudget.h"
+#include "formula/Formula.h"
+#include "registers/RegisterBus.h"
+#include "registers/RegisterFormat.h"
+#include "registers/RegisterView.h"
 
 /// One access to a node: finds values by following what the nodes refer to, down to the registers
 /// (NodePlaces). Made anew for each access; never keeps a value. Judges only the nodes that it

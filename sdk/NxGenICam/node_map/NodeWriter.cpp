@@ -4,8 +4,8 @@
 #include <bit>
 #include <cmath>
 
-#include "../formula/FormulaArithmetic.h"
 #include "NodePlaces.h"
+#include "formula/FormulaArithmetic.h"
 
 namespace {
 

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <NxBase/Utf8.h>
+
 namespace {
 
 constexpr int kMostAttributes = 100;
 constexpr std::size_t kLongestTag = std::size_t{1} << 20U;
 constexpr std::size_t kNone = std::string_view::npos;
+constexpr char16_t kMark = 0xFEFF;
 constexpr char32_t kNoCharacter = 0xFFFF;
 
 bool IsLittle(std::string_view text) {
@@ -19,25 +22,6 @@ std::size_t PastEnd(std::string_view text, std::string_view last, std::size_t at
     return found == kNone ? kNone : found + last.size();
 }
 
-void Append(char32_t character, std::string& text) {
-    const auto byte = [&text](char32_t bits) { text += static_cast<char>(bits); };
-    if (character < 0x80) {
-        byte(character);
-    } else if (character < 0x800) {
-        byte(0xC0 | character >> 6U);
-        byte(0x80 | (character & 0x3FU));
-    } else if (character < 0x10000) {
-        byte(0xE0 | character >> 12U);
-        byte(0x80 | (character >> 6U & 0x3FU));
-        byte(0x80 | (character & 0x3FU));
-    } else {
-        byte(0xF0 | character >> 18U);
-        byte(0x80 | (character >> 12U & 0x3FU));
-        byte(0x80 | (character >> 6U & 0x3FU));
-        byte(0x80 | (character & 0x3FU));
-    }
-}
-
 }  // namespace
 
 bool IsUtf16(std::string_view text) {
@@ -47,28 +31,15 @@ bool IsUtf16(std::string_view text) {
 
 std::string FromUtf16(std::string_view text) {
     const bool isLittle = IsLittle(text);
-    const auto unit = [&](std::size_t at) -> char32_t {
+    std::u16string units;
+    units.reserve(text.size() / 2);
+    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
         const auto first = static_cast<unsigned char>(text[at]);
         const auto second = static_cast<unsigned char>(text[at + 1]);
-        return isLittle ? static_cast<char32_t>(second << 8 | first)
-                        : static_cast<char32_t>(first << 8 | second);
-    };
-    std::string result;
-    result.reserve(text.size() / 2);
-    for (std::size_t at = 0; at + 1 < text.size(); at += 2) {
-        char32_t character = unit(at);
-        if (character >= 0xD800 && character < 0xE000) {
-            const char32_t low = at + 3 < text.size() ? unit(at + 2) : 0;
-            const bool isPair = character < 0xDC00 && low >= 0xDC00 && low < 0xE000;
-            character =
-                isPair ? 0x10000 + ((character - 0xD800) << 10U) + (low - 0xDC00) : kNoCharacter;
-            at += isPair ? 2 : 0;
-        }
-        if (at > 1 || character != 0xFEFF) {
-            Append(character, result);
-        }
+        units += static_cast<char16_t>(isLittle ? second << 8 | first : first << 8 | second);
     }
-    return result;
+    const bool isMarked = !units.empty() && units.front() == kMark;
+    return Utf8::FromUtf16(std::u16string_view(units).substr(isMarked ? 1 : 0), kNoCharacter);
 }
 
 bool HasUnbearableTag(std::string_view xml) {

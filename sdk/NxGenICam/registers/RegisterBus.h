@@ -8,7 +8,7 @@
 #include <vector>
 
 #include <NxBase/NxResult.h>
-#include <NxGenICam/GenPort.h>
+#include <internal/NxGenICam/GenPort.h>
 
 /// A device's registers as its description means them: hides in which order a register's bytes
 /// come, which differs with the description's schema, the device and the command.

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include <NxBase/NxResult.h>
-#include <NxGenICam/GenPort.h>
+#include <internal/NxGenICam/GenPort.h>
 
 #include "RegisterBus.h"
 

@@ -7,8 +7,8 @@
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 
-#include "FUStepRunner.h"
-#include "FUUnicode.h"
+#include "Quoted.h"
+#include "StepRunner.h"
 
 namespace NxGenICamLib {
 
@@ -16,12 +16,12 @@ namespace {
 
 struct Procedure {
     std::string id;
-    std::vector<FUStep> steps;
+    std::vector<Step> steps;
 };
 
 struct Condition {
     std::string featureName;
-    FUPattern pattern;
+    Pattern pattern;
 };
 
 struct Update {
@@ -60,13 +60,13 @@ class GenFUControl::Impl {
 
     NyUtilsLib::Result AddProcedure(const std::string& id) {
         if (FindProcedure(id) != mProcedures.size()) {
-            return Refuse("the procedure id " + Quoted(id) + " stands twice");
+            return Refuse("duplicate procedure id " + Quoted(id));
         }
         mProcedures.push_back({id, {}});
         return {};
     }
 
-    NyUtilsLib::Result AddStep(FUStep step) {
+    NyUtilsLib::Result AddStep(Step step) {
         if (mProcedures.empty()) {
             return Refuse("a step must belong to a procedure");
         }
@@ -115,7 +115,7 @@ class GenFUControl::Impl {
             }
             return false;
         }
-        return condition.pattern.Matches(value) == FUPattern::Match::kYes;
+        return condition.pattern.Matches(value) == Pattern::Match::kYes;
     }
 
     NyUtilsLib::Result NoUpdate(const NyUtilsLib::Result& unread) {
@@ -132,10 +132,10 @@ class GenFUControl::Impl {
 
     NyUtilsLib::Result RunProcedure(const Procedure& procedure) {
         std::size_t number = 0;
-        for (const FUStep& step : procedure.steps) {
+        for (const Step& step : procedure.steps) {
             const std::string place =
                 "Step " + std::to_string(++number) + " of procedure " + Quoted(procedure.id);
-            const NyUtilsLib::Result result = std::visit(FUStepRunner(mUpdater, place), step);
+            const NyUtilsLib::Result result = std::visit(StepRunner(mUpdater, place), step);
             if (result.GetCode() != 0) {
                 return result;
             }
@@ -167,31 +167,31 @@ NyUtilsLib::Result GenFUControl::AddProcedure(const std::string& id) {
 NyUtilsLib::Result GenFUControl::AddFileUpload(const std::string& fileName,
                                                const std::string& /*deviceFileName*/,
                                                const std::string& transport) {
-    return mImpl->AddStep(FUFileUpload{fileName, transport});
+    return mImpl->AddStep(FileUpload{fileName, transport});
 }
 
 NyUtilsLib::Result GenFUControl::AddFeatureAssert(const std::string& featureName,
                                                   const std::string& pattern,
                                                   const std::string& message) {
-    FUPattern compiled;
+    Pattern compiled;
     const std::string wrong = compiled.Compile(pattern);
     if (!wrong.empty()) {
-        return Refuse("no regular expression: " + wrong);
+        return Refuse("invalid regular expression: " + wrong);
     }
-    return mImpl->AddStep(FUFeatureAssert{featureName, std::move(compiled), message});
+    return mImpl->AddStep(FeatureAssert{featureName, std::move(compiled), message});
 }
 
 NyUtilsLib::Result GenFUControl::AddFeatureWrite(const std::string& featureName,
                                                  const std::string& value) {
-    return mImpl->AddStep(FUFeatureWrite{featureName, value});
+    return mImpl->AddStep(FeatureWrite{featureName, value});
 }
 
 NyUtilsLib::Result GenFUControl::AddFeatureExecute(const std::string& featureName) {
-    return mImpl->AddStep(FUFeatureExecute{featureName});
+    return mImpl->AddStep(FeatureExecute{featureName});
 }
 
 NyUtilsLib::Result GenFUControl::AddDeviceReset() {
-    return mImpl->AddStep(FUDeviceReset{});
+    return mImpl->AddStep(DeviceReset{});
 }
 
 NyUtilsLib::Result GenFUControl::AddUpdate(const std::string& procedureId) {
@@ -204,10 +204,10 @@ NyUtilsLib::Result GenFUControl::AddInfo(const std::string& /*name*/, const std:
 
 NyUtilsLib::Result GenFUControl::AddCondition(const std::string& featureName,
                                               const std::string& pattern) {
-    FUPattern compiled;
+    Pattern compiled;
     const std::string wrong = compiled.Compile(pattern);
     if (!wrong.empty()) {
-        return Refuse("no regular expression: " + wrong);
+        return Refuse("invalid regular expression: " + wrong);
     }
     return mImpl->AddCondition({featureName, std::move(compiled)});
 }

@@ -1,47 +1,24 @@
 #include <NxGenICam/GenFUParser.h>
 
-#include <NxBase/NxResultCodes.h>
-
-#include "FULineColumn.h"
-#include "FUManifestReader.h"
-#include "FUXmlChecker.h"
+#include "ManifestDocument.h"
+#include "ManifestReader.h"
 
 namespace NxGenICamLib {
-
-namespace {
-
-NyUtilsLib::Result Refuse(const std::string& text, std::size_t offset, const std::string& what) {
-    const FULineColumn place(text, offset);
-    return NyUtilsLib::Result(kNxBadManifest, "Manifest.xml:" + std::to_string(place.line) + ":" +
-                                                  std::to_string(place.column) + ": " + what);
-}
-
-}  // namespace
 
 class GenFUParser::Impl {
   public:
     explicit Impl(IGenFUModelBuilder* builder) : mBuilder(builder) {}
 
     NyUtilsLib::Result Build(const std::string& text) {
-        FUXmlChecker checker(text);
-        if (!checker.Check()) {
-            return Refuse(text, checker.GetErrorOffset(), checker.GetError());
+        ManifestDocument document;
+        NyUtilsLib::Result result = document.Read(text);
+        if (result.GetCode() == 0) {
+            result = CheckPatterns(document.Root());
         }
-        FUManifestReader reader(text);
-        if (!reader.Read()) {
-            return Refuse(text, reader.GetErrorOffset(), reader.GetError());
-        }
-        if (mBuilder == nullptr) {
-            return {};
-        }
-        NyUtilsLib::Result result = mBuilder->Clear();
-        for (const FUManifestReader::Call& call : reader.GetCalls()) {
-            if (result.GetCode() != 0) {
-                break;
-            }
-            result = call.make(*mBuilder);
-            if (result.GetCode() != 0) {
-                return Refuse(text, call.offset, result.GetMessage());
+        if (result.GetCode() == 0 && mBuilder != nullptr) {
+            result = mBuilder->Clear();
+            if (result.GetCode() == 0) {
+                result = BuildModel(document.Root(), *mBuilder);
             }
         }
         return result;

@@ -22,8 +22,8 @@ class NX_API GenFUParser {
 
     /// Checks the whole text first; the builder is called only when nothing is wrong with it.
     /// @param text XML in UTF-8, at most 256 KiB
-    /// @return code 0, or kNxBadManifest and a message "Manifest.xml:line:column: what is wrong";
-    ///         line and column count from 1, the column in bytes
+    /// @return code 0, or kNxBadManifest and one line "Manifest.xml:line: what is wrong". The line
+    ///         counts from 1; where the text is not XML, a column in bytes may follow it.
     NyUtilsLib::Result Build(const std::string& text);
 
   private:

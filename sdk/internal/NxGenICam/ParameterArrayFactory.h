@@ -5,8 +5,8 @@
 
 #include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
-#include <NxGenICam/GenPort.h>
 #include <NxGenICam/NxGenParameterArray.h>
+#include <internal/NxGenICam/GenPort.h>
 
 /// Makes the node map that a GenICam XML describes, over a device's registers.
 /// @param xml not trusted; it may be dropped afterwards

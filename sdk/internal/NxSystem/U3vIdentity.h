@@ -6,7 +6,7 @@
 #include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 
-#include <NxSystem/U3vDescriptor.h>
+#include <internal/NxSystem/U3vDescriptor.h>
 
 /// The texts by which a USB3 Vision device is told apart, as UTF-8.
 struct NX_API U3vIdentity {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include <NxSystem/DatagramSocket.h>
+#include <internal/NxSystem/DatagramSocket.h>
 
 /// A UDP socket of this computer, on a port of the system's choice.
 class NX_API UdpSocket : public DatagramSocket {

@@ -31,7 +31,7 @@ TEST(FileAccessUpdateTest, WritesTheFirmwareAndSaysSoStageByStage) {
     const TemporaryFolder folder;
     const std::string body = RandomBytes(300000, 1);
     const ProcessResult result =
-        RunUpdater({kLoopback, folder.Write("camera.dfw", MakePayload(body, 2, 1))});
+        RunUpdater({kLoopback, folder.Write("camera.dfw", MakePayload(body))});
     ExpectEnd(result);
     EXPECT_TRUE(camera.Firmware() == body);
 

@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include "Package.h"
+#include "ManifestBuilder.h"
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
 #include "Updater.h"
@@ -82,9 +82,9 @@ TEST_F(TwoUpdatersTest, TheSecondPackageEndsBeforeAnythingIsSent) {
     Process first(Command(Payload("first.dfw", mFirst)));
     ASSERT_TRUE(
         WaitUntil([&] { return first.OutputSoFar().find("transferred") != std::string::npos; }));
-    const std::string package =
-        MakeZip({ZipMember{.name = "Manifest.xml", .content = Manifest(Upload("a.dfw", "TFTP"))},
-                 ZipMember{.name = "a.dfw", .content = MakePayload(mSecond)}});
+    const std::string package = MakeZip(
+        {ZipMember{.name = "Manifest.xml", .content = MakeManifest(Upload("a.dfw", "TFTP"))},
+         ZipMember{.name = "a.dfw", .content = MakePayload(mSecond)}});
     const ProcessResult second = RunUpdater({kLoopback, mFolder.Write("second.zip", package)});
     EXPECT_EQ(second.out, "");
     EXPECT_EQ(second.err, Refusal());

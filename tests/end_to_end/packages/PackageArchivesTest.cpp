@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "Package.h"
+#include "ManifestBuilder.h"
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
 #include "Updater.h"
@@ -35,7 +35,7 @@ const std::string kDone =
 const std::string kFailed = "Starting update...\n\nUpdate failed.\n";
 const std::string kCannotUnpack = "it cannot be unpacked (damaged, encrypted, or /tmp is full)\n";
 const std::string kNoManifest =
-    "Manifest.xml:1:1: it is empty, or the package does not hold it, or " + kCannotUnpack;
+    "Manifest.xml:1: it is empty, or the package does not hold it, or " + kCannotUnpack;
 
 std::string FailedUpload(const std::string& transport) {
     return "Cannot read the payload: the package does not hold it, or " + kCannotUnpack +
@@ -53,7 +53,7 @@ std::string Payload() {
 
 /// A package of a manifest that uploads "a.dfw", and that member.
 std::vector<ZipMember> Members(const std::string& transport = "GenICam") {
-    return {{"Manifest.xml", Manifest(Upload("a.dfw", transport))}, {"a.dfw", Payload()}};
+    return {{"Manifest.xml", MakeManifest(Upload("a.dfw", transport))}, {"a.dfw", Payload()}};
 }
 
 std::string With(const std::function<void(ZipMember& manifest, ZipMember& payload)>& change,
@@ -162,14 +162,16 @@ std::vector<ArchiveCase> BadManifestCases() {
                  manifest.content = "<FirmwareUpdate>\n  <Foo>\n</FirmwareUpdate>";
              });
          },
-         "", "Manifest.xml:3:1: element \"Foo\" is ended as \"FirmwareUpdate\"\n"},
+         "", "Manifest.xml:3:18: Opening and ending tag mismatch: Foo line 2 and FirmwareUpdate\n"},
         {"ManifestAgainstTheGrammar",
          [] {
              return With([](ZipMember& manifest, ZipMember&) {
-                 manifest.content = Manifest("<FeatureRead/>");
+                 manifest.content = MakeManifest("<FeatureRead/>");
              });
          },
-         "", "Manifest.xml:1:81: unknown element \"FeatureRead\" in <Procedure>\n"},
+         "",
+         "Manifest.xml:1: <FeatureRead> is not expected here: <Procedure> holds 1 to 256 steps: "
+         "<FileUpload>, <FeatureAssert>, <FeatureWrite>, <FeatureExecute>, <DeviceReset>\n"},
         {"NoManifest", [] { return MakeZip({Members()[1]}); }, "", kNoManifest},
         {"ManifestInLowerCase",
          [] {

@@ -2,7 +2,7 @@
 // after each reset that the updater asks for.
 #include <gtest/gtest.h>
 
-#include "Package.h"
+#include "ManifestBuilder.h"
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
 #include "Updater.h"
@@ -19,9 +19,10 @@ class PackageRestartTest : public testing::TestWithParam<int> {
     ProcessResult Run(const std::string& steps) {
         return RunUpdater(
             {kLoopback,
-             mFolder.Write("package.zip", MakeZip({{"Manifest.xml", Manifest(steps)},
-                                                   {"a.dfw", MakePayload(mFirst, 2, 1)},
-                                                   {"b.dfw", MakePayload(mSecond, 2, 2)}}))});
+             mFolder.Write("package.zip",
+                           MakeZip({{"Manifest.xml", MakeManifest(steps)},
+                                    {"a.dfw", MakePayload(mFirst)},
+                                    {"b.dfw", MakePayload(mSecond, {.minorNumber = 2})}}))});
     }
 
     void ExpectBothUploads(const std::string& first, const std::string& second) {

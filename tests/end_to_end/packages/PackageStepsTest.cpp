@@ -1,7 +1,7 @@
 // The real binary and packages whose manifests ask for more than uploads, with a simulated camera.
 #include <gtest/gtest.h>
 
-#include "Package.h"
+#include "ManifestBuilder.h"
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
 #include "Updater.h"
@@ -25,7 +25,7 @@ class PackageStepsTest : public testing::Test {
     ProcessResult Run(const std::string& steps, const FeaturePattern& condition = {}) {
         return RunUpdater(
             {kLoopback,
-             mFolder.Write("package.zip", MakeZip({{"Manifest.xml", Manifest(steps, condition)},
+             mFolder.Write("package.zip", MakeZip({{"Manifest.xml", MakeManifest(steps, condition)},
                                                    {"a.dfw", MakePayload(mBody)}}))});
     }
 

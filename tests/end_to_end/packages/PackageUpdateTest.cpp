@@ -2,7 +2,7 @@
 // TFTP.
 #include <gtest/gtest.h>
 
-#include "Package.h"
+#include "ManifestBuilder.h"
 #include "SimulatedCamera.h"
 #include "TemporaryFolder.h"
 #include "Updater.h"
@@ -38,8 +38,9 @@ class PackageUpdateTest : public testing::Test {
 
 TEST_F(PackageUpdateTest, TransfersEachFileTheWayTheManifestNames) {
     const ProcessResult result = RunPackage(
-        {Member("Manifest.xml", Manifest(Upload("a.dfw", "GenICam") + Upload("b.dfw", "TFTP"))),
-         Member("a.dfw", MakePayload(mFirst, 2, 1)), Member("b.dfw", MakePayload(mSecond, 2, 2))});
+        {Member("Manifest.xml", MakeManifest(Upload("a.dfw", "GenICam") + Upload("b.dfw", "TFTP"))),
+         Member("a.dfw", MakePayload(mFirst)),
+         Member("b.dfw", MakePayload(mSecond, {.minorNumber = 2}))});
     EXPECT_EQ(WithoutLabels(result.out), kOneUpload + kOneUpload);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.exitStatus, 0);
@@ -52,7 +53,7 @@ TEST_F(PackageUpdateTest, TransfersEachFileTheWayTheManifestNames) {
 
 TEST_F(PackageUpdateTest, TakesEveryOtherTransportWordForFileAccess) {
     const ProcessResult result =
-        RunPackage({Member("Manifest.xml", Manifest(Upload("a.dfw", "tftp"))),
+        RunPackage({Member("Manifest.xml", MakeManifest(Upload("a.dfw", "tftp"))),
                     Member("a.dfw", MakePayload(mFirst))});
     EXPECT_EQ(WithoutLabels(result.out), kOneUpload);
     EXPECT_TRUE(mCamera.Firmware() == mFirst);
@@ -61,7 +62,7 @@ TEST_F(PackageUpdateTest, TakesEveryOtherTransportWordForFileAccess) {
 
 TEST_F(PackageUpdateTest, FindsMembersInFolders) {
     const ProcessResult result =
-        RunPackage({Member("fw/Manifest.xml", Manifest(Upload("a.dfw", "GenICam"))),
+        RunPackage({Member("fw/Manifest.xml", MakeManifest(Upload("a.dfw", "GenICam"))),
                     Member("fw/a.dfw", MakePayload(mFirst))});
     EXPECT_EQ(WithoutLabels(result.out), kOneUpload);
     EXPECT_TRUE(mCamera.Firmware() == mFirst);
@@ -71,7 +72,7 @@ TEST_F(PackageUpdateTest, IsNotTiedToAModelByItsPath) {
     const ProcessResult result = RunUpdater(
         {kLoopback,
          mFolder.Write("zelka_qrm_h_fk02.zip",
-                       MakeZip({Member("Manifest.xml", Manifest(Upload("a.dfw", "GenICam"))),
+                       MakeZip({Member("Manifest.xml", MakeManifest(Upload("a.dfw", "GenICam"))),
                                 Member("a.dfw", MakePayload(mFirst))}))});
     EXPECT_EQ(WithoutLabels(result.out), kOneUpload);
     EXPECT_TRUE(mCamera.Firmware() == mFirst);
@@ -104,8 +105,8 @@ TEST(PackageWithoutControlTest, SaysWhoHoldsTheDevice) {
     const TemporaryFolder folder;
     const ProcessResult result = RunUpdater(
         {kLoopback,
-         folder.Write("package.zip",
-                      MakeZip({Member("Manifest.xml", Manifest(Upload("a.dfw", "GenICam")))}))});
+         folder.Write("package.zip", MakeZip({Member("Manifest.xml",
+                                                     MakeManifest(Upload("a.dfw", "GenICam")))}))});
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err,
               "Cannot control 127.0.0.1 on lo: another application controls it "

@@ -1,27 +1,11 @@
 #include "Updater.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
+#include <filesystem>
 #include <regex>
 
 #include <nlohmann/json.hpp>
-
-namespace {
-
-void AppendBig(std::string& bytes, std::uint64_t value, unsigned int size) {
-    while (size > 0) {
-        --size;
-        bytes.push_back(static_cast<char>((value >> (8U * size)) & 0xFFU));
-    }
-}
-
-std::uint64_t Crc(const std::string& bytes) {
-    return crc32(0, reinterpret_cast<const Bytef*>(bytes.data()),
-                 static_cast<unsigned int>(bytes.size()));
-}
-
-}  // namespace
 
 ProcessResult RunUpdater(std::vector<std::string> arguments, std::chrono::milliseconds limit) {
     arguments.insert(arguments.begin(), Program("MirskoFirmwareUpdater"));
@@ -64,23 +48,6 @@ std::vector<std::string> Labels(const std::string& out) {
     return labels;
 }
 
-// Written here anew, not by the SDK under test.
-std::string MakePayload(const std::string& body, unsigned int major, unsigned int minor) {
-    std::string payload = "MDFW";
-    AppendBig(payload, 1, 2);   // format version
-    AppendBig(payload, 1, 2);   // kind: firmware
-    AppendBig(payload, 64, 4);  // header length
-    AppendBig(payload, body.size(), 8);
-    AppendBig(payload, Crc(body), 4);
-    std::string family = "MirskoSim";
-    family.resize(32, '\0');
-    payload += family;
-    AppendBig(payload, major, 2);
-    AppendBig(payload, minor, 2);
-    AppendBig(payload, Crc(payload), 4);
-    return payload + body;
-}
-
 std::string DeviceField(const std::string& field) {
     const ProcessResult result = Process::Run({Program("mirsko-devices"), "--json"});
     EXPECT_EQ(result.exitStatus, 0);
@@ -96,4 +63,16 @@ std::string DeviceField(const std::string& field) {
         }
     }
     return {};
+}
+
+std::multimap<std::string, std::uintmax_t> UnpackedFiles() {
+    constexpr std::size_t kRandomEnd = 7;  // "-" and six characters
+    std::multimap<std::string, std::uintmax_t> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
+        const std::string name = entry.path().filename().string();
+        if (entry.is_regular_file() && name.size() > kRandomEnd) {
+            found.emplace(name.substr(0, name.size() - kRandomEnd), entry.file_size());
+        }
+    }
+    return found;
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "PayloadBuilder.h"
 #include "Process.h"
 
 /// Runs the real updater with these arguments.
@@ -18,8 +21,9 @@ std::string WithoutLabels(const std::string& out);
 /// The labels alone, without their carriage returns.
 std::vector<std::string> Labels(const std::string& out);
 
-/// A whole payload for simulated cameras of the family "MirskoSim": header and body.
-std::string MakePayload(const std::string& body, unsigned int major = 2, unsigned int minor = 1);
-
 /// What the device behind loopback says of itself, as mirsko-devices prints it; empty without one.
 std::string DeviceField(const std::string& field);
+
+/// What the updater leaves in /tmp: each file it unpacked, by name without the random end, with its
+/// size in bytes.
+std::multimap<std::string, std::uintmax_t> UnpackedFiles();

@@ -1,9 +1,0 @@
-#include "OpenDevicePort.h"
-
-#include "GvcpPort.h"
-#include "U3vPort.h"
-
-NxResult OpenDevicePort(const ConnectionId& id, std::shared_ptr<DevicePort>& port) {
-    return id.kind == ConnectionId::Kind::kUsb ? OpenU3vPort(id.guid, port)
-                                               : OpenGvcpPort(id, port);
-}

@@ -1,3 +1,0 @@
-#include <NxDevice/TftpSource.h>
-
-TftpSource::~TftpSource() = default;

@@ -1,0 +1,94 @@
+#include <NxDevice/NxTftpClient.h>
+
+#include <chrono>
+#include <span>
+#include <string>
+#include <utility>
+
+#include <NxBase/NxResultCodes.h>
+
+#include <internal/NxSystem/ConnectionId.h>
+
+#include "TftpClient.h"
+
+#include "history/DeviceHistory.h"
+#include "payload/DfwHeaderCodec.h"
+
+namespace {
+
+bool IsResetRecord(std::span<const std::byte> data) {
+    NxDfwHeader header;
+    return data.size() >= NxDfwHeader::kSize &&
+           DfwHeaderCodec::Decode(data.first<NxDfwHeader::kSize>(), header).empty() &&
+           header.kind == NxDfwHeader::Kind::kReset;
+}
+
+}  // namespace
+
+class NxTftpClient::Impl {
+  public:
+    // Whoever reads of a TFTP server that fails, wants to know why the device was not updated by
+    // file access in the first place.
+    [[nodiscard]] NxResult Explain(NxResult result) const {
+        const std::string why = DeviceHistory::OfThisProcess().WhyNoFileAccess(server);
+        const bool isOfDevice =
+            result.GetCode() != kNxLocalFile && result.GetCode() != kNxInvalidArgument;
+        if (result.IsOK() || why.empty() || !isOfDevice) {
+            return result;
+        }
+        return NxResult(result.GetCode(), std::string(result.GetDescription().GetAscii()) +
+                                              "; GenICam file access was not possible: " + why);
+    }
+
+    TftpClient client;
+    ConnectionId server;
+};
+
+NxTftpClient::NxTftpClient() : mImpl(std::make_unique<Impl>()) {}
+
+NxTftpClient::~NxTftpClient() = default;
+
+NxResult NxTftpClient::Init(const NxString& connectionID, const NxString& remoteFileName) {
+    NxResult result = mImpl->client.Init(connectionID, remoteFileName);
+    return result.IsOK() ? ConnectionId::Parse(connectionID, mImpl->server) : result;
+}
+
+NxResult NxTftpClient::SendFile(const NxString& localPath) {
+    return mImpl->Explain(mImpl->client.SendFile(localPath));
+}
+
+NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) {
+    if (data == nullptr && length != 0) {
+        return NxResult(kNxInvalidArgument, "There is no data to send");
+    }
+    const auto bytes = std::as_bytes(std::span(data, length));
+    NxResult result = mImpl->client.SendData(bytes);
+    // A device may restart before it acknowledges.
+    if (IsResetRecord(bytes) && (result.IsOK() || result.GetCode() == kNxTimeout)) {
+        DeviceHistory::OfThisProcess().NoteReset(mImpl->server);
+    }
+    return mImpl->Explain(std::move(result));
+}
+
+NxResult NxTftpClient::GetData(unsigned char* buffer, unsigned int size, unsigned int* received) {
+    if (buffer == nullptr && size != 0) {
+        return NxResult(kNxInvalidArgument, "There is no buffer to receive into");
+    }
+    std::size_t count = 0;
+    NxResult result = mImpl->client.GetData(std::as_writable_bytes(std::span(buffer, size)), count);
+    if (received != nullptr) {
+        *received = static_cast<unsigned int>(count);
+    }
+    return mImpl->Explain(std::move(result));
+}
+
+NxResult NxTftpClient::GetProgress(long& done, long& total) {
+    done = static_cast<long>(mImpl->client.Monitor().Done());
+    total = static_cast<long>(mImpl->client.Monitor().Total());
+    return NxResult();
+}
+
+NxResult NxTftpClient::GetWarning(NxString& warning) {
+    warning = mImpl->client.Monitor().Warning(std::chrono::steady_clock::now());
+    return NxResult();
+}

@@ -1,0 +1,182 @@
+#include "TftpClient.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <NxBase/NxResultCodes.h>
+#include <internal/NxSystem/NetworkInterface.h>
+#include <internal/NxSystem/UdpSocket.h>
+
+#include "TftpReader.h"
+#include "TftpSession.h"
+
+#include "TftpFileSource.h"
+#include "lock/DeviceLock.h"
+#include "payload/DfwHeaderCodec.h"
+
+namespace {
+
+constexpr std::size_t kLongestFileName = 255;
+
+// Headers of IPv4, UDP and TFTP.
+constexpr unsigned int kOverhead = 20 + 8 + 4;
+// Also where this computer's interface takes more: what every switch and device on the way takes.
+constexpr unsigned int kEthernetMtu = 1500;
+
+// Data on its way at once. Linux gives a receiver's socket 208 KiB by default and counts up to
+// twice the data for each datagram, so this much fits in.
+constexpr unsigned int kMostBytesInWindow = 96 * 1024;
+constexpr unsigned int kMostBlocksInWindow = 64;
+// Blocks that take more than a page of memory are counted at up to twice their size.
+constexpr unsigned int kMostBytesInWindowOfLargeBlocks = 64 * 1024;
+constexpr unsigned int kLargeBlock = 2048;
+
+constexpr unsigned int kServerTimeoutSeconds = 1;
+
+bool IsLoopback(std::uint32_t address) {
+    return address >> 24U == 127;
+}
+
+unsigned int PathMtu(const ConnectionId& server) {
+    for (const NetworkInterface& interface : ListNetworkInterfaces()) {
+        const bool onPath =
+            server.interfaceName.empty()
+                ? (server.address & interface.netmask) == (interface.address & interface.netmask)
+                : interface.name == server.interfaceName;
+        if (onPath) {
+            return IsLoopback(interface.address) ? interface.mtu
+                                                 : std::min(interface.mtu, kEthernetMtu);
+        }
+    }
+    return kEthernetMtu;
+}
+
+unsigned int BlockSizeFor(unsigned int mtu) {
+    return std::clamp(mtu > kOverhead ? mtu - kOverhead : 0, TftpOptions::kSmallestBlockSize,
+                      TftpOptions::kLargestBlockSize);
+}
+
+unsigned int WindowSizeFor(unsigned int blockSize) {
+    const unsigned int bytes =
+        blockSize > kLargeBlock ? kMostBytesInWindowOfLargeBlocks : kMostBytesInWindow;
+    return std::clamp(bytes / blockSize, 1U, kMostBlocksInWindow);
+}
+
+// A device is reset by such a record before it could acknowledge it.
+bool IsResetRecord(std::span<const std::byte> data) {
+    NxDfwHeader header;
+    return data.size() == NxDfwHeader::kSize &&
+           DfwHeaderCodec::Decode(data.first<NxDfwHeader::kSize>(), header).empty() &&
+           header.kind == NxDfwHeader::Kind::kReset;
+}
+
+class MemorySource : public TftpSource {
+  public:
+    explicit MemorySource(std::span<const std::byte> data) : mData(data) {}
+
+    [[nodiscard]] std::uint64_t Size() const override { return mData.size(); }
+    NxResult Read(std::uint64_t offset, std::span<std::byte> buffer) override {
+        const auto part = mData.subspan(offset, buffer.size());
+        std::copy(part.begin(), part.end(), buffer.begin());
+        return NxResult();
+    }
+
+  private:
+    std::span<const std::byte> mData;
+};
+
+}  // namespace
+
+TftpClient::TftpClient(const TftpClientSettings& settings) : mSettings(settings) {}
+
+NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFileName) {
+    ConnectionId server;
+    NxResult result = ConnectionId::Parse(connectionID, server);
+    if (!result.IsOK()) {
+        return result;
+    }
+    if (server.kind != ConnectionId::Kind::kNetwork) {
+        return NxResult(kNxNotSupported, std::string("TFTP needs a network device, which ") +
+                                             connectionID.GetAscii() + " is not");
+    }
+    const std::string name = remoteFileName.GetAscii();
+    if (name.empty() || name.size() > kLongestFileName) {
+        return NxResult(
+            kNxInvalidArgument,
+            "The remote file's name must have 1 to 255 bytes, not " + std::to_string(name.size()));
+    }
+    result = DeviceLock::Acquire(server, mLock);
+    if (!result.IsOK()) {
+        return result;
+    }
+    mServerIsSilent = mServerIsSilent && server.address == mServer.address;
+    mServer = server;
+    mRemoteFileName = name;
+    return NxResult();
+}
+
+NxResult TftpClient::SendFile(const NxString& localPath) {
+    TftpFileSource source;
+    NxResult result = source.Open(localPath);
+    if (result.IsOK()) {
+        result = Send(source, LastSilence::kIsFailure);
+    }
+    return result.IsOK() ? source.CheckUnchanged() : result;
+}
+
+NxResult TftpClient::SendData(std::span<const std::byte> data) {
+    MemorySource source(data);
+    return Send(source, IsResetRecord(data) ? LastSilence::kIsArrival : LastSilence::kIsFailure);
+}
+
+NxResult TftpClient::Send(TftpSource& source, LastSilence lastSilence) {
+    return Run(source.Size(), [&](TftpSession& session) {
+        return TftpWriter(session, source, lastSilence).Run(mRemoteFileName, WantedOptions());
+    });
+}
+
+NxResult TftpClient::GetData(std::span<std::byte> buffer, std::size_t& received) {
+    received = 0;
+    return Run(0, [&](TftpSession& session) {
+        TftpReader reader(session, buffer);
+        NxResult result = reader.Run(mRemoteFileName, WantedOptions());
+        received = reader.Received();
+        return result;
+    });
+}
+
+template <typename Transfer>
+NxResult TftpClient::Run(std::uint64_t size, const Transfer& transfer) {
+    if (mRemoteFileName.empty()) {
+        return NxResult(kNxInvalidArgument, "No server was named for the transfer");
+    }
+    UdpSocket socket;
+    NxResult result = socket.Open(mServer.interfaceName, 0);
+    if (!result.IsOK()) {
+        return result;
+    }
+    mMonitor.Start(size);
+    TftpSession session(socket, {mServer.address, mSettings.port}, ServerName(), mMonitor);
+    if (mServerIsSilent) {
+        session.SetAnswerLimit(TftpTimer::kAnswerLimitOfSilentServer);
+    }
+    result = transfer(session);
+    mServerIsSilent = session.EndedInSilence();
+    mMonitor.End();
+    return result;
+}
+
+TftpOptions TftpClient::WantedOptions() const {
+    TftpOptions wanted;
+    wanted.blockSize =
+        mSettings.blockSize != 0 ? mSettings.blockSize : BlockSizeFor(PathMtu(mServer));
+    wanted.windowSize =
+        mSettings.windowSize != 0 ? mSettings.windowSize : WindowSizeFor(wanted.blockSize);
+    wanted.timeout = kServerTimeoutSeconds;
+    return wanted;
+}
+
+std::string TftpClient::ServerName() const {
+    return FormatAddress(mServer.address) +
+           (mServer.interfaceName.empty() ? "" : " on " + mServer.interfaceName);
+}

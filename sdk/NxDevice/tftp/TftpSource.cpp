@@ -1,0 +1,3 @@
+#include "TftpSource.h"
+
+TftpSource::~TftpSource() = default;

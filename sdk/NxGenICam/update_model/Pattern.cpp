@@ -1,0 +1,138 @@
+#define PCRE2_CODE_UNIT_WIDTH 8
+
+#include "Pattern.h"
+
+#include <pcre2.h>
+
+#include <array>
+#include <string_view>
+
+namespace NxGenICamLib {
+
+namespace {
+
+constexpr std::uint32_t kSteps = 200000;
+constexpr std::uint32_t kHeapKiB = 4096;
+
+constexpr std::uint32_t kDeepest = 4;  // groups within groups
+
+// As ECMAScript (edition 5.1, section 15.10) has it where the two differ.
+constexpr std::uint32_t kCompileOptions =
+    PCRE2_UTF | PCRE2_ANCHORED | PCRE2_ENDANCHORED | PCRE2_DOLLAR_ENDONLY | PCRE2_ALT_BSUX |
+    PCRE2_ALLOW_EMPTY_CLASS | PCRE2_MATCH_UNSET_BACKREF | PCRE2_NEVER_BACKSLASH_C;
+
+struct Deleter {
+    void operator()(pcre2_compile_context* context) const { pcre2_compile_context_free(context); }
+    void operator()(pcre2_code* code) const { pcre2_code_free(code); }
+    void operator()(pcre2_match_data* data) const { pcre2_match_data_free(data); }
+    void operator()(pcre2_match_context* context) const { pcre2_match_context_free(context); }
+};
+
+template <typename Type>
+using Owned = std::unique_ptr<Type, Deleter>;
+
+PCRE2_SPTR Units(const std::string& text) {
+    return reinterpret_cast<PCRE2_SPTR>(text.data());
+}
+
+std::string AtByte(std::size_t offset) {
+    return " (byte " + std::to_string(offset + 1) + ")";
+}
+
+// The words that ECMAScript has too. Without this limit a manifest could use recursion and verbs,
+// and a word that PCRE2 and ECMAScript read differently, such as \x{41} or \11, would silently mean
+// the other.
+constexpr std::string_view kEcmaScriptWords = R"((?x)
+    (?: \\ (?: [dDsSwWtnvfrbB] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [1-9](?![0-9]) | [^[:alnum:]] )
+      | \[ (?! \] ) \^? (?: [^\]\\\[] | \[ (?! [:.=] )
+          | \\ (?: [dDsSwWtnvfrb] | x[[:xdigit:]]{2} | u[[:xdigit:]]{4} | [^[:alnum:]] ) )* \]
+      | \( (?: \?[:=!] | (?! [?*] ) ) | \)
+      | (?: [*+?] | \{ [0-9]+ (?: , [0-9]* )? \} ) \?? (?! \+ )
+      | [^\\\[\](){}*+?]
+    )*+ )";
+
+/// @return how many bytes of the pattern, which PCRE2 takes, are such words
+std::size_t MatchEcmaScriptWords(const std::string& pattern) {
+    static const Owned<pcre2_code> kWords = [] {
+        int error = 0;
+        PCRE2_SIZE offset = 0;
+        return Owned<pcre2_code>(pcre2_compile(
+            reinterpret_cast<PCRE2_SPTR>(kEcmaScriptWords.data()), kEcmaScriptWords.size(),
+            PCRE2_UTF | PCRE2_ANCHORED | PCRE2_DOTALL, &error, &offset, nullptr));
+    }();
+    const Owned<pcre2_match_data> data(pcre2_match_data_create(1, nullptr));
+    const bool isMatched =
+        kWords && data &&
+        pcre2_match(kWords.get(), Units(pattern), pattern.size(), 0, 0, data.get(), nullptr) > 0;
+    return isMatched ? pcre2_get_ovector_pointer(data.get())[1] : 0;
+}
+
+}  // namespace
+
+class Pattern::Impl {
+  public:
+    std::string Compile(const std::string& pattern) {
+        const Owned<pcre2_compile_context> compiling(pcre2_compile_context_create(nullptr));
+        mContext.reset(pcre2_match_context_create(nullptr));
+        if (!compiling || !mContext) {
+            return "out of memory";
+        }
+        pcre2_set_newline(compiling.get(), PCRE2_NEWLINE_ANY);
+        pcre2_set_parens_nest_limit(compiling.get(), kDeepest);
+        int error = 0;
+        PCRE2_SIZE offset = 0;
+        mCode.reset(pcre2_compile(Units(pattern), pattern.size(), kCompileOptions, &error, &offset,
+                                  compiling.get()));
+        if (!mCode) {
+            std::array<PCRE2_UCHAR, 128> text{};
+            pcre2_get_error_message(error, text.data(), text.size());
+            return reinterpret_cast<const char*>(text.data()) + AtByte(offset);
+        }
+        const std::size_t words = MatchEcmaScriptWords(pattern);
+        if (words < pattern.size()) {
+            mCode.reset();
+            return "unsupported syntax" + AtByte(words);
+        }
+        mData.reset(pcre2_match_data_create_from_pattern(mCode.get(), nullptr));
+        if (!mData) {
+            return "out of memory";
+        }
+        pcre2_set_match_limit(mContext.get(), kSteps);
+        pcre2_set_heap_limit(mContext.get(), kHeapKiB);
+        return {};
+    }
+
+    Match Matches(const std::string& value) const {
+        if (!mCode || value.size() > kMaximumValue) {
+            return Match::kNo;
+        }
+        const int result =
+            pcre2_match(mCode.get(), Units(value), value.size(), 0, 0, mData.get(), mContext.get());
+        if (result == PCRE2_ERROR_MATCHLIMIT || result == PCRE2_ERROR_HEAPLIMIT ||
+            result == PCRE2_ERROR_DEPTHLIMIT || result == PCRE2_ERROR_NOMEMORY) {
+            return Match::kTooCostly;
+        }
+        // A value that is not UTF-8 is a failed match like any other.
+        return result >= 0 ? Match::kYes : Match::kNo;
+    }
+
+  private:
+    Owned<pcre2_code> mCode;
+    Owned<pcre2_match_context> mContext;
+    Owned<pcre2_match_data> mData;
+};
+
+Pattern::Pattern() : mImpl(std::make_unique<Impl>()) {}
+Pattern::~Pattern() = default;
+Pattern::Pattern(Pattern&&) noexcept = default;
+Pattern& Pattern::operator=(Pattern&&) noexcept = default;
+
+std::string Pattern::Compile(const std::string& pattern) {
+    return mImpl->Compile(pattern);
+}
+
+Pattern::Match Pattern::Matches(const std::string& value) const {
+    return mImpl->Matches(value);
+}
+
+}  // namespace NxGenICamLib

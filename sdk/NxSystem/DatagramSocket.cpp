@@ -1,7 +1,0 @@
-#include <NxSystem/DatagramSocket.h>
-
-DatagramSocket::~DatagramSocket() = default;
-
-DatagramSocket::Clock::time_point DatagramSocket::Now() const {
-    return Clock::now();
-}

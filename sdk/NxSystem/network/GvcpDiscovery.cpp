@@ -1,0 +1,191 @@
+#include "GvcpDiscovery.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <set>
+#include <string>
+#include <utility>
+
+#include <poll.h>
+#include <sys/random.h>
+
+#include <NxSystem/NxDeviceInfoGEV.h>
+#include <NxSystem/NxDeviceInfoMirskoProtocol.h>
+
+#include <internal/NxSystem/ConnectionId.h>
+#include <internal/NxSystem/UdpSocket.h>
+#include "GvcpDiscoveryAck.h"
+
+#include "NxDeviceInfoImpl.h"
+
+namespace {
+
+using Clock = UdpSocket::Clock;
+using std::chrono::milliseconds;
+
+constexpr Endpoint kEverybody{0xffffffffU, 3956};
+
+// So often that a fifth of all datagrams lost in each direction hides a device once in 3500
+// searches.
+constexpr std::array<milliseconds, 8> kSendTimes{
+    milliseconds(0),   milliseconds(100), milliseconds(200), milliseconds(300),
+    milliseconds(400), milliseconds(500), milliseconds(600), milliseconds(700)};
+constexpr milliseconds kWindow(1000);
+
+// More devices than any subnet of cameras holds; bounds what a flood of answers can make us keep.
+constexpr std::size_t kMostDevices = 4096;
+constexpr int kMostDatagramsAtOnce = 1000;
+
+// The address that the answer came from is the one that answers; what is written in it may be of
+// another subnet, or anybody's.
+std::unique_ptr<NxDeviceInfo> MakeRecord(const GvcpDiscoveryAck& ack, std::uint32_t address,
+                                         const std::string& interfaceName) {
+    auto record = std::make_unique<NxDeviceInfo::Impl>();
+    ConnectionId id;
+    id.address = address;
+    id.interfaceName = interfaceName;
+    record->type = ack.IsLoader() ? 1 : 0;
+    record->connectionId = id.Format();
+    record->vendor = ack.manufacturer;
+    record->model = ack.model;
+    record->version = ack.version;
+    record->serial = ack.serial;
+    record->userName = ack.userName;
+    record->address = FormatAddress(address);
+    record->mac = FormatMac(ack.mac);
+    if (ack.IsLoader()) {
+        return std::make_unique<NxDeviceInfoMirskoProtocol>(std::move(record));
+    }
+    return std::make_unique<NxDeviceInfoGEV>(std::move(record));
+}
+
+// What answered on one interface, however many addresses it has.
+class Answers {
+  public:
+    explicit Answers(NetworkInterface interface) { mFound.interface = std::move(interface); }
+
+    [[nodiscard]] const std::string& InterfaceName() const { return mFound.interface.name; }
+    void NoteAsked() { mFound.asked = true; }
+    // A device answers each command, and each of the interface's addresses.
+    void Keep(const GvcpDiscoveryAck& ack, std::uint32_t sender) {
+        if (mFound.devices.size() < kMostDevices && mSeen.emplace(sender, ack.mac).second) {
+            mFound.devices.push_back(MakeRecord(ack, sender, mFound.interface.name));
+        }
+    }
+    DiscoveredInterface Take() { return std::move(mFound); }
+
+  private:
+    DiscoveredInterface mFound;
+    std::set<std::pair<std::uint32_t, std::array<std::uint8_t, 6>>> mSeen;
+};
+
+// Asks from one address of an interface.
+class Search {
+  public:
+    Search(Answers& answers, std::uint32_t localAddress) : mAnswers(answers) {
+        mIsOpen = mSocket.Open(answers.InterfaceName(), localAddress).IsOK();
+    }
+
+    [[nodiscard]] int Descriptor() const { return mIsOpen ? mSocket.Descriptor() : -1; }
+
+    void Ask(std::uint16_t requestId) {
+        if (!mIsOpen) {
+            return;
+        }
+        mFirstRequestId = mFirstRequestId == 0 ? requestId : mFirstRequestId;
+        mLastRequestId = requestId;
+        if (mSocket.Send(kEverybody, MakeDiscoveryCommand(requestId)).IsOK()) {
+            mAnswers.NoteAsked();
+        }
+    }
+
+    // Takes what has arrived, but leaves the other interfaces their turn.
+    void Collect() {
+        std::array<std::byte, 1500> datagram{};
+        for (int i = 0; i < kMostDatagramsAtOnce; ++i) {
+            std::size_t length = 0;
+            Endpoint sender;
+            bool timedOut = false;
+            if (!mSocket.Receive(datagram, Clock::time_point(), length, sender, timedOut).IsOK() ||
+                timedOut) {
+                return;
+            }
+            const auto ack = GvcpDiscoveryAck::Parse(std::span(datagram).first(length));
+            if (ack && mFirstRequestId != 0 && ack->requestId >= mFirstRequestId &&
+                ack->requestId <= mLastRequestId) {
+                mAnswers.Keep(*ack, sender.address);
+            }
+        }
+    }
+
+  private:
+    Answers& mAnswers;
+    UdpSocket mSocket;
+    bool mIsOpen = false;
+    std::uint16_t mFirstRequestId = 0;  // 0: nothing was asked
+    std::uint16_t mLastRequestId = 0;
+};
+
+// Any that leaves room for one per command and is not 0, so that answers to a search before, or
+// made up ones, are not taken.
+std::uint16_t DrawRequestId() {
+    std::uint16_t drawn = 0;
+    if (getrandom(&drawn, sizeof drawn, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof drawn)) {
+        drawn = static_cast<std::uint16_t>(Clock::now().time_since_epoch().count());
+    }
+    return static_cast<std::uint16_t>(1 + drawn % (0xFFFF - kSendTimes.size()));
+}
+
+void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point until) {
+    std::vector<pollfd> entries;
+    for (const auto& search : searches) {
+        entries.push_back({search->Descriptor(), POLLIN, 0});
+    }
+    for (;;) {
+        const auto remaining =
+            std::max(std::chrono::ceil<milliseconds>(until - Clock::now()), milliseconds(0));
+        const int ready = poll(entries.data(), entries.size(), static_cast<int>(remaining.count()));
+        for (std::size_t i = 0; ready > 0 && i < entries.size(); ++i) {
+            if (entries[i].revents != 0) {
+                searches[i]->Collect();
+            }
+        }
+        // Not before a last look: a computer that is busy elsewhere may come back too late.
+        if (remaining.count() == 0) {
+            return;
+        }
+    }
+}
+
+}  // namespace
+
+std::vector<DiscoveredInterface> DiscoverGvcpDevices() {
+    std::vector<std::unique_ptr<Answers>> interfaces;
+    std::vector<std::unique_ptr<Search>> searches;
+    for (NetworkInterface& interface : ListNetworkInterfaces()) {
+        const std::uint32_t address = interface.address;
+        auto known = std::ranges::find(interfaces, interface.name, &Answers::InterfaceName);
+        if (known == interfaces.end()) {
+            interfaces.push_back(std::make_unique<Answers>(std::move(interface)));
+            known = interfaces.end() - 1;
+        }
+        searches.push_back(std::make_unique<Search>(**known, address));
+    }
+    const auto start = Clock::now();
+    std::uint16_t requestId = DrawRequestId();
+    for (const milliseconds sendTime : kSendTimes) {
+        Listen(searches, start + sendTime);
+        for (const auto& search : searches) {
+            search->Ask(requestId);
+        }
+        ++requestId;
+    }
+    Listen(searches, start + kWindow);
+
+    std::vector<DiscoveredInterface> found;
+    for (const auto& answers : interfaces) {
+        found.push_back(answers->Take());
+    }
+    return found;
+}

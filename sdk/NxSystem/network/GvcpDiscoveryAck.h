@@ -1,0 +1,31 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+/// What a device says of itself in a DISCOVERY_ACK (GigE Vision 2.0, section 16.1.2).
+struct GvcpDiscoveryAck {
+    std::uint16_t requestId = 0;
+    std::array<std::uint8_t, 6> mac{};
+    std::uint32_t address = 0;  ///< host byte order
+    std::string manufacturer;
+    std::string model;
+    std::string version;
+    std::string manufacturerInfo;
+    std::string serial;
+    std::string userName;
+
+    /// True for a device in its boot loader, which takes firmware by TFTP only.
+    [[nodiscard]] bool IsLoader() const;
+
+    /// Empty when the datagram is no well-formed, successful DISCOVERY_ACK. Characters that are not
+    /// printable are replaced, since the texts are shown on consoles.
+    static std::optional<GvcpDiscoveryAck> Parse(std::span<const std::byte> datagram);
+};
+
+/// A DISCOVERY_CMD (GigE Vision 2.0, section 16.1.1).
+std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId);

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <internal/NxSystem/U3vIdentity.h>
+
+/// One USB host controller, with all of its buses, and the USB3 Vision devices plugged into it.
+struct UsbController {
+    std::string name;  ///< the system's name of it, "0000:00:14.0"
+    std::vector<U3vIdentity> devices;
+};
+
+/// Every USB host controller in the order of its first bus, with its devices in the order of bus
+/// and port path. Opens USB3 Vision devices only, for 0.8 seconds in all; one whose
+/// GUID is not read in time is listed by its place. Prints nothing.
+std::vector<UsbController> ListUsbControllers();
