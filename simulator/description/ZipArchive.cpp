@@ -19,23 +19,13 @@ void Append(std::vector<std::uint8_t>& bytes, std::uint64_t value, unsigned int 
     }
 }
 
-// Raw deflate: without zlib's own header and check sum.
+// Raw deflate: without zlib's own header of 2 bytes and its check sum of 4.
 std::vector<std::uint8_t> Deflate(const std::string& content) {
-    constexpr int kRawWindow = -15;
-    constexpr int kDefaultMemory = 8;
-    z_stream stream{};
-    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, kRawWindow, kDefaultMemory,
-                 Z_DEFAULT_STRATEGY);
-    std::vector<std::uint8_t> packed(deflateBound(&stream, content.size()));
-    std::string source = content;  // zlib's input pointer is not const
-    stream.next_in = reinterpret_cast<Bytef*>(source.data());
-    stream.avail_in = static_cast<uInt>(source.size());
-    stream.next_out = packed.data();
-    stream.avail_out = static_cast<uInt>(packed.size());
-    deflate(&stream, Z_FINISH);
-    packed.resize(stream.total_out);
-    deflateEnd(&stream);
-    return packed;
+    uLongf size = compressBound(content.size());
+    std::vector<std::uint8_t> packed(size);
+    (void)compress2(packed.data(), &size, reinterpret_cast<const Bytef*>(content.data()),
+                    content.size(), Z_BEST_COMPRESSION);
+    return {packed.begin() + 2, packed.begin() + static_cast<std::ptrdiff_t>(size) - 4};
 }
 
 void Append(std::vector<std::uint8_t>& bytes, const std::vector<std::uint8_t>& more) {

@@ -1,8 +1,7 @@
 #include "DeviceProfile.h"
 
-#include <arpa/inet.h>
-
 #include "NameTable.h"
+#include "simulator/network/Peer.h"
 
 namespace simulator {
 
@@ -24,18 +23,6 @@ constexpr std::uint32_t kMaxCommandRegisterBuffer = 65532;
 
 bool IsPercentage(double value) {
     return value >= 0 && value <= 100;
-}
-
-bool AreUsable(const DatagramFaults& faults) {
-    return IsPercentage(faults.lossPercent) && IsPercentage(faults.duplicatePercent) &&
-           IsPercentage(faults.reorderPercent) && IsPercentage(faults.delayPercent) &&
-           faults.delay.count() >= 0;
-}
-
-bool AreUsable(const TftpFaults& faults) {
-    return IsPercentage(faults.lossPercent) && IsPercentage(faults.duplicatePercent) &&
-           IsPercentage(faults.reorderPercent) && IsPercentage(faults.lateCopyPercent) &&
-           faults.delay.count() >= 0;
 }
 
 int HexDigit(char character) {
@@ -86,8 +73,7 @@ std::optional<std::uint64_t> ParseMac(const std::string& text) {
 }
 
 std::string WhyUnusable(const DeviceOptions& options) {
-    in_addr address{};
-    if (inet_pton(AF_INET, options.place.address.c_str(), &address) != 1) {
+    if (!ParseAddress(options.place.address)) {
         return "\"" + options.place.address + "\" is not an IPv4 address";
     }
     if (options.place.interfaceName.empty() || options.place.interfaceName.size() > 15) {
@@ -126,9 +112,9 @@ std::string WhyUnusable(const DeviceOptions& options) {
         !IsPrintable(options.firmware.family)) {
         return "the family must be 1 to 32 characters of printable ASCII";
     }
-    if (!AreUsable(options.faults.received) || !AreUsable(options.faults.sent) ||
+    if (!options.faults.received.AreUsable() || !options.faults.sent.AreUsable() ||
         !IsPercentage(options.faults.staleAckPercent) ||
-        !IsPercentage(options.faults.busyPercent) || !AreUsable(options.faults.tftp)) {
+        !IsPercentage(options.faults.busyPercent) || !options.faults.tftp.datagrams.AreUsable()) {
         return "percentages must be from 0 to 100";
     }
     if (options.tftp.rollover > 1) {

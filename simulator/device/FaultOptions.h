@@ -4,21 +4,10 @@
 #include <cstdint>
 #include <optional>
 
+#include "simulator/network/DatagramFaults.h"
 #include "simulator/tftp/session/TftpFaults.h"
 
 namespace simulator {
-
-/// What happens to datagrams in one direction: percentages, 0 to 100, each drawn for itself.
-struct DatagramFaults {
-    double lossPercent = 0;
-    double duplicatePercent = 0;
-    /// Let the next datagram go first (or 50 ms pass, when none comes).
-    double reorderPercent = 0;
-    double delayPercent = 0;
-    std::chrono::milliseconds delay{100};  ///< of the datagrams drawn for delayPercent
-
-    bool operator==(const DatagramFaults&) const = default;
-};
 
 /// What goes wrong, on purpose and repeatably.
 struct FaultOptions {
@@ -36,7 +25,7 @@ struct FaultOptions {
     std::chrono::milliseconds discoveryDelay{0};  ///< of every discovery acknowledge
     std::uint32_t discoveriesLost = 0;            ///< of the first ones after power-on
 
-    TftpFaults tftp;  ///< drawn with `seed`, not with its own
+    TftpFaults tftp;
 
     // When this many bytes of a payload have come, whatever the bus; each strikes once.
     std::optional<std::uint64_t> muteAtByte;    ///< no answer any more, until power-on

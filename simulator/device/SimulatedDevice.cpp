@@ -114,27 +114,17 @@ void SimulatedDevice::PowerOff(bool reset) {
 }
 
 void SimulatedDevice::PayloadGrew(std::uint64_t total) {
-    const FaultOptions& faults = mOptions.faults;
-    const auto strikes = [total](const std::optional<std::uint64_t>& at, std::atomic<bool>& done) {
-        return at && total >= *at && !done.exchange(true);
-    };
-    if (strikes(faults.muteAtByte, mMuteStruck)) {
-        mMuted = true;
-        mEvents.Add("fault", {{"kind", "mute"}, {"bytes", total}});
-    }
-    if (strikes(faults.rebootAtByte, mRebootStruck)) {
-        mMuted = true;
-        mEvents.Add("fault", {{"kind", "reboot"}, {"bytes", total}});
-        Ask(Request::kReboot);
-    }
-    if (strikes(faults.vanishAtByte, mVanishStruck)) {
-        mMuted = true;
-        mEvents.Add("fault", {{"kind", "vanish"}, {"bytes", total}});
-        Ask(Request::kVanish);
-    }
-    if (strikes(faults.loseControlAtByte, mLoseControlStruck)) {
-        mControlLost = true;
-        mEvents.Add("fault", {{"kind", "lose-control"}, {"bytes", total}});
+    for (const PayloadFault fault : mFaults.Strike(total)) {
+        if (fault == PayloadFault::kLoseControl) {
+            mControlLost = true;
+            continue;
+        }
+        mMuted = true;  // first: power-on ends it
+        if (fault == PayloadFault::kReboot) {
+            Ask(Request::kReboot);
+        } else if (fault == PayloadFault::kVanish) {
+            Ask(Request::kVanish);
+        }
     }
 }
 

@@ -11,6 +11,7 @@
 #include "DeviceProfile.h"
 #include "DeviceService.h"
 #include "EventLog.h"
+#include "PayloadFaults.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/gvcp/CommandCounters.h"
 
@@ -68,10 +69,7 @@ class SimulatedDevice : private FirmwareListener {
     std::unique_ptr<FirmwareStore> mFirmware;
     std::atomic<bool> mMuted{false};
     std::atomic<bool> mControlLost{false};
-    std::atomic<bool> mMuteStruck{false};
-    std::atomic<bool> mRebootStruck{false};
-    std::atomic<bool> mVanishStruck{false};
-    std::atomic<bool> mLoseControlStruck{false};
+    PayloadFaults mFaults{mOptions.faults, mEvents};
 
     std::vector<std::unique_ptr<DeviceService>> mServices;  // started and stopped in Start, Stop
                                                             // and, between them, by mPower

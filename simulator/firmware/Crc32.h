@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zlib.h>
+
 #include <cstdint>
 
 #include "simulator/registers/ByteOrder.h"
@@ -10,13 +12,22 @@ namespace simulator {
 /// taken over any number of pieces.
 class Crc32 {
   public:
-    void Add(ConstBytes bytes);
-    [[nodiscard]] std::uint32_t Value() const { return ~mRemainder; }
+    void Add(ConstBytes bytes) {
+        // zlib takes a null pointer, which no bytes may well have, for a wish to begin anew.
+        if (!bytes.empty()) {
+            mValue = crc32_z(mValue, bytes.data(), bytes.size());
+        }
+    }
+    [[nodiscard]] std::uint32_t Value() const { return static_cast<std::uint32_t>(mValue); }
 
-    [[nodiscard]] static std::uint32_t Of(ConstBytes bytes);
+    [[nodiscard]] static std::uint32_t Of(ConstBytes bytes) {
+        Crc32 crc;
+        crc.Add(bytes);
+        return crc.Value();
+    }
 
   private:
-    std::uint32_t mRemainder = 0xffffffffU;
+    uLong mValue = 0;
 };
 
 }  // namespace simulator

@@ -1,19 +1,12 @@
 #pragma once
 
 #include <chrono>
-#include <compare>
 #include <cstdint>
 #include <optional>
 
-namespace simulator {
+#include "simulator/network/Peer.h"
 
-/// Where a datagram came from, host byte order.
-struct Peer {
-    std::uint32_t address = 0;
-    std::uint16_t port = 0;
-    // clang-tidy 14 takes the zero that a defaulted <=> compares with for a pointer.
-    auto operator<=>(const Peer&) const = default;  // NOLINT(modernize-use-nullptr)
-};
+namespace simulator {
 
 /// Who controls a device: the control channel privilege register (CCP) and the heartbeat behind it
 /// (GigE Vision 2.0, sections 10.2 and 10.3).

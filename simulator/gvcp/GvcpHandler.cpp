@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "GvcpPacket.h"
-#include "simulator/network/Percentage.h"
 
 namespace simulator {
 
@@ -20,14 +19,6 @@ Packet WriteAcknowledge(std::uint16_t status, std::uint16_t command, std::uint16
     std::array<std::uint8_t, 4> payload{};
     StoreBig<std::uint16_t>(payload, 2, static_cast<std::uint16_t>(index));
     return gvcp::Acknowledge(status, command, id, payload);
-}
-
-std::string Text(const Peer& peer) {
-    std::string text;
-    for (const unsigned int shift : {24U, 16U, 8U, 0U}) {
-        text += std::to_string(peer.address >> shift & 0xffU) + (shift != 0 ? "." : ":");
-    }
-    return text + std::to_string(peer.port);
 }
 
 }  // namespace
@@ -90,7 +81,7 @@ GvcpReply GvcpHandler::Answer(const Request& request) {
     CountCommand(request);
     GvcpReply reply;
     const Packet* const before = mAnswered.Last(request.peer);
-    if (Happens(mOptions.faults.busyPercent, mChance)) {
+    if (mChance.Happens(mOptions.faults.busyPercent)) {
         reply.acknowledge = gvcp::Acknowledge(gvcp::kBusy, request.command, request.id);
         reply.delay = mOptions.latency;
         return reply;
@@ -105,7 +96,7 @@ GvcpReply GvcpHandler::Answer(const Request& request) {
             gvcp::kSuccess, gvcp::kPending, request.id,
             static_cast<std::size_t>(std::min<std::int64_t>(announced.count(), 0xffff))));
     }
-    if (before != nullptr && Happens(mOptions.faults.staleAckPercent, mChance)) {
+    if (before != nullptr && mChance.Happens(mOptions.faults.staleAckPercent)) {
         mEvents.Add("stale_ack", {{"id", LoadBig<std::uint16_t>(*before, 6)}});
         reply.first.push_back(*before);
     }
@@ -238,7 +229,7 @@ std::uint16_t GvcpHandler::WriteWords(const Request& request, std::uint32_t addr
 
 std::uint16_t GvcpHandler::WriteControl(const Request& request, std::uint32_t value) {
     if (mOptions.faults.refuseControl && value != 0) {
-        mEvents.Add("control_refused", {{"peer", Text(request.peer)}});
+        mEvents.Add("control_refused", {{"peer", request.peer.Text()}});
         return gvcp::kAccessDenied;
     }
     const bool held = mControl.Holder().has_value();
@@ -248,7 +239,7 @@ std::uint16_t GvcpHandler::WriteControl(const Request& request, std::uint32_t va
     if (mControl.Holder()) {
         mBootstrap.ShowControl(mControl.Value(), request.peer.address, request.peer.port);
         mEvents.Add("control_taken",
-                    {{"peer", Text(request.peer)}, {"privilege", mControl.Value()}});
+                    {{"peer", request.peer.Text()}, {"privilege", mControl.Value()}});
     } else if (held) {
         ControlEnded("released");
     }
@@ -276,7 +267,7 @@ void GvcpHandler::GiveControlAway() {
     ControlEnded("taken over");
     mControl.GiveTo(kAnother);
     mBootstrap.ShowControl(mControl.Value(), kAnother.address, kAnother.port);
-    mEvents.Add("control_taken", {{"peer", Text(kAnother)}, {"privilege", mControl.Value()}});
+    mEvents.Add("control_taken", {{"peer", kAnother.Text()}, {"privilege", mControl.Value()}});
 }
 
 void GvcpHandler::Abandon() {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <random>
 #include <vector>
 
 #include "AnsweredCommands.h"
@@ -13,6 +12,7 @@
 #include "GvcpBootstrap.h"
 #include "simulator/device/DeviceProfile.h"
 #include "simulator/device/EventLog.h"
+#include "simulator/network/Chance.h"
 #include "simulator/registers/DeviceMemory.h"
 #include "simulator/registers/FeatureRegisters.h"
 
@@ -84,7 +84,7 @@ class GvcpHandler {
     FeatureRegisters mFeatures;
     ControlPrivilege mControl;
     AnsweredCommands mAnswered;
-    std::mt19937 mChance;
+    Chance mChance;
 };
 
 }  // namespace simulator

@@ -1,10 +1,8 @@
 #include "GvcpService.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "GvcpPacket.h"
@@ -34,8 +32,13 @@ bool GvcpService::Start(const NetworkPlace& place, std::string& why) {
         mSockets.clear();
         return false;
     }
+    if (!mWake.emplace().IsUsable()) {
+        why = std::string("cannot serve GVCP: ") + std::strerror(errno);
+        mSockets.clear();
+        return false;
+    }
     const DeviceOptions& options = mContext.options;
-    const std::uint32_t address = ParseAddress(place.address);
+    const std::uint32_t address = ParseAddress(place.address).value_or(0);
     mReceived.emplace(options.faults.received, options.faults.seed);
     mSent.emplace(options.faults.sent, ~options.faults.seed);
     mHandler = std::make_unique<GvcpHandler>(options, mContext.firmware, mContext.events, mCounters,
@@ -44,13 +47,12 @@ bool GvcpService::Start(const NetworkPlace& place, std::string& why) {
     mCommands = 0;
     mDiscoveries = 0;
     mLate.clear();
-    mWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     mThread = std::thread(&GvcpService::Run, this);
     return true;
 }
 
 bool GvcpService::OpenSockets(const NetworkPlace& place, std::string& why) {
-    const std::uint32_t address = ParseAddress(place.address);
+    const std::uint32_t address = ParseAddress(place.address).value_or(0);
     std::vector<std::uint32_t> broadcasts{kLimitedBroadcast};
     const std::uint32_t directed = FindSubnet(place.interfaceName, address).broadcast;
     if (directed != kLimitedBroadcast && directed != address) {
@@ -68,17 +70,19 @@ void GvcpService::Stop() {
     if (!mThread.joinable()) {
         return;
     }
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(mWake, &one, sizeof(one));
+    mWake->Signal();
     mThread.join();
-    close(mWake);
     mSockets.clear();
     mHandler->Abandon();
     mHandler.reset();
 }
 
 void GvcpService::Run() {
-    while (Wait(TimeToNextEvent(), true)) {
+    std::vector<int> descriptors;
+    for (const BoundSocket& socket : mSockets) {
+        descriptors.push_back(socket.Descriptor());
+    }
+    while (mWake->Wait(descriptors, NextEvent())) {
         for (const BoundSocket& socket : mSockets) {
             Drain(socket);
         }
@@ -91,29 +95,13 @@ void GvcpService::Run() {
     }
 }
 
-std::chrono::nanoseconds GvcpService::TimeToNextEvent() const {
+GvcpService::Clock::time_point GvcpService::NextEvent() const {
     constexpr std::chrono::milliseconds kTick{50};  // how often the heartbeat is looked at
     Clock::time_point next = Clock::now() + kTick;
     for (const auto& due : {mReceived->NextDue(), mSent->NextDue()}) {
         next = std::min(next, due.value_or(next));
     }
-    if (!mLate.empty()) {
-        next = std::min(next, mLate.front().first);
-    }
-    return std::max(std::chrono::nanoseconds(0), std::chrono::nanoseconds(next - Clock::now()));
-}
-
-bool GvcpService::Wait(std::chrono::nanoseconds time, bool forDatagrams) {
-    std::vector<pollfd> descriptors{{mWake, POLLIN, 0}};
-    if (forDatagrams) {
-        for (const BoundSocket& socket : mSockets) {
-            descriptors.push_back({socket.Descriptor(), POLLIN, 0});
-        }
-    }
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
-    const timespec limit{seconds.count(), (time - seconds).count()};
-    (void)ppoll(descriptors.data(), descriptors.size(), &limit, nullptr);
-    return (descriptors[0].revents & POLLIN) == 0;
+    return mLate.empty() ? next : std::min(next, mLate.front().first);
 }
 
 void GvcpService::Drain(const BoundSocket& socket) {
@@ -169,7 +157,7 @@ void GvcpService::Serve(const Datagram& datagram) {
     for (std::vector<std::uint8_t>& packet : reply->first) {
         Send({datagram.peer, std::move(packet)});
     }
-    if (reply->delay.count() > 0 && !Wait(reply->delay, false)) {
+    if (reply->delay.count() > 0 && !mWake->Wait({}, Clock::now() + reply->delay)) {
         return;
     }
     Send({datagram.peer, std::move(reply->acknowledge)});

@@ -12,6 +12,7 @@
 #include "simulator/device/DeviceService.h"
 #include "simulator/network/BoundSocket.h"
 #include "simulator/network/FaultyLine.h"
+#include "simulator/network/WakeUp.h"
 
 namespace simulator {
 
@@ -35,9 +36,7 @@ class GvcpService final : public DeviceService {
     void Serve(const Datagram& datagram);
     void Send(Datagram datagram);
     void SendDue();
-    /// @return false when it was woken up to stop
-    [[nodiscard]] bool Wait(std::chrono::nanoseconds time, bool forDatagrams);
-    [[nodiscard]] std::chrono::nanoseconds TimeToNextEvent() const;
+    [[nodiscard]] Clock::time_point NextEvent() const;
 
     const DeviceContext mContext;
     CommandCounters& mCounters;
@@ -48,7 +47,7 @@ class GvcpService final : public DeviceService {
     std::uint64_t mCommands = 0;                                // since power-on, without discovery
     std::uint32_t mDiscoveries = 0;                             // lost since power-on
     std::vector<std::pair<Clock::time_point, Datagram>> mLate;  // in their order
-    int mWake = -1;  // eventfd, readable when the thread is to end
+    std::optional<WakeUp> mWake;                                // tells the thread to end
     std::thread mThread;
 };
 

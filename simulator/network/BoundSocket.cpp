@@ -1,6 +1,5 @@
 #include "BoundSocket.h"
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -14,6 +13,9 @@
 namespace simulator {
 
 namespace {
+
+// A window of large blocks arrives in one burst; the kernel grants less where it must.
+constexpr int kWantedReceiveBuffer = 1 << 22;
 
 sockaddr_in ToSocketAddress(std::uint32_t address, std::uint16_t port) {
     sockaddr_in socketAddress{};
@@ -48,11 +50,10 @@ BoundSocket& BoundSocket::operator=(BoundSocket&& other) noexcept {
 bool BoundSocket::Open(const std::string& interfaceName, std::uint32_t address, std::uint16_t port,
                        bool shared, std::string& why) {
     const auto fail = [&](const char* what) {
-        in_addr network{htonl(address)};
-        std::array<char, INET_ADDRSTRLEN> text{};
-        inet_ntop(AF_INET, &network, text.data(), text.size());
-        why = std::string("cannot ") + what + " " + text.data() + ":" + std::to_string(port) +
-              " on " + interfaceName + ": " + std::strerror(errno);
+        const int error = errno;
+        why = std::string("cannot ") + what + " " + Peer{address, port}.Text() + " on " +
+              interfaceName + ": " + std::strerror(error);
+        errno = error;
         return false;
     };
     mDescriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
@@ -63,7 +64,10 @@ bool BoundSocket::Open(const std::string& interfaceName, std::uint32_t address, 
     if (shared && setsockopt(mDescriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0) {
         return fail("share");
     }
-    if (setsockopt(mDescriptor, SOL_SOCKET, SO_BINDTODEVICE, interfaceName.c_str(),
+    (void)setsockopt(mDescriptor, SOL_SOCKET, SO_RCVBUF, &kWantedReceiveBuffer,
+                     sizeof(kWantedReceiveBuffer));
+    if (!interfaceName.empty() &&
+        setsockopt(mDescriptor, SOL_SOCKET, SO_BINDTODEVICE, interfaceName.c_str(),
                    static_cast<socklen_t>(interfaceName.size())) != 0) {
         return fail("use the interface for");
     }
@@ -74,12 +78,29 @@ bool BoundSocket::Open(const std::string& interfaceName, std::uint32_t address, 
     return true;
 }
 
+std::uint16_t BoundSocket::Port() const {
+    sockaddr_in address{};
+    socklen_t size = sizeof(address);
+    (void)getsockname(mDescriptor, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
+
+unsigned int BoundSocket::ReceiveBuffer() const {
+    int bytes = 0;
+    socklen_t size = sizeof(bytes);
+    (void)getsockopt(mDescriptor, SOL_SOCKET, SO_RCVBUF, &bytes, &size);
+    return bytes > 0 ? static_cast<unsigned int>(bytes) : 0;
+}
+
 std::optional<Datagram> BoundSocket::Receive() const {
-    std::array<std::uint8_t, 65536> buffer;
+    std::array<std::uint8_t, 65536> buffer;  // NOLINT: 64 KiB need no zeros
     sockaddr_in from{};
     socklen_t length = sizeof(from);
-    const ssize_t count = recvfrom(mDescriptor, buffer.data(), buffer.size(), 0,
-                                   reinterpret_cast<sockaddr*>(&from), &length);
+    ssize_t count = -1;
+    do {
+        count = recvfrom(mDescriptor, buffer.data(), buffer.size(), 0,
+                         reinterpret_cast<sockaddr*>(&from), &length);
+    } while (count < 0 && (errno == EINTR || errno == ECONNREFUSED));
     if (count < 0) {
         return std::nullopt;
     }
@@ -87,15 +108,10 @@ std::optional<Datagram> BoundSocket::Receive() const {
                     {buffer.begin(), buffer.begin() + count}};
 }
 
-void BoundSocket::Send(const Datagram& datagram) const {
-    const sockaddr_in to = ToSocketAddress(datagram.peer.address, datagram.peer.port);
-    (void)sendto(mDescriptor, datagram.bytes.data(), datagram.bytes.size(), 0,
-                 reinterpret_cast<const sockaddr*>(&to), sizeof(to));
-}
-
-std::uint32_t ParseAddress(const std::string& text) {
-    in_addr address{};
-    return inet_pton(AF_INET, text.c_str(), &address) == 1 ? ntohl(address.s_addr) : 0;
+void BoundSocket::Send(const Peer& to, std::span<const std::uint8_t> bytes) const {
+    const sockaddr_in address = ToSocketAddress(to.address, to.port);
+    (void)sendto(mDescriptor, bytes.data(), bytes.size(), 0,
+                 reinterpret_cast<const sockaddr*>(&address), sizeof(address));
 }
 
 Subnet FindSubnet(const std::string& interfaceName, std::uint32_t address) {

@@ -1,8 +1,7 @@
 #include "FaultyLine.h"
 
 #include <algorithm>
-
-#include "Percentage.h"
+#include <utility>
 
 namespace simulator {
 
@@ -10,29 +9,34 @@ FaultyLine::FaultyLine(const DatagramFaults& faults, std::uint32_t seed)
     : mFaults(faults), mChance(seed) {}
 
 std::vector<Datagram> FaultyLine::Pass(Datagram datagram, Clock::time_point now) {
-    // Always four draws, so that one decision does not shift the others.
-    const bool lost = Happens(mFaults.lossPercent, mChance);
-    const bool duplicated = Happens(mFaults.duplicatePercent, mChance);
-    const bool reordered = Happens(mFaults.reorderPercent, mChance);
-    const bool delayed = Happens(mFaults.delayPercent, mChance);
+    // Always all the draws, so that one decision does not shift the others.
+    const bool lost = mChance.Happens(mFaults.lossPercent);
+    const bool duplicated = mChance.Happens(mFaults.duplicatePercent);
+    const bool reordered = mChance.Happens(mFaults.reorderPercent);
+    const bool delayed = mChance.Happens(mFaults.delayPercent);
+    const bool copiedLater = mChance.Happens(mFaults.lateCopyPercent);
     if (lost) {
         return {};
     }
+    const auto overtaken =
+        std::find_if(mHeld.begin(), mHeld.end(), [](const Held& held) { return held.untilNext; });
+    const bool overtakes = overtaken != mHeld.end();
     std::vector<Datagram> out;
-    if (delayed || reordered) {
+    if (duplicated) {
+        out.push_back(datagram);
+    }
+    if (!delayed && (!reordered || overtakes)) {
+        out.push_back(datagram);
+        if (overtakes) {
+            out.push_back(std::move(overtaken->datagram));
+            mHeld.erase(overtaken);
+        }
+    } else {
         mHeld.push_back({datagram, now + (delayed ? mFaults.delay : kReorderLimit), !delayed});
-        if (duplicated) {
-            out.push_back(std::move(datagram));
-        }
-        return out;
     }
-    out.assign(duplicated ? 2 : 1, datagram);
-    for (const Held& held : mHeld) {
-        if (held.untilNext) {
-            out.push_back(held.datagram);
-        }
+    if (copiedLater) {
+        mHeld.push_back({std::move(datagram), now + mFaults.delay, false});
     }
-    std::erase_if(mHeld, [](const Held& held) { return held.untilNext; });
     return out;
 }
 

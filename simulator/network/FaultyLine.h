@@ -3,20 +3,13 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <random>
 #include <vector>
 
-#include "simulator/device/FaultOptions.h"
-#include "simulator/gvcp/ControlPrivilege.h"
+#include "Chance.h"
+#include "DatagramFaults.h"
+#include "Peer.h"
 
 namespace simulator {
-
-/// A datagram and who is at its other end.
-struct Datagram {
-    Peer peer;
-    std::vector<std::uint8_t> bytes;
-    bool operator==(const Datagram&) const = default;
-};
 
 /// One direction of a bad network. The decisions for the n-th datagram depend on the seed and n
 /// alone.
@@ -39,11 +32,11 @@ class FaultyLine {
     struct Held {
         Datagram datagram;
         Clock::time_point due;
-        bool untilNext;  // leaves behind the next datagram
+        bool untilNext;  // leaves behind the next datagram; at most one does
     };
 
     const DatagramFaults mFaults;
-    std::mt19937 mChance;
+    Chance mChance;
     std::vector<Held> mHeld;
 };
 

@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "AccessArguments.h"
-#include "DurationOption.h"
 #include "HelpFormatter.h"
+#include "OptionGroup.h"
 #include "TftpArguments.h"
 
 using simulator::DatagramFaults;
@@ -77,161 +77,111 @@ std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool 
     return "";
 }
 
-void AddBytePosition(CLI::App& app, const std::string& name, std::optional<std::uint64_t>& target,
-                     const std::string& description) {
-    app.add_option_function<std::uint64_t>(
-           name, [&target](std::uint64_t value) { target = value; }, description)
-        ->type_name("BYTE")
-        ->group("Faults");
-}
-
-void AddPlace(CLI::App& app, SimulatorArguments& arguments) {
+void AddPlace(OptionGroup& group, SimulatorArguments& arguments) {
     DeviceOptions& device = arguments.device;
-    app.add_option("--interface", device.place.interfaceName,
-                   "Network interface that every socket is bound to")
-        ->type_name("NAME")
-        ->capture_default_str();
-    app.add_option("--address", device.place.address, "IPv4 address, of that interface")
-        ->type_name("ADDRESS")
-        ->capture_default_str();
-    app.add_option("--mac", device.mac, "MAC address that discovery reports")
-        ->type_name("ADDRESS")
-        ->capture_default_str();
-    app.add_option("--ready-file", arguments.readyFile,
-                   "Written when the device answers, removed when the program ends")
-        ->type_name("FILE");
-    app.add_option("--events", arguments.eventFile,
-                   "What happens to the device, as JSON lines, appended")
-        ->type_name("FILE");
-    app.add_flag("--operation-events", device.operationEvents,
-                 "Among them every file operation, with the commands so far");
+    group.Add("--interface", device.place.interfaceName, "NAME",
+              "Network interface that every socket is bound to");
+    group.Add("--address", device.place.address, "ADDRESS", "IPv4 address, of that interface");
+    group.Add("--mac", device.mac, "ADDRESS", "MAC address that discovery reports");
+    group.Add("--ready-file", arguments.readyFile, "FILE",
+              "Written when the device answers, removed when the program ends");
+    group.Add("--events", arguments.eventFile, "FILE",
+              "What happens to the device, as JSON lines, appended");
+    group.AddFlag("--operation-events", device.operationEvents,
+                  "Among them every file operation, with the commands so far");
 }
 
-void AddIdentity(CLI::App& app, SimulatorArguments& arguments) {
+void AddIdentity(OptionGroup& group, SimulatorArguments& arguments) {
     DeviceOptions& device = arguments.device;
-    app.add_option_function<std::string>(
-           "--profile",
-           [&arguments, &device](const std::string& name) {
-               if (name == kUsbProfile) {
-                   arguments.usb.enabled = true;
-                   return;
-               }
-               const std::optional<Profile> profile = simulator::ProfileNamed(name);
-               if (!profile) {
-                   throw CLI::ValidationError("--profile", "there is no profile " + name);
-               }
-               device.profile = *profile;
-           },
-           "What the device offers: file-access, single-file, no-file-access, backup-load, "
-           "main-load, selector-without-dfw, loader; u3v is file-access with --u3v")
-        ->type_name("NAME")
-        ->default_str(simulator::NameOf(device.profile));
-    app.add_option("--vendor", device.vendor, "Vendor name")->capture_default_str();
-    app.add_option("--model", device.model, "Model name")->capture_default_str();
-    app.add_option("--serial", device.serial, "Serial number")->capture_default_str();
-    app.add_option("--user-name", device.firmware.deviceId,
-                   "User-defined name (device ID), unless the state folder has one");
+    group.AddChoice(
+        "--profile", device.profile, "profile",
+        [&arguments](const std::string& name) {
+            arguments.usb.enabled = arguments.usb.enabled || name == kUsbProfile;
+            return simulator::ProfileNamed(
+                name == kUsbProfile ? simulator::NameOf(Profile::kFileAccess) : name);
+        },
+        simulator::NameOf(device.profile), "NAME",
+        "What the device offers: file-access, single-file, no-file-access, backup-load, "
+        "main-load, selector-without-dfw, loader; u3v is file-access with --u3v");
+    group.Add("--vendor", device.vendor, "TEXT", "Vendor name");
+    group.Add("--model", device.model, "TEXT", "Model name");
+    group.Add("--serial", device.serial, "TEXT", "Serial number");
+    group.Add("--user-name", device.firmware.deviceId, "TEXT",
+              "User-defined name (device ID), unless the state folder has one");
 }
 
-void AddFirmware(CLI::App& app, DeviceOptions& device) {
+void AddFirmware(OptionGroup& group, DeviceOptions& device) {
     FirmwareStore::Options& firmware = device.firmware;
-    app.add_option("--state", firmware.folder,
-                   "Where state.json and firmware.bin are kept over restarts; "
-                   "without it the device begins anew each time")
-        ->type_name("FOLDER");
-    app.add_option("--family", firmware.family, "Device family of the payloads it takes")
-        ->type_name("NAME")
-        ->capture_default_str();
-    app.add_option_function<std::string>(
-           "--firmware-version",
-           [&firmware](const std::string& text) {
-               const std::optional<FirmwareVersion> version = FirmwareVersion::Parse(text);
-               if (!version) {
-                   throw CLI::ValidationError("--firmware-version",
-                                              text + " is not of the form MAJOR.MINOR");
-               }
-               firmware.version = *version;
-           },
-           "Version it runs, unless the state folder knows better")
-        ->type_name("MAJOR.MINOR")
+    group.Call<std::string>(
+        "--state", [&firmware](const std::string& folder) { firmware.folder = folder; }, "FOLDER",
+        "Where state.json and firmware.bin are kept over restarts; "
+        "without it the device begins anew each time");
+    group.Add("--family", firmware.family, "NAME", "Device family of the payloads it takes");
+    group
+        .Call<std::string>(
+            "--firmware-version",
+            [&firmware](const std::string& text) {
+                const std::optional<FirmwareVersion> version = FirmwareVersion::Parse(text);
+                if (!version) {
+                    throw CLI::ValidationError("--firmware-version",
+                                               text + " is not of the form MAJOR.MINOR");
+                }
+                firmware.version = *version;
+            },
+            "MAJOR.MINOR", "Version it runs, unless the state folder knows better")
         ->default_str(firmware.version.Text());
-    AddDuration(app, "--flash-time", firmware.flashTime, "How long new firmware is being flashed");
-    AddDuration(app, "--reboot-time", device.rebootTime, "How long the device is gone at a reset");
-    app.add_flag_callback(
-        "--non-volatile-wording",
-        [&firmware] { firmware.wording = FirmwareStore::Wording::kNonVolatile; },
-        "Report success as \"Successfully wrote file to non-volatile memory\" "
-        "instead of \"Firmware applied: \"");
+    group.AddTime("--flash-time", firmware.flashTime, "How long new firmware is being flashed");
+    group.AddTime("--reboot-time", device.rebootTime, "How long the device is gone at a reset");
+    group.AddSwitch("--non-volatile-wording", firmware.wording,
+                    FirmwareStore::Wording::kNonVolatile,
+                    "Report success as \"Successfully wrote file to non-volatile memory\" "
+                    "instead of \"Firmware applied: \"");
 }
 
-void AddFaults(CLI::App& app, DeviceOptions& device) {
+void AddFaults(OptionGroup group, DeviceOptions& device) {
     FaultOptions& faults = device.faults;
     const auto bothWays = [&](const std::string& name, double DatagramFaults::*member,
                               const std::string& description) {
-        app.add_option_function<double>(
-               name,
-               [&faults, member](double percent) {
-                   faults.received.*member = percent;
-                   faults.sent.*member = percent;
-               },
-               description + ", percent, each way")
-            ->type_name("P")
-            ->group("Faults");
+        group.Call<double>(
+            name,
+            [&faults, member](double percent) {
+                faults.received.*member = percent;
+                faults.sent.*member = percent;
+            },
+            "P", description + ", percent, each way");
     };
-    app.add_option("--seed", faults.seed, "The same faults for the same seed")
-        ->type_name("N")
-        ->capture_default_str()
-        ->group("Faults");
+    group.Add("--seed", faults.seed, "N", "The same faults for the same seed");
     bothWays("--loss", &DatagramFaults::lossPercent, "GVCP datagrams lost");
     bothWays("--duplicate", &DatagramFaults::duplicatePercent, "GVCP datagrams doubled");
     bothWays("--reorder", &DatagramFaults::reorderPercent, "GVCP datagrams out of order");
     bothWays("--delayed", &DatagramFaults::delayPercent, "GVCP datagrams delayed");
-    app.add_option_function<std::uint32_t>(
-           "--delay",
-           [&faults](std::uint32_t milliseconds) {
-               faults.received.delay = std::chrono::milliseconds(milliseconds);
-               faults.sent.delay = faults.received.delay;
-           },
-           "By how much")
-        ->type_name("MS")
-        ->default_str(std::to_string(faults.sent.delay.count()))
-        ->group("Faults");
-    app.add_option("--stale-acks", faults.staleAckPercent,
-                   "Send an earlier acknowledge first, percent")
-        ->type_name("P")
-        ->group("Faults");
-    app.add_option("--busy", faults.busyPercent, "Answer BUSY, percent")
-        ->type_name("P")
-        ->group("Faults");
-    app.add_flag("--refuse-control", faults.refuseControl, "Nobody gets control")->group("Faults");
-    AddBytePosition(app, "--mute-at", faults.muteAtByte,
-                    "Answer nothing once so many payload bytes have come");
-    AddBytePosition(app, "--reboot-at", faults.rebootAtByte, "Reboot then");
-    AddBytePosition(app, "--vanish-at", faults.vanishAtByte, "Be unplugged then");
-    AddBytePosition(app, "--lose-control-at", faults.loseControlAtByte,
-                    "Another application takes control then, GigE Vision only");
-    app.add_option_function<std::uint64_t>(
-           "--mute-after", [&faults](std::uint64_t value) { faults.muteAfterCommands = value; },
-           "Answer nothing after so many GVCP commands, discovery not counted")
-        ->type_name("N")
-        ->group("Faults");
-    app.add_option_function<std::uint32_t>(
-           "--discovery-delay",
-           [&faults](std::uint32_t value) {
-               faults.discoveryDelay = std::chrono::milliseconds(value);
-           },
-           "Answer discovery that late")
-        ->type_name("MS")
-        ->group("Faults");
-    app.add_option("--discoveries-lost", faults.discoveriesLost,
-                   "Do not hear so many discovery commands at first")
-        ->type_name("N")
-        ->group("Faults");
-    app.add_flag("--fail-flash", device.firmware.failFlash, "Every flashing fails")
-        ->group("Faults");
-    app.add_flag("--misjudge-crc", device.firmware.misjudgeBodyCrc,
-                 "Say of every payload that its CRC is wrong")
-        ->group("Faults");
+    group
+        .Call<std::uint32_t>(
+            "--delay",
+            [&faults](std::uint32_t milliseconds) {
+                faults.received.delay = std::chrono::milliseconds(milliseconds);
+                faults.sent.delay = faults.received.delay;
+            },
+            "MS", "By how much")
+        ->default_str(std::to_string(faults.sent.delay.count()));
+    group.Add("--stale-acks", faults.staleAckPercent, "P",
+              "Send an earlier acknowledge first, percent");
+    group.Add("--busy", faults.busyPercent, "P", "Answer BUSY, percent");
+    group.AddFlag("--refuse-control", faults.refuseControl, "Nobody gets control");
+    group.Add("--mute-at", faults.muteAtByte, "BYTE",
+              "Answer nothing once so many payload bytes have come");
+    group.Add("--reboot-at", faults.rebootAtByte, "BYTE", "Reboot then");
+    group.Add("--vanish-at", faults.vanishAtByte, "BYTE", "Be unplugged then");
+    group.Add("--lose-control-at", faults.loseControlAtByte, "BYTE",
+              "Another application takes control then, GigE Vision only");
+    group.Add("--mute-after", faults.muteAfterCommands, "N",
+              "Answer nothing after so many GVCP commands, discovery not counted");
+    group.AddTime("--discovery-delay", faults.discoveryDelay, "Answer discovery that late");
+    group.Add("--discoveries-lost", faults.discoveriesLost, "N",
+              "Do not hear so many discovery commands at first");
+    group.AddFlag("--fail-flash", device.firmware.failFlash, "Every flashing fails");
+    group.AddFlag("--misjudge-crc", device.firmware.misjudgeBodyCrc,
+                  "Say of every payload that its CRC is wrong");
 }
 
 }  // namespace
@@ -244,11 +194,12 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         "with --u3v the command's.",
         "mirsko-simulator");
     app.formatter(std::make_shared<HelpFormatter>());
-    AddPlace(app, *this);
-    AddIdentity(app, *this);
-    AddFirmware(app, device);
+    OptionGroup group(app);
+    AddPlace(group, *this);
+    AddIdentity(group, *this);
+    AddFirmware(group, device);
     AddAccessOptions(app, device);
-    AddFaults(app, device);
+    AddFaults(OptionGroup(app, "Faults"), device);
     AddTftpOptions(app, device);
     usb.AddTo(app);
     try {

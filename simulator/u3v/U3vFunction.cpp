@@ -75,13 +75,13 @@ U3vTexts U3vFunction::TextsOf(const DeviceOptions& device, const FirmwareStore& 
 }
 
 U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
-                         FirmwareStore& firmware, EventLog& events, StruckFaults& struck,
+                         FirmwareStore& firmware, EventLog& events, PayloadFaults& faults,
                          Vanished vanished)
     : mDevice(device),
       mOptions(options),
       mFirmware(firmware),
       mEvents(events),
-      mStruck(struck),
+      mFaults(faults),
       mVanished(std::move(vanished)),
       mTexts(TextsOf(device, firmware)) {
     StoredDescription stored = StoredDescription::Of(device, Bus::kUsb3Vision);
@@ -195,21 +195,24 @@ void U3vFunction::Released() {
 }
 
 void U3vFunction::PayloadGrew(std::uint64_t total) {
-    const auto reached = [total](const std::optional<std::uint64_t>& limit) {
-        return limit.has_value() && total >= *limit;
-    };
-    if (reached(mOptions.stallAtByte) && !mStalled) {
+    if (mOptions.stallAtByte && total >= *mOptions.stallAtByte && !mStalled) {
         mStalled = true;
         mEvents.Add("usb_stalled", {{"byte", total}});
     }
-    if (reached(mDevice.faults.muteAtByte) && !std::exchange(mStruck.mute, true)) {
-        mMute = true;
-        mEvents.Add("mute", {{"byte", total}});
-    }
-    if (reached(mDevice.faults.vanishAtByte) && !std::exchange(mStruck.vanish, true)) {
-        Vanish(Departure::kUnplugged);
-    } else if (reached(mDevice.faults.rebootAtByte) && !std::exchange(mStruck.reboot, true)) {
-        Vanish(Departure::kReboot);
+    for (const PayloadFault fault : mFaults.Strike(total)) {
+        switch (fault) {
+            case PayloadFault::kMute:
+                mMute = true;
+                break;
+            case PayloadFault::kReboot:
+                Vanish(Departure::kReboot);
+                break;
+            case PayloadFault::kVanish:
+                Vanish(Departure::kUnplugged);
+                break;
+            case PayloadFault::kLoseControl:  // of GigE Vision only
+                break;
+        }
     }
 }
 

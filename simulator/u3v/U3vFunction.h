@@ -13,6 +13,7 @@
 #include "UsbFunction.h"
 #include "simulator/device/DeviceProfile.h"
 #include "simulator/device/EventLog.h"
+#include "simulator/device/PayloadFaults.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/registers/DeviceMemory.h"
 #include "simulator/registers/FeatureRegisters.h"
@@ -31,10 +32,10 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     };
     using Vanished = std::function<void(Departure)>;
 
-    /// @param struck used while a program talks to the device; must outlive this object
+    /// @param faults the device's, over all its times of being plugged in; outlives this object
     /// @param vanished called once, on the thread that uses this object
     U3vFunction(const DeviceOptions& device, const U3vOptions& options, FirmwareStore& firmware,
-                EventLog& events, StruckFaults& struck, Vanished vanished);
+                EventLog& events, PayloadFaults& faults, Vanished vanished);
 
     [[nodiscard]] static U3vTexts TextsOf(const DeviceOptions& device,
                                           const FirmwareStore& firmware);
@@ -76,7 +77,7 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     const U3vOptions mOptions;
     FirmwareStore& mFirmware;
     EventLog& mEvents;
-    StruckFaults& mStruck;
+    PayloadFaults& mFaults;
     const Vanished mVanished;
 
     DeviceMemory mMemory;

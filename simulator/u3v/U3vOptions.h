@@ -32,11 +32,4 @@ struct U3vOptions {
     bool stallForGood = false;
 };
 
-/// Which of a device's byte-triggered faults have struck; kept while it is unplugged.
-struct StruckFaults {
-    bool mute = false;
-    bool reboot = false;
-    bool vanish = false;
-};
-
 }  // namespace simulator

@@ -17,12 +17,6 @@ std::string Printable(std::string text) {
     return text;
 }
 
-TftpFaults WithSeed(const FaultOptions& faults) {
-    TftpFaults seeded = faults.tftp;
-    seeded.seed = faults.seed;
-    return seeded;
-}
-
 void Record(EventLog& events, const TftpTransfer& transfer) {
     events.Add("tftp", {{"operation", transfer.write ? "write" : "read"},
                         {"file", Printable(transfer.file)},
@@ -42,8 +36,8 @@ void Record(EventLog& events, const TftpTransfer& transfer) {
 DeviceTftp::DeviceTftp(const DeviceContext& context)
     : mFiles(context.firmware, context.options.tftp, context.options.faults.tftp),
       mServer(
-          mFiles, context.options.tftp, WithSeed(context.options.faults),
+          mFiles, context.options.tftp, context.options.faults.tftp,
           [&events = context.events](const TftpTransfer& transfer) { Record(events, transfer); },
-          &context.muted) {}
+          &context.muted, context.options.faults.seed) {}
 
 }  // namespace simulator

@@ -1,56 +1,46 @@
 #include "TftpConnection.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace simulator {
 
 namespace {
 
-constexpr std::size_t kMaxDatagram = 65536;
 // Other connections get their turn after so many datagrams.
 constexpr int kMaxAtOnce = 128;
 
 }  // namespace
 
-TftpConnection::TftpConnection(TftpSocket socket, std::optional<TftpSocket> stranger,
-                               const TftpEndpoint& peer, Bytes request,
-                               std::unique_ptr<TftpSession> session, const TftpFaults& faults,
-                               std::uint64_t line, Time now)
+TftpConnection::TftpConnection(BoundSocket socket, std::optional<BoundSocket> stranger,
+                               const Peer& peer, Bytes request,
+                               std::unique_ptr<TftpSession> session, const DatagramFaults& faults,
+                               std::uint32_t seed, Time now)
     : mSocket(std::move(socket)),
       mStranger(std::move(stranger)),
       mPeer(peer),
       mRequest(std::move(request)),
       mSession(std::move(session)),
-      mDisturbed(faults.DisturbDatagrams()),
-      mInward(faults, line * 2),
-      mOutward(faults, line * 2 + 1),
+      mInward(faults, seed),
+      mOutward(faults, ~seed),
       mBegun(now) {
     mSession->Start(now);
     Flush(now);
 }
 
 void TftpConnection::Advance(Time now) {
-    std::array<std::uint8_t, kMaxDatagram> buffer;  // NOLINT: 64 KiB need no zeros
-    TftpEndpoint from;
     for (int taken = 0; taken < kMaxAtOnce; ++taken) {
-        const std::optional<std::size_t> size = mSocket.Receive(buffer, from);
-        if (!size) {
+        std::optional<Datagram> datagram = mSocket.Receive();
+        if (!datagram) {
             break;
         }
-        const std::span<const std::uint8_t> datagram = std::span(buffer).subspan(0, *size);
-        if (from != mPeer) {
-            RejectStranger(from, datagram);
-        } else if (mDisturbed) {
-            mInward.Put({datagram.begin(), datagram.end()}, now);
+        if (datagram->peer != mPeer) {
+            RejectStranger(*datagram);
         } else {
-            Deliver(datagram, now);
+            Deliver(mInward.Pass(std::move(*datagram), now), now);
         }
     }
-    for (const Bytes& datagram : mInward.Take(now)) {
-        Deliver(datagram, now);
-    }
+    Deliver(mInward.TakeDue(now), now);
     if (!mSession->IsOver() && mSession->Deadline() <= now) {
         mSession->Expire(now);
     }
@@ -58,10 +48,18 @@ void TftpConnection::Advance(Time now) {
     Flush(now);
 }
 
-void TftpConnection::Deliver(std::span<const std::uint8_t> datagram, Time now) {
-    if (const std::optional<TftpPacket> packet = TftpPacket::Parse(datagram)) {
-        mSession->Receive(*packet, now);
-        Flush(now);
+void TftpConnection::Deliver(const std::vector<Datagram>& arrived, Time now) {
+    for (const Datagram& datagram : arrived) {
+        if (const std::optional<TftpPacket> packet = TftpPacket::Parse(datagram.bytes)) {
+            mSession->Receive(*packet, now);
+            Flush(now);
+        }
+    }
+}
+
+void TftpConnection::Send(const std::vector<Datagram>& leaving) const {
+    for (const Datagram& datagram : leaving) {
+        mSocket.Send(datagram);
     }
 }
 
@@ -77,12 +75,15 @@ bool TftpConnection::Absorb(std::span<const std::uint8_t> request, Time now) {
 }
 
 TftpConnection::Time TftpConnection::Deadline() const {
-    const Time disturbed = std::min(mInward.NextAt(), mOutward.NextAt());
-    return mSession->IsOver() ? disturbed : std::min(disturbed, mSession->Deadline());
+    Time next = mSession->IsOver() ? Time::max() : mSession->Deadline();
+    for (const auto& due : {mInward.NextDue(), mOutward.NextDue()}) {
+        next = std::min(next, due.value_or(next));
+    }
+    return next;
 }
 
 bool TftpConnection::IsOver() const {
-    return mSession->IsOver() && mOutward.NextAt() == Time::max();
+    return mSession->IsOver() && !mOutward.NextDue();
 }
 
 std::optional<TftpTransfer> TftpConnection::TakeAccount() {
@@ -96,12 +97,11 @@ std::optional<TftpTransfer> TftpConnection::TakeAccount() {
     return transfer;
 }
 
-void TftpConnection::RejectStranger(const TftpEndpoint& from,
-                                    std::span<const std::uint8_t> datagram) const {
-    const std::optional<TftpPacket> packet = TftpPacket::Parse(datagram);
+void TftpConnection::RejectStranger(const Datagram& datagram) const {
+    const std::optional<TftpPacket> packet = TftpPacket::Parse(datagram.bytes);
     // An ERROR is never answered, else two parties could send them to and fro for ever.
     if (packet && packet->opcode != TftpOpcode::kError) {
-        mSocket.Send(from,
+        mSocket.Send(datagram.peer,
                      TftpPacket::Error({TftpErrorCode::kUnknownTransferId, "Unknown transfer ID"}));
     }
 }
@@ -119,14 +119,12 @@ void TftpConnection::Forge(const Bytes& datagram) {
 }
 
 void TftpConnection::CountRejections() {
-    std::array<std::uint8_t, 64> buffer{};
-    TftpEndpoint from;
     while (mStranger) {
-        const std::optional<std::size_t> size = mStranger->Receive(buffer, from);
-        if (!size) {
+        const std::optional<Datagram> datagram = mStranger->Receive();
+        if (!datagram) {
             break;
         }
-        const auto packet = TftpPacket::Parse(std::span(buffer).subspan(0, *size));
+        const auto packet = TftpPacket::Parse(datagram->bytes);
         if (packet && packet->opcode == TftpOpcode::kError &&
             packet->error.code == TftpErrorCode::kUnknownTransferId) {
             ++mRejections;
@@ -140,15 +138,9 @@ void TftpConnection::Flush(Time now) {
         if (mStranger && mSession->HasBegun()) {
             Forge(datagram);
         }
-        if (mDisturbed) {
-            mOutward.Put(std::move(datagram), now);
-        } else {
-            mSocket.Send(mPeer, datagram);
-        }
+        Send(mOutward.Pass({mPeer, std::move(datagram)}, now));
     }
-    for (const Bytes& datagram : mOutward.Take(now)) {
-        mSocket.Send(mPeer, datagram);
-    }
+    Send(mOutward.TakeDue(now));
 }
 
 }  // namespace simulator

@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "TftpFaultyLine.h"
-#include "TftpSocket.h"
+#include "simulator/network/BoundSocket.h"
+#include "simulator/network/FaultyLine.h"
 #include "simulator/tftp/session/TftpSession.h"
 
 namespace simulator {
@@ -19,10 +19,10 @@ class TftpConnection {
 
     /// @param request the datagram that the session answers
     /// @param stranger where forged packets are to come from; none: there are none
-    /// @param line number that tells the server's transfers apart
-    TftpConnection(TftpSocket socket, std::optional<TftpSocket> stranger, const TftpEndpoint& peer,
-                   Bytes request, std::unique_ptr<TftpSession> session, const TftpFaults& faults,
-                   std::uint64_t line, Time now);
+    /// @param seed of the faults of this transfer
+    TftpConnection(BoundSocket socket, std::optional<BoundSocket> stranger, const Peer& peer,
+                   Bytes request, std::unique_ptr<TftpSession> session,
+                   const DatagramFaults& faults, std::uint32_t seed, Time now);
 
     /// Takes in what the socket has and does what is due.
     void Advance(Time now);
@@ -32,7 +32,7 @@ class TftpConnection {
     void Abandon(const std::string& why) { mSession->Abandon(why); }
 
     [[nodiscard]] int Descriptor() const { return mSocket.Descriptor(); }
-    [[nodiscard]] const TftpEndpoint& Peer() const { return mPeer; }
+    [[nodiscard]] const Peer& Client() const { return mPeer; }
     [[nodiscard]] Time Deadline() const;
     [[nodiscard]] bool IsOver() const;
     [[nodiscard]] bool IsSettled() const { return mSession->IsSettled(); }
@@ -41,20 +41,20 @@ class TftpConnection {
     [[nodiscard]] std::optional<TftpTransfer> TakeAccount();
 
   private:
-    void Deliver(std::span<const std::uint8_t> datagram, Time now);
-    void RejectStranger(const TftpEndpoint& from, std::span<const std::uint8_t> datagram) const;
+    void Deliver(const std::vector<Datagram>& arrived, Time now);
+    void Send(const std::vector<Datagram>& leaving) const;
+    void RejectStranger(const Datagram& datagram) const;
     void Forge(const Bytes& datagram);
     void CountRejections();
     void Flush(Time now);
 
-    TftpSocket mSocket;
-    std::optional<TftpSocket> mStranger;
-    TftpEndpoint mPeer;
+    BoundSocket mSocket;
+    std::optional<BoundSocket> mStranger;
+    Peer mPeer;
     Bytes mRequest;
     std::unique_ptr<TftpSession> mSession;
-    bool mDisturbed;
-    TftpFaultyLine mInward;
-    TftpFaultyLine mOutward;
+    FaultyLine mInward;
+    FaultyLine mOutward;
     Time mBegun;
     std::uint64_t mRejections = 0;
     bool mAccounted = false;

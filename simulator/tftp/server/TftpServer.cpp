@@ -1,15 +1,10 @@
 #include "TftpServer.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 #include <vector>
-
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include "simulator/tftp/session/TftpDispatch.h"
 
@@ -19,36 +14,32 @@ namespace {
 
 constexpr std::size_t kMaxConnections = 16;
 constexpr int kMaxRequestsAtOnce = 16;
-// RFC 2347 bounds a request to 512 bytes; longer ones are still read whole to be refused.
-constexpr std::size_t kMaxRequest = 2048;
 constexpr std::chrono::hours kMaxTransfer{2};
 
-std::string BindFailure(const TftpEndpoint& endpoint, const std::string& interfaceName, int error) {
-    std::string why = "cannot serve TFTP on UDP port " + std::to_string(endpoint.port) + " of " +
-                      endpoint.Text().substr(0, endpoint.Text().find(':')) + " (" + interfaceName +
-                      "): " + std::strerror(error);
+// What a user can do about a port that cannot be had.
+std::string Advice(int error) {
     if (error == EACCES || error == EPERM) {
-        why +=
-            "; run it in a network namespace of its own (unshare --map-root-user --net), give "
-            "the program CAP_NET_BIND_SERVICE, choose another port with --tftp-port, or leave "
-            "TFTP out with --no-tftp";
-    } else if (error == EADDRINUSE) {
-        why +=
-            "; stop the other TFTP server, choose another port with --tftp-port, or leave TFTP "
-            "out with --no-tftp";
+        return "; run it in a network namespace of its own (unshare --map-root-user --net), give "
+               "the program CAP_NET_BIND_SERVICE, choose another port with --tftp-port, or leave "
+               "TFTP out with --no-tftp";
     }
-    return why;
+    if (error == EADDRINUSE) {
+        return "; stop the other TFTP server, choose another port with --tftp-port, or leave TFTP "
+               "out with --no-tftp";
+    }
+    return "";
 }
 
 }  // namespace
 
 TftpServer::TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
-                       TftpObserver observer, const std::atomic<bool>* muted)
+                       TftpObserver observer, const std::atomic<bool>* muted, std::uint32_t seed)
     : mFiles(files),
       mSettings(settings),
       mFaults(faults),
       mObserver(std::move(observer)),
-      mMuted(muted) {}
+      mMuted(muted),
+      mSeed(seed) {}
 
 TftpServer::~TftpServer() {
     Stop();
@@ -57,27 +48,24 @@ TftpServer::~TftpServer() {
 bool TftpServer::Start(const std::string& address, const std::string& interfaceName,
                        std::string& why) {
     Stop();
-    const std::optional<TftpEndpoint> endpoint = TftpEndpoint::Parse(address, mSettings.port);
-    if (!endpoint) {
+    const std::optional<std::uint32_t> parsed = ParseAddress(address);
+    if (!parsed) {
         why = "\"" + address + "\" is no IPv4 address";
         return false;
     }
-    int error = 0;
-    mSocket = TftpSocket::Open(*endpoint, interfaceName, error);
-    if (!mSocket) {
-        why = BindFailure(*endpoint, interfaceName, error);
+    if (!mSocket.emplace().Open(interfaceName, *parsed, mSettings.port, false, why)) {
+        why = "cannot serve TFTP: " + why + Advice(errno);
+        mSocket.reset();
         return false;
     }
-    mWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (mWake < 0) {
+    if (!mWake.emplace().IsUsable()) {
         why = std::string("cannot serve TFTP: ") + std::strerror(errno);
         mSocket.reset();
         return false;
     }
     mInterfaceName = interfaceName;
-    mEndpoint = *endpoint;
+    mAddress = *parsed;
     mPort = mSocket->Port();
-    mStopping = false;
     mThread = std::thread(&TftpServer::Run, this);
     return true;
 }
@@ -86,18 +74,13 @@ void TftpServer::Stop() {
     if (!mThread.joinable()) {
         return;
     }
-    mStopping = true;
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(mWake, &one, sizeof one);
+    mWake->Signal();
     mThread.join();
-    close(mWake);
-    mWake = -1;
     mSocket.reset();
 }
 
 void TftpServer::Run() {
-    while (!mStopping) {
-        Wait();
+    while (Wait()) {
         const Time now = TftpRetryTimer::Clock::now();
         TakeRequests(now);
         Advance(now);
@@ -109,69 +92,61 @@ void TftpServer::Run() {
     mConnections.clear();
 }
 
-void TftpServer::Wait() {
-    std::vector<pollfd> waiting{{mWake, POLLIN, 0}, {mSocket->Descriptor(), POLLIN, 0}};
+bool TftpServer::Wait() const {
+    std::vector<int> sockets{mSocket->Descriptor()};
     Time next = Time::max();
     for (const TftpConnection& connection : mConnections) {
-        waiting.push_back({connection.Descriptor(), POLLIN, 0});
+        sockets.push_back(connection.Descriptor());
         next = std::min(next, connection.Deadline());
     }
-    timespec limit{};
-    if (next != Time::max()) {
-        const auto left = std::max<std::chrono::nanoseconds>(next - TftpRetryTimer::Clock::now(),
-                                                             std::chrono::nanoseconds(0));
-        limit.tv_sec = left.count() / 1000000000;
-        limit.tv_nsec = left.count() % 1000000000;
-    }
-    (void)ppoll(waiting.data(), waiting.size(), next == Time::max() ? nullptr : &limit, nullptr);
+    return mWake->Wait(sockets, next);
 }
 
 void TftpServer::TakeRequests(Time now) {
-    std::array<std::uint8_t, kMaxRequest> buffer{};
-    TftpEndpoint from;
     for (int taken = 0; taken < kMaxRequestsAtOnce; ++taken) {
-        const std::optional<std::size_t> size = mSocket->Receive(buffer, from);
-        if (!size) {
+        std::optional<Datagram> request = mSocket->Receive();
+        if (!request) {
             return;
         }
         if (!mFaults.mute) {
-            Answer(std::span(buffer).subspan(0, *size), from, now);
+            Answer(std::move(*request), now);
         }
     }
 }
 
-void TftpServer::Answer(std::span<const std::uint8_t> request, const TftpEndpoint& from, Time now) {
-    const auto known =
-        std::find_if(mConnections.begin(), mConnections.end(),
-                     [&](const TftpConnection& connection) { return connection.Peer() == from; });
+void TftpServer::Answer(Datagram request, Time now) {
+    const auto known = std::find_if(
+        mConnections.begin(), mConnections.end(),
+        [&](const TftpConnection& connection) { return connection.Client() == request.peer; });
     if (known != mConnections.end()) {
-        if (known->Absorb(request, now)) {
+        if (known->Absorb(request.bytes, now)) {
             return;
         }
         known->Abandon("the client began anew");
         Report(*known);
         mConnections.erase(known);
     }
-    int error = 0;
-    std::optional<TftpSocket> socket =
-        TftpSocket::Open({mEndpoint.address, 0}, mInterfaceName, error);
-    if (!socket || !MakeRoom()) {
+    BoundSocket socket;
+    std::string why;
+    if (!socket.Open(mInterfaceName, mAddress, 0, false, why) || !MakeRoom()) {
         return;
     }
     // Half of the buffer: what waits in it is charged more than its own bytes.
-    const TftpSession::Context context{mFiles, mSettings, mFaults, socket->ReceiveBuffer() / 2,
+    const TftpSession::Context context{mFiles, mSettings, mFaults, socket.ReceiveBuffer() / 2,
                                        mMuted};
-    std::unique_ptr<TftpSession> session = DispatchTftpRequest(context, request);
+    std::unique_ptr<TftpSession> session = DispatchTftpRequest(context, request.bytes);
     if (session == nullptr) {
         return;
     }
-    std::optional<TftpSocket> stranger;
-    if (mFaults.foreignPort) {
-        stranger = TftpSocket::Open({mEndpoint.address, 0}, mInterfaceName, error);
+    std::optional<BoundSocket> stranger;
+    if (mFaults.foreignPort && !stranger.emplace().Open(mInterfaceName, mAddress, 0, false, why)) {
+        stranger.reset();
     }
-    mConnections.emplace_back(std::move(*socket), std::move(stranger), from,
-                              TftpSession::Bytes(request.begin(), request.end()),
-                              std::move(session), mFaults, ++mLines, now);
+    // Else the second transfer with one seed would fare as the first with the next.
+    constexpr std::uint32_t kStep = 0x9e3779b9U;
+    mConnections.emplace_back(std::move(socket), std::move(stranger), request.peer,
+                              std::move(request.bytes), std::move(session), mFaults.datagrams,
+                              mSeed + kStep * ++mTransfers, now);
 }
 
 bool TftpServer::MakeRoom() {

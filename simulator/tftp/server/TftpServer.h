@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "TftpConnection.h"
+#include "simulator/network/WakeUp.h"
 #include "simulator/tftp/protocol/TftpSettings.h"
 #include "simulator/tftp/session/TftpFaults.h"
 #include "simulator/tftp/session/TftpFiles.h"
@@ -22,8 +23,10 @@ class TftpServer {
     /// @param files must outlive the server
     /// @param observer told of every transfer that has ended; may be empty
     /// @param muted while set, nothing is sent; may be null, must outlive the server
+    /// @param seed of the faults that are drawn
     TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
-               TftpObserver observer, const std::atomic<bool>* muted = nullptr);
+               TftpObserver observer, const std::atomic<bool>* muted = nullptr,
+               std::uint32_t seed = 1);
     ~TftpServer();
 
     /// Returns once requests are answered.
@@ -42,9 +45,10 @@ class TftpServer {
     using Time = TftpSession::Time;
 
     void Run();
-    void Wait();
+    /// @return false when the server is to stop
+    [[nodiscard]] bool Wait() const;
     void TakeRequests(Time now);
-    void Answer(std::span<const std::uint8_t> request, const TftpEndpoint& from, Time now);
+    void Answer(Datagram request, Time now);
     [[nodiscard]] bool MakeRoom();
     void Advance(Time now);
     void Report(TftpConnection& connection);
@@ -54,15 +58,15 @@ class TftpServer {
     const TftpFaults mFaults;
     const TftpObserver mObserver;
     const std::atomic<bool>* const mMuted;
+    const std::uint32_t mSeed;
 
     std::string mInterfaceName;
-    TftpEndpoint mEndpoint;
+    std::uint32_t mAddress = 0;
     std::uint16_t mPort = 0;
-    std::optional<TftpSocket> mSocket;
+    std::optional<BoundSocket> mSocket;
     std::list<TftpConnection> mConnections;
-    std::uint64_t mLines = 0;  // transfers so far
-    int mWake = -1;
-    std::atomic<bool> mStopping{false};
+    std::uint32_t mTransfers = 0;  // so far
+    std::optional<WakeUp> mWake;   // tells the thread to end
     std::thread mThread;
 };
 

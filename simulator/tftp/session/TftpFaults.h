@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "simulator/network/DatagramFaults.h"
+
 namespace simulator {
 
 /// What a faulty server answers to a request first.
@@ -17,16 +19,11 @@ enum class TftpFirstAnswer {
     kGarbage,                ///< OACK whose values are no numbers
 };
 
-/// What goes wrong with a device's TFTP. Percentages are of the datagrams in each direction, 0 to
-/// 100; with the same seed the n-th datagram of a transfer in one direction always meets the same
-/// fate.
+/// What goes wrong with a device's TFTP.
 struct TftpFaults {
-    std::uint64_t seed = 1;
-    double lossPercent = 0;
-    double duplicatePercent = 0;
-    double reorderPercent = 0;   ///< changes places with the datagram that follows it
-    double lateCopyPercent = 0;  ///< a copy comes `delay` later
-    std::chrono::milliseconds delay{30};
+    /// In each direction. With the same seed the n-th datagram of a transfer in one direction
+    /// always meets the same fate.
+    DatagramFaults datagrams{.delay = std::chrono::milliseconds(30)};
 
     TftpFirstAnswer firstAnswer = TftpFirstAnswer::kRegular;
     bool mute = false;                          ///< no request is ever answered
@@ -35,11 +32,6 @@ struct TftpFaults {
     std::optional<std::uint64_t> silentAtByte;  ///< says nothing more once it has so many bytes
     std::optional<std::uint64_t> errorAtByte;   ///< ERROR 3 once it has so many bytes
     std::optional<std::uint64_t> statusSize;    ///< the status text is filled up to so many bytes
-
-    /// Whether single datagrams are lost, doubled, delayed or swapped.
-    [[nodiscard]] bool DisturbDatagrams() const {
-        return lossPercent > 0 || duplicatePercent > 0 || reorderPercent > 0 || lateCopyPercent > 0;
-    }
 };
 
 }  // namespace simulator

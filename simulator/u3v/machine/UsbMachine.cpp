@@ -125,6 +125,7 @@ bool UsbMachine::PlugInAll(std::string& why) {
                 camera->options.firmware.folder /= number;
             }
         }
+        camera->faults.emplace(camera->options.faults, mEvents);
         camera->firmware = FirmwareStore::Open(camera->options.firmware, mEvents, why);
         if (camera->firmware == nullptr || !PlugIn(*camera, why)) {
             return false;
@@ -137,7 +138,7 @@ bool UsbMachine::PlugInAll(std::string& why) {
 bool UsbMachine::PlugIn(Camera& camera, std::string& why) {
     camera.firmware->PowerOn();
     camera.functions.push_back(std::make_unique<U3vFunction>(
-        camera.options, mOptions.camera, *camera.firmware, mEvents, camera.struck,
+        camera.options, mOptions.camera, *camera.firmware, mEvents, *camera.faults,
         [this, &camera](U3vFunction::Departure departure) { NoteDeparture(camera, departure); }));
     UsbTestBed::Plugged plugged;
     plugged.manufacturer = camera.options.vendor;

@@ -5,6 +5,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "UsbTestBed.h"
 #include "simulator/device/DeviceProfile.h"
 #include "simulator/device/EventLog.h"
+#include "simulator/device/PayloadFaults.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/u3v/U3vFunction.h"
 #include "simulator/u3v/U3vOptions.h"
@@ -56,7 +58,7 @@ class UsbMachine {
         std::string place;
         DeviceOptions options;
         std::unique_ptr<FirmwareStore> firmware;
-        StruckFaults struck;
+        std::optional<PayloadFaults> faults;
         // The last is plugged in; programs may still have the earlier ones open.
         std::vector<std::unique_ptr<U3vFunction>> functions;
         Clock::time_point returns = Clock::time_point::max();

@@ -115,3 +115,29 @@ TEST(FaultyLineTest, DelaysByTheTimeSet) {
     EXPECT_THAT(Numbers(line.TakeDue(now + milliseconds(30))), ElementsAre(1));
     EXPECT_THAT(Numbers(line.TakeDue(now + milliseconds(40))), ElementsAre(2));
 }
+
+TEST(FaultyLineTest, SwapsNeighboursWhenAllAreDrawnForReordering) {
+    FaultyLine line({0, 0, 100, 0, milliseconds(0)}, 1);
+    std::vector<int> numbers;
+    for (std::uint8_t number = 0; number < 4; ++number) {
+        for (const int passed : Numbers(line.Pass(Numbered(number), {}))) {
+            numbers.push_back(passed);
+        }
+    }
+    EXPECT_THAT(numbers, ElementsAre(1, 0, 3, 2));
+}
+
+TEST(FaultyLineTest, DoublesInPlace) {
+    FaultyLine line({0, 100, 0, 0, milliseconds(0)}, 1);
+    EXPECT_THAT(Numbers(line.Pass(Numbered(1), {})), ElementsAre(1, 1));
+}
+
+TEST(FaultyLineTest, SendsACopyLater) {
+    FaultyLine line({0, 0, 0, 0, milliseconds(70), 100}, 1);
+    const FaultyLine::Clock::time_point now{};
+    EXPECT_THAT(Numbers(line.Pass(Numbered(7), now)), ElementsAre(7));
+    EXPECT_EQ(line.NextDue(), now + milliseconds(70));
+    EXPECT_THAT(line.TakeDue(now + milliseconds(69)), IsEmpty());
+    EXPECT_THAT(Numbers(line.TakeDue(now + milliseconds(70))), ElementsAre(7));
+    EXPECT_FALSE(line.NextDue());
+}

@@ -78,7 +78,8 @@ class U3vDeviceChannel : public DeviceChannel {
   public:
     U3vDeviceChannel(const simulator::DeviceOptions& options, simulator::FirmwareStore& firmware,
                      simulator::EventLog& events)
-        : mFunction(options, mOptions, firmware, events, mStruck,
+        : mFaults(options.faults, events),
+          mFunction(options, mOptions, firmware, events, mFaults,
                     [](simulator::U3vFunction::Departure) {}) {}
 
     std::uint32_t Read(std::uint64_t address, std::uint16_t count, std::string& bytes) override {
@@ -114,7 +115,7 @@ class U3vDeviceChannel : public DeviceChannel {
     }
 
     simulator::U3vOptions mOptions;
-    simulator::StruckFaults mStruck;
+    simulator::PayloadFaults mFaults;
     simulator::U3vFunction mFunction;
     unsigned int mId = 0;
 };

@@ -32,7 +32,7 @@ class U3vFunctionTest : public testing::Test {
     void PlugIn() {
         mDepartures.clear();
         mFunction = std::make_unique<U3vFunction>(
-            mDevice, mOptions, *mFirmware, mEvents, mStruck,
+            mDevice, mOptions, *mFirmware, mEvents, mFaults,
             [this](Departure departure) { mDepartures.push_back(departure); });
     }
 
@@ -79,7 +79,7 @@ class U3vFunctionTest : public testing::Test {
     simulator::U3vOptions mOptions;
     simulator::EventLog mEvents;
     std::unique_ptr<simulator::FirmwareStore> mFirmware;
-    simulator::StruckFaults mStruck;
+    simulator::PayloadFaults mFaults{mDevice.faults, mEvents};
     std::vector<Departure> mDepartures;
     std::unique_ptr<U3vFunction> mFunction;
     unsigned int mId = 0;
@@ -103,7 +103,7 @@ TEST_F(U3vFunctionTest, FallsMuteAtTheByteOnlyOnce) {
     EXPECT_FALSE(SendSomeBytes());
     PlugIn();
     EXPECT_TRUE(SendSomeBytes());
-    EXPECT_EQ(mEvents.Count("mute"), 1U);
+    EXPECT_EQ(mEvents.Count("fault"), 1U);
 }
 
 TEST_F(U3vFunctionTest, RebootsAtTheByteOnlyOnce) {
