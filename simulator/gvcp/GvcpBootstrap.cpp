@@ -84,21 +84,12 @@ void GvcpBootstrap::SetIdentity(const DeviceOptions& options, std::uint32_t addr
         (options.profile == Profile::kLoader ? "MIRSKO-LOADER " : "Simulated device, profile ") +
             std::string(NameOf(options.profile)));
     mRegisters.SetText(kSerialNumber, kShortTextSize, options.serial);
-    mRegisters.Define(kDeviceVersion, kTextSize, Access::kReadOnly,
-                      {[this] {
-                           mRegisters.SetText(kDeviceVersion, kTextSize,
-                                              mFirmware.RunningVersion().Text());
-                       },
-                       nullptr});
+    mRegisters.DefineText(kDeviceVersion, kTextSize,
+                          [this] { return mFirmware.RunningVersion().Text(); });
     // This register holds 15 characters; a longer device ID is shown cut, whole in DeviceUserID.
-    mRegisters.Define(
-        kUserName, kShortTextSize, Access::kReadWrite,
-        {[this] { mRegisters.SetText(kUserName, kShortTextSize, mFirmware.DeviceId()); },
-         [this] {
-             return mFirmware.SetDeviceId(mRegisters.GetText(kUserName, kShortTextSize))
-                        ? MemoryStatus::kOk
-                        : MemoryStatus::kInvalidParameter;
-         }});
+    mRegisters.DefineText(
+        kUserName, kShortTextSize, [this] { return mFirmware.DeviceId(); },
+        [this](const std::string& id) { return mFirmware.SetDeviceId(id); });
 }
 
 void GvcpBootstrap::SetCapabilities(const DeviceOptions& options) {

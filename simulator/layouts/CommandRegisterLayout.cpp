@@ -71,13 +71,7 @@ class CommandRegisterLayout : public FileLayout {
         DescribeOperationSelector(writer, {"pValue", "FileOperationValue"});
         writer.Constant("FileOperationValue", 0);
         DescribeOpenMode(writer, {"Value", "0"});
-        writer.Node(
-            "Command", "FileOperationExecute",
-            {{"pValue", "FileOperationExecuteReg"}, {"pCommandValue", "FileOperationCommand"}});
-        writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kExecute), "RW");
-        writer.Formula("FileOperationCommand",
-                       {{"OPERATION", "FileOperationSelector"}, {"MODE", "FileOpenMode"}},
-                       "(OPERATION = 0) ? (MODE << 4) : OPERATION");
+        DescribeCommandByFormula(writer, "(OPERATION = 0) ? (MODE << 4) : OPERATION");
         writer.Formula("FileOperationBusy", {{"COMMAND", "FileOperationExecuteReg"}},
                        "(COMMAND & 0x80) ? 0 : 1");
         writer.Buffer("FileAccessBuffer", DescriptionWriter::At(features::kBuffer),

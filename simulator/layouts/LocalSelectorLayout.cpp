@@ -65,13 +65,8 @@ class LocalSelectorLayout : public FileLayout {
         DescribeOpenMode(writer, {"pValue", "FileOpenModeValue"},
                          {{"ReadWrite", 2, "", "NotBuiltIn"}, {"Append", 3, "", "NotBuiltIn"}});
         writer.Constant("FileOpenModeValue", 0);
-        writer.Node(
-            "Command", "FileOperationExecute",
-            {{"pValue", "FileOperationExecuteReg"}, {"pCommandValue", "FileOperationCommand"}});
-        writer.Register("FileOperationExecuteReg", DescriptionWriter::At(kExecute), "RW");
-        writer.Formula("FileOperationCommand",
-                       {{"OPERATION", "FileOperationSelector"}, {"MODE", "FileOpenMode"}},
-                       "(OPERATION = 0) ? ((MODE = 1) ? 0x11 : 0x10) : OPERATION");
+        DescribeCommandByFormula(writer,
+                                 "(OPERATION = 0) ? ((MODE = 1) ? 0x11 : 0x10) : OPERATION");
         DescribeOffset(writer);
         writer.Node("Integer", "FileAccessLength",
                     {{"pValue", "FileAccessLengthReg"}, {"pMax", "FileAccessLengthMaxReg"}});

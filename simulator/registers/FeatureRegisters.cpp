@@ -38,23 +38,11 @@ void FeatureRegisters::DefineTexts(const DeviceOptions& options) {
     define(features::kSerialNumber, options.serial);
     define(features::kManufacturerInfo,
            std::string("Simulated device, profile ") + NameOf(options.profile));
-    mRegisters.Define(features::kFirmwareVersion, features::kTextSize, Access::kReadOnly,
-                      {[this] {
-                           mRegisters.SetText(features::kFirmwareVersion, features::kTextSize,
-                                              mFirmware.RunningVersion().Text());
-                       },
-                       nullptr});
-    mRegisters.Define(features::kUserId, features::kTextSize, Access::kReadWrite,
-                      {[this] {
-                           mRegisters.SetText(features::kUserId, features::kTextSize,
-                                              mFirmware.DeviceId());
-                       },
-                       [this] {
-                           return mFirmware.SetDeviceId(
-                                      mRegisters.GetText(features::kUserId, features::kTextSize))
-                                      ? MemoryStatus::kOk
-                                      : MemoryStatus::kInvalidParameter;
-                       }});
+    mRegisters.DefineText(features::kFirmwareVersion, features::kTextSize,
+                          [this] { return mFirmware.RunningVersion().Text(); });
+    mRegisters.DefineText(
+        features::kUserId, features::kTextSize, [this] { return mFirmware.DeviceId(); },
+        [this](const std::string& id) { return mFirmware.SetDeviceId(id); });
 }
 
 void FeatureRegisters::DefineControls(const DeviceOptions& options) {

@@ -23,6 +23,21 @@ void RegisterRegion::DefineShown(std::uint64_t address, std::function<std::uint3
            }});
 }
 
+void RegisterRegion::DefineText(std::uint64_t address, std::uint32_t size,
+                                std::function<std::string()> show,
+                                std::function<bool(const std::string& text)> take) {
+    const Access access = take ? Access::kReadWrite : Access::kReadOnly;
+    Hooks hooks;
+    hooks.beforeRead = [=, this, show = std::move(show)] { SetText(address, size, show()); };
+    if (take) {
+        hooks.afterWrite = [=, this, take = std::move(take)] {
+            return take(GetText(address, size)) ? MemoryStatus::kOk
+                                                : MemoryStatus::kInvalidParameter;
+        };
+    }
+    Define(address, size, access, std::move(hooks));
+}
+
 void RegisterRegion::DefineLong(std::uint64_t address, Access access, Hooks hooks) {
     mRegisters.insert_or_assign(address - Address(), Register{8, access, std::move(hooks), true});
 }

@@ -41,6 +41,10 @@ class RegisterRegion : public MemoryRegion {
     void DefineStored(std::uint64_t address, std::uint32_t initial = 0);
     /// A number of 4 bytes that can be read only. @param value asked whenever it is read
     void DefineShown(std::uint64_t address, std::function<std::uint32_t()> value);
+    /// A text. @param show asked whenever it is read
+    /// @param take given what was written; false: refused. Without it the text can be read only.
+    void DefineText(std::uint64_t address, std::uint32_t size, std::function<std::string()> show,
+                    std::function<bool(const std::string& text)> take = {});
     /// A number of 8 bytes that is accessed as a whole only.
     void DefineLong(std::uint64_t address, Access access, Hooks hooks = {});
 

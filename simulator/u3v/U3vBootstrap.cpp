@@ -39,15 +39,7 @@ U3vBootstrap::U3vBootstrap(DeviceMemory& memory, const U3vOptions& options, cons
     DefineText(0x0C4, texts.version);
     DefineText(0x104, texts.info);
     DefineText(0x144, texts.serial);
-    mAbrm.Define(kUserNameRegister, kTextSize, Access::kReadWrite,
-                 {[this, userName = std::move(userName)] {
-                      mAbrm.SetText(kUserNameRegister, kTextSize, userName());
-                  },
-                  [this, renamed = std::move(renamed)] {
-                      return renamed(mAbrm.GetText(kUserNameRegister, kTextSize))
-                                 ? MemoryStatus::kOk
-                                 : MemoryStatus::kInvalidParameter;
-                  }});
+    mAbrm.DefineText(kUserNameRegister, kTextSize, std::move(userName), std::move(renamed));
     DefineLongNumber(mAbrm, 0x1C4, kUserNameSupported);
     DefineNumber(mAbrm, 0x1CC, static_cast<std::uint32_t>(options.responseTime.count()));
     DefineLongNumber(mAbrm, 0x1D0, kManifest);

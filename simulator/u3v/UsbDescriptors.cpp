@@ -30,6 +30,17 @@ Descriptor Join(const std::vector<Descriptor>& parts) {
     return whole;
 }
 
+// Class, subclass and protocol; size of control packets, as its exponent from USB 3 on; numbers of
+// the texts for manufacturer, product and serial number.
+Descriptor Device(std::uint8_t usbVersion, const Descriptor& kind, std::uint8_t controlPacket,
+                  std::uint8_t product, const Descriptor& texts) {
+    return Join({{kDeviceLength, kDeviceDescriptor, 0x00, usbVersion},
+                 kind,
+                 {controlPacket, kLow, kHigh, product, 0x00, 0x00, 0x01},
+                 texts,
+                 {1}});
+}
+
 Descriptor Configuration(std::uint8_t interfaces, std::uint8_t attributes,
                          const std::vector<Descriptor>& parts) {
     const Descriptor body = Join(parts);
@@ -85,24 +96,7 @@ std::optional<Descriptor> GetDescriptor(std::uint16_t value, const Descriptor& d
 }  // namespace
 
 std::vector<std::uint8_t> U3vDescriptors() {
-    const Descriptor device = {kDeviceLength,
-                               kDeviceDescriptor,
-                               0x00,
-                               0x03,
-                               0xEF,
-                               0x02,
-                               0x01,
-                               9,
-                               kLow,
-                               kHigh,
-                               0x01,
-                               0x00,
-                               0x00,
-                               0x01,
-                               1,
-                               2,
-                               3,
-                               1};
+    const Descriptor device = Device(3, {0xEF, 0x02, 0x01}, 9, 0x01, {1, 2, 3});
     const Descriptor association = {8, 11, 0, 2, 0xEF, 0x05, 0x00, 0};
     const Descriptor control = {9, 4, 0, 0, 2, 0xEF, 0x05, 0x00, 0};
     // GenCP 1.1, USB3 Vision 1.0, the string indices, SuperSpeed.
@@ -118,47 +112,13 @@ std::vector<std::uint8_t> HubDescriptors(bool superSpeed) {
     const auto version = static_cast<std::uint8_t>(superSpeed ? 3 : 2);
     const auto protocol = static_cast<std::uint8_t>(superSpeed ? 3 : 1);
     const auto packet = static_cast<std::uint8_t>(superSpeed ? 9 : 64);
-    const Descriptor device = {kDeviceLength,
-                               kDeviceDescriptor,
-                               0x00,
-                               version,
-                               9,
-                               0,
-                               protocol,
-                               packet,
-                               kLow,
-                               kHigh,
-                               0x02,
-                               0,
-                               0,
-                               1,
-                               0,
-                               0,
-                               0,
-                               1};
+    const Descriptor device = Device(version, {9, 0, protocol}, packet, 0x02, {0, 0, 0});
     return Join(
         {device, Configuration(1, 0xE0, {{9, 4, 0, 0, 1, 9, 0, 0, 0}, {7, 5, 0x81, 3, 4, 0, 12}})});
 }
 
 std::vector<std::uint8_t> KeyboardDescriptors() {
-    const Descriptor device = {kDeviceLength,
-                               kDeviceDescriptor,
-                               0x00,
-                               0x02,
-                               0,
-                               0,
-                               0,
-                               8,
-                               kLow,
-                               kHigh,
-                               0x03,
-                               0,
-                               0,
-                               1,
-                               0,
-                               0,
-                               0,
-                               1};
+    const Descriptor device = Device(2, {0, 0, 0}, 8, 0x03, {0, 0, 0});
     return Join({device, Configuration(1, 0xA0,
                                        {{9, 4, 0, 0, 1, 3, 1, 1, 0},
                                         {9, 0x21, 0x11, 0x01, 0, 1, 0x22, 63, 0},
