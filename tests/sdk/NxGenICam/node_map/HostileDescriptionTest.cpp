@@ -68,8 +68,21 @@ std::string Fill(std::size_t size, const std::function<std::string(std::size_t)>
 
 std::string Same(std::size_t size, const std::string& piece, const std::string& begin = kBegin,
                  const std::string& end = kEnd) {
-    return Fill(
-        size, [&piece](std::size_t) { return piece; }, begin, end);
+    constexpr std::size_t kPiecesInBlock = 4096;
+    std::string block;
+    for (std::size_t i = 0; i < kPiecesInBlock; ++i) {
+        block += piece;
+    }
+    const std::size_t count = (size - begin.size() - end.size()) / piece.size();
+    std::string xml;
+    xml.reserve(size);
+    xml = begin;
+    for (std::size_t i = 0; i < count / kPiecesInBlock; ++i) {
+        xml += block;
+    }
+    xml.append(block, 0, count % kPiecesInBlock * piece.size());
+    xml += end;
+    return xml;
 }
 
 struct Case {
