@@ -88,7 +88,8 @@ TEST_F(TftpFailureTest, FailsWithTheServersOwnWords) {
 
 TEST_F(TftpFailureTest, FailsWhenTheServerRefusesAtOnce) {
     SimulatedCamera camera({"--profile", "loader", "--tftp-first-answer", "error"});
-    ExpectTransferFailed(RunUpdater({kLoopback, Payload()}), "ERROR 0 (not defined): \"Not now\"");
+    ExpectTransferFailed(RunUpdater({kLoopback, Payload()}),
+                         "ERROR 0 (not defined): \"Try again later\"");
 }
 
 TEST_F(TftpFailureTest, GivesUpAServerThatNeverAnswers) {
