@@ -299,11 +299,11 @@ TEST_F(SimulatorProgramTest, ExplainsItself) {
 TEST_F(SimulatorProgramTest, ExplainsItselfReadably) {
     const std::string help = Process::Run({Program("mirsko-simulator"), "--help"}).out;
     for (const char* text :
-         {"\n  --interface NAME         Network interface that every socket is bound to [lo]\n",
+         {"\n  --interface NAME         Network interface to bind every socket to [lo]\n",
           "\n  --no-tftp                Do not serve TFTP",
           "\n  --tftp-no-tsize          Do not grant tsize\n", "[Simulated Camera]\n",
-          "reject with ERROR 8 [grant]\n", " [2-1]\n",
-          "\n  --controllers N          USB host controllers, at least, 1 to 40 [1]\n"}) {
+          "reject (with ERROR 8)\n                           [grant]\n", " [2-1]\n",
+          "\n  --controllers N          Minimum number of USB host controllers, 1 to 40 [1]\n"}) {
         EXPECT_THAT(help, HasSubstr(text));
     }
     EXPECT_THAT(help, testing::Not(HasSubstr("{")));
