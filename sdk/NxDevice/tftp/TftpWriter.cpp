@@ -42,7 +42,7 @@ NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
     if (result.IsOK() && mOptions.windowSize > LongestWindow(mOptions)) {
         // Smaller blocks were granted, and so there are too many of them for windows.
         (void)mSession.Abort(TftpErrorCode::kOptionsRefused, kNxProtocol,
-                             "No windows with that many blocks");
+                             "A file with that many blocks cannot be sent with windows");
         wanted.windowSize = 1;
         result = Open(fileName, wanted);
     }
@@ -135,7 +135,7 @@ NxResult TftpWriter::AwaitAcknowledgement() {
         }
         if (!timedOut && packet.opcode == TftpOpcode::kData) {
             return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
-                                  "its TFTP server answered a write request with data");
+                                  "its TFTP server replied to a write request with data");
         }
         mAnswerWasRepeated = mAnswerWasRepeated || (!timedOut && IsLastAnswer(packet));
         if (!timedOut && IsFirstAnswer(packet) && wholeWindowSent &&
@@ -233,11 +233,11 @@ NxResult TftpWriter::FellSilent() {
     if (mEnded) {
         return NxResult();
     }
-    std::string reason = "its TFTP server stopped answering after " +
+    std::string reason = "its TFTP server stopped responding after " +
                          std::to_string(BytesIn(mAcknowledged)) + " of " +
                          std::to_string(mSource.Size()) + " bytes";
     if (mHighest == mBlockCount) {
-        reason += "; the rest was sent too, but never acknowledged";
+        reason += "; the rest was sent but never acknowledged";
     }
     return mSession.Silence(reason);
 }

@@ -186,8 +186,8 @@ NxResult U3vChannel::ReadExactly(std::uint64_t address, std::size_t length,
                                             U3vPackets::DescribeStatus(ack.status) + ")");
     }
     if (ack.payload.size() < buffer.size() || ack.payload.size() > length) {
-        return Fail(kNxProtocol, "answered a read of " + std::to_string(length) + " bytes with " +
-                                     std::to_string(ack.payload.size()));
+        return Fail(kNxProtocol, "replied to a read of " + std::to_string(length) + " bytes with " +
+                                     std::to_string(ack.payload.size()) + " bytes");
     }
     std::copy_n(ack.payload.begin(), buffer.size(), buffer.begin());
     return NxResult();
@@ -210,7 +210,7 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
     // GenCP 1.1 lets a device leave the number of bytes out.
     if (ack.payload.size() >= 4 && ByteOrder::LoadLittle16(&ack.payload[2]) != data.size()) {
         return NxResult(kNxDeviceError,
-                        mDevice + " took only " +
+                        mDevice + " accepted only " +
                             std::to_string(ByteOrder::LoadLittle16(&ack.payload[2])) + " of " +
                             std::to_string(data.size()) + " bytes at " + Hexadecimal(address));
     }
@@ -231,8 +231,8 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
         const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sending);
         const Fate fate = error == LIBUSB_SUCCESS ? Fate::kHopeless : FateOf(sending, command);
         if (error != LIBUSB_SUCCESS && (fate == Fate::kHopeless || !mayTryAgain)) {
-            return FailTransfer(
-                error, sending.taken == command.size() ? "answer a command" : "take a command");
+            return FailTransfer(error, sending.taken == command.size() ? "replying to a command"
+                                                                       : "accepting a command");
         }
         if (fate == Fate::kNotCarriedOut) {
             mayTryAgain = false;
@@ -284,8 +284,7 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
             const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
             deadline = std::min(After(announced + GetPatience()), pendingUntil);
         } else if (isOurs) {
-            return Fail(kNxProtocol,
-                        "answered a command with acknowledge " + Hexadecimal(ack.command));
+            return Fail(kNxProtocol, "replied to a command with ack " + Hexadecimal(ack.command));
         }
         const int error = Clock::now() >= deadline
                               ? LIBUSB_ERROR_TIMEOUT
@@ -303,8 +302,7 @@ NxResult U3vChannel::ParseAck(std::size_t& length, U3vPackets::Ack& ack) {
         return NxResult();
     }
     if (mHasAnswered) {
-        return Fail(kNxProtocol,
-                    "sent " + std::to_string(length) + " bytes that are no acknowledge");
+        return Fail(kNxProtocol, "sent " + std::to_string(length) + " bytes that are not an ack");
     }
     length = 0;
     return NxResult();
@@ -325,16 +323,16 @@ NxResult U3vChannel::Fail(unsigned int code, const std::string& reason) {
 NxResult U3vChannel::FailTransfer(int error, const std::string& stage) {
     switch (error) {
         case LIBUSB_ERROR_NO_DEVICE:
-            return Fail(kNxDeviceGone, "was unplugged; check the cable and plug it in again");
+            return Fail(kNxDeviceGone, "was unplugged; check the cable and reconnect it");
         case LIBUSB_ERROR_TIMEOUT:
-            return Fail(kNxTimeout, "did not " + stage + " in time; plug it in again");
+            return Fail(kNxTimeout, "timed out " + stage + "; unplug and reconnect it");
         case LIBUSB_ERROR_PIPE:
             // The next connection finds the endpoints working.
             mPipe->ClearStall();
-            return Fail(kNxDeviceError, "stalled its control endpoint instead of being ready to " +
-                                            stage + " (EPIPE); plug it in again");
+            return Fail(kNxDeviceError, "stalled its control endpoint instead of " + stage +
+                                            " (EPIPE); unplug and reconnect it");
         default:
-            return Fail(kNxDeviceGone, std::string("did not ") + stage + " (" +
-                                           libusb_error_name(error) + "); plug it in again");
+            return Fail(kNxDeviceGone, std::string("failed while ") + stage + " (" +
+                                           libusb_error_name(error) + "); unplug and reconnect it");
     }
 }

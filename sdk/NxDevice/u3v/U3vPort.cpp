@@ -114,8 +114,8 @@ NxResult FindCamera(const UsbContext& usb, const std::string& guid, Camera& foun
             return NxResult();
         }
     }
-    NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
-                                        " is plugged in; check its cable and its power");
+    NxResult failure(kNxDeviceGone,
+                     "No USB3 Vision device " + guid + " is connected; check its cable and power");
     // A device may be late for once, as when it has just been plugged in.
     if (AskForGuid(guid, U3vTextTime(cameras.size()), cameras, found, failure) ||
         AskForGuid(guid, U3vTextTime(cameras.size(), kSecondAsking), cameras, found, failure)) {
@@ -176,10 +176,9 @@ NxResult U3vPort::ReadLimits() {
         return result;
     }
     if (longestCommand < kSmallestTransfer || longestAck < kSmallestTransfer) {
-        return NxResult(kNxProtocol, mChannel.GetDeviceName() + " takes commands of only " +
-                                         std::to_string(longestCommand) +
-                                         " bytes and acknowledges of only " +
-                                         std::to_string(longestAck));
+        return NxResult(kNxProtocol, mChannel.GetDeviceName() + " supports only commands of " +
+                                         std::to_string(longestCommand) + " bytes and acks of " +
+                                         std::to_string(longestAck) + " bytes");
     }
     mChannel.SetLimits(longestCommand, longestAck);
     return NxResult();
@@ -337,10 +336,10 @@ NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
             return NxResult();
         }
     }
-    return NxResult(kNxBadDescription, mChannel.GetDeviceName() +
-                                           " lists no GenICam description of 1 byte to 16 MiB "
-                                           "in its manifest table of " +
-                                           std::to_string(count) + " entries");
+    return NxResult(kNxBadDescription,
+                    mChannel.GetDeviceName() +
+                        " has no GenICam description of 1 byte to 16 MiB among the " +
+                        std::to_string(count) + " entries of its manifest table");
 }
 
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port) {

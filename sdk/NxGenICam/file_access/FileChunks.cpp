@@ -50,7 +50,7 @@ NxResult FileChunks::Prepare() {
             if (!rights.MayWrite() && !mChecksPosition) {
                 return NxResult(kNxNodeAccess, "The GenICam feature " + std::string(feature) +
                                                    " of " + mNodes.Port().DeviceName() +
-                                                   " can be neither written nor read now");
+                                                   " is currently neither writable nor readable");
             }
         }
     }
@@ -122,8 +122,8 @@ NxResult FileChunks::CheckPosition(std::uint64_t expected) {
     if (static_cast<std::uint64_t>(position) != expected) {
         return NxResult(kNxTransferIncomplete,
                         mNodes.Port().DeviceName() + " is at byte " + std::to_string(position) +
-                            " of its file where byte " + std::to_string(expected) +
-                            " is next: an operation was lost or carried out twice");
+                            " of its file instead of byte " + std::to_string(expected) +
+                            ": an operation was lost or executed twice");
     }
     return {};
 }
@@ -264,8 +264,9 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
     const auto reported = static_cast<std::uint64_t>(value);
     if (reported > length) {
         return NxResult(kNxProtocol, mNodes.Port().DeviceName() + " reports " +
-                                         std::to_string(reported) + " bytes as the result of " +
-                                         mOperation.Name() + " for " + std::to_string(length));
+                                         std::to_string(reported) + " bytes transferred by " +
+                                         mOperation.Name() + " instead of " +
+                                         std::to_string(length));
     }
     if (NxResult result = CheckPosition(offset + reported); !result.IsOK()) {
         return result;

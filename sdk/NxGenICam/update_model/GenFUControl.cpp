@@ -77,7 +77,7 @@ class GenFUControl::Impl {
     NyUtilsLib::Result AddUpdate(const std::string& procedureId) {
         const std::size_t procedure = FindProcedure(procedureId);
         if (procedure == mProcedures.size()) {
-            return Refuse("no procedure has the id " + Quoted(procedureId));
+            return Refuse("there is no procedure with the id " + Quoted(procedureId));
         }
         mUpdates.push_back({procedure, {}});
         return {};

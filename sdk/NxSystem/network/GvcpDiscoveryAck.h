@@ -19,7 +19,7 @@ struct GvcpDiscoveryAck {
     std::string serial;
     std::string userName;
 
-    /// True for a device in its boot loader, which takes firmware by TFTP only.
+    /// True for a device in its boot loader, which accepts firmware by TFTP only.
     [[nodiscard]] bool IsLoader() const;
 
     /// Empty when the datagram is no well-formed, successful DISCOVERY_ACK. Characters that are not

@@ -96,7 +96,7 @@ TEST_F(TftpFailureTest, GivesUpAServerThatNeverAnswers) {
     SimulatedCamera camera({"--profile", "loader", "--tftp-mute"});
     const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(60));
     ExpectTransferFailed(result, "has not answered");
-    ExpectWarned(result, "127.0.0.1 on lo to answer the request");
+    ExpectWarned(result, "127.0.0.1 on lo to reply to the request");
 }
 
 TEST_F(TftpFailureTest, GivesUpAServerThatIsNotThere) {
@@ -139,12 +139,12 @@ TEST_F(TftpFailureTest, AcceptsNoOptionValueOutOfRange) {
     // Ethernet's packet size, unlike loopback's, makes the client ask for windows of many blocks.
     const NetworkPair network({NetworkPair::Cable{"169.254.0.1/16", "169.254.0.2/16"}});
     const std::pair<const char*, const char*> answers[] = {
-        {"blksize-above-request", "it answered with option blksize=1469, which is out of range"},
-        {"blksize-7", "it answered with option blksize=7, which is out of range"},
-        {"windowsize-0", "it answered with option windowsize=0, which is out of range"},
+        {"blksize-above-request", "it granted option blksize=1469, which is out of range"},
+        {"blksize-7", "it granted option blksize=7, which is out of range"},
+        {"windowsize-0", "it granted option windowsize=0, which is out of range"},
         {"unrequested-option",
-         "it answered with option multicast=224.0.0.5,1758,1, which was not asked for"},
-        {"garbage", "it answered with option tsize=-300064x, which is no number"}};
+         "it granted option multicast=224.0.0.5,1758,1, which was not requested"},
+        {"garbage", "it granted option tsize=-300064x, which is not a number"}};
     for (const auto& [answer, why] : answers) {
         SCOPED_TRACE(answer);
         SimulatedCamera camera({"--profile", "loader", "--tftp-first-answer", answer, "--interface",

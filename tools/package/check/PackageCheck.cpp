@@ -133,7 +133,7 @@ void PackageCheck::CheckMember(std::size_t member) {
         stored.size < NxDfwHeader::kSize ? std::nullopt : ReadMemberHeader(archive, member);
     if (header && header->bodyLength + NxDfwHeader::kSize != stored.size) {
         Error(stored.name + " is not a firmware payload: its body has " +
-              std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, its header says " +
+              std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, but its header says " +
               std::to_string(header->bodyLength));
         return;
     }
