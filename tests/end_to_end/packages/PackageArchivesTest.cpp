@@ -33,7 +33,7 @@ const std::string kDone =
     "Starting update...\n\nValidating update... Please wait...\nUpdate is valid.\n"
     "Resetting device\nFirmware upload complete.\n";
 const std::string kFailed = "Starting update...\n\nUpdate failed.\n";
-const std::string kCannotUnpack = "it cannot be unpacked (damaged, encrypted, or /tmp is full)\n";
+const std::string kCannotUnpack = "cannot be unpacked (damaged, encrypted, or /tmp is full)\n";
 const std::string kNoManifest =
     "Manifest.xml:1: it is empty, missing from the package, or " + kCannotUnpack;
 

@@ -229,6 +229,8 @@ TEST_F(U3vChannelTest, SendsACommandOnceAndNothingMoreWhenItGoesUnanswered) {
     mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT)};
     const NxResult result = mChannel.Write(0, Bytes(4));
     EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_THAT(Text(result),
+                HasSubstr("timed out replying to a command; unplug and reconnect it"));
     EXPECT_EQ(mLog.commands.size(), 1U);
     EXPECT_FALSE(mChannel.IsAlive());
 
