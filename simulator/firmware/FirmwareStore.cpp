@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMaxStatusSize = 1000;
 
-// What a firmware.bin really holds, to tell an image that reached the flash from one that did not.
+// What a firmware.bin really contains, which shows whether an image reached the flash.
 FirmwareImage Measure(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     std::array<char, 65536> buffer{};

@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kUsbProfile = "u3v";
 
-// What stands in no group of its own; all of TFTP is the network's as well.
+// Options outside of a group of their own; all TFTP options are network options as well.
 constexpr std::array kNetworkOptions = {"--interface",
                                         "--address",
                                         "--mac",
@@ -48,7 +48,7 @@ constexpr std::array kNetworkOptions = {"--interface",
                                         "--lose-control-at",
                                         "--refuse-control"};
 
-/// Options that would have no effect are refused, not passed over.
+/// Options that would have no effect are rejected, not ignored.
 std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool usb) {
     if (usb && device.layout == RegisterLayout::kLegacyEndian) {
         return "the layout legacy-endian is for GigE Vision devices only";

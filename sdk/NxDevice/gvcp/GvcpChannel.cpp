@@ -23,7 +23,7 @@ constexpr milliseconds kPatienceAfterPending{2000};
 constexpr milliseconds kBusyPatience{5000};
 constexpr milliseconds kFirstBusyPause{10};
 constexpr milliseconds kLongestBusyPause{200};
-// A device that was heard of so lately is not mute.
+// A device that replied this recently is not silent.
 constexpr milliseconds kLatelyHeardOf{1000};
 // So often a command that may take long is waited for that long before it is sent again; longer
 // when the device says so.

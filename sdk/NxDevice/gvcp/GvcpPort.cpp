@@ -71,7 +71,7 @@ GvcpPort::~GvcpPort() {
         if (mConfiguration.has_value()) {
             mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
             (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
-            // In so short a time a device that is not mute may be missed.
+            // Such a short timeout may miss a device that does respond.
             mChannel->Resume();
         }
         mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
@@ -127,7 +127,7 @@ NxResult GvcpPort::Start(milliseconds timeout) {
     return {};
 }
 
-// Devices are silent while they carry out a long command, unless they are told that their
+// Devices are silent while they execute a long command, unless they are told that their
 // controller understands PENDING_ACK.
 void GvcpPort::EnablePendingAck() {
     std::uint32_t milliseconds = 0;

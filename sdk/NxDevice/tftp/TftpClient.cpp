@@ -62,7 +62,7 @@ unsigned int WindowSizeFor(unsigned int blockSize) {
     return std::clamp(bytes / blockSize, 1U, kMostBlocksInWindow);
 }
 
-// A device is reset by such a record before it could acknowledge it.
+// Such a record resets the device before it can acknowledge it.
 bool IsResetRecord(std::span<const std::byte> data) {
     NxDfwHeader header;
     return data.size() == NxDfwHeader::kSize &&

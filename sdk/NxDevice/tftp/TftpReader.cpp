@@ -93,7 +93,7 @@ NxResult TftpReader::OnData(const TftpPacket& packet) {
         return mComplete || mBlocksSinceAck == mOptions.windowSize ? SendAck() : NxResult();
     }
     if (block != 0) {
-        // A block is missing in between. The server goes back when told so (RFC 7440, section 4);
+        // A block is missing in between. The server goes back when told to (RFC 7440, section 4);
         // once is enough.
         const bool reported = mGapReported;
         mGapReported = true;

@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
 
 // A server repeats its first answer, after its time-out of a second or more, until it has the first
-// block: one that comes that late tells that the block was lost. An earlier one may be a copy that
+// block: one that comes that late shows that the block was lost. An earlier one may be a copy that
 // the network made.
 constexpr TftpTimer::Duration kLateFirstAnswer = milliseconds(500);
 
@@ -144,7 +144,7 @@ NxResult TftpWriter::AwaitAcknowledgement() {
             GoBack();
             return mSession.CheckPace(0);
         }
-        // An acknowledgement of nothing new is passed over, never answered: if each copy of an
+        // An acknowledgement of nothing new is ignored, never answered: if each copy of an
         // acknowledgement drew a copy of the data, copies would breed copies (RFC 1123, 4.2.3.1).
         const std::uint64_t block =
             !timedOut && packet.opcode == TftpOpcode::kAck

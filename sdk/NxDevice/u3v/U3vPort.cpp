@@ -84,7 +84,7 @@ std::vector<Camera> FindCameras(const UsbContext& usb) {
 }
 
 // Leaves in `cameras` those that were late, for another try.
-// @param failure of a device that may well be the one that is meant: which one it is cannot be told
+// @param failure of a device that may be the requested one; its GUID could not be read
 bool AskForGuid(const std::string& guid, U3vTextTime time, std::vector<Camera>& cameras,
                 Camera& found, NxResult& failure) {
     std::vector<Camera> late;
@@ -154,8 +154,8 @@ NxResult U3vPort::ReadLimits() {
     std::uint32_t responseTime = 0;  // milliseconds
     NxResult result = mChannel.Start();
     if (result.IsOK()) {
-        // First, since all that follows may take as long. A device that does not tell has the
-        // shortest patience that any has.
+        // First, since all that follows may take as long. A device that does not report it gets the
+        // shortest timeout of all.
         result = ReadNumber(kResponseTimeRegister, responseTime);
         if (!mChannel.IsAlive()) {
             return result;

@@ -182,7 +182,7 @@ NxResult FileChunks::WriteOnce(std::uint64_t offset, std::span<const std::byte> 
 }
 
 NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std::uint64_t& given) {
-    // Written anew each time: 0 bytes mean the end of the file here, not a forgotten length.
+    // Written again each time: 0 bytes mean the end of the file here, not a forgotten length.
     mLengthInDevice.reset();
     std::uint64_t moved = 0;
     if (NxResult result = Run(offset, Allowed(chunk.size()), moved); !result.IsOK()) {
@@ -203,7 +203,7 @@ NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std:
     return {};
 }
 
-// Of a device whose execute register tells nothing, a result that has changed is the only sign that
+// If a device's execute register reports nothing, a result that has changed is the only sign that
 // it has carried the operation out; two chunks of one length would have the same.
 std::size_t FileChunks::UnlikeTheLast(std::size_t length) const {
     const std::size_t step = std::max<std::size_t>(mIncrement, 4);

@@ -267,7 +267,7 @@ NxResult FileOperation::AwaitEnd(bool outcomeIsOlder) {
     while (result.IsOK() && !isDone) {
         outcomeIsOlder = true;
         if (const NxResult timeout = poll.Pause(); !timeout.IsOK()) {
-            // It may be one that never tells; then its status does.
+            // It may be one that never shows the end; then its status does.
             std::string status;
             mHabits.keepsValue = ReadStatus(status).IsOK() && status == FileFeatures::kSuccess;
             return mHabits.keepsValue ? NxResult() : timeout;

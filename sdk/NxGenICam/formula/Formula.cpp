@@ -187,7 +187,7 @@ const BinaryOperator* Evaluator<Number>::PeekOperator(int precedence) {
 
 template <typename Number>
 Number Evaluator<Number>::Binary(int precedence, bool live) {
-    // Signs stand one in the other, and so do powers, which group from the right.
+    // Signs nest, and so do powers, which group from the right.
     if (--mBudget.depth < 0) {
         Fail(kTooDeep);
     }

@@ -143,7 +143,7 @@ class Reading {
     struct Element {
         std::string_view name;
         std::string_view space;
-        bool isUnbound = false;                ///< has a prefix that stands for nothing
+        bool isUnbound = false;                ///< has an undeclared prefix
         std::span<const xmlChar*> attributes;  ///< name, prefix, space, and where its value is
     };
 
@@ -312,7 +312,7 @@ bool Reading::OpenInNode(NodeTable::Id node, std::string_view element) {
         return StartNode(NodeKind::kIntReg, node);
     }
     if (element == "IntSwissKnife" && IsRegister(kind)) {
-        // Schema 1.0 lets a part of an address stand inside the register.
+        // Schema 1.0 allows a part of an address inside the register.
         const bool started = StartNode(NodeKind::kIntSwissKnife, NodeTable::kNone);
         if (started && !mTable.Append(node, NodeTag::kPAddress, "", "", mOpen.back().node)) {
             Stop(kTooMuch);

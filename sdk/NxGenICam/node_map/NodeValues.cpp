@@ -12,7 +12,7 @@
 
 namespace {
 
-// What a visit is for: asking for a value on the way to the same node's place is no circle.
+// What a visit is for: reading a value while locating the same node is not a cycle.
 enum Purpose : int { kValue = 0, kBound = 2 };
 
 constexpr std::uint64_t kLongestText = std::uint64_t{1} << 20U;

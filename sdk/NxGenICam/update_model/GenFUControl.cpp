@@ -103,7 +103,8 @@ class GenFUControl::Impl {
     }
 
     /// A device that lacks the feature is another one than the update is for, so a failed read is a
-    /// condition that does not hold. The first such failure is kept, to be told if nothing fits.
+    /// condition that does not hold. The first such failure is kept, to be reported if nothing
+    /// fits.
     bool Holds(const Condition& condition, NyUtilsLib::Result& unread) {
         std::string value;
         const NyUtilsLib::Result result = mUpdater.ReadGenStringValue(condition.featureName, value);

@@ -137,7 +137,8 @@ void PackageCheck::CheckMember(std::size_t member) {
               std::to_string(header->bodyLength));
         return;
     }
-    // What is no payload is read for its checksum only: it may unpack to more than the disk holds.
+    // What is not a payload is read for its checksum only: it may unpack to more than the disk
+    // holds.
     std::string head;
     const TemporaryFile copy;
     std::string error =
