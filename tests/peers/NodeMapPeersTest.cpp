@@ -119,7 +119,7 @@ class AravisNodes {
     [[nodiscard]] ArvGcNode* Node(const std::string& name) const {
         return arv_gc_get_node(mNodes, name.c_str());
     }
-    /// @return false for nodes that are no values
+    /// @return false for nodes that are not values
     bool Ask(const std::string& name, Answer& answer) const {
         ArvGcNode* node = Node(name);
         GError* error = nullptr;

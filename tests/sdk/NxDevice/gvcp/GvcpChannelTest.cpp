@@ -24,7 +24,7 @@ namespace {
 const Endpoint kDevice{0x0A090802, 3956};
 const Endpoint kStranger{0x0A090803, 3956};
 
-// READREG 0x0A00 and its acknowledge.
+// READREG 0x0A00 and its ack.
 std::string Read(std::uint16_t id) {
     return "\x42\x01\x00\x80\x00\x04"s + static_cast<char>(id >> 8U) + static_cast<char>(id & 255) +
            "\x00\x00\x0A\x00"s;
