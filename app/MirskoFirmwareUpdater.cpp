@@ -76,7 +76,7 @@ const NxDeviceInfo* FirstDeviceOf(const Interface& interface) {
 }
 
 // A reader that has seen enough must not end a transfer half-way. A write that fails is nobody's
-// business: an update is told by the device, not by who listens.
+// business: the result of an update comes from the device, whoever reads the output.
 void IgnoreReadersThatGoAway() {
     (void)std::signal(SIGPIPE, SIG_IGN);
 }

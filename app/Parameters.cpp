@@ -15,7 +15,7 @@ bool IsFirmwareFile(const std::string& argument) {
     return extension == "dfw" || extension == "zip";
 }
 
-// As wide as this on purpose: a keyword counts wherever it stands in the option, also in a value,
+// As wide as this on purpose: a keyword counts anywhere in the option, also in a value,
 // and values are cut from the lowercased text.
 bool TakeOption(Parameters& parameters, const std::string& argument) {
     const std::string option = Ascii::LowerCase(argument.substr(1));

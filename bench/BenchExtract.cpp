@@ -1,5 +1,5 @@
-// bench-extract ARCHIVE MEMBER: unpacks one member as the updater does and tells, as JSON, how long
-// it took and how much memory was used at most.
+// bench-extract ARCHIVE MEMBER: unpacks one member as the updater does and prints, as JSON, how
+// long it took and how much memory was used at most.
 #include <chrono>
 #include <filesystem>
 #include <fstream>

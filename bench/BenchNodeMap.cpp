@@ -1,5 +1,5 @@
 // bench-node-map [ROUNDS]: how long the simulated camera's description of 1.2 MB takes until its
-// features can be asked for, by the SDK and by Aravis, in turns; the medians, as JSON.
+// features can be asked for, by the SDK and by Aravis, alternately; the medians, as JSON.
 #include <arv.h>
 
 #include <algorithm>
@@ -72,6 +72,6 @@ int main(int argc, char** argv) {
                                 {"ours_ms", Median(ours)},
                                 {"aravis_ms", Median(theirs)}}
               << "\n";
-    // The aim, on any computer that is not much slower than those of today.
+    // The target, on any computer that is not much slower than today's.
     return good && Median(ours) < 50 ? 0 : 1;
 }

@@ -1,5 +1,5 @@
-// Writes the same payload into a USB3 Vision device in three ways, several rounds of each in turn,
-// and prints the median throughputs:
+// Writes the same payload into a USB3 Vision device in three ways, several rounds of each
+// alternately, and prints the median throughputs:
 //   sdk      NxGenFile::WriteFrom, as the updater does
 //   aravis   a plain Aravis client: the same file operations through Aravis's node map and device
 //   bus      Aravis's write_memory alone, the bytes of the payload into FileAccessBuffer

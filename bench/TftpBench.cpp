@@ -1,5 +1,5 @@
-// Sends one file to the same TFTP server with this project's client and with others, in turns, and
-// compares how long they take. Every client is a program of its own, started alike. Run by
+// Sends one file to the same TFTP server with this project's client and with others, alternately,
+// and compares how long they take. Every client is a program of its own, started alike. Run by
 // bench/run-tftp.sh, which starts the servers. Exit status: 0 every aim is met, 1 one is missed,
 // 2 wrong use or a client of this project that fails.
 
@@ -30,7 +30,7 @@ namespace {
 constexpr int kMissed = 1;
 constexpr int kFailed = 2;
 
-// What is aimed at, as quotients of throughputs.
+// The targets, as ratios of throughputs.
 constexpr double kAimLockStep = 1.0;     // of the fastest other client, block by block
 constexpr double kAimWindows = 5.0;      // of the fastest client that goes block by block
 constexpr double kAimNoCollapse = 0.25;  // of our own client that goes block by block

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Unpacks one member of 256 MiB with the updater's package reader and with unzip, in turns, into the
+# Unpacks one member of 256 MiB with the updater's package reader and with unzip, alternately, into the
 # same /tmp, and compares the whole processes' times.
 #   bench/run-extract.sh [BUILD-FOLDER] [ROUNDS]
 # Exit status: 0 the reader is at least as fast as unzip and stays under 32 MiB, for every kind of
@@ -23,7 +23,7 @@ import json, os, random, statistics, subprocess, sys, time
 program, rounds = sys.argv[1], int(sys.argv[2])
 size = 256 * 1024 * 1024
 random.seed(1)
-# Half of it like code and tables, half like compressed images, in turns of 64 KiB.
+# Half of it like code and tables, half like compressed images, alternating every 64 KiB.
 words = [random.randbytes(random.randint(2, 12)) for _ in range(4000)]
 structured = b"".join(random.choice(words) for _ in range(200000))
 piece = b"".join(structured[i:i + 65536] + random.randbytes(65536)

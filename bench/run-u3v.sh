@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Throughput of an update over USB3 Vision, against a plain Aravis client in the same emulated bed.
-# MB/s, medians of five rounds in turn; the last columns are quotients. The aim is 0.9 in the column
-# sdk/aravis, the same file operations by both; sdk/bus tells what those operations cost beside the
-# bytes alone. Exit status: 0 the aim is met in every row, 1 it is missed in one (marked MISSED).
+# MB/s, medians of five alternating rounds; the last columns are ratios. The target is 0.9 in the column
+# sdk/aravis, the same file operations by both; sdk/bus shows what those operations cost beside the
+# bytes alone. Exit status: 0 the target is met in every row, 1 it is missed in one (marked MISSED).
 # Everything runs on one CPU: each command goes to and fro between two processes, and where these are
 # put decides over a factor of three otherwise.
 #   bench/run-u3v.sh [MEBIBYTES]

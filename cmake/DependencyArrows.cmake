@@ -21,7 +21,8 @@ set(MIRSKO_ARROWS_MirskoFirmwareUpdater app update transfer firmware_file
     NxDevice NxGenICam NxSystem NxBase NyUtilsLib)
 set(MIRSKO_ARROWS_mirsko-devices NxDevice NxGenICam NxSystem NxBase)
 set(MIRSKO_ARROWS_MirskoFirmwareUpdater_installed ${MIRSKO_ARROWS_MirskoFirmwareUpdater})
-# What mirsko-package says of a package must hold for the updater: both read it alike.
+# What mirsko-package reports about a package must be true for the updater, so both use the same
+# reader.
 set(MIRSKO_ARROWS_mirsko-package firmware_file NxDevice NxGenICam NxBase NyUtilsLib)
 
 # Which rooms, folders of an SDK library, each room may include headers of; "." is the library's own

@@ -42,8 +42,8 @@ function(mirsko_sdk_library name)
 endfunction()
 
 # mirsko_scripted_sdk(<name> SOURCES …)
-# A static library that plays the SDK in tests. Linking it together with a real library of the SDK is
-# an error when CMake generates.
+# A static library that implements the SDK for tests. Linking it together with a real library of the
+# SDK is an error when CMake generates.
 function(mirsko_scripted_sdk name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES")
     add_library(${name} STATIC ${arg_SOURCES})
@@ -118,7 +118,7 @@ endfunction()
 
 # mirsko_fuzz_target(<name> SOURCES … LIBRARIES … [MAX_LENGTH <bytes>])
 # A source with LLVMFuzzerTestOneInput. With MIRSKO_BUILD_FUZZERS a libFuzzer program, else a CTest
-# test that runs every file of tests/fuzz/corpus/<name>/. docs/fuzzing.md tells how to use both.
+# test that runs every file of tests/fuzz/corpus/<name>/. docs/fuzzing.md describes both.
 function(mirsko_fuzz_target name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "MAX_LENGTH" "SOURCES;LIBRARIES")
     set(folder ${PROJECT_SOURCE_DIR}/tests/fuzz)

@@ -9,7 +9,7 @@
 
 /// A firmware package: a ".zip" archive whose members are unpacked into files in /tmp.
 ///
-/// Every file handed out is deleted with this reader. The archive is opened anew by each
+/// Every file handed out is deleted with this reader. The archive is reopened by each
 /// ExtractFile, so a missing or damaged one shows only there.
 class ZipFwFileReader : public NxFwFileReader {
   public:

@@ -38,7 +38,7 @@ constexpr std::int32_t kValidationFailed = 104;
 constexpr unsigned int kLastNetworkType = 1;
 constexpr std::chrono::milliseconds kPause(500);
 
-// Keeps an object that lives until the process ends reachable, so that it is no leak.
+// Keeps an object that lives until the process ends reachable, so that it is not a leak.
 template <typename Object>
 Object* KeepForever(Object* object) {
     static auto* const kept = new std::vector<Object*>;
@@ -90,7 +90,7 @@ Result MirskoFirmwareUpdaterDlg::ReadGenStringValue(const std::string& nodeName,
     if (!device->GetParameters()->GetStringValue(nodeName, text).IsOK()) {
         return Result(kGenFUUnreadable);
     }
-    // The model name whatever was asked for, on purpose; the text just read only tells whether the
+    // The model name whatever was asked for, on purpose; the text just read only shows whether the
     // node can be read.
     value = deviceInfo->GetModelName().GetAscii();
     return Result(kGenFUDone);

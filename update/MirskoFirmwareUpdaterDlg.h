@@ -16,7 +16,7 @@ class NxResult;
 class Thread;
 
 /// One firmware update of one device: chooses the transport, runs one transfer worker after the
-/// other, waits for it, has the device's status text judged, and tells each stage on the standard
+/// other, waits for it, has the device's status text judged, and reports each stage on the standard
 /// streams. Used from one thread.
 ///
 /// Direct mode transfers one payload file. Package mode has the SDK's firmware-update model run the

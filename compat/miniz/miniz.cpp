@@ -92,7 +92,7 @@ class Sink {
     uLong mCrc = 0;
 };
 
-/// A member's bytes as they stand in the archive.
+/// A member's bytes as stored in the archive.
 class Source {
   public:
     Source(const OpenFile& file, std::uint64_t offset, std::uint64_t size)

@@ -4,7 +4,7 @@
 
 /// The five operations of miniz that read a zip archive, for a system without miniz: the same names
 /// and the same outcomes. Archives follow PKWARE APPNOTE 6.3, zip64 included; zlib inflates.
-/// docs/building.md names what still differs, and why no other zip library stands behind them.
+/// docs/building.md names what still differs, and why no other zip library is used.
 
 using mz_bool = int;
 using mz_uint = unsigned int;
@@ -34,7 +34,7 @@ struct mz_zip_archive_file_stat {
 };
 
 /// @param flags 0
-/// @return false when there is no such file or it is no zip archive; then nothing is to be ended
+/// @return false if there is no such file or it is not a zip archive; then there is nothing to end
 mz_bool mz_zip_reader_init_file(mz_zip_archive* archive, const char* path, mz_uint32 flags);
 mz_uint mz_zip_reader_get_num_files(mz_zip_archive* archive);
 mz_bool mz_zip_reader_file_stat(mz_zip_archive* archive, mz_uint index,

@@ -74,7 +74,7 @@ NxResult LocalFile::ReadWhole(std::uint64_t offset, std::span<std::byte> buffer)
         return result;
     }
     result = CheckUnchanged();
-    return result.IsOK() ? Failure("read", mPath, "it ends before its size says so") : result;
+    return result.IsOK() ? Failure("read", mPath, "it is shorter than its size") : result;
 }
 
 NxResult LocalFile::CheckUnchanged() const {

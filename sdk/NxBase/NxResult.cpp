@@ -15,31 +15,32 @@ const char* GeneralDescription(unsigned int code) {
         case kNxNoFileAccess:
             return "The device offers no GenICam file access";
         case kNxBackupLoadOnly:
-            return "The device runs its backup load, which takes no firmware by file access";
+            return "The device is running its backup load, which does not accept firmware by file "
+                   "access";
         case kNxResetNotSupported:
             return "The device cannot be reset over this transport; restart it by hand";
         case kNxNoOutcome:
-            return "The operation has not ended yet";
+            return "The operation is still in progress";
         case kNxStatusNotSuccess:
-            return "The device's status text shows no success";
+            return "The device's status text does not report success";
         case kNxInvalidArgument:
-            return "A value cannot be used";
+            return "Invalid argument";
         case kNxLocalFile:
             return "A local file cannot be used";
         case kNxSocket:
             return "The network interface cannot be used";
         case kNxTimeout:
-            return "The device did not answer in time; check cable, power and address";
+            return "The device did not respond in time; check cable, power and address";
         case kNxAccessDenied:
             return "Access to the device was denied";
         case kNxControlLost:
             return "Control of the device was lost";
         case kNxDeviceGone:
-            return "The device is gone";
+            return "The device was unplugged or no longer exists";
         case kNxProtocol:
-            return "The device's answer breaks the protocol";
+            return "The device sent an invalid reply";
         case kNxDeviceError:
-            return "The device answered with an error";
+            return "The device reported an error";
         case kNxNoSuchNode:
             return "The device has no such GenICam feature";
         case kNxNodeAccess:
@@ -49,13 +50,13 @@ const char* GeneralDescription(unsigned int code) {
         case kNxFileOperation:
             return "The device refused a file operation";
         case kNxTransferIncomplete:
-            return "The device took fewer bytes than were sent";
+            return "The device accepted fewer bytes than were sent";
         case kNxTftpError:
-            return "The device's TFTP server answered with an error";
+            return "The device's TFTP server reported an error";
         case kNxNotAPayload:
             return "The file does not begin with a valid firmware header";
         case kNxBufferTooSmall:
-            return "The answer is larger than expected";
+            return "The buffer is too small for the reply";
         case kNxNotSupported:
             return "The device does not support this operation";
         case kNxBadManifest:
@@ -63,7 +64,7 @@ const char* GeneralDescription(unsigned int code) {
         case kNxNoUpdate:
             return "No update in this package is for this device";
         case kNxAssertFailed:
-            return "The device is not in the state that the update asks for";
+            return "The device does not meet the update's requirements";
         default:
             return nullptr;
     }

@@ -65,7 +65,7 @@ unsigned int NxString::GetLength() const {
 }
 
 NxString& NxString::operator+=(const NxString& other) {
-    // Converted anew: two halves of one character may meet where the texts are joined.
+    // Converted again: two halves of one character may meet where the texts are joined.
     mNarrow += other.mNarrow;
     mWide = ToWide(mNarrow);
     return *this;

@@ -25,9 +25,9 @@ void NxGenEnum::Impl::NoteBackupLoad(const NxGenEnumEntry& entry) const {
     NxString shown;
     if (Name() == "DeviceFirmwareLoad" && entry.GetDisplayName(shown).IsOK() &&
         std::string(shown.GetAscii()).find("BackupLoad") != std::string::npos) {
-        mNodes.Port().NoteNoFileAccess(mNodes.Port().DeviceName() +
-                                       " runs its backup load, which takes no firmware by file "
-                                       "access");
+        mNodes.Port().NoteNoFileAccess(
+            mNodes.Port().DeviceName() +
+            " is running its backup load, which does not accept firmware by file access");
     }
 }
 

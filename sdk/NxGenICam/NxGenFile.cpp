@@ -37,8 +37,7 @@ NxResult FindFileAccess(NodeMap& nodes) {
             return NxResult(kNxNoFileAccess, name + "it has no feature " + feature);
         }
         if (nodes.Table().Kind(node) != kind) {
-            return NxResult(kNxNoFileAccess,
-                            name + "its " + feature + " is of a kind that cannot be used");
+            return NxResult(kNxNoFileAccess, name + "its " + feature + " has an unsupported type");
         }
         NodeRights rights;
         if (NxResult result = nodes.FindRights(node, NodeRights::Scope::kEver, rights);
@@ -201,9 +200,9 @@ NxResult NxGenFile::Impl::Close() {
     if (mHangs) {
         // A Close would be waited for as long once more; an Open that the device refuses because
         // the file is open is followed by one.
-        return NxResult(kNxTimeout, "The device's file " + mName +
-                                        " stays open: " + mNodes->Port().DeviceName() +
-                                        " does not finish its last operation");
+        return NxResult(kNxTimeout, "Cannot close the device's file " + mName + ": " +
+                                        mNodes->Port().DeviceName() +
+                                        " has not finished its last operation");
     }
     NxResult result = mNodes->WriteEntry(FileFeatures::kOperationSelector, "Close");
     if (result.IsOK()) {
@@ -288,7 +287,7 @@ NxResult NxGenFile::Impl::WriteUntil(std::uint64_t end, std::span<const std::byt
             mPosition, data.first(std::min(data.size(), mChunks->ChunkSize())), taken);
         if (result.IsOK() && taken == 0) {
             result = NxResult(kNxTransferIncomplete,
-                              mNodes->Port().DeviceName() + " takes no more bytes");
+                              mNodes->Port().DeviceName() + " accepts no more bytes");
         }
         if (!result.IsOK()) {
             mHangs = result.GetCode() == kNxTimeout;
@@ -347,7 +346,7 @@ NxGenFile::~NxGenFile() = default;
 
 NxResult NxGenFile::CheckSupport(NxGenParameterArray* parameters) {
     return parameters != nullptr ? FindFileAccess(parameters->GetImpl().Nodes())
-                                 : NxResult(kNxInvalidArgument, "No node map to look into");
+                                 : NxResult(kNxInvalidArgument, "No node map given");
 }
 
 bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
@@ -361,7 +360,7 @@ bool NxGenFile::IsSupported(NxGenParameterArray* parameters) {
 NxResult NxGenFile::Open(NxGenParameterArray* parameters, const NxString& fileName,
                          NxGenOpenMode mode) {
     if (parameters == nullptr) {
-        return NxResult(kNxInvalidArgument, "No node map to open a device's file with");
+        return NxResult(kNxInvalidArgument, "No node map given");
     }
     return mImpl->Open(parameters->GetImpl().Nodes(), fileName.GetAscii(), mode);
 }
@@ -373,7 +372,7 @@ NxResult NxGenFile::WriteFrom(const NxString& localPath) {
 NxResult NxGenFile::Write(const unsigned char* data, long length, long& written) {
     written = 0;
     if (length < 0 || (data == nullptr && length > 0)) {
-        return NxResult(kNxInvalidArgument, "No bytes to write to a device's file");
+        return NxResult(kNxInvalidArgument, "No data to write");
     }
     std::uint64_t taken = 0;
     NxResult result =
@@ -385,7 +384,7 @@ NxResult NxGenFile::Write(const unsigned char* data, long length, long& written)
 NxResult NxGenFile::Read(unsigned char* buffer, long length, long& read) {
     read = 0;
     if (length < 0 || (buffer == nullptr && length > 0)) {
-        return NxResult(kNxInvalidArgument, "No room to read a device's file into");
+        return NxResult(kNxInvalidArgument, "No buffer to read into");
     }
     std::uint64_t given = 0;
     NxResult result = mImpl->Read(

@@ -19,10 +19,9 @@ bool IsName(const std::string& text, std::size_t longest) {
 }
 
 NxResult Malformed(const std::string& text) {
-    return NxResult(kNxInvalidArgument,
-                    "\"" + text +
-                        "\" names no device: an address such as 192.168.1.20%eth1 or "
-                        "u3v: and a GUID is needed");
+    return NxResult(kNxInvalidArgument, "\"" + text +
+                                            "\" is not a connection ID: use an address such as "
+                                            "192.168.1.20%eth1, or u3v: followed by a GUID");
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 namespace simulator {
 
-// What stands in descriptions besides the features of a device, as XML.
+// The parts of descriptions other than a device's features, as XML.
 
 /// An Extension for the node of that name. It holds what a reader must not take for the node's own
 /// children: the same elements with other contents, other nodes, nodes of the same name, foreign

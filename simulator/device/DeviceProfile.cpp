@@ -77,7 +77,7 @@ std::string WhyUnusable(const DeviceOptions& options) {
         return "\"" + options.place.address + "\" is not an IPv4 address";
     }
     if (options.place.interfaceName.empty() || options.place.interfaceName.size() > 15) {
-        return "\"" + options.place.interfaceName + "\" is not the name of an interface";
+        return "\"" + options.place.interfaceName + "\" is not an interface name";
     }
     if (!ParseMac(options.mac)) {
         return "\"" + options.mac + "\" is not a MAC address such as 02:4d:53:00:00:01";
@@ -91,21 +91,19 @@ std::string WhyUnusable(const DeviceOptions& options) {
         return "the buffer of the layout command-register has at most 65532 bytes";
     }
     if (options.layout == RegisterLayout::kCommandRegister && options.executeKeepsValue) {
-        return "FileOperationExecute of the layout command-register cannot keep its value: it "
-               "shows the status";
+        return "--execute-keeps-value cannot be used with the layout command-register";
     }
     if (options.registerCommandsSwap &&
         RegisterOrder(options.layout, Bus::kGigEVision) == std::endian::big) {
-        return "register commands swap little-endian registers only: those of the layouts "
-               "little-endian and legacy-endian";
+        return "--register-commands-swap needs the layout little-endian or legacy-endian";
     }
     if (options.secondUrlOnly && options.description.contains(DescriptionShape::kSecondUrl)) {
-        return "the first URL is either empty or leads nowhere";
+        return "--second-url-only and the description quirk second-url exclude each other";
     }
     for (const std::string& text :
          {options.vendor, options.model, options.serial, options.firmware.deviceId}) {
         if (!IsPrintable(text) || text.size() > FirmwareStore::kMaxDeviceIdSize) {
-            return "\"" + text + "\" is not printable ASCII of at most 63 characters";
+            return "\"" + text + "\" must be at most 63 printable ASCII characters";
         }
     }
     if (options.firmware.family.empty() || options.firmware.family.size() > 32 ||
@@ -122,10 +120,10 @@ std::string WhyUnusable(const DeviceOptions& options) {
     }
     if (options.tftp.maxBlockSize != 0 &&
         (options.tftp.maxBlockSize < 8 || options.tftp.maxBlockSize > 65464)) {
-        return "TFTP block sizes are 8 to 65464 bytes; 0: none is granted";
+        return "the TFTP block size must be 8 to 65464 bytes, or 0 to disable the option";
     }
     if (options.tftp.maxWindowSize > 65535) {
-        return "TFTP windows are 1 to 65535 blocks; 0: none is granted";
+        return "the TFTP window size must be 1 to 65535 blocks, or 0 to disable the option";
     }
     return {};
 }

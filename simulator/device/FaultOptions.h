@@ -16,13 +16,13 @@ struct FaultOptions {
     // The GigE Vision control channel, discovery included.
     DatagramFaults received;
     DatagramFaults sent;
-    double staleAckPercent = 0;  ///< the acknowledge of an earlier command goes first
+    double staleAckPercent = 0;  ///< the ack of an earlier command goes first
     double busyPercent = 0;      ///< answered BUSY, not carried out
     bool refuseControl = false;  ///< as if another application had control
     /// After so many commands nothing is answered any more, until power-on; discovery does not
     /// count.
     std::optional<std::uint64_t> muteAfterCommands;
-    std::chrono::milliseconds discoveryDelay{0};  ///< of every discovery acknowledge
+    std::chrono::milliseconds discoveryDelay{0};  ///< of every discovery ack
     std::uint32_t discoveriesLost = 0;            ///< of the first ones after power-on
 
     TftpFaults tftp;

@@ -22,7 +22,7 @@ SimulatedDevice::~SimulatedDevice() {
 
 bool SimulatedDevice::Start(std::string& why) {
     if (mPower.joinable()) {
-        why = "the device is on already";
+        why = "the device is already on";
         return false;
     }
     why = WhyUnusable(mOptions);

@@ -13,7 +13,7 @@ namespace simulator {
 class Crc32 {
   public:
     void Add(ConstBytes bytes) {
-        // zlib takes a null pointer, which no bytes may well have, for a wish to begin anew.
+        // zlib restarts the checksum at a null pointer, which an empty span may have.
         if (!bytes.empty()) {
             mValue = crc32_z(mValue, bytes.data(), bytes.size());
         }

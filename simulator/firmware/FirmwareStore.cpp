@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMaxStatusSize = 1000;
 
-// What a firmware.bin really holds, to tell an image that reached the flash from one that did not.
+// What a firmware.bin really contains, which shows whether an image reached the flash.
 FirmwareImage Measure(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     std::array<char, 65536> buffer{};
@@ -38,7 +38,7 @@ std::unique_ptr<FirmwareStore> FirmwareStore::Open(const Options& options, Event
         std::string pattern =
             (std::filesystem::temp_directory_path(error) / "mirsko-simulator-XXXXXX").string();
         if (error || mkdtemp(pattern.data()) == nullptr) {
-            why = "cannot make a temporary folder for the device's state";
+            why = "cannot create a temporary folder for the device's state";
             return nullptr;
         }
         settled.folder = pattern;
@@ -112,7 +112,7 @@ std::unique_ptr<FirmwareUpload> FirmwareStore::BeginUpload(std::string& why) {
         return nullptr;
     }
     if (mUploading) {
-        why = "Another transfer is under way";
+        why = "Another transfer is in progress";
         return nullptr;
     }
     std::unique_ptr<FirmwareUpload> upload(new FirmwareUpload(*this));
@@ -164,14 +164,14 @@ bool FirmwareStore::Judge(FirmwareUpload& upload) {
         return false;
     }
     if (header->family != mOptions.family) {
-        Reject("it is for device family \"" + header->family + "\", this is \"" + mOptions.family +
-               "\"");
+        Reject("it is for device family \"" + header->family + "\", but this device is \"" +
+               mOptions.family + "\"");
         return false;
     }
     upload.CutPadding(header->bodyLength);
     const std::uint64_t bodyLength = upload.Size() - PayloadHeader::kSize;
     if (bodyLength != header->bodyLength) {
-        Reject("body of " + std::to_string(bodyLength) + " bytes, the header says " +
+        Reject("the body has " + std::to_string(bodyLength) + " bytes, but the header says " +
                std::to_string(header->bodyLength));
         return false;
     }

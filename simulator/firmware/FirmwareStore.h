@@ -17,7 +17,7 @@
 
 namespace simulator {
 
-/// Whom a FirmwareStore tells what concerns the device as a whole. Called on the thread that
+/// Receives the events of a FirmwareStore that concern the whole device. Called on the thread that
 /// writes, with no lock held; must not wait for that thread.
 class FirmwareListener {
   public:

@@ -9,13 +9,13 @@
 
 namespace simulator {
 
-/// The last command of each application with its acknowledge, for those that are sent again because
-/// the acknowledge was lost. Used by one thread.
+/// The last command of each application with its ack, for those that are sent again because
+/// the ack was lost. Used by one thread.
 class AnsweredCommands {
   public:
     using Clock = ControlPrivilege::Clock;
 
-    /// @return the acknowledge of that command; null when it is not an application's last one, or
+    /// @return the ack of that command; null when it is not an application's last one, or
     /// too long ago
     [[nodiscard]] const std::vector<std::uint8_t>* Find(const Peer& peer, std::uint16_t id,
                                                         Clock::time_point now) const;

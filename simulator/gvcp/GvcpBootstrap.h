@@ -22,7 +22,7 @@ class GvcpBootstrap {
     GvcpBootstrap(DeviceMemory& memory, const DeviceOptions& options, FirmwareStore& firmware,
                   std::uint32_t address, std::uint32_t mask);
 
-    /// The payload of a DISCOVERY acknowledge.
+    /// The payload of a DISCOVERY ack.
     [[nodiscard]] std::vector<std::uint8_t> DiscoveryPayload();
 
     /// What the registers say, as set by the application.

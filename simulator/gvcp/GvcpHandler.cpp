@@ -100,7 +100,7 @@ GvcpReply GvcpHandler::Answer(const Request& request) {
         mEvents.Add("stale_ack", {{"id", LoadBig<std::uint16_t>(*before, 6)}});
         reply.first.push_back(*before);
     }
-    // One that was told to come back later must not get that answer for ever.
+    // BUSY is not remembered: a resent command must not get it forever.
     if (LoadBig<std::uint16_t>(reply.acknowledge, 0) != gvcp::kBusy) {
         mAnswered.Remember(request.peer, request.id, reply.acknowledge, request.now);
     }

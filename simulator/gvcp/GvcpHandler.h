@@ -21,7 +21,7 @@ namespace simulator {
 /// What a device sends for one command.
 struct GvcpReply {
     std::vector<std::vector<std::uint8_t>> first;  ///< sent at once, e.g. PENDING_ACK
-    std::chrono::microseconds delay{0};            ///< before the acknowledge
+    std::chrono::microseconds delay{0};            ///< before the ack
     std::vector<std::uint8_t> acknowledge;
 };
 

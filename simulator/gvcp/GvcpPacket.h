@@ -27,7 +27,7 @@ enum Command : std::uint16_t {
     kWriteRegister = 0x0082,
     kReadMemory = 0x0084,
     kWriteMemory = 0x0086,
-    kPending = 0x0088  ///< there is only its acknowledge, 0x0089
+    kPending = 0x0088  ///< only its ack exists, 0x0089
 };
 
 enum Status : std::uint16_t {
@@ -42,7 +42,7 @@ enum Status : std::uint16_t {
     kInvalidHeader = 0x800e
 };
 
-/// The header of an acknowledge and its payload.
+/// The header of an ack and its payload.
 inline std::vector<std::uint8_t> Acknowledge(std::uint16_t status, std::uint16_t command,
                                              std::uint16_t id, ConstBytes payload = {}) {
     std::vector<std::uint8_t> packet(kHeaderSize);

@@ -165,7 +165,7 @@ void GvcpService::Serve(const Datagram& datagram) {
 }
 
 void GvcpService::Send(Datagram datagram) {
-    // A device that went mute while it carried a command out does not answer that one either.
+    // A device that fell silent while executing a command does not answer that one either.
     if (mContext.muted) {
         return;
     }

@@ -28,7 +28,7 @@ class PlainLayout : public FileLayout {
     void Describe(DescriptionWriter& writer) const override;
 
   protected:
-    /// Where a set of the registers is, and what it stands for.
+    /// Where a set of the registers is, and what it is for.
     struct Block {
         std::uint32_t address = 0;
         Bytes buffer = {};

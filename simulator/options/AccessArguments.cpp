@@ -29,13 +29,13 @@ void AddDescription(OptionGroup& group, DeviceOptions& device) {
                 for (const std::string& name : names) {
                     const std::optional<DescriptionShape> shape = simulator::ShapeNamed(name);
                     if (!shape) {
-                        throw CLI::ValidationError("--description", "there is no shape " + name);
+                        throw CLI::ValidationError("--description", "unknown quirk " + name);
                     }
                     device.description.insert(*shape);
                 }
             },
             "NAMES",
-            "Odd shapes of the GenICam description, joined by commas: " +
+            "Quirks of the GenICam description, separated by commas: " +
                 Names(simulator::AllShapes()))
         ->delimiter(',')
         ->expected(1)
@@ -48,14 +48,13 @@ void AddLayout(OptionGroup& group, DeviceOptions& device) {
     group.AddChoice(
         "--layout", device.layout, "layout", simulator::LayoutNamed,
         simulator::NameOf(device.layout), "NAME",
-        "How the file features are laid over registers: " + Names(simulator::AllLayouts()));
+        "Register layout of the file access features: " + Names(simulator::AllLayouts()));
     group.AddSwitch("--selector-dependent", device.layout, RegisterLayout::kSelectorDependent,
                     "The same as --layout selector");
     group.AddFlag("--execute-keeps-value", device.executeKeepsValue,
-                  "FileOperationExecute shows what was written to it permanently");
+                  "FileOperationExecute always reads back the value last written");
     group.AddFlag("--register-commands-swap", device.registerCommandsSwap,
-                  "READREG and WRITEREG carry the numbers of little-endian registers in network "
-                  "order");
+                  "READREG and WRITEREG carry little-endian registers in network byte order");
 }
 
 }  // namespace
@@ -66,17 +65,18 @@ void AddAccessOptions(CLI::App& app, DeviceOptions& device) {
     AddDescription(group, device);
     group.Add("--buffer-size", device.bufferSize, "BYTES", "Size of FileAccessBuffer");
     group.AddSwitch("--no-concatenation", device.concatenation, false,
-                    "One register per READREG and WRITEREG");
-    group.AddFlag("--zipped-xml", device.zippedXml, "Give the GenICam description zipped");
+                    "Accept only one register per READREG and WRITEREG");
+    group.AddFlag("--zipped-xml", device.zippedXml,
+                  "Store the GenICam description as a zip archive");
     group.AddFlag("--second-url-only", device.secondUrlOnly,
-                  "Name the GenICam description in the second URL register only");
-    group.AddTime("--latency", device.latency, "Time before each answer");
+                  "Set only the second URL register and leave the first one empty");
+    group.AddTime("--latency", device.latency, "Delay before each reply");
     group.AddTime("--execute-latency", device.executeLatency,
-                  "Time that starting a file operation takes (PENDING_ACK over 200 ms)");
+                  "Time to start a file operation (announced by PENDING_ACK if over 200 ms)");
     group.AddTime("--operation-time", device.operationTime,
-                  "How long FileOperationExecute shows that it is not done");
+                  "Time that FileOperationExecute reports the operation as not done");
     group.Add("--heartbeat-timeout", device.heartbeatTimeout, "MS",
-              "Until the application sets another");
+              "Heartbeat timeout until the application sets another");
     group.Add("--short-write-every", device.shortWriteEvery, "N",
-              "Every so many file writes take half of the bytes; 0: never");
+              "Every Nth file write accepts only half of the bytes; 0: never");
 }

@@ -54,7 +54,7 @@ class OptionGroup {
     }
 
     /// One of several words.
-    /// @param kind what the words name, for "there is no `kind` …"
+    /// @param kind what the words name, for "unknown `kind` …"
     /// @param valueNamed std::optional<Value> of a std::string
     /// @param shown name of the default
     template <typename Value, typename ValueNamed>
@@ -66,7 +66,7 @@ class OptionGroup {
             [name, &target, kind, valueNamed](const std::string& word) {
                 const std::optional<Value> value = valueNamed(word);
                 if (!value) {
-                    throw CLI::ValidationError(name, "there is no " + kind + " " + word);
+                    throw CLI::ValidationError(name, "unknown " + kind + " " + word);
                 }
                 target = *value;
             },

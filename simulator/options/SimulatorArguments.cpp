@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kUsbProfile = "u3v";
 
-// What stands in no group of its own; all of TFTP is the network's as well.
+// Options outside of a group of their own; all TFTP options are network options as well.
 constexpr std::array kNetworkOptions = {"--interface",
                                         "--address",
                                         "--mac",
@@ -48,15 +48,15 @@ constexpr std::array kNetworkOptions = {"--interface",
                                         "--lose-control-at",
                                         "--refuse-control"};
 
-/// Options that would have no effect are refused, not passed over.
+/// Options that would have no effect are rejected, not ignored.
 std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool usb) {
     if (usb && device.layout == RegisterLayout::kLegacyEndian) {
-        return "the layout legacy-endian is for GigE Vision devices";
+        return "the layout legacy-endian is for GigE Vision devices only";
     }
     for (const DescriptionShape shape : {DescriptionShape::kBlanks, DescriptionShape::kSecondUrl}) {
         if (usb && device.description.contains(shape)) {
-            return std::string("the description ") + NameOf(shape) +
-                   " is for GigE Vision devices: on USB3 Vision there are no URLs";
+            return std::string("the description quirk ") + NameOf(shape) +
+                   " is for GigE Vision devices only: USB3 Vision has no URLs";
         }
     }
     for (const CLI::Option* const option : app.get_options()) {
@@ -68,7 +68,7 @@ std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool 
                              std::find(kNetworkOptions.begin(), kNetworkOptions.end(), name) !=
                                  kNetworkOptions.end();
         if (usb && network) {
-            return name + " is for GigE Vision devices; it has no effect with --u3v";
+            return name + " is for GigE Vision devices only; it has no effect with --u3v";
         }
         if (!usb && option->get_group() == simulator::UsbArguments::kGroup) {
             return name + " needs --u3v";
@@ -80,15 +80,14 @@ std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool 
 void AddPlace(OptionGroup& group, SimulatorArguments& arguments) {
     DeviceOptions& device = arguments.device;
     group.Add("--interface", device.place.interfaceName, "NAME",
-              "Network interface that every socket is bound to");
-    group.Add("--address", device.place.address, "ADDRESS", "IPv4 address, of that interface");
+              "Network interface to bind every socket to");
+    group.Add("--address", device.place.address, "ADDRESS", "IPv4 address of that interface");
     group.Add("--mac", device.mac, "ADDRESS", "MAC address that discovery reports");
     group.Add("--ready-file", arguments.readyFile, "FILE",
-              "Written when the device answers, removed when the program ends");
-    group.Add("--events", arguments.eventFile, "FILE",
-              "What happens to the device, as JSON lines, appended");
+              "File to create once the device is ready; removed when the program ends");
+    group.Add("--events", arguments.eventFile, "FILE", "Append events to this file, as JSON lines");
     group.AddFlag("--operation-events", device.operationEvents,
-                  "Among them every file operation, with the commands so far");
+                  "Also log every file operation, with the number of commands so far");
 }
 
 void AddIdentity(OptionGroup& group, SimulatorArguments& arguments) {
@@ -101,22 +100,22 @@ void AddIdentity(OptionGroup& group, SimulatorArguments& arguments) {
                 name == kUsbProfile ? simulator::NameOf(Profile::kFileAccess) : name);
         },
         simulator::NameOf(device.profile), "NAME",
-        "What the device offers: file-access, single-file, no-file-access, backup-load, "
-        "main-load, selector-without-dfw, loader; u3v is file-access with --u3v");
+        "Set of features: file-access, single-file, no-file-access, backup-load, "
+        "main-load, selector-without-dfw, loader; u3v means file-access with --u3v");
     group.Add("--vendor", device.vendor, "TEXT", "Vendor name");
     group.Add("--model", device.model, "TEXT", "Model name");
     group.Add("--serial", device.serial, "TEXT", "Serial number");
     group.Add("--user-name", device.firmware.deviceId, "TEXT",
-              "User-defined name (device ID), unless the state folder has one");
+              "User-defined name (device ID), unless the state folder contains one");
 }
 
 void AddFirmware(OptionGroup& group, DeviceOptions& device) {
     FirmwareStore::Options& firmware = device.firmware;
     group.Call<std::string>(
         "--state", [&firmware](const std::string& folder) { firmware.folder = folder; }, "FOLDER",
-        "Where state.json and firmware.bin are kept over restarts; "
-        "without it the device begins anew each time");
-    group.Add("--family", firmware.family, "NAME", "Device family of the payloads it takes");
+        "Folder for state.json and firmware.bin, kept across restarts; without it every start is a "
+        "fresh device");
+    group.Add("--family", firmware.family, "NAME", "Device family of the payloads it accepts");
     group
         .Call<std::string>(
             "--firmware-version",
@@ -128,10 +127,11 @@ void AddFirmware(OptionGroup& group, DeviceOptions& device) {
                 }
                 firmware.version = *version;
             },
-            "MAJOR.MINOR", "Version it runs, unless the state folder knows better")
+            "MAJOR.MINOR", "Firmware version, unless the state folder contains one")
         ->default_str(firmware.version.Text());
-    group.AddTime("--flash-time", firmware.flashTime, "How long new firmware is being flashed");
-    group.AddTime("--reboot-time", device.rebootTime, "How long the device is gone at a reset");
+    group.AddTime("--flash-time", firmware.flashTime, "Time to flash new firmware");
+    group.AddTime("--reboot-time", device.rebootTime,
+                  "Time that the device is offline during a reset");
     group.AddSwitch("--non-volatile-wording", firmware.wording,
                     FirmwareStore::Wording::kNonVolatile,
                     "Report success as \"Successfully wrote file to non-volatile memory\" "
@@ -148,13 +148,13 @@ void AddFaults(OptionGroup group, DeviceOptions& device) {
                 faults.received.*member = percent;
                 faults.sent.*member = percent;
             },
-            "P", description + ", percent, each way");
+            "P", "Percentage of GVCP datagrams " + description + " in each direction");
     };
-    group.Add("--seed", faults.seed, "N", "The same faults for the same seed");
-    bothWays("--loss", &DatagramFaults::lossPercent, "GVCP datagrams lost");
-    bothWays("--duplicate", &DatagramFaults::duplicatePercent, "GVCP datagrams doubled");
-    bothWays("--reorder", &DatagramFaults::reorderPercent, "GVCP datagrams out of order");
-    bothWays("--delayed", &DatagramFaults::delayPercent, "GVCP datagrams delayed");
+    group.Add("--seed", faults.seed, "N", "Random seed; the same seed causes the same faults");
+    bothWays("--loss", &DatagramFaults::lossPercent, "lost");
+    bothWays("--duplicate", &DatagramFaults::duplicatePercent, "duplicated");
+    bothWays("--reorder", &DatagramFaults::reorderPercent, "reordered");
+    bothWays("--delayed", &DatagramFaults::delayPercent, "delayed");
     group
         .Call<std::uint32_t>(
             "--delay",
@@ -162,36 +162,37 @@ void AddFaults(OptionGroup group, DeviceOptions& device) {
                 faults.received.delay = std::chrono::milliseconds(milliseconds);
                 faults.sent.delay = faults.received.delay;
             },
-            "MS", "By how much")
+            "MS", "Delay of the delayed datagrams")
         ->default_str(std::to_string(faults.sent.delay.count()));
     group.Add("--stale-acks", faults.staleAckPercent, "P",
-              "Send an earlier acknowledge first, percent");
-    group.Add("--busy", faults.busyPercent, "P", "Answer BUSY, percent");
-    group.AddFlag("--refuse-control", faults.refuseControl, "Nobody gets control");
+              "Percentage of acks preceded by an earlier ack");
+    group.Add("--busy", faults.busyPercent, "P", "Percentage of commands answered with BUSY");
+    group.AddFlag("--refuse-control", faults.refuseControl, "Refuse control to every application");
     group.Add("--mute-at", faults.muteAtByte, "BYTE",
-              "Answer nothing once so many payload bytes have come");
-    group.Add("--reboot-at", faults.rebootAtByte, "BYTE", "Reboot then");
-    group.Add("--vanish-at", faults.vanishAtByte, "BYTE", "Be unplugged then");
+              "Stop replying after this many payload bytes");
+    group.Add("--reboot-at", faults.rebootAtByte, "BYTE", "Reboot after this many payload bytes");
+    group.Add("--vanish-at", faults.vanishAtByte, "BYTE",
+              "Unplug the device after this many payload bytes");
     group.Add("--lose-control-at", faults.loseControlAtByte, "BYTE",
-              "Another application takes control then, GigE Vision only");
+              "Another application takes control after this many payload bytes (GigE Vision only)");
     group.Add("--mute-after", faults.muteAfterCommands, "N",
-              "Answer nothing after so many GVCP commands, discovery not counted");
-    group.AddTime("--discovery-delay", faults.discoveryDelay, "Answer discovery that late");
+              "Stop replying after N GVCP commands, not counting discovery");
+    group.AddTime("--discovery-delay", faults.discoveryDelay, "Delay before each discovery reply");
     group.Add("--discoveries-lost", faults.discoveriesLost, "N",
-              "Do not hear so many discovery commands at first");
-    group.AddFlag("--fail-flash", device.firmware.failFlash, "Every flashing fails");
+              "Ignore the first N discovery commands");
+    group.AddFlag("--fail-flash", device.firmware.failFlash, "Fail every flash write");
     group.AddFlag("--misjudge-crc", device.firmware.misjudgeBodyCrc,
-                  "Say of every payload that its CRC is wrong");
+                  "Report a CRC error for every payload");
 }
 
 }  // namespace
 
 SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** arguments) {
     CLI::App app(
-        "Simulates an updatable GigE Vision device. Runs until SIGTERM or SIGINT;\n"
-        "with --u3v it simulates a USB3 Vision device for as long as a command runs.\n"
-        "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 wrong usage;\n"
-        "with --u3v the command's.",
+        "Simulates a GigE Vision device that can be updated, until SIGTERM or SIGINT;\n"
+        "with --u3v, simulates a USB3 Vision device while a command runs.\n"
+        "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 usage error;\n"
+        "with --u3v, that of the command.",
         "mirsko-simulator");
     app.formatter(std::make_shared<HelpFormatter>());
     OptionGroup group(app);

@@ -5,7 +5,7 @@
 #include "UsbArguments.h"
 #include "simulator/device/DeviceProfile.h"
 
-/// What mirsko-simulator was told on its command line.
+/// The command line of mirsko-simulator, parsed.
 struct SimulatorArguments {
     enum class Outcome {
         kRun,

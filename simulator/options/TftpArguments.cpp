@@ -43,47 +43,51 @@ void AddService(CLI::App& app, DeviceOptions& device) {
     OptionGroup group(app, "TFTP");
     TftpSettings& tftp = device.tftp;
     group.AddSwitch("--no-tftp", device.serveTftp, false,
-                    "Do not serve TFTP, which needs a free port 69 that may be bound");
-    group.Add("--tftp-port", tftp.port, "PORT", "UDP port; devices have 69, which updaters expect");
+                    "Do not serve TFTP (by default it needs UDP port 69)");
+    group.Add("--tftp-port", tftp.port, "PORT",
+              "UDP port; real devices use 69, and updaters expect it");
     AddWord(group, "--tftp-options", tftp.optionPolicy, kPolicies,
-            "What becomes of a request's options: grant, ignore as a server that knows none, "
-            "reject with ERROR 8");
-    group.Add("--tftp-max-blksize", tftp.maxBlockSize, "BYTES", "Largest block granted; 0: none");
+            "How to treat a request's options: grant, ignore (like a server without options) or "
+            "reject (with ERROR 8)");
+    group.Add("--tftp-max-blksize", tftp.maxBlockSize, "BYTES",
+              "Largest block size granted; 0: do not grant blksize");
     group.Add("--tftp-max-windowsize", tftp.maxWindowSize, "BLOCKS",
-              "Largest window granted; 0: none");
+              "Largest window size granted; 0: do not grant windowsize");
     group.AddSwitch("--tftp-no-tsize", tftp.grantTransferSize, false, "Do not grant tsize");
     group.AddSwitch("--tftp-no-timeout", tftp.grantTimeout, false, "Do not grant timeout");
-    group.Add("--tftp-rollover", tftp.rollover, "N", "Block number after 65,535: 0 or 1");
-    group.AddSwitch("--tftp-busy-status", tftp.holdStatusWhileFlashing, false,
-                    "Tell a client that asks for the status while the flash is written so, instead "
-                    "of letting it wait for the outcome");
+    group.Add("--tftp-rollover", tftp.rollover, "N", "Block number that follows 65,535: 0 or 1");
+    group.AddSwitch(
+        "--tftp-busy-status", tftp.holdStatusWhileFlashing, false,
+        "While flashing, reply to a status request at once instead of when flashing is done");
 }
 
 void AddFaults(CLI::App& app, TftpFaults& faults) {
     OptionGroup group(app, "TFTP faults");
     simulator::DatagramFaults& datagrams = faults.datagrams;
-    group.Add("--tftp-loss", datagrams.lossPercent, "P", "Datagrams lost, percent, each way");
+    group.Add("--tftp-loss", datagrams.lossPercent, "P",
+              "Percentage of datagrams lost in each direction");
     group.Add("--tftp-duplicate", datagrams.duplicatePercent, "P",
-              "Datagrams doubled, percent, each way");
+              "Percentage of datagrams duplicated in each direction");
     group.Add("--tftp-reorder", datagrams.reorderPercent, "P",
-              "Datagrams overtaken by the next one, percent, each way");
+              "Percentage of datagrams overtaken by the next one, in each direction");
     group.Add("--tftp-late-copy", datagrams.lateCopyPercent, "P",
-              "Datagrams of which a copy comes later, percent, each way");
-    group.AddTime("--tftp-delay", datagrams.delay, "By how much");
-    AddWord(group, "--tftp-first-answer", faults.firstAnswer, kFirstAnswers,
-            "regular, error, or an OACK that no client may accept: blksize-above-request, "
-            "blksize-7, windowsize-0, unrequested-option, garbage");
-    group.AddFlag("--tftp-mute", faults.mute, "Answer no request");
+              "Percentage of datagrams repeated later, in each direction");
+    group.AddTime("--tftp-delay", datagrams.delay, "Delay of the late copies");
+    AddWord(
+        group, "--tftp-first-answer", faults.firstAnswer, kFirstAnswers,
+        "First reply: regular, error, or an OACK that no client may accept: blksize-above-request, "
+        "blksize-7, windowsize-0, unrequested-option, garbage");
+    group.AddFlag("--tftp-mute", faults.mute, "Never reply to a request");
     group.AddFlag("--tftp-foreign-port", faults.foreignPort,
-                  "Send forged packets from another port too");
+                  "Also send forged packets from another port");
     group.Add("--tftp-lost-last-acks", faults.lostLastAcks, "N",
               "Lose the first N acknowledgements of each file's last block");
     group.Add("--tftp-silent-at", faults.silentAtByte, "BYTES",
-              "Fall silent once a file has so many bytes");
+              "Stop replying when a file has reached this many bytes");
     group.Add("--tftp-error-at", faults.errorAtByte, "BYTES",
-              "Send ERROR 3 once a file has so many bytes");
+              "Send ERROR 3 when a file has reached this many bytes");
     group.Add("--tftp-status-size", faults.statusSize, "BYTES",
-              "Fill the status text up to so many bytes");
+              "Pad the status text to this many bytes");
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace simulator {
 
 /// The options of mirsko-simulator that concern USB3 Vision.
 struct UsbArguments {
-    /// Under which the options stand in the help, all but COMMAND.
+    /// Heading of the options in the help, all but COMMAND.
     static constexpr const char* kGroup = "USB3 Vision";
 
     bool enabled = false;  ///< --u3v was given

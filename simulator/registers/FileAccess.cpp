@@ -18,7 +18,7 @@ FileAccess::Outcome FileAccess::Fail(Status status, const std::string& why) {
 
 FileAccess::Outcome FileAccess::Open(File file, OpenMode mode) {
     if (mUpload || mStatusOpen) {
-        return Fail(Status::kDenied, "a file is open already");
+        return Fail(Status::kDenied, "a file is already open");
     }
     if (file == File::kStatusTxt && mode == OpenMode::kRead) {
         mStatus = mFirmware.Status();
@@ -65,7 +65,7 @@ FileAccess::Outcome FileAccess::Write(File file, std::uint64_t offset, ConstByte
         return Fail(Status::kNotOpen, "the file to write is not open");
     }
     if (buffer.size() % mIncrement != 0) {
-        return Fail(Status::kInvalidLength, "the length is no multiple of the increment");
+        return Fail(Status::kInvalidLength, "the length is not a multiple of the increment");
     }
     ++mWrites;
     if (mShortWriteEvery != 0 && mWrites % mShortWriteEvery == 0 && buffer.size() > 1) {

@@ -33,7 +33,7 @@ class FileOperations {
         kShown,        ///< a register shows that it is busy
         kAcknowledged  ///< the command that started it is acknowledged only then
     };
-    /// Told of "open", "close" and, if the options say so, of every "operation".
+    /// Receives "open", "close" and, if the options say so, every "operation".
     using Report = std::function<void(const std::string& what, nlohmann::json fields)>;
 
     FileOperations(FirmwareStore& firmware, EventLog& events, const DeviceOptions& options,
@@ -67,7 +67,7 @@ class FileOperations {
     FileAccess mFiles;
     const Report mReport;
     FileAccess::Outcome mOutcome;
-    // Without a FileSelector, the file that the open mode stands for.
+    // Without a FileSelector, the file that the open mode implies.
     FileAccess::File mImplicitFile = FileAccess::File::kRemoteUpdateDfw;
     std::uint64_t mPosition = 0;
     FileAccess::File mPositionFile = FileAccess::File::kRemoteUpdateDfw;

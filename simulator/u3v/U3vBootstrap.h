@@ -10,7 +10,7 @@
 
 namespace simulator {
 
-/// The registers that tell a USB3 Vision device's texts, limits and description: ABRM, SBRM, SIRM
+/// The registers with a USB3 Vision device's texts, limits and description: ABRM, SBRM, SIRM
 /// and manifest table (GenCP 1.1, section 5; USB3 Vision 1.0, section 4).
 class U3vBootstrap {
   public:

@@ -123,7 +123,7 @@ UsbFunction::Transfer U3vFunction::Out(std::uint8_t endpoint, ConstBytes bytes) 
                        std::equal(kMagic.begin(), kMagic.end(), bytes.begin()) &&
                        LoadLittle<std::uint16_t>(bytes, 8) == bytes.size() - kHeader;
     if (!whole || bytes.size() > mOptions.maxCommand) {
-        // A device cannot answer what it cannot hold, nor what is no command.
+        // A device cannot reply to a command that is too long, or to data that is not a command.
         mEvents.Add("u3v_bad_command", {{"bytes", bytes.size()}});
         return Transfer::kDone;
     }

@@ -16,10 +16,10 @@ struct U3vOptions {
     /// The longest time that the device says it takes for an answer; beyond it, PENDING_ACK.
     std::chrono::milliseconds responseTime{200};
 
-    /// Every so many commands the acknowledge comes this much later than responseTime; 0: never.
+    /// Every Nth ack comes this much later than responseTime; 0: never.
     std::uint32_t lateEvery = 0;
     std::chrono::milliseconds lateBy{500};
-    /// Every so many commands PENDING_ACK is sent, and the acknowledge this much later; 0: never.
+    /// Every Nth command gets a PENDING_ACK first, and the ack this much later; 0: never.
     std::uint32_t pendingEvery = 0;
     std::chrono::milliseconds pendingTime{300};
     /// Every so many commands the endpoint stalls instead of taking it; 0: never.

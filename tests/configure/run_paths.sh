@@ -9,7 +9,7 @@ while IFS= read -r -d '' file; do
     dynamic=$(readelf --dynamic --wide "$file" 2>/dev/null) || continue
     looked_at=$((looked_at + 1))
     path=$(sed -n 's/.*(R.*PATH).*\[\(.*\)\]$/\1/p' <<<"$dynamic")
-    # A path that is empty as a whole is no path.
+    # An empty RUNPATH means no RUNPATH.
     [ -n "$path" ] || continue
     while IFS= read -r -d : entry; do
         case $entry in

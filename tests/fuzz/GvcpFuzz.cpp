@@ -1,4 +1,4 @@
-// What a GigE Vision device sends: acknowledges, and the place of its description.
+// What a GigE Vision device sends: acks, and the location of its description.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

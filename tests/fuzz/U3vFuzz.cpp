@@ -1,4 +1,4 @@
-// Acknowledges of USB3 Vision devices, as they come from the bus.
+// Acks of USB3 Vision devices, as they come from the bus.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -43,10 +43,10 @@ TEST_P(DescriptionPeersTest, IsReadByAravisOverGigEVision) {
 TEST_P(DescriptionPeersTest, IsReadByAravisOverUsb3Vision) {
     if (GetParam() == DescriptionShape::kBlanks || GetParam() == DescriptionShape::kSecondUrl) {
         UsbCamera camera({"--description", NameOf(GetParam())});
-        EXPECT_THAT(camera.Run({"true"}).err, HasSubstr("there are no URLs"));
+        EXPECT_THAT(camera.Run({"true"}).err, HasSubstr("USB3 Vision has no URLs"));
         return;
     }
-    // Aravis asks for as much as fits into an acknowledge, and does not find room for the number
+    // Aravis asks for as much as fits into an ack, and does not find room for the number
     // 65536 in the command.
     UsbCamera camera({"--description", NameOf(GetParam()), "--max-ack", "32768"});
     ExpectAllUnderstood(camera.Run(kControls));

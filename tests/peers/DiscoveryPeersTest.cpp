@@ -21,7 +21,7 @@ const NxNetworkAdapter* Adapter(const NxSystem& system, const std::string& name)
     return nullptr;
 }
 
-// Discovery itself is what tells that the fake camera serves.
+// Discovery itself shows that the fake camera is ready.
 const NxDeviceInfo* FindOn(NxSystem& system, const std::string& name) {
     for (int attempt = 0; attempt < 10; ++attempt) {
         EXPECT_TRUE(system.Find().IsOK());

@@ -119,7 +119,7 @@ class AravisNodes {
     [[nodiscard]] ArvGcNode* Node(const std::string& name) const {
         return arv_gc_get_node(mNodes, name.c_str());
     }
-    /// @return false for nodes that are no values
+    /// @return false for nodes that are not values
     bool Ask(const std::string& name, Answer& answer) const {
         ArvGcNode* node = Node(name);
         GError* error = nullptr;
@@ -225,7 +225,7 @@ std::string Explain(const AravisNodes& aravis, const std::string& name, const An
     if (!ours && theirs && tells("is write-only")) {
         return "Aravis reads what the description says is write-only";
     }
-    if (!ours && theirs && tells("is not available now")) {
+    if (!ours && theirs && tells("is not available at the moment")) {
         return "Aravis reads what the description says is not available";
     }
     if (!ours && theirs && tells("has no GenICam feature")) {
@@ -234,13 +234,13 @@ std::string Explain(const AravisNodes& aravis, const std::string& name, const An
     if (!ours && theirs && theirs->empty() && ARV_IS_GC_ENUMERATION(aravis.Node(name))) {
         return "Aravis takes a value that is no entry for an empty text";
     }
-    if (!ours && theirs && tells("a number overflows")) {
+    if (!ours && theirs && tells("numeric overflow")) {
         return "Aravis lets numbers wrap";
     }
     if (!ours && theirs && tells("divides by zero")) {
         return "Aravis takes 0 for a quotient without a value";
     }
-    if (!ours && theirs && tells("that it does not define")) {
+    if (!ours && theirs && tells("refers to an undefined node")) {
         return "Aravis takes 0 for the value of a node that is not there";
     }
     if (name == "OddTwice") {

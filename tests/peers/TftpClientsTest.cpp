@@ -218,7 +218,8 @@ TEST(TftpHpaClientTest, IsToldThatOnlyBinaryModeIsServed) {
     const TemporaryFolder folder;
     const ProcessResult result = Process::Run({"tftp", "-m", "ascii", kHost, "69", "-c", "get",
                                                "file", (folder.Path() / "down").string()});
-    EXPECT_THAT(result.out + result.err, testing::HasSubstr("Only octet (binary) mode is served"));
+    EXPECT_THAT(result.out + result.err,
+                testing::HasSubstr("Only octet (binary) mode is supported"));
 }
 
 TEST(AtftpClientTest, GetsAWindowThatTheServersReceiveBufferHolds) {

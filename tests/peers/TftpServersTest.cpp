@@ -123,7 +123,7 @@ TEST_P(TftpServersTest, IsNotOverrunByWindowsThatItsReceiveBufferCannotHold) {
         const std::string content = RandomBytes(16U << 20U, windowSize);
         const auto start = std::chrono::steady_clock::now();
         EXPECT_TRUE(Upload(client, content));
-        // A client that sends whole windows at once takes minutes: each loses blocks anew.
+        // A client that sends whole windows at once takes minutes: each loses blocks again.
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     }
 }

@@ -12,5 +12,5 @@ struct PayloadFields {
 };
 
 /// A whole payload (docs/dfw-payload.md), header and body, by default for simulated cameras.
-/// Encoded here anew, not by the SDK or the simulator under test.
+/// Encoded here independently, not by the SDK or the simulator under test.
 std::string MakePayload(const std::string& body, const PayloadFields& fields = {});

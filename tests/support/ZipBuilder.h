@@ -26,7 +26,7 @@ struct ZipMember {
 };
 
 /// The bytes of an archive of these members, in this order (PKWARE APPNOTE 6.3).
-/// @param offset what stands before it in its file, in bytes
+/// @param offset number of bytes before it in its file
 std::string MakeZip(const std::vector<ZipMember>& members, std::size_t offset = 0);
 
 /// An extra field, for ZipMember::extra.

@@ -25,7 +25,7 @@ NxResult CheckFileAccess(NxGenParameterArray* parameters) {
     if (loads != nullptr && loads->GetEntryByIndex(0, entry).IsOK() &&
         entry.GetDisplayName(shown).IsOK() &&
         std::string(shown.GetAscii()).find("BackupLoad") != std::string::npos) {
-        return NxResult(kNxBackupLoadOnly, "the device runs its backup load");
+        return NxResult(kNxBackupLoadOnly, "the device is running its backup load");
     }
     return {};
 }

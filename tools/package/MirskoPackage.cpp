@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
         "Creates, inspects and checks firmware payloads and packages.\n"
         "Exit status: 0 success, 1 failure or problems found, 2 usage error.",
         "mirsko-package");
-    // Said in words of an option; an argument stands in the usage line.
+    // Worded for an option; an argument is in the usage line.
     options.get_formatter()->label("REQUIRED", "");
     options.require_subcommand(1);
     options.set_help_all_flag("--help-all", "Print the help of every subcommand and exit");

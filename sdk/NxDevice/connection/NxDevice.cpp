@@ -84,7 +84,7 @@ NxDevice* NxDevice::CreateAndConnect(const NxDeviceInfo* info, NxResult* result)
     if (info->GetType() == kMakersProtocol) {
         *result = NxResult(kNxNotSupported,
                            std::string("Cannot control ") + info->GetConnectionID().GetAscii() +
-                               ": it is in its boot loader, which takes firmware by TFTP only");
+                               ": it is in its boot loader, which accepts firmware by TFTP only");
         ConnectionId id;
         if (ConnectionId::Parse(info->GetConnectionID(), id).IsOK()) {
             DeviceHistory::OfThisProcess().NoteNoFileAccess(id,

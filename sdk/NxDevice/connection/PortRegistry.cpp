@@ -40,7 +40,7 @@ NxResult PortRegistry::AwaitRestart(const ConnectionId& id, DevicePort& port) {
 std::shared_ptr<std::mutex> PortRegistry::MutexOf(const ConnectionId& id) {
     const std::lock_guard lock(mMutex);
     std::erase_if(mMutexes, [](const auto& known) { return known.second.expired(); });
-    // Without the interface, since any way to the address will do.
+    // Without the interface, since any path to the address will do.
     std::weak_ptr<std::mutex>& known =
         mMutexes[id.guid.empty() ? std::to_string(id.address) : id.guid];
     std::shared_ptr<std::mutex> mutex = known.lock();

@@ -32,9 +32,9 @@ GvcpAddressSpace::GvcpAddressSpace(GvcpChannel& channel, std::string deviceName)
     : mChannel(channel), mDeviceName(std::move(deviceName)) {}
 
 NxResult GvcpAddressSpace::Broken(Command command, std::uint32_t address) const {
-    return NxResult(kNxProtocol, mDeviceName + " answers GVCP " + GvcpPacket::CommandName(command) +
-                                     " at " + Hexadecimal(address, 8) +
-                                     " with the wrong number of bytes");
+    return NxResult(kNxProtocol, mDeviceName + " replied to GVCP " +
+                                     GvcpPacket::CommandName(command) + " at " +
+                                     Hexadecimal(address, 8) + " with the wrong number of bytes");
 }
 
 NxResult GvcpAddressSpace::ReadNumber(std::uint32_t address, std::uint32_t& value) {
@@ -105,7 +105,7 @@ NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std
         return NxResult(kNxInvalidArgument,
                         mDeviceName + " cannot be written at " +
                             Hexadecimal(static_cast<std::uint32_t>(address), 8) +
-                            ", which is not a multiple of four");
+                            ": the address is not a multiple of four");
     }
     while (!data.empty()) {
         const std::size_t part = CutBlock(address, data.size());

@@ -12,14 +12,15 @@
 
 /// The 32-bit address space of one GigE Vision device, read and written over its control channel in
 /// as few commands as the device takes (GigE Vision 2.0, sections 16.1 to 16.4). Knows nothing of
-/// control: a refused write is told as the device told it. Not for several threads at once.
+/// control: a refused write is reported with the device's own status. Not for several threads at
+/// once.
 ///
 /// Addresses count modulo 2^32, as descriptions of devices use them: what lies beyond is cut off,
 /// and an access may go round.
 ///
 /// Every operation fails with the channel's own description once a command goes unanswered, with
 /// kNxInvalidArgument for a write to an address that is not a multiple of four, with kNxProtocol
-/// for an answer of the wrong length, and else with what the device's GVCP status stands for.
+/// for an answer of the wrong length, and else with what the device's GVCP status means.
 class GvcpAddressSpace {
   public:
     using Register = GenPort::Register;

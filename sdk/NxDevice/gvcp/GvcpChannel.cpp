@@ -23,7 +23,7 @@ constexpr milliseconds kPatienceAfterPending{2000};
 constexpr milliseconds kBusyPatience{5000};
 constexpr milliseconds kFirstBusyPause{10};
 constexpr milliseconds kLongestBusyPause{200};
-// A device that was heard of so lately is not mute.
+// A device that replied this recently is not silent.
 constexpr milliseconds kLatelyHeardOf{1000};
 // So often a command that may take long is waited for that long before it is sent again; longer
 // when the device says so.
@@ -182,15 +182,13 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     }
     if (mGiveUp >= mDeadline && mGiveUp - mLastAnswer < kLatelyHeardOf) {
         mWasCutShort = true;
-        return NxResult(kNxTimeout, mDeviceName +
-                                        " answers too slowly to be connected to: the time was over "
-                                        "before GVCP " +
+        return NxResult(kNxTimeout, mDeviceName + ": timed out connecting: no reply to GVCP " +
                                         GvcpPacket::CommandName(command) + " at " +
                                         Hexadecimal(address, 8) +
-                                        " was answered; check the network");
+                                        " within the connect limit; check the network");
     }
     return NxResult(kNxTimeout,
-                    mDeviceName + " does not answer (GVCP " + GvcpPacket::CommandName(command) +
+                    mDeviceName + " does not respond (GVCP " + GvcpPacket::CommandName(command) +
                         " at " + Hexadecimal(address, 8) + ", sent " + std::to_string(mSendings) +
                         " times); check its power, cable and address");
 }

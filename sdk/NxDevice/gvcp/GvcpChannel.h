@@ -15,7 +15,7 @@
 #include "LateCopies.h"
 #include "RetransmissionTimer.h"
 
-/// Commands to one device and their acknowledges, over a network that loses, repeats and reorders
+/// Commands to one device and their acks, over a network that loses, repeats and reorders
 /// datagrams. One thread at a time.
 class GvcpChannel {
   public:
@@ -33,8 +33,8 @@ class GvcpChannel {
     /// Sends a command until it is answered.
     /// @param packet without its request id
     /// @param address what the command accesses first
-    /// @param payload of the acknowledge; valid until the next command
-    /// @return kNxAccessDenied and kNxDeviceError for a status that is no success; once a command
+    /// @param payload of the ack; valid until the next command
+    /// @return kNxAccessDenied and kNxDeviceError for a status other than success; once a command
     ///         goes unanswered, kNxTimeout or kNxSocket, and the same again for every later one
     NxResult Transact(GvcpPacket::Command command, std::vector<std::byte> packet,
                       std::uint32_t address, std::span<const std::byte>& payload,
@@ -64,7 +64,7 @@ class GvcpChannel {
     void Pause(Clock::duration time);
     [[nodiscard]] const std::string& DeviceName() const { return mDeviceName; }
 
-    /// The status of the last acknowledge.
+    /// The status of the last ack.
     [[nodiscard]] std::uint16_t Status() const { return mStatus; }
 
   private:

@@ -110,7 +110,7 @@ NxResult GvcpDescription::ReadFrom(std::uint32_t urlRegister,
         return refuse(why);
     }
     if (!LooksLikeXml(read->xml)) {
-        return refuse("neither XML nor a zip archive is stored there");
+        return refuse("it points to neither XML nor a zip archive");
     }
     read->identity = mIdentity;
     read->url = url;

@@ -41,5 +41,5 @@ class GvcpDescription {
     std::string mDeviceName;
     GvcpChannel::Clock::time_point mStart;
     std::size_t mDone = 0;  // bytes
-    std::string mIdentity;  // empty: the device does not tell
+    std::string mIdentity;  // empty: the device does not report it
 };

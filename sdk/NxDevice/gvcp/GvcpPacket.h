@@ -19,7 +19,7 @@ inline constexpr std::size_t kMostWriteRegisters = 67;
 /// Larger than every datagram of the protocol.
 inline constexpr std::size_t kLargestDatagram = 576;
 
-/// Codes of commands; an acknowledge has its command's code plus one.
+/// Codes of commands; an ack has its command's code plus one.
 enum class Command : std::uint16_t {
     kReadRegister = 0x0080,
     kWriteRegister = 0x0082,
@@ -38,7 +38,7 @@ struct RegisterValue {
     std::uint32_t value = 0;
 };
 
-/// An acknowledge; `payload` points into the datagram.
+/// An ack; `payload` points into the datagram.
 struct Ack {
     std::uint16_t status = 0;
     std::uint16_t code = 0;
@@ -46,7 +46,7 @@ struct Ack {
     std::span<const std::byte> payload;
 };
 
-// Commands that ask for an acknowledge, with the request id 0 until SetId.
+// Commands that ask for an ack, with the request id 0 until SetId.
 std::vector<std::byte> ReadRegisters(std::span<const std::uint32_t> addresses);
 std::vector<std::byte> WriteRegisters(std::span<const RegisterValue> registers);
 /// @param count bytes, a multiple of four, at most kLargestBlock
@@ -55,7 +55,7 @@ std::vector<std::byte> ReadMemory(std::uint32_t address, std::size_t count);
 std::vector<std::byte> WriteMemory(std::uint32_t address, std::span<const std::byte> data);
 void SetId(std::vector<std::byte>& command, std::uint16_t id);
 
-/// The acknowledge in a datagram; nothing when it is none or its length field lies.
+/// The ack in a datagram; nothing if it is not one or its length field is wrong.
 std::optional<Ack> ParseAck(std::span<const std::byte> datagram);
 /// The time that a PENDING_ACK announces, in milliseconds; 0 when it carries none.
 std::uint16_t PendingMilliseconds(const Ack& ack);

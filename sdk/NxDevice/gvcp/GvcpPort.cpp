@@ -71,7 +71,7 @@ GvcpPort::~GvcpPort() {
         if (mConfiguration.has_value()) {
             mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
             (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
-            // In so short a time a device that is not mute may be missed.
+            // Such a short timeout may miss a device that does respond.
             mChannel->Resume();
         }
         mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
@@ -121,13 +121,13 @@ NxResult GvcpPort::Start(milliseconds timeout) {
     try {
         mHeartbeat = std::thread(&GvcpPort::KeepControl, this);
     } catch (const std::system_error&) {
-        return NxResult(kNxSocket, "Cannot keep the control of " + mDeviceName +
-                                       ": the system has no room for another thread");
+        return NxResult(kNxSocket, "Cannot keep control of " + mDeviceName +
+                                       ": cannot start the heartbeat thread");
     }
     return {};
 }
 
-// Devices are silent while they carry out a long command, unless they are told that their
+// Devices are silent while they execute a long command, unless they are told that their
 // controller understands PENDING_ACK.
 void GvcpPort::EnablePendingAck() {
     std::uint32_t milliseconds = 0;
@@ -176,7 +176,7 @@ NxResult GvcpPort::TakeControl(milliseconds timeout) {
         }
         if (mChannel->Now() + kRefusalPause >= start + *longest) {
             return NxResult(kNxAccessDenied, "Cannot control " + mDeviceName +
-                                                 ": another application controls it (GVCP " +
+                                                 ": another application has control (GVCP " +
                                                  GvcpPacket::StatusName(status) + ")");
         }
         mChannel->Pause(kRefusalPause);
@@ -227,14 +227,14 @@ NxResult GvcpPort::ExplainRefusedWrite(NxResult refusal) {
         return read;
     }
     if (read.IsOK() && !HasControl(privilege)) {
-        return LoseControl("the device was restarted or missed the heartbeat");
+        return LoseControl("the device restarted or missed the heartbeat");
     }
     NxResult again = mSpace.WriteNumber(kControlChannelPrivilege, kControlAccess);
     if (!mChannel->IsAlive()) {
         return again;
     }
     if (again.GetCode() == kNxAccessDenied) {
-        return LoseControl("another application controls it (GVCP " +
+        return LoseControl("another application took control (GVCP " +
                            GvcpPacket::StatusName(GvcpPacket::kStatusAccessDenied) + ")");
     }
     return refusal;
@@ -275,7 +275,7 @@ NxResult GvcpPort::CheckControl() {
         return mChannel->Failure();
     }
     return wasRead && !HasControl(privilege)
-               ? LoseControl("the device was restarted or missed the heartbeat")
+               ? LoseControl("the device restarted or missed the heartbeat")
                : NxResult();
 }
 

@@ -45,7 +45,7 @@ class GvcpPort : public DevicePort {
 
     // All with the mutex held.
     NxResult TakeControl(std::chrono::milliseconds timeout);
-    /// The usual one when the device does not tell.
+    /// The usual one if the device does not report it.
     [[nodiscard]] std::chrono::milliseconds ReadHeartbeatTimeout();
     void EnablePendingAck();
     NxResult ExplainRefusedWrite(NxResult refusal);

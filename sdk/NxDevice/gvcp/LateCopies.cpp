@@ -39,7 +39,7 @@ std::optional<LateCopies::Duration> LateCopies::NoteLateAck(std::uint16_t id, Ti
     }
     // This is how late things may be in this network.
     mMaxAge = std::clamp<Duration>((now - found->firstSent) * 3 / 2, mMaxAge, kMostMaxAge);
-    // Not taken for the end of it: acknowledges are repeated on their way, too.
+    // Not taken for the end of it: the network duplicates acks, too.
     for (Resent& resent : mResent) {
         resent.end = std::max(resent.end, resent.answered + mMaxAge);
     }

@@ -32,7 +32,7 @@ class LateCopies {
     /// @param answered when the first answer came: not soon after the last sending when it was a
     ///        slow device that took its time for it, which then takes as long for each copy
     void Add(const Write& write, int copies, Time firstSent, Time lastSent, Time answered);
-    /// An acknowledge with an earlier command's id has come.
+    /// An ack with an earlier command's id has arrived.
     /// @return how long that command's first answer took, when it was sent more than once
     std::optional<Duration> NoteLateAck(std::uint16_t id, Time now);
     /// When the next write may be sent; `now` when at once.

@@ -11,7 +11,8 @@
 
 #include "DescriptionCopy.h"
 
-/// Whether two connection IDs name one device. Without an interface any way to the address will do.
+/// Whether two connection IDs name one device. Without an interface, any path to the address will
+/// do.
 [[nodiscard]] bool NameSameDevice(const ConnectionId& one, const ConnectionId& other);
 
 /// What this process remembers of the devices it dealt with, beyond its connections to them: the

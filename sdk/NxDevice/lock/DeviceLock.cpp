@@ -99,11 +99,10 @@ NxResult DeviceLock::Acquire(const ConnectionId& id, std::shared_ptr<DeviceLock>
         if (file == nullptr) {
             std::unique_ptr<LockFile> made;
             if (LockFile::Take(path, made) == LockFile::Outcome::kHeld) {
-                return NxResult(kNxAccessDenied,
-                                "Cannot work with " + id.Format() +
-                                    ": another program on this computer is using it; wait until it "
-                                    "has ended (it holds " +
-                                    path + ")");
+                return NxResult(kNxAccessDenied, "Cannot use " + id.Format() +
+                                                     ": another program on this computer is using "
+                                                     "it; wait until that program ends (it holds " +
+                                                     path + ")");
             }
             file = std::move(made);
             known = file;

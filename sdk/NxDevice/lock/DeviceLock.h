@@ -17,9 +17,9 @@ class DeviceLock {
   public:
     /// Does not wait.
     ///
-    /// A device is known by its hardware address, when this process's discovery has told that, and
-    /// by its connection ID. Where the computer has no folder in which every user may make a file,
-    /// or the file cannot be made there, nothing is locked: updating goes before.
+    /// A device is known by its hardware address, if this process has discovered it, and
+    /// by its connection ID. Where the computer has no folder in which every user may create a
+    /// file, or the file cannot be created there, nothing is locked: updating has priority.
     /// @param lock set on success, to be kept as long as the device is worked with
     /// @return kNxAccessDenied when another program holds it
     static NxResult Acquire(const ConnectionId& id, std::shared_ptr<DeviceLock>& lock);

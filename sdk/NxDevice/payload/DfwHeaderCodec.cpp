@@ -80,11 +80,11 @@ std::string DfwHeaderCodec::Decode(std::span<const std::byte, NxDfwHeader::kSize
         return "its header length is " + std::to_string(headerLength) + ", not 64";
     }
     if (ByteOrder::LoadBig32(&bytes[kHeaderCrcAt]) != Crc32(bytes.first<kHeaderCrcAt>())) {
-        return "its header's checksum is wrong";
+        return "checksum error in its header";
     }
     const unsigned int kind = ByteOrder::LoadBig16(&bytes[kKindAt]);
     if (kind < 1 || kind > 3) {
-        return "it is of the unknown kind " + std::to_string(kind);
+        return "its kind " + std::to_string(kind) + " is unknown";
     }
     NxDfwHeader decoded;
     decoded.kind = static_cast<NxDfwHeader::Kind>(kind);

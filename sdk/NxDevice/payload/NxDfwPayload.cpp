@@ -30,7 +30,7 @@ NxResult ReadHeaderOf(const LocalFile& file, const NxString& path, NxDfwHeader& 
     }
     if (length < bytes.size()) {
         return NotAPayload(
-            path, "it has " + std::to_string(length) + " bytes, fewer than the 64 of a header");
+            path, "it has only " + std::to_string(length) + " bytes, less than the 64-byte header");
     }
     const std::string problem = DfwHeaderCodec::Decode(bytes, header);
     return problem.empty() ? NxResult() : NotAPayload(path, problem);
@@ -120,7 +120,7 @@ NxResult NxDfwPayload::Verify(const NxString& payloadFile, NxDfwHeader& header) 
     const std::uint64_t bodySize = file.Size() - NxDfwHeader::kSize;
     if (bodySize != read.bodyLength) {
         return NotAPayload(payloadFile, "its body has " + std::to_string(bodySize) +
-                                            " bytes, its header says " +
+                                            " bytes, but its header says " +
                                             std::to_string(read.bodyLength));
     }
     std::uint32_t crc = 0;
@@ -132,7 +132,7 @@ NxResult NxDfwPayload::Verify(const NxString& payloadFile, NxDfwHeader& header) 
         return result;
     }
     if (crc != read.bodyCrc) {
-        return NotAPayload(payloadFile, "its body's checksum is wrong");
+        return NotAPayload(payloadFile, "checksum error in its body");
     }
     header = read;
     return NxResult();
@@ -158,8 +158,9 @@ NxResult NxDfwPayload::Create(const NxString& bodyFile, const NxString& family,
         return NxResult(kNxInvalidArgument, std::string(bodyFile.GetAscii()) + " is empty");
     }
     if (body.IsSameFileAs(payloadFile.GetAscii())) {
-        return NxResult(kNxInvalidArgument, std::string(payloadFile.GetAscii()) +
-                                                " is the file that the payload is to be made of");
+        return NxResult(kNxInvalidArgument,
+                        std::string(payloadFile.GetAscii()) +
+                            " is the input file; choose another name for the payload");
     }
     AtomicFile payload;
     result = payload.Open(payloadFile);

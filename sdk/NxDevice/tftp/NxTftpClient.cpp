@@ -59,7 +59,7 @@ NxResult NxTftpClient::SendFile(const NxString& localPath) {
 
 NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) {
     if (data == nullptr && length != 0) {
-        return NxResult(kNxInvalidArgument, "There is no data to send");
+        return NxResult(kNxInvalidArgument, "No data to send");
     }
     const auto bytes = std::as_bytes(std::span(data, length));
     NxResult result = mImpl->client.SendData(bytes);
@@ -72,7 +72,7 @@ NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) 
 
 NxResult NxTftpClient::GetData(unsigned char* buffer, unsigned int size, unsigned int* received) {
     if (buffer == nullptr && size != 0) {
-        return NxResult(kNxInvalidArgument, "There is no buffer to receive into");
+        return NxResult(kNxInvalidArgument, "No receive buffer given");
     }
     std::size_t count = 0;
     NxResult result = mImpl->client.GetData(std::as_writable_bytes(std::span(buffer, size)), count);

@@ -62,7 +62,7 @@ unsigned int WindowSizeFor(unsigned int blockSize) {
     return std::clamp(bytes / blockSize, 1U, kMostBlocksInWindow);
 }
 
-// A device is reset by such a record before it could acknowledge it.
+// Such a record resets the device before it can acknowledge it.
 bool IsResetRecord(std::span<const std::byte> data) {
     NxDfwHeader header;
     return data.size() == NxDfwHeader::kSize &&
@@ -96,14 +96,13 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
         return result;
     }
     if (server.kind != ConnectionId::Kind::kNetwork) {
-        return NxResult(kNxNotSupported, std::string("TFTP needs a network device, which ") +
-                                             connectionID.GetAscii() + " is not");
+        return NxResult(kNxNotSupported, std::string("TFTP needs a network device; ") +
+                                             connectionID.GetAscii() + " is not one");
     }
     const std::string name = remoteFileName.GetAscii();
     if (name.empty() || name.size() > kLongestFileName) {
-        return NxResult(
-            kNxInvalidArgument,
-            "The remote file's name must have 1 to 255 bytes, not " + std::to_string(name.size()));
+        return NxResult(kNxInvalidArgument, "The remote file name must have 1 to 255 bytes, not " +
+                                                std::to_string(name.size()));
     }
     result = DeviceLock::Acquire(server, mLock);
     if (!result.IsOK()) {
@@ -148,7 +147,7 @@ NxResult TftpClient::GetData(std::span<std::byte> buffer, std::size_t& received)
 template <typename Transfer>
 NxResult TftpClient::Run(std::uint64_t size, const Transfer& transfer) {
     if (mRemoteFileName.empty()) {
-        return NxResult(kNxInvalidArgument, "No server was named for the transfer");
+        return NxResult(kNxInvalidArgument, "No TFTP server given");
     }
     UdpSocket socket;
     NxResult result = socket.Open(mServer.interfaceName, 0);

@@ -14,7 +14,7 @@ class TftpMonitor {
     /// A transfer begins. @param total bytes in all; 0: not known yet
     void Start(std::uint64_t total);
     void SetTotal(std::uint64_t total) { mTotal = total; }
-    /// Something of use was heard; the transfer stands at `done` bytes.
+    /// Progress was made; `done` bytes have been transferred.
     void Move(std::uint64_t done);
     /// Nothing was heard.
     /// @param what "192.168.1.20 to acknowledge block 7"

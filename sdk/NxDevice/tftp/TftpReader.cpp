@@ -80,7 +80,7 @@ NxResult TftpReader::OnPacket(const TftpPacket& packet) {
         return mBlocks == 0 ? SendAck() : NxResult();
     }
     return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
-                          "its TFTP server answered a read request with an acknowledgement");
+                          "its TFTP server replied to a read request with an ACK");
 }
 
 NxResult TftpReader::OnData(const TftpPacket& packet) {
@@ -93,7 +93,7 @@ NxResult TftpReader::OnData(const TftpPacket& packet) {
         return mComplete || mBlocksSinceAck == mOptions.windowSize ? SendAck() : NxResult();
     }
     if (block != 0) {
-        // A block is missing in between. The server goes back when told so (RFC 7440, section 4);
+        // A block is missing in between. The server goes back when told to (RFC 7440, section 4);
         // once is enough.
         const bool reported = mGapReported;
         mGapReported = true;
@@ -117,8 +117,8 @@ NxResult TftpReader::Store(std::span<const std::byte> data) {
     if (data.size() > mOptions.blockSize) {
         return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
                               "its TFTP server sent a block of " + std::to_string(data.size()) +
-                                  " bytes where " + std::to_string(mOptions.blockSize) +
-                                  " were agreed");
+                                  " bytes; the negotiated size is " +
+                                  std::to_string(mOptions.blockSize));
     }
     const auto kept = data.first(std::min(data.size(), mBuffer.size() - mReceived));
     std::copy(kept.begin(), kept.end(), mBuffer.begin() + static_cast<std::ptrdiff_t>(mReceived));
@@ -164,5 +164,5 @@ void TftpReader::CutOff() {
     mIsCut = true;
     mComplete = true;
     (void)mSession.Abort(TftpErrorCode::kDiskFull, kNxBufferTooSmall,
-                         "only the first " + std::to_string(mBuffer.size()) + " bytes are wanted");
+                         "Only the first " + std::to_string(mBuffer.size()) + " bytes are needed");
 }

@@ -15,7 +15,7 @@
 /// Receives a file from a server. One object makes one transfer.
 class TftpReader {
   public:
-    /// @param buffer receives the file; a longer one is cut at its end, and the server told so
+    /// @param buffer receives the file; a longer one is truncated, and the server told so
     TftpReader(TftpSession& session, std::span<std::byte> buffer);
 
     NxResult Run(const std::string& fileName, TftpOptions wanted);

@@ -19,7 +19,7 @@ constexpr std::uint64_t kSlowestBytesPerSecond = 4096;
 constexpr std::array kMeanings{
     "not defined",         "file not found",    "access violation",
     "disk full",           "illegal operation", "unknown transfer",
-    "file already exists", "no such user",      "options refused",
+    "file already exists", "no such user",      "option negotiation failed",
 };
 
 const char* Meaning(std::uint16_t errorCode) {
@@ -111,13 +111,13 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
         }
         if (Now() >= giveUp) {
             return Silence(
-                "its TFTP server has not answered for " +
+                "its TFTP server has not responded for " +
                 std::to_string(
                     std::chrono::duration_cast<std::chrono::seconds>(mAnswerLimit).count()) +
                 " s; check cable, power and address");
         }
         timer.BackOff();
-        mMonitor.Stall(mServerName + " to answer the request", start, timer.Retry());
+        mMonitor.Stall(mServerName + " to reply to the request", start, timer.Retry());
     }
 }
 
@@ -215,7 +215,7 @@ NxResult TftpSession::Silence(const std::string& reason) {
 }
 
 NxResult TftpSession::ServerError(const TftpPacket& packet) const {
-    std::string reason = "its TFTP server answered ERROR " + std::to_string(packet.number) + " (" +
+    std::string reason = "its TFTP server sent ERROR " + std::to_string(packet.number) + " (" +
                          Meaning(packet.number) + ")";
     if (!packet.text.empty()) {
         reason += ": \"" + packet.text + "\"";

@@ -43,7 +43,7 @@ class TftpSession {
     /// Whether the system took what was sent last.
     [[nodiscard]] bool CanSend() const { return mSendFailure.IsOK(); }
     /// Waits for a packet of this transfer. Packets of others are answered with ERROR 5 and, like
-    /// datagrams that are no packets, passed over.
+    /// datagrams that are not packets, ignored.
     /// @param timedOut true, and OK returned, when none came until the deadline
     /// @return kNxTftpError when it is an ERROR packet
     NxResult Receive(TimePoint deadline, TftpPacket& packet, bool& timedOut);

@@ -13,7 +13,7 @@ using std::chrono::milliseconds;
 constexpr TftpTimer::Duration kShortestTimeout = milliseconds(20);
 
 // A server repeats its first answer, after its time-out of a second or more, until it has the first
-// block: one that comes that late tells that the block was lost. An earlier one may be a copy that
+// block: one that comes that late shows that the block was lost. An earlier one may be a copy that
 // the network made.
 constexpr TftpTimer::Duration kLateFirstAnswer = milliseconds(500);
 
@@ -42,7 +42,7 @@ NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
     if (result.IsOK() && mOptions.windowSize > LongestWindow(mOptions)) {
         // Smaller blocks were granted, and so there are too many of them for windows.
         (void)mSession.Abort(TftpErrorCode::kOptionsRefused, kNxProtocol,
-                             "No windows with that many blocks");
+                             "A file with that many blocks cannot be sent with windows");
         wanted.windowSize = 1;
         result = Open(fileName, wanted);
     }
@@ -135,7 +135,7 @@ NxResult TftpWriter::AwaitAcknowledgement() {
         }
         if (!timedOut && packet.opcode == TftpOpcode::kData) {
             return mSession.Abort(TftpErrorCode::kIllegalOperation, kNxProtocol,
-                                  "its TFTP server answered a write request with data");
+                                  "its TFTP server replied to a write request with data");
         }
         mAnswerWasRepeated = mAnswerWasRepeated || (!timedOut && IsLastAnswer(packet));
         if (!timedOut && IsFirstAnswer(packet) && wholeWindowSent &&
@@ -144,7 +144,7 @@ NxResult TftpWriter::AwaitAcknowledgement() {
             GoBack();
             return mSession.CheckPace(0);
         }
-        // An acknowledgement of nothing new is passed over, never answered: if each copy of an
+        // An acknowledgement of nothing new is ignored, never answered: if each copy of an
         // acknowledgement drew a copy of the data, copies would breed copies (RFC 1123, 4.2.3.1).
         const std::uint64_t block =
             !timedOut && packet.opcode == TftpOpcode::kAck
@@ -233,11 +233,11 @@ NxResult TftpWriter::FellSilent() {
     if (mEnded) {
         return NxResult();
     }
-    std::string reason = "its TFTP server stopped answering after " +
+    std::string reason = "its TFTP server stopped responding after " +
                          std::to_string(BytesIn(mAcknowledged)) + " of " +
                          std::to_string(mSource.Size()) + " bytes";
     if (mHighest == mBlockCount) {
-        reason += "; the rest was sent too, but never acknowledged";
+        reason += "; the rest was sent but never acknowledged";
     }
     return mSession.Silence(reason);
 }

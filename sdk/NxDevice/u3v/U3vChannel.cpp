@@ -31,15 +31,15 @@ constexpr int kMostDrained = 16;
 constexpr std::size_t kPacket = 1024;
 // Sent before the first of its packets is confirmed (USB 3.0, section 9.6.7: at most 16 packets).
 constexpr std::size_t kBurst = 16 * kPacket;
-// What every device takes before it has told its limits.
+// What every device accepts before it has reported its limits.
 constexpr std::size_t kSmallestLimit = 64;
-// What one acknowledge is at most, its 16-bit length field full.
+// The longest possible ack: the largest value of its 16-bit length field.
 constexpr std::size_t kLongestAck = 65536 + kPacket;
-// Keeps a command's 16-bit length field, and the acknowledge's, from overflowing.
+// Keeps a command's 16-bit length field, and the ack's, from overflowing.
 constexpr std::size_t kLargestBlock = 65515;
 
 // A transfer from the device ends with a packet that is not full, or when the buffer is. With a
-// buffer of whole packets, a longer acknowledge than expected is no overflow.
+// buffer of whole packets, a longer ack than expected is not an overflow.
 std::size_t BufferLength(std::size_t ackLength) {
     return (ackLength + kPacket - 1) / kPacket * kPacket;
 }
@@ -100,7 +100,7 @@ NxResult U3vChannel::Start() {
         std::size_t length = 0;
         const int error = mPipe->Receive(mReceived, kDrainPatience, length);
         if (error == LIBUSB_ERROR_NO_DEVICE) {
-            return FailTransfer(error, "answer a command");
+            return FailTransfer(error, "replying to a command");
         }
         if (error != LIBUSB_SUCCESS && length == 0) {
             break;
@@ -129,7 +129,7 @@ void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
     const std::size_t command = std::max(longestCommand, kSmallestLimit);
     const std::size_t ack = std::max(longestAck, kSmallestLimit);
     mReadBlock = WholeWords(std::min(ack - U3vPackets::kHeaderLength, kLargestBlock));
-    // The acknowledge of a write has 16 bytes, however much was written.
+    // The ack of a write has 16 bytes, however much was written.
     mWriteBlock = WholeWords(std::min(command - U3vPackets::kWriteOverhead, kLargestBlock));
 }
 
@@ -186,8 +186,8 @@ NxResult U3vChannel::ReadExactly(std::uint64_t address, std::size_t length,
                                             U3vPackets::DescribeStatus(ack.status) + ")");
     }
     if (ack.payload.size() < buffer.size() || ack.payload.size() > length) {
-        return Fail(kNxProtocol, "answered a read of " + std::to_string(length) + " bytes with " +
-                                     std::to_string(ack.payload.size()));
+        return Fail(kNxProtocol, "replied to a read of " + std::to_string(length) + " bytes with " +
+                                     std::to_string(ack.payload.size()) + " bytes");
     }
     std::copy_n(ack.payload.begin(), buffer.size(), buffer.begin());
     return NxResult();
@@ -210,7 +210,7 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
     // GenCP 1.1 lets a device leave the number of bytes out.
     if (ack.payload.size() >= 4 && ByteOrder::LoadLittle16(&ack.payload[2]) != data.size()) {
         return NxResult(kNxDeviceError,
-                        mDevice + " took only " +
+                        mDevice + " accepted only " +
                             std::to_string(ByteOrder::LoadLittle16(&ack.payload[2])) + " of " +
                             std::to_string(data.size()) + " bytes at " + Hexadecimal(address));
     }
@@ -231,8 +231,8 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
         const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sending);
         const Fate fate = error == LIBUSB_SUCCESS ? Fate::kHopeless : FateOf(sending, command);
         if (error != LIBUSB_SUCCESS && (fate == Fate::kHopeless || !mayTryAgain)) {
-            return FailTransfer(
-                error, sending.taken == command.size() ? "answer a command" : "take a command");
+            return FailTransfer(error, sending.taken == command.size() ? "replying to a command"
+                                                                       : "accepting a command");
         }
         if (fate == Fate::kNotCarriedOut) {
             mayTryAgain = false;
@@ -249,7 +249,7 @@ NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCom
             continue;
         }
         if (isSilent) {
-            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "answer a command");
+            return FailTransfer(LIBUSB_ERROR_TIMEOUT, "replying to a command");
         }
         // A busy device has not executed the command.
         if (!result.IsOK() || ack.status != U3vPackets::kStatusBusy ||
@@ -284,27 +284,25 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
             const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
             deadline = std::min(After(announced + GetPatience()), pendingUntil);
         } else if (isOurs) {
-            return Fail(kNxProtocol,
-                        "answered a command with acknowledge " + Hexadecimal(ack.command));
+            return Fail(kNxProtocol, "replied to a command with ack " + Hexadecimal(ack.command));
         }
         const int error = Clock::now() >= deadline
                               ? LIBUSB_ERROR_TIMEOUT
                               : mPipe->Receive(mReceived, TimeUntil(deadline), length);
         isSilent = error == LIBUSB_ERROR_TIMEOUT;
         if (error != LIBUSB_SUCCESS) {
-            return isSilent ? NxResult() : FailTransfer(error, "answer a command");
+            return isSilent ? NxResult() : FailTransfer(error, "replying to a command");
         }
     }
 }
 
 NxResult U3vChannel::ParseAck(std::size_t& length, U3vPackets::Ack& ack) {
-    // Nothing is the empty packet that ends an acknowledge of full packets only.
+    // Zero bytes: the empty packet that ends an ack of full packets only.
     if (length == 0 || U3vPackets::ParseAck(std::span(mReceived).first(length), ack)) {
         return NxResult();
     }
     if (mHasAnswered) {
-        return Fail(kNxProtocol,
-                    "sent " + std::to_string(length) + " bytes that are no acknowledge");
+        return Fail(kNxProtocol, "sent " + std::to_string(length) + " bytes that are not an ack");
     }
     length = 0;
     return NxResult();
@@ -325,16 +323,16 @@ NxResult U3vChannel::Fail(unsigned int code, const std::string& reason) {
 NxResult U3vChannel::FailTransfer(int error, const std::string& stage) {
     switch (error) {
         case LIBUSB_ERROR_NO_DEVICE:
-            return Fail(kNxDeviceGone, "was unplugged; check the cable and plug it in again");
+            return Fail(kNxDeviceGone, "was unplugged; check the cable and reconnect it");
         case LIBUSB_ERROR_TIMEOUT:
-            return Fail(kNxTimeout, "did not " + stage + " in time; plug it in again");
+            return Fail(kNxTimeout, "timed out " + stage + "; unplug and reconnect it");
         case LIBUSB_ERROR_PIPE:
             // The next connection finds the endpoints working.
             mPipe->ClearStall();
-            return Fail(kNxDeviceError, "stalled its control endpoint instead of being ready to " +
-                                            stage + " (EPIPE); plug it in again");
+            return Fail(kNxDeviceError, "stalled its control endpoint instead of " + stage +
+                                            " (EPIPE); unplug and reconnect it");
         default:
-            return Fail(kNxDeviceGone, std::string("did not ") + stage + " (" +
-                                           libusb_error_name(error) + "); plug it in again");
+            return Fail(kNxDeviceGone, std::string("failed while ") + stage + " (" +
+                                           libusb_error_name(error) + "); unplug and reconnect it");
     }
 }

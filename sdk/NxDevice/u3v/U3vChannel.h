@@ -14,9 +14,9 @@
 #include "U3vPackets.h"
 #include "UsbPipe.h"
 
-/// Commands to one USB3 Vision device and their acknowledges, one at a time.
+/// Commands to one USB3 Vision device and their acks, one at a time.
 ///
-/// No command is sent again while the device may have it: USB loses nothing, so a late acknowledge
+/// No command is sent again while the device may have it: USB loses nothing, so a late ack
 /// means that the device is slow, and a repetition would be executed as well. Once the device was
 /// unplugged or left a command unanswered, every later command fails at once with the same
 /// description.
@@ -35,14 +35,14 @@ class U3vChannel {
     void SetLeastPatience(std::chrono::milliseconds patience);
     void ResetLeastPatience();
     /// Makes the endpoints work again after a stall and takes what still waits in the device: a
-    /// program that was killed may have left an acknowledge of 64 KiB there. For the beginning of a
+    /// program that was killed may have left an ack of 64 KiB there. For the beginning of a
     /// connection. The deadline does not hold for making the endpoints work.
     /// @return kNxDeviceGone when the device was unplugged
     NxResult Start();
     /// How long the device says that it takes at most to answer a command; waited for with a
     /// margin, a minute at most.
     void SetResponseTime(std::chrono::milliseconds announced);
-    /// Upper limits of a command and of an acknowledge, in bytes with their headers.
+    /// Upper limits of a command and of an ack, in bytes with their headers.
     void SetLimits(std::size_t longestCommand, std::size_t longestAck);
 
     /// Reads with as few commands as the limits allow. Asks for whole words of four bytes, since
@@ -68,7 +68,7 @@ class U3vChannel {
     NxResult Exchange(std::span<std::byte> command, std::uint16_t ackCommand, std::size_t ackLength,
                       U3vPackets::Ack& ack);
     /// @param length of what has come already
-    /// @param isSilent set when no acknowledge came by the deadline; success then
+    /// @param isSilent set when no ack came by the deadline; success then
     NxResult AwaitAck(std::uint16_t id, std::uint16_t ackCommand, Clock::time_point deadline,
                       std::size_t length, U3vPackets::Ack& ack, bool& isSilent);
     /// Of the next command; never 0, by which devices mark what answers no command.
@@ -88,8 +88,7 @@ class U3vChannel {
     std::chrono::milliseconds mResponseTime{0};  ///< as announced
     Clock::time_point mDeadline = Clock::time_point::max();
     std::vector<std::byte> mReceived;
-    bool mHasAnswered =
-        false;  ///< since Start; what is no acknowledge is another program's until then
+    bool mHasAnswered = false;  ///< since Start; what is not an ack is another program's until then
     NxResult mFailure;
     std::atomic<bool> mIsAlive{true};
 };

@@ -32,7 +32,7 @@ std::vector<std::byte> WriteMemory(std::uint16_t id, std::uint64_t address,
 /// Whether a command of ours is a READMEM_CMD.
 [[nodiscard]] bool IsRead(std::span<const std::byte> command);
 
-/// An acknowledge; `payload` points into the bytes that it was parsed from.
+/// An ack; `payload` points into the bytes that it was parsed from.
 struct Ack {
     std::uint16_t status = 0;
     std::uint16_t command = 0;
@@ -40,7 +40,7 @@ struct Ack {
     std::span<const std::byte> payload;
 };
 
-/// @return false, `ack` untouched, when the bytes are no whole acknowledge
+/// @return false, `ack` untouched, when the bytes are not a complete ack
 [[nodiscard]] bool ParseAck(std::span<const std::byte> bytes, Ack& ack);
 
 /// "ACCESS_DENIED 0x8006", the standard's name and number of a status.

@@ -84,7 +84,7 @@ std::vector<Camera> FindCameras(const UsbContext& usb) {
 }
 
 // Leaves in `cameras` those that were late, for another try.
-// @param failure of a device that may well be the one that is meant: which one it is cannot be told
+// @param failure of a device that may be the requested one; its GUID could not be read
 bool AskForGuid(const std::string& guid, U3vTextTime time, std::vector<Camera>& cameras,
                 Camera& found, NxResult& failure) {
     std::vector<Camera> late;
@@ -114,8 +114,8 @@ NxResult FindCamera(const UsbContext& usb, const std::string& guid, Camera& foun
             return NxResult();
         }
     }
-    NxResult failure(kNxDeviceGone, "No USB3 Vision device " + guid +
-                                        " is plugged in; check its cable and its power");
+    NxResult failure(kNxDeviceGone,
+                     "No USB3 Vision device " + guid + " is connected; check its cable and power");
     // A device may be late for once, as when it has just been plugged in.
     if (AskForGuid(guid, U3vTextTime(cameras.size()), cameras, found, failure) ||
         AskForGuid(guid, U3vTextTime(cameras.size(), kSecondAsking), cameras, found, failure)) {
@@ -154,8 +154,8 @@ NxResult U3vPort::ReadLimits() {
     std::uint32_t responseTime = 0;  // milliseconds
     NxResult result = mChannel.Start();
     if (result.IsOK()) {
-        // First, since all that follows may take as long. A device that does not tell has the
-        // shortest patience that any has.
+        // First, since all that follows may take as long. A device that does not report it gets the
+        // shortest timeout of all.
         result = ReadNumber(kResponseTimeRegister, responseTime);
         if (!mChannel.IsAlive()) {
             return result;
@@ -176,10 +176,9 @@ NxResult U3vPort::ReadLimits() {
         return result;
     }
     if (longestCommand < kSmallestTransfer || longestAck < kSmallestTransfer) {
-        return NxResult(kNxProtocol, mChannel.GetDeviceName() + " takes commands of only " +
-                                         std::to_string(longestCommand) +
-                                         " bytes and acknowledges of only " +
-                                         std::to_string(longestAck));
+        return NxResult(kNxProtocol, mChannel.GetDeviceName() + " supports only commands of " +
+                                         std::to_string(longestCommand) + " bytes and acks of " +
+                                         std::to_string(longestAck) + " bytes");
     }
     mChannel.SetLimits(longestCommand, longestAck);
     return NxResult();
@@ -337,10 +336,10 @@ NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
             return NxResult();
         }
     }
-    return NxResult(kNxBadDescription, mChannel.GetDeviceName() +
-                                           " lists no GenICam description of 1 byte to 16 MiB "
-                                           "in its manifest table of " +
-                                           std::to_string(count) + " entries");
+    return NxResult(kNxBadDescription,
+                    mChannel.GetDeviceName() +
+                        " has no GenICam description of 1 byte to 16 MiB among the " +
+                        std::to_string(count) + " entries of its manifest table");
 }
 
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port) {

@@ -97,7 +97,7 @@ void UsbBulkPipe::ClearStall() {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     const int error = libusb_clear_halt(mHandle, mDescriptor.outEndpoint);
-    // The system waits 5 seconds for each, and a mute device would not answer to the second either.
+    // The system waits 5 seconds for each, and a silent device would not answer the second either.
     if (error == LIBUSB_SUCCESS || Clock::now() - begin < kAnswerTime) {
         (void)libusb_clear_halt(mHandle, mDescriptor.inEndpoint);
     }

@@ -17,8 +17,8 @@ class UsbTransfer {
     UsbTransfer(const UsbTransfer&) = delete;
     UsbTransfer& operator=(const UsbTransfer&) = delete;
 
-    /// Lets libusb end what has ended, of all transfers of its user. Returns after something ended
-    /// or that time has passed; also when libusb fails, and leaves the processor to others then.
+    /// Runs libusb's event loop until a transfer completes or `atMost` elapses; also returns when
+    /// libusb fails, and then leaves the processor to others.
     static void HandleEvents(libusb_context* context, std::chrono::microseconds atMost);
 
     /// @return a libusb error code

@@ -117,28 +117,28 @@ std::string UnpackArchive(Bytes archive, std::size_t end, std::string& text) {
         return "its zip archive is encrypted";
     }
     if (member.method != kStored && member.method != kDeflated) {
-        return "its zip archive is packed by method " + std::to_string(member.method) +
-               ", neither stored nor deflated";
+        return "its zip archive uses compression method " + std::to_string(member.method) +
+               "; only stored and deflate are supported";
     }
     if (member.length == 0 || member.length > kLongest) {
-        return "its zip archive holds a text of " + std::to_string(member.length) +
-               " bytes, not 1 byte to 16 MiB";
+        return "its zip archive contains a text of " + std::to_string(member.length) +
+               " bytes; 1 byte to 16 MiB is allowed";
     }
     if (!HasRecord(archive, member.local, kLocalLength, kLocalSignature)) {
-        return "its zip archive is damaged: its directory points to no file";
+        return "its zip archive is damaged: its directory points to a missing file";
     }
     const std::size_t data = member.local + kLocalLength +
                              LoadLittle16(&archive[member.local + 26]) +
                              LoadLittle16(&archive[member.local + 28]);
     if (data > archive.size() || member.packedLength > archive.size() - data) {
-        return "its zip archive is cut short";
+        return "its zip archive is truncated";
     }
     const Bytes packed = archive.subspan(data, member.packedLength);
     const bool fits = member.method == kStored ? packed.size() == member.length
                                                : member.length / kMostFromOneByte <= packed.size();
     if (!fits) {
         return "its zip archive is damaged: " + std::to_string(packed.size()) +
-               " bytes cannot hold a text of " + std::to_string(member.length);
+               " bytes cannot unpack to " + std::to_string(member.length);
     }
     text.assign(member.length, '\0');
     if (member.method == kStored) {
@@ -148,7 +148,7 @@ std::string UnpackArchive(Bytes archive, std::size_t end, std::string& text) {
     }
     if (crc32(0, reinterpret_cast<const Bytef*>(text.data()), static_cast<uInt>(text.size())) !=
         member.crc) {
-        return "its zip archive is damaged: its text's checksum is wrong";
+        return "its zip archive is damaged: checksum error in its text";
     }
     return {};
 }
@@ -187,7 +187,7 @@ bool UnpackDescription(std::span<const std::byte> stored, std::string& xml, std:
         }
         firstProblem = firstProblem.empty() ? problem : firstProblem;
     }
-    why = firstProblem.empty() ? "its zip archive is cut short: its directory is missing"
+    why = firstProblem.empty() ? "its zip archive is truncated: its directory is missing"
                                : firstProblem;
     return false;
 }

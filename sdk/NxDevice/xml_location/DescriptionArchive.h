@@ -5,10 +5,10 @@
 #include <string>
 
 /// Takes a device's GenICam description out of what the device stores, a zip archive or the text
-/// itself; its bytes tell which, whatever its name says (APPNOTE.TXT 6.3). Of an archive, the first
-/// member that is named as XML is taken, or else its first file: stored or deflated, of at most
-/// 16 MiB, its CRC checked. What follows the archive, its text or the text's last element is not
-/// looked at: devices pad, and keep the rest of what they stored before.
+/// itself; its bytes decide which, whatever its name says (APPNOTE.TXT 6.3). Of an archive, the
+/// first member that is named as XML is taken, or else its first file: stored or deflated, of at
+/// most 16 MiB, its CRC checked. What follows the archive, its text or the text's last element is
+/// not looked at: devices pad, and keep the rest of what they stored before.
 ///
 /// Needs no more memory than the text itself has.
 /// @param xml untouched on failure

@@ -34,7 +34,7 @@ std::string ParseHexadecimal(std::string_view text, const char* what, std::uint3
     const auto [end, error] =
         std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
     if (error == std::errc::result_out_of_range) {
-        return std::string("its ") + what + " lies beyond 32 bits";
+        return std::string("its ") + what + " does not fit into 32 bits";
     }
     if (error != std::errc() || end != digits.data() + digits.size()) {
         return std::string("its ") + what + " is not a hexadecimal number";

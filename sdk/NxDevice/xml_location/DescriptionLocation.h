@@ -9,7 +9,7 @@ struct DescriptionLocation {
     std::uint32_t address = 0;
     std::uint32_t length = 0;  ///< bytes
 
-    /// Takes "Local:camera.zip;10000;5A3C" apart; numbers are hexadecimal. Blanks around its parts,
+    /// Parses "Local:camera.zip;10000;5A3C"; numbers are hexadecimal. Blanks around its parts,
     /// the case of its letters, "0x", and whatever follows a zero byte, or a '?' after the length,
     /// do not matter.
     /// @param url not trusted

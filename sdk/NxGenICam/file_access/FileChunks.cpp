@@ -50,7 +50,7 @@ NxResult FileChunks::Prepare() {
             if (!rights.MayWrite() && !mChecksPosition) {
                 return NxResult(kNxNodeAccess, "The GenICam feature " + std::string(feature) +
                                                    " of " + mNodes.Port().DeviceName() +
-                                                   " can be neither written nor read now");
+                                                   " is currently neither writable nor readable");
             }
         }
     }
@@ -122,8 +122,8 @@ NxResult FileChunks::CheckPosition(std::uint64_t expected) {
     if (static_cast<std::uint64_t>(position) != expected) {
         return NxResult(kNxTransferIncomplete,
                         mNodes.Port().DeviceName() + " is at byte " + std::to_string(position) +
-                            " of its file where byte " + std::to_string(expected) +
-                            " is next: an operation was lost or carried out twice");
+                            " of its file instead of byte " + std::to_string(expected) +
+                            ": an operation was lost or executed twice");
     }
     return {};
 }
@@ -182,7 +182,7 @@ NxResult FileChunks::WriteOnce(std::uint64_t offset, std::span<const std::byte> 
 }
 
 NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std::uint64_t& given) {
-    // Written anew each time: 0 bytes mean the end of the file here, not a forgotten length.
+    // Written again each time: 0 bytes mean the end of the file here, not a forgotten length.
     mLengthInDevice.reset();
     std::uint64_t moved = 0;
     if (NxResult result = Run(offset, Allowed(chunk.size()), moved); !result.IsOK()) {
@@ -203,7 +203,7 @@ NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std:
     return {};
 }
 
-// Of a device whose execute register tells nothing, a result that has changed is the only sign that
+// If a device's execute register reports nothing, a result that has changed is the only sign that
 // it has carried the operation out; two chunks of one length would have the same.
 std::size_t FileChunks::UnlikeTheLast(std::size_t length) const {
     const std::size_t step = std::max<std::size_t>(mIncrement, 4);
@@ -264,8 +264,9 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
     const auto reported = static_cast<std::uint64_t>(value);
     if (reported > length) {
         return NxResult(kNxProtocol, mNodes.Port().DeviceName() + " reports " +
-                                         std::to_string(reported) + " bytes as the result of " +
-                                         mOperation.Name() + " for " + std::to_string(length));
+                                         std::to_string(reported) + " bytes transferred by " +
+                                         mOperation.Name() + " instead of " +
+                                         std::to_string(length));
     }
     if (NxResult result = CheckPosition(offset + reported); !result.IsOK()) {
         return result;

@@ -58,9 +58,9 @@ NxResult FileOperation::Prepare(Id observed) {
         return result;
     }
     if (!rights.MayWrite()) {
-        return NxResult(kNxNodeAccess, "The GenICam feature " +
-                                           std::string(FileFeatures::kExecute) + " of " +
-                                           mNodes.Port().DeviceName() + " cannot be executed now");
+        return NxResult(kNxNodeAccess,
+                        "The GenICam feature " + std::string(FileFeatures::kExecute) + " of " +
+                            mNodes.Port().DeviceName() + " cannot be executed at the moment");
     }
     mTellsItsEnd = rights.MayRead() && source.node != NodeTable::kNone;
     if (result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue); result.IsOK()) {
@@ -111,7 +111,7 @@ NxResult FileOperation::Run(std::span<const Setting> settings) {
     if (result.IsOK() && mView.HeldWrites() == settingsHeld) {
         result = NxResult(kNxBadDescription,
                           "The GenICam feature " + std::string(FileFeatures::kExecute) + " of " +
-                              mNodes.Port().DeviceName() + " reaches no register");
+                              mNodes.Port().DeviceName() + " is not backed by a register");
     }
     if (result.IsOK() && mTellsItsEnd) {
         // As the register will show it until the end: not every register can show every value.
@@ -267,7 +267,7 @@ NxResult FileOperation::AwaitEnd(bool outcomeIsOlder) {
     while (result.IsOK() && !isDone) {
         outcomeIsOlder = true;
         if (const NxResult timeout = poll.Pause(); !timeout.IsOK()) {
-            // It may be one that never tells; then its status does.
+            // It may be one that never shows the end; then its status does.
             std::string status;
             mHabits.keepsValue = ReadStatus(status).IsOK() && status == FileFeatures::kSuccess;
             return mHabits.keepsValue ? NxResult() : timeout;
@@ -306,8 +306,8 @@ NxResult FileOperation::CheckStatus() {
     }
     return status == FileFeatures::kSuccess
                ? NxResult()
-               : NxResult(kNxFileOperation, mNodes.Port().DeviceName() + " answered " + mName +
-                                                " with the file operation status \"" +
+               : NxResult(kNxFileOperation, mNodes.Port().DeviceName() + ": " + mName +
+                                                " failed with the file operation status \"" +
                                                 PrintableText(status) + "\"");
 }
 

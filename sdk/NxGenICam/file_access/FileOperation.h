@@ -13,7 +13,7 @@
 /// One operation of file access, selected and then executed once or many times with the fewest
 /// commands that the bus allows: what the features hang on is found out once, whatever the layout
 /// of the registers; then the registers that start the operation are written together, and those
-/// that tell its outcome are read together.
+/// that report its outcome are read together.
 class FileOperation {
   public:
     using Id = NodeMap::Id;
@@ -25,7 +25,7 @@ class FileOperation {
     };
     /// How a device behaves, found out as it is used.
     struct Habits {
-        /// Its FileOperationExecute keeps the value that executed it, so that it never tells the
+        /// Its FileOperationExecute keeps the value that executed it, so that it never shows the
         /// end of an operation.
         bool keepsValue = false;
         /// It refuses accesses to one half of a register of eight bytes.
@@ -52,7 +52,7 @@ class FileOperation {
     /// The same, asked of the device once more.
     NxResult ReadResultAnew(std::int64_t& value);
     NxResult ReadObserved(std::int64_t& value);
-    /// The address and length of FileAccessBuffer, as things stand.
+    /// The current address and length of FileAccessBuffer.
     NxResult LocateBuffer(NodeValues::Place& place);
 
     [[nodiscard]] const std::string& Name() const { return mName; }

@@ -35,7 +35,7 @@ NxResult OperationPoll::Next(Clock::time_point now, std::chrono::microseconds& p
         return NxResult(kNxTimeout,
                         mDevice + " is still busy with " + mOperation + " after " +
                             std::to_string(kLongestOperation.count()) +
-                            " s; leave it powered, look at its status and try again later");
+                            " s; keep it powered, check its status and try again later");
     }
     pause = mNextPause;
     mNextPause = std::min(mNextPause * 2, kLongestPause);

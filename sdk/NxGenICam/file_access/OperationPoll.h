@@ -6,7 +6,7 @@
 #include <NxBase/NxResult.h>
 
 /// The wait for a file operation of a device that answers and says that it is not done: asked again
-/// at growing distances for a minute at most. A device that answers no more is the port's to tell.
+/// at growing distances for a minute at most. The port detects a device that stops responding.
 class OperationPoll {
   public:
     using Clock = std::chrono::steady_clock;

@@ -187,7 +187,7 @@ const BinaryOperator* Evaluator<Number>::PeekOperator(int precedence) {
 
 template <typename Number>
 Number Evaluator<Number>::Binary(int precedence, bool live) {
-    // Signs stand one in the other, and so do powers, which group from the right.
+    // Signs nest, and so do powers, which group from the right.
     if (--mBudget.depth < 0) {
         Fail(kTooDeep);
     }
@@ -302,7 +302,7 @@ Number Evaluator<Number>::Named(std::string_view name, bool live) {
     if (constant == "E") {
         return static_cast<Number>(std::numbers::e);
     }
-    Fail("it uses a variable that it does not declare");
+    Fail("it uses an undeclared variable");
     return 0;
 }
 
@@ -321,7 +321,7 @@ Number Evaluator<Number>::Literal() {
     }
     Number value = 0;
     if (!ParseLiteral(mRest.substr(0, length), value)) {
-        Fail("it holds a malformed number");
+        Fail("it contains a malformed number");
         return 0;
     }
     mRest.remove_prefix(length);

@@ -7,9 +7,9 @@ namespace {
 
 using FormulaArithmetic::Operator;
 
-constexpr const char* kOverflow = "a number overflows";
+constexpr const char* kOverflow = "numeric overflow";
 constexpr const char* kDivision = "it divides by zero";
-constexpr const char* kShift = "it shifts by fewer than 0 or more than 63 bits";
+constexpr const char* kShift = "it shifts by less than 0 or more than 63 bits";
 
 const char* Finite(double number, double& result) {
     if (!std::isfinite(number)) {

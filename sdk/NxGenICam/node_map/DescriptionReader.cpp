@@ -22,7 +22,8 @@ constexpr std::size_t kDeepest = 256;
 // Cameras have 150.
 constexpr int kMostNames = 20000;
 constexpr std::size_t kMostElements = 1000000;
-constexpr const char* kTooMuch = "it has more nodes, or more text in them, than any camera's";
+constexpr const char* kTooMuch =
+    "it has more than 100,000 nodes, 300,000 properties or 8 MiB of text";
 
 const std::unordered_map<std::string_view, NodeKind> kKinds = {
     {"Integer", NodeKind::kInteger},
@@ -142,7 +143,7 @@ class Reading {
     struct Element {
         std::string_view name;
         std::string_view space;
-        bool isUnbound = false;                ///< has a prefix that stands for nothing
+        bool isUnbound = false;                ///< has an undeclared prefix
         std::span<const xmlChar*> attributes;  ///< name, prefix, space, and where its value is
     };
 
@@ -211,7 +212,7 @@ NxResult Reading::Run(std::string_view xml, const char* encoding) {
     xmlFreeDoc(xmlCtxtReadIO(mParser, read, nullptr, &xml, nullptr, encoding,
                              XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_IGNORE_ENC));
     if (mReason.empty() && !mIsComplete) {
-        mReason = "it is cut short";
+        mReason = "it is truncated";
     }
     return mReason.empty() ? NxResult() : Refuse(mReason);
 }
@@ -225,7 +226,7 @@ void Reading::Stop(const std::string& reason) {
 
 void Reading::OnError(const xmlError& error) {
     if (error.level == XML_ERR_FATAL) {
-        Stop("it is cut short or not well-formed XML (line " +
+        Stop("it is truncated or not well-formed XML (line " +
              std::to_string(error.line > 0 ? error.line : 1) + ")");
     }
 }
@@ -233,7 +234,7 @@ void Reading::OnError(const xmlError& error) {
 void Reading::OnStart(const Element& element) {
     // libxml2 keeps each name for as long as it reads.
     if (xmlDictSize(mParser->dict) > kMostNames) {
-        Stop("it has more names of elements and attributes than any camera's");
+        Stop("it has more than 20,000 different names");
         return;
     }
     if (++mElements > kMostElements) {
@@ -311,7 +312,7 @@ bool Reading::OpenInNode(NodeTable::Id node, std::string_view element) {
         return StartNode(NodeKind::kIntReg, node);
     }
     if (element == "IntSwissKnife" && IsRegister(kind)) {
-        // Schema 1.0 lets a part of an address stand inside the register.
+        // Schema 1.0 allows a part of an address inside the register.
         const bool started = StartNode(NodeKind::kIntSwissKnife, NodeTable::kNone);
         if (started && !mTable.Append(node, NodeTag::kPAddress, "", "", mOpen.back().node)) {
             Stop(kTooMuch);
@@ -402,12 +403,12 @@ const char* FindEncoding(const std::string& xml) {
 
 NxResult ReadUtf8(const std::string& xml, NodeTable& table, DescriptionSchema& schema) {
     if (HasUnbearableTag(xml)) {
-        return Refuse("it has a tag of more than 100 attributes or 1 MiB");
+        return Refuse("it has a tag with more than 100 attributes or 1 MiB");
     }
     const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> parser(xmlNewParserCtxt(),
                                                                               xmlFreeParserCtxt);
     if (parser == nullptr) {
-        return Refuse("there is no memory to read it");
+        return Refuse("out of memory");
     }
     return Reading(parser.get(), table, schema).Run(xml, FindEncoding(xml));
 }

@@ -113,7 +113,7 @@ NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
     NodeRights rights;
     NxResult result = FindNow(name, node, rights);
     if (result.IsOK() && !rights.MayRead()) {
-        return Refuse(name, rights.isReadable ? "is not available now" : "is write-only");
+        return Refuse(name, rights.isReadable ? "is not available at the moment" : "is write-only");
     }
     return result;
 }
@@ -122,7 +122,7 @@ NxResult NodeMap::FindWritable(const std::string& name, Id& node) {
     NodeRights rights;
     NxResult result = FindNow(name, node, rights);
     if (result.IsOK() && !rights.MayWrite()) {
-        return Refuse(name, std::string("cannot be written now: it is ") +
+        return Refuse(name, std::string("cannot be written at the moment: it is ") +
                                 (!rights.isAvailable ? "not available"
                                  : rights.isLocked   ? "locked"
                                                      : "read-only"));
@@ -164,7 +164,7 @@ NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
         case NodeKind::kStringReg:
             return values.Text(node, text);
         default:
-            return Refuse(name, "is not a text or number");
+            return Refuse(name, "is neither a text nor a number");
     }
 }
 
@@ -176,8 +176,8 @@ NxResult NodeMap::ReadEntry(const std::string& name, Id enumeration, std::string
     }
     const Id entry = FindEntryByValue(enumeration, value);
     if (entry == NodeTable::kNone) {
-        return Refuse(name,
-                      "has the value " + std::to_string(value) + ", which is none of its entries");
+        return Refuse(
+            name, "has the value " + std::to_string(value) + ", which matches none of its entries");
     }
     text = SymbolicName(entry);
     return {};
@@ -277,9 +277,10 @@ NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) 
         }
         isKnown = isKnown || rights.isImplemented;
     }
-    return NxResult(kNxNoSuchNode, Port().DeviceName() + " has no entry " + entry + " in its " +
-                                       PrintableText(mTable.Name(enumeration)) +
-                                       (isKnown ? " that is available" : ""));
+    return NxResult(kNxNoSuchNode, Port().DeviceName() +
+                                       (isKnown ? " has no available entry " : " has no entry ") +
+                                       entry + " in its " +
+                                       PrintableText(mTable.Name(enumeration)));
 }
 
 NodeMap::Id NodeMap::FindEntryByValue(Id enumeration, std::int64_t value) {

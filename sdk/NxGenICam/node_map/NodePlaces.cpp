@@ -64,7 +64,7 @@ NxResult NodePlaces::AddIndex(Id owner, const NodeTable::Property& index, Place&
         const Id stepNode = mValues.Table().Find(index.attribute);
         result = stepNode != NodeTable::kNone
                      ? mValues.Integer(stepNode, step)
-                     : mValues.Fail(owner, "has an index whose step is not defined");
+                     : mValues.Fail(owner, "has an index whose step node is undefined");
     } else if (result.IsOK() && !index.attribute.empty()) {
         result = mValues.Constant(owner, index.attribute, step);
     }
@@ -86,7 +86,7 @@ NxResult NodePlaces::FindLength(Id node, std::uint64_t& length) {
     if (number < 0 || static_cast<std::uint64_t>(number) > kLongestRegister) {
         return NxResult(kNxBadDescription, mValues.Bus().Port().DeviceName() +
                                                " has a register of " + std::to_string(number) +
-                                               " bytes; 16 MiB is the most");
+                                               " bytes; the limit is 16 MiB");
     }
     length = static_cast<std::uint64_t>(number);
     return {};
@@ -110,7 +110,7 @@ NxResult NodePlaces::FindFormat(Id registerNode, const Place& place, RegisterFor
                                                         : "";
         if (!Formula::ParseInteger(low, first) || !Formula::ParseInteger(high, last) || first < 0 ||
             last < 0 || first > 63 || last > 63) {
-            return mValues.Fail(registerNode, "is a field of bits that do not exist");
+            return mValues.Fail(registerNode, "is a bit field outside its register");
         }
         format.lsb = static_cast<unsigned int>(first);
         format.msb = static_cast<unsigned int>(last);
@@ -118,7 +118,7 @@ NxResult NodePlaces::FindFormat(Id registerNode, const Place& place, RegisterFor
     if (!format.Fits(static_cast<std::size_t>(place.length))) {
         return NxResult(kNxBadDescription,
                         mValues
-                            .Fail(registerNode, "is a number in a register of " +
+                            .Fail(registerNode, "cannot be a number: its register has " +
                                                     std::to_string(place.length) + " bytes")
                             .GetDescription());
     }
@@ -156,7 +156,7 @@ NxResult NodePlaces::Float(Id node, double& value) {
     if (place.length != 4 && place.length != 8) {
         return NxResult(kNxBadDescription,
                         mValues
-                            .Fail(node, "is a floating-point number in a register of " +
+                            .Fail(node, "cannot be a floating-point number: its register has " +
                                             std::to_string(place.length) + " bytes")
                             .GetDescription());
     }

@@ -5,7 +5,7 @@
 #include "NodeValues.h"
 
 /// What may be done with a node: what it says itself (AccessMode, ImposedAccessMode,
-/// pIsImplemented, pIsAvailable, pIsLocked) and what stands behind it says (GenICam Standard 2.0,
+/// pIsImplemented, pIsAvailable, pIsLocked) and what the nodes behind it say (GenICam Standard 2.0,
 /// section 2.8.3 "Access mode"). A register that names no access mode is read-only.
 struct NodeRights {
     bool isImplemented = true;

@@ -93,7 +93,7 @@ class NodeTable {
         NodeTag tag = NodeTag::kValue;
         std::string_view text;
         std::string_view attribute;
-        Id inlineNode = kNone;  ///< the formula that stands in the place of a name
+        Id inlineNode = kNone;  ///< the formula in place of a name
     };
 
     NodeTable() = default;

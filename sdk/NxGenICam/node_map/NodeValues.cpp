@@ -12,7 +12,7 @@
 
 namespace {
 
-// What a visit is for: asking for a value on the way to the same node's place is no circle.
+// What a visit is for: reading a value while locating the same node is not a cycle.
 enum Purpose : int { kValue = 0, kBound = 2 };
 
 constexpr std::uint64_t kLongestText = std::uint64_t{1} << 20U;
@@ -101,8 +101,8 @@ NxResult NodeValues::Follow(const NodeTable::Property& reference, Id& node) {
                                                               : mTable.Find(reference.text);
     if (found == NodeTable::kNone) {
         return NxResult(kNxNodeAccess, "The GenICam description of " + mBus.Port().DeviceName() +
-                                           " refers to a node \"" + PrintableText(reference.text) +
-                                           "\" that it does not define");
+                                           " refers to an undefined node \"" +
+                                           PrintableText(reference.text) + "\"");
     }
     node = found;
     return {};
@@ -292,7 +292,7 @@ NxResult NodeValues::Converted(Id node, Number& value) {
         return result;
     }
     if (source.node == NodeTable::kNone) {
-        return Fail(node, "converts no other node's value");
+        return Fail(node, "is a converter without an input node");
     }
     Number raw = 0;
     if (NxResult result = ValueOf(source.node, raw); !result.IsOK()) {
@@ -306,7 +306,7 @@ NxResult NodeValues::FormulaFailure(Id node, NxResult result) const {
     return result.GetCode() == kNxNodeAccess &&
                    std::string_view(result.GetDescription().GetAscii())
                            .find(mBus.Port().DeviceName()) == std::string_view::npos
-               ? Fail(node, std::string("has a formula without a value: ") +
+               ? Fail(node, std::string("has a formula that cannot be evaluated: ") +
                                 result.GetDescription().GetAscii())
                : result;
 }
@@ -419,7 +419,7 @@ NxResult NodeValues::VariableValue(const NodeTable::Property& variable, Number& 
         has = false;
     }
     if (result.IsOK() && !has) {
-        result = Fail(target, "lacks what a formula asks of it");
+        result = Fail(target, "does not have a property that a formula uses");
     }
     if (result.IsOK()) {
         value = static_cast<Number>(bound);
@@ -530,7 +530,7 @@ NxResult NodeValues::Text(Id node, std::string& text) {
     if (place.length > kLongestText) {
         return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a text of " +
                                                std::to_string(place.length) +
-                                               " bytes; 1 MiB is the most");
+                                               " bytes; the limit is 1 MiB");
     }
     std::vector<std::byte> bytes(static_cast<std::size_t>(place.length));
     NxResult result = NodePlaces(*this).ReadDevice(node, place, bytes, false);

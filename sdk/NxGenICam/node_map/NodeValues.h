@@ -19,7 +19,7 @@
 #include "registers/RegisterView.h"
 
 /// One access to a node: finds values by following what the nodes refer to, down to the registers
-/// (NodePlaces). Made anew for each access; never keeps a value. Judges only the nodes that it
+/// (NodePlaces). Created for each access; never keeps a value. Judges only the nodes that it
 /// comes by.
 ///
 /// Every operation fails with kNxNodeAccess or kNxBadDescription for a node that has no such value,
@@ -47,7 +47,7 @@ class NodeValues {
 
     NxResult Integer(Id node, std::int64_t& value);
     NxResult Float(Id node, double& value);
-    /// Of a String, StringReg or whatever stands behind them; up to the first zero byte.
+    /// Of a String, StringReg or whatever they refer to; up to the first zero byte.
     NxResult Text(Id node, std::string& text);
     /// The largest value that an integer says it may have.
     NxResult Maximum(Id node, std::int64_t& value);

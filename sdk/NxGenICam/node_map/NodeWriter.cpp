@@ -90,7 +90,7 @@ NxResult NodeWriter::SetFloat(Id node, double value) {
     }
     std::int64_t integer = 0;
     if (FormulaArithmetic::Truncate(std::round(value), integer) != nullptr) {
-        return mValues.Fail(node, "cannot be set to so large a number");
+        return mValues.Fail(node, "cannot be set to a number this large");
     }
     return SetInteger(node, integer);
 }
@@ -146,7 +146,7 @@ NxResult NodeWriter::SetConverted(Id node, Number value) {
         return result;
     }
     if (source.node == NodeTable::kNone) {
-        return mValues.Fail(node, "converts no other node's value");
+        return mValues.Fail(node, "is a converter without an input node");
     }
     const NodeValues::Visit visit(mValues, node, kWrite + 2);
     return visit.Result().IsOK() ? Set(source.node, raw) : visit.Result();
@@ -179,7 +179,7 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
         }
     }
     if (!format.Encode(value, used)) {
-        return mValues.Fail(node, "has no room for the value " + std::to_string(value));
+        return mValues.Fail(node, "is too small for the value " + std::to_string(value));
     }
     return Store(node, place.address, used);
 }
@@ -193,7 +193,7 @@ NxResult NodeWriter::Store(Id node, std::uint64_t address, std::span<std::byte> 
         return mValues.Fail(node, "is not a register of the device itself");
     }
     if (!mValues.TakeWrite()) {
-        return mValues.Fail(node, "is set in too many registers");
+        return mValues.Fail(node, "is stored in too many registers");
     }
     if (NxResult result = mValues.Bus().Arrange(address, bytes); !result.IsOK()) {
         return result;

@@ -7,7 +7,7 @@
 
 /// Whether the text begins like XML in UTF-16 of either byte order, with or without a mark.
 bool IsUtf16(std::string_view text);
-/// The same text in UTF-8; what is no character becomes one that XML does not allow.
+/// The same text in UTF-8; an invalid character becomes one that XML does not allow.
 std::string FromUtf16(std::string_view text);
 
 /// Whether some tag has more than 100 attributes or 1 MiB. libxml2 compares each attribute with all

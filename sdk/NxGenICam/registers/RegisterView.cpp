@@ -94,7 +94,7 @@ bool RegisterView::HasHalves() const {
 }
 
 NxResult RegisterView::Fetch(RegisterBus& bus, bool onlyState, bool withHalves) {
-    // What tells the end comes first: what is read after it belongs to an operation that has ended.
+    // What shows the end comes first: what is read after it belongs to an operation that has ended.
     std::vector<GenPort::Register> registers;
     for (const bool state : {true, false}) {
         for (const Word& word : mWords) {

@@ -35,7 +35,7 @@ class RegisterView {
     /// While true, what is not known reads as zeros and is noted for the next Fetch.
     void PretendZeros(bool pretend) { mPretends = pretend; }
     [[nodiscard]] bool Pretends() const { return mPretends; }
-    /// While true, the words that are asked for tell whether the operation has ended.
+    /// While true, the requested words show whether the operation has ended.
     void MarkAsState(bool mark) { mMarksState = mark; }
 
     /// @param bytes in the device's order

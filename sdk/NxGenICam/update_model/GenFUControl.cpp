@@ -77,7 +77,7 @@ class GenFUControl::Impl {
     NyUtilsLib::Result AddUpdate(const std::string& procedureId) {
         const std::size_t procedure = FindProcedure(procedureId);
         if (procedure == mProcedures.size()) {
-            return Refuse("no procedure has the id " + Quoted(procedureId));
+            return Refuse("there is no procedure with the id " + Quoted(procedureId));
         }
         mUpdates.push_back({procedure, {}});
         return {};
@@ -103,7 +103,8 @@ class GenFUControl::Impl {
     }
 
     /// A device that lacks the feature is another one than the update is for, so a failed read is a
-    /// condition that does not hold. The first such failure is kept, to be told if nothing fits.
+    /// condition that does not hold. The first such failure is kept, to be reported if nothing
+    /// fits.
     bool Holds(const Condition& condition, NyUtilsLib::Result& unread) {
         std::string value;
         const NyUtilsLib::Result result = mUpdater.ReadGenStringValue(condition.featureName, value);

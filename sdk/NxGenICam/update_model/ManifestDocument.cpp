@@ -100,8 +100,8 @@ void ManifestDocument::Freer::operator()(_xmlDoc* document) const {
 NyUtilsLib::Result ManifestDocument::Read(const std::string& text) {
     if (text.empty()) {
         return RefuseManifest(1,
-                              "it is empty, or the package does not hold it, or it cannot be "
-                              "unpacked (damaged, encrypted, or /tmp is full)");
+                              "it is empty, missing from the package, or cannot be unpacked "
+                              "(damaged, encrypted, or /tmp is full)");
     }
     if (text.size() > kMaximumSize) {
         return RefuseManifest(1, "it is larger than " + std::to_string(kMaximumSize) + " bytes");

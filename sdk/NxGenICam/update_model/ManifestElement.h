@@ -15,9 +15,9 @@ class ManifestElement {
     [[nodiscard]] std::string Name() const;
     /// Of the end of the element's start tag, from 1.
     [[nodiscard]] long Line() const;
-    /// As it stands; empty when there is none.
+    /// As written; empty if there is none.
     [[nodiscard]] std::string Attribute(const char* name) const;
-    /// As it stands, without what child elements hold.
+    /// As written, without the content of child elements.
     [[nodiscard]] std::string Text() const;
     [[nodiscard]] std::vector<ManifestElement> Elements() const;
 

@@ -21,7 +21,7 @@ std::string MeaningOf(unsigned int code) {
         case kGenFUFailed:
             return "the file was not transferred, or the device did not accept it";
         case kGenFUNoTransfer:
-            return "no transfer is running whose device could be reset";
+            return "no transfer is running, so there is no device to reset";
         case kGenFUUnreadable:
             return "the device does not have this feature, or it cannot be read";
         case kGenFUNotProvided:
@@ -56,7 +56,7 @@ NyUtilsLib::Result StepRunner::operator()(const FeatureAssert& step) const {
                                       PrintableText(step.message, kLongestMessage));
         default:
             return NyUtilsLib::Result(
-                kNxAssertFailed, mPlace + ", " + what + ": its pattern takes too long to match");
+                kNxAssertFailed, mPlace + ", " + what + ": matching its pattern takes too long");
     }
 }
 

@@ -19,11 +19,11 @@ struct GvcpDiscoveryAck {
     std::string serial;
     std::string userName;
 
-    /// True for a device in its boot loader, which takes firmware by TFTP only.
+    /// True for a device in its boot loader, which accepts firmware by TFTP only.
     [[nodiscard]] bool IsLoader() const;
 
-    /// Empty when the datagram is no well-formed, successful DISCOVERY_ACK. Characters that are not
-    /// printable are replaced, since the texts are shown on consoles.
+    /// Empty if the datagram is not a well-formed, successful DISCOVERY_ACK. Characters that are
+    /// not printable are replaced, since the texts are shown on consoles.
     static std::optional<GvcpDiscoveryAck> Parse(std::span<const std::byte> datagram);
 };
 

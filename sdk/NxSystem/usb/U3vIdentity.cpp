@@ -140,7 +140,7 @@ NxResult ReadTexts(libusb_device* device, U3vIdentity& identity, milliseconds pa
     if (!IsUsableName(identity.guid)) {
         identity.guid.clear();
         return NxResult(kNxProtocol, "USB3 Vision device at USB port " + identity.place +
-                                         " tells no usable GUID");
+                                         " reports no usable GUID");
     }
     return NxResult();
 }
@@ -187,7 +187,7 @@ NxResult DescribeU3vOpenFailure(const U3vIdentity& identity, int error) {
             return NxResult(kNxAccessDenied,
                             "Cannot open " + device + ": access denied (EACCES); install " +
                                 kU3vRuleFile +
-                                " in /etc/udev/rules.d and plug the device in again");
+                                " in /etc/udev/rules.d, then unplug and reconnect the device");
         case LIBUSB_ERROR_BUSY:
             return NxResult(kNxAccessDenied,
                             "Cannot control " + device +
@@ -197,8 +197,8 @@ NxResult DescribeU3vOpenFailure(const U3vIdentity& identity, int error) {
         case LIBUSB_ERROR_NOT_FOUND:
             return NxResult(kNxDeviceGone, "Cannot open " + device + ": it was unplugged");
         case LIBUSB_ERROR_TIMEOUT:
-            return NxResult(kNxTimeout,
-                            "Cannot open " + device + ": it does not answer; plug it in again");
+            return NxResult(kNxTimeout, "Cannot open " + device +
+                                            ": it does not respond; unplug and reconnect it");
         default:
             return NxResult(kNxDeviceGone,
                             "Cannot open " + device + ": " + libusb_error_name(error));

@@ -9,7 +9,7 @@
 /// UTF-8 (RFC 3629), one character at a time.
 namespace Utf8 {
 
-/// Stands for what is no character (Unicode, section 23.8: U+FFFD).
+/// Replaces an invalid character (Unicode, section 23.8: U+FFFD).
 inline constexpr char32_t kReplacement = 0xFFFD;
 
 struct Character {

@@ -26,7 +26,7 @@ class NX_API NxDevice {
     ///
     /// Longer with USB3 Vision in two cases: the system waits another 5 seconds for a device that
     /// does not answer to its endpoints being cleared, and a device to which this process is
-    /// connected already is first asked whether it is still there, with the patience of any command
+    /// connected already is first asked whether it is still there, with the timeout of any command
     /// (5 seconds, longer when the device announces it or is busy).
     /// @param info null is refused
     /// @param result never null; receives the outcome: kNxInvalidArgument for a null record or a

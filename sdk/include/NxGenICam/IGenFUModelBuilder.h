@@ -23,12 +23,12 @@ class NX_API IGenFUModelBuilder {
     virtual NyUtilsLib::Result AddProcedure(const std::string& id) = 0;
     /// @param fileName a file of the package
     /// @param deviceFileName the device's name for it; empty when the manifest gives none
-    /// @param transport the manifest's word for the way, e.g. "TFTP" or "GenICam"
+    /// @param transport the manifest's name for the transport, e.g. "TFTP" or "GenICam"
     virtual NyUtilsLib::Result AddFileUpload(const std::string& fileName,
                                              const std::string& deviceFileName,
                                              const std::string& transport) = 0;
     /// @param pattern regular expression (ECMAScript) that the feature's whole value must match
-    /// @param message what the user is told when it does not
+    /// @param message shown to the user when it does not
     virtual NyUtilsLib::Result AddFeatureAssert(const std::string& featureName,
                                                 const std::string& pattern,
                                                 const std::string& message) = 0;

@@ -10,8 +10,8 @@ namespace NxGenICamLib {
 
 /// What a firmware-update run asks of the program that updates the device. Code 0 is success;
 /// any other code ends the run, except that a condition whose feature cannot be read does not hold.
-/// GenFUUpdaterCodes.h lists the codes whose meaning is told to the user; a result with a message
-/// of its own is told with that.
+/// GenFUUpdaterCodes.h lists the codes whose meaning is shown to the user; a result with a message
+/// of its own is shown with that message.
 class NX_API IGenFUUpdater {
   public:
     virtual ~IGenFUUpdater();
@@ -30,7 +30,7 @@ class NX_API IGenFUUpdater {
                                                  std::list<std::string>& entries) = 0;
     /// Transfers one file of the package to the device; returns when it is done or failed.
     /// @param fileName as the manifest has it
-    /// @param transport the manifest's word for the way, e.g. "TFTP" or "GenICam"
+    /// @param transport the manifest's name for the transport, e.g. "TFTP" or "GenICam"
     virtual NyUtilsLib::Result Write(const std::string& fileName, const std::string& transport) = 0;
     /// Restarts the device.
     virtual NyUtilsLib::Result Reset() = 0;

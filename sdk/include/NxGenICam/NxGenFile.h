@@ -15,7 +15,7 @@ class NxGenParameterArray;
 /// of WriteFrom, Write and Read says at which byte of how many it happened. An operation that the
 /// device answers about is waited for a minute (kNxTimeout).
 ///
-/// Codes that every operation hands on: what the way to the device gives (kNxTimeout,
+/// Codes that every operation passes on: what the path to the device returns (kNxTimeout,
 /// kNxDeviceGone, kNxControlLost, kNxDeviceError, kNxProtocol), kNxNoSuchNode or kNxNodeAccess when
 /// the device lacks a feature of file access or does not let it be used, kNxBadDescription, and
 /// kNxFileOperation when FileOperationStatus is not "Success".

@@ -15,7 +15,7 @@ class NX_API NxDeviceInfo {
     NxDeviceInfo& operator=(const NxDeviceInfo&) = delete;
 
     [[nodiscard]] NxString GetModelName() const;
-    /// Names the device and the way to it: "192.168.1.20%eth1" or "u3v:" and the device's GUID.
+    /// Names the device and the path to it: "192.168.1.20%eth1" or "u3v:" and the device's GUID.
     [[nodiscard]] NxString GetConnectionID() const;
     /// 0 GigE Vision, 1 the maker's own protocol, 2 USB3 Vision.
     [[nodiscard]] unsigned int GetType() const;

@@ -7,7 +7,8 @@
 
 class NxDeviceInfo;
 
-/// One way out of this computer and the devices that discovery found behind it. Owned by NxSystem.
+/// One network interface or USB controller of this computer, with the devices found on it. Owned by
+/// NxSystem.
 class NX_API NxInterface {
   public:
     class Impl;

@@ -9,7 +9,7 @@
 #include <NxBase/NxApi.h>
 #include <NxBase/NxResult.h>
 
-/// The way to a device's registers, over whichever bus. Safe to call from any thread.
+/// Access to a device's registers, over whichever bus. Safe to call from any thread.
 ///
 /// Bytes are always in the order in which the device's memory holds them.
 class NX_API GenPort {
@@ -19,7 +19,7 @@ class NX_API GenPort {
     struct Register {
         std::uint64_t address = 0;
         std::array<std::byte, 4> bytes{};
-        /// Of an eight-byte register, whose first half stands before this one.
+        /// Of an eight-byte register, whose first half comes before this one.
         bool isSecondHalf = false;
     };
 
@@ -37,7 +37,7 @@ class NX_API GenPort {
     /// of a register go into one command.
     virtual NxResult WriteRegisters(std::span<const Register> registers) = 0;
 
-    /// The device and the way to it, for descriptions of failures: "192.168.1.20 on eth1".
+    /// The device and the path to it, for descriptions of failures: "192.168.1.20 on eth1".
     [[nodiscard]] virtual std::string DeviceName() const = 0;
     /// True when several registers that are not neighbours go into one command.
     [[nodiscard]] virtual bool CombinesRegisters() const = 0;

@@ -7,7 +7,7 @@
 #include <NxBase/NxResult.h>
 #include <NxBase/NxString.h>
 
-/// A connection ID taken apart: "192.168.1.20%eth1", "192.168.1.20" or "u3v:<GUID>".
+/// A parsed connection ID: "192.168.1.20%eth1", "192.168.1.20" or "u3v:<GUID>".
 struct NX_API ConnectionId {
     enum class Kind { kNetwork, kUsb };
 
@@ -16,7 +16,7 @@ struct NX_API ConnectionId {
     std::string interfaceName;  ///< empty: whichever the routes say; network devices
     std::string guid;           ///< USB devices
 
-    /// @return kNxInvalidArgument, `id` untouched, when the text is no connection ID
+    /// @return kNxInvalidArgument, `id` untouched, if the text is not a connection ID
     static NxResult Parse(const NxString& text, ConnectionId& id);
     [[nodiscard]] std::string Format() const;
 };

@@ -6,7 +6,7 @@
 #include <NxBase/NxApi.h>
 
 /// The hardware addresses of this process's last discovery, by connection ID. The same device has
-/// one of them, and as many connection IDs as there are ways to it. Safe to call from any thread.
+/// one of them, and as many connection IDs as there are paths to it. Safe to call from any thread.
 namespace HardwareAddresses {
 
 struct Entry {

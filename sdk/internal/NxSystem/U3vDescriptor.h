@@ -13,7 +13,7 @@ class UsbContext;
 /// opening the device (USB3 Vision 1.0, section 2 "Device Identification").
 struct NX_API U3vDescriptor {
     std::uint8_t controlInterface = 0;  ///< bInterfaceNumber
-    std::uint8_t inEndpoint = 0;        ///< bulk, acknowledges
+    std::uint8_t inEndpoint = 0;        ///< bulk, acks
     std::uint8_t outEndpoint = 0;       ///< bulk, commands
 
     // Indices of string descriptors; 0: the device has no such text.

@@ -8,7 +8,7 @@
 
 #include <internal/NxSystem/U3vDescriptor.h>
 
-/// The texts by which a USB3 Vision device is told apart, as UTF-8.
+/// The texts that identify a USB3 Vision device, as UTF-8.
 struct NX_API U3vIdentity {
     std::string place;  ///< where it is plugged in, "2-1.4"
     std::string guid;   ///< empty when the device could not be asked
@@ -22,14 +22,14 @@ struct NX_API U3vIdentity {
     static U3vIdentity FromSystem(libusb_device* device);
     /// Opens the device, reads its texts and closes it again; the interface is not claimed, so a
     /// program that works with the device is not disturbed.
-    /// @param patience for all texts together, the GUID first; those that do not come in time are
-    /// left out
+    /// @param patience timeout for all texts together, the GUID first; those that do not come in
+    /// time are left out
     /// @param identity when the device cannot be opened, what the system itself knows about it
     /// @return kNxAccessDenied, kNxDeviceGone, kNxTimeout or kNxProtocol
     static NxResult Read(libusb_device* device, const U3vDescriptor& descriptor,
                          std::chrono::milliseconds patience, U3vIdentity& identity);
 
-    /// Reads the GUID alone, which is enough to tell the device from others. Everything else is as
+    /// Reads the GUID alone, which is enough to identify the device. Everything else is as
     /// for Read.
     static NxResult ReadGuid(libusb_device* device, const U3vDescriptor& descriptor,
                              std::chrono::milliseconds patience, U3vIdentity& identity);

@@ -62,7 +62,7 @@ std::variant<TftpAgreement, TftpError> TftpAgreement::Negotiate(
             agreement.granted.emplace_back(name, std::to_string(*number));
         }
     }
-    // Settled last: the block size may stand behind the window size in the request.
+    // Settled last: the block size may follow the window size in the request.
     const unsigned int fitting = receiveBuffer / (agreement.blockSize + kDatagramOverhead);
     agreement.windowSize = std::min(agreement.windowSize, std::max(fitting, 1U));
     for (auto& [name, value] : agreement.granted) {

@@ -35,7 +35,7 @@ struct TftpPacket {
     std::span<const std::uint8_t> data;  ///< DATA; points into the parsed datagram
     TftpError error;                     ///< ERROR
 
-    /// Takes a datagram apart; empty when it is no well-formed packet. Of an option that is named
+    /// Parses a datagram; empty if it is not a well-formed packet. Of an option that is named
     /// twice the first counts. The result refers to the datagram's bytes.
     [[nodiscard]] static std::optional<TftpPacket> Parse(std::span<const std::uint8_t> datagram);
 

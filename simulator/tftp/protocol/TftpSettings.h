@@ -21,7 +21,7 @@ struct TftpSettings {
     bool grantTransferSize = true;      ///< RFC 2349, tsize
     bool grantTimeout = true;           ///< RFC 2349, timeout
     /// Whether a client that asks for the status while the flash is being written waits for the
-    /// outcome, at most `maxHold`; else it is told that the flash is being written.
+    /// outcome, at most `maxHold`; else the reply says that the flash is being written.
     bool holdStatusWhileFlashing = true;
     std::uint16_t rollover = 0;  ///< block number after 65,535: 0 or 1
 

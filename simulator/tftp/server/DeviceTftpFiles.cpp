@@ -68,7 +68,7 @@ class TextSource : public TftpSource {
 };
 
 TftpError NoSuchFile(const std::string& name) {
-    return {TftpErrorCode::kFileNotFound, "There is no file \"" + name.substr(0, 64) + "\""};
+    return {TftpErrorCode::kFileNotFound, "No file \"" + name.substr(0, 64) + "\""};
 }
 
 }  // namespace
@@ -91,7 +91,7 @@ TftpFiles::ForWriting DeviceTftpFiles::OpenForWriting(const std::string& name,
         return TftpError{TftpErrorCode::kNotDefined, FirmwareStore::kBusyStatus};
     }
     if (mWriting) {
-        return TftpError{TftpErrorCode::kNotDefined, "Another transfer is under way"};
+        return TftpError{TftpErrorCode::kNotDefined, "Another transfer is in progress"};
     }
     return std::make_unique<UploadSink>(mStore, mWriting);
 }

@@ -9,7 +9,7 @@ namespace simulator {
 class FirmwareStore;
 
 /// What a device offers by TFTP: "RemoteUpdateDfw", which payloads and records are written to, and
-/// "status", which tells the outcome.
+/// "status", which reports the outcome.
 ///
 /// The store's upload begins with the first DATA packet, not with the request: a late copy of a
 /// request must not spoil the status of the transfer that it had already brought about.

@@ -134,7 +134,7 @@ void TftpConnection::CountRejections() {
 
 void TftpConnection::Flush(Time now) {
     for (Bytes& datagram : mSession->TakeOutgoing()) {
-        // The request's first answer stays genuine: it is what tells the client the true port.
+        // The request's first answer stays genuine: it gives the client the true port.
         if (mStranger && mSession->HasBegun()) {
             Forge(datagram);
         }

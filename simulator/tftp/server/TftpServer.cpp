@@ -19,13 +19,13 @@ constexpr std::chrono::hours kMaxTransfer{2};
 // What a user can do about a port that cannot be had.
 std::string Advice(int error) {
     if (error == EACCES || error == EPERM) {
-        return "; run it in a network namespace of its own (unshare --map-root-user --net), give "
-               "the program CAP_NET_BIND_SERVICE, choose another port with --tftp-port, or leave "
-               "TFTP out with --no-tftp";
+        return "; run it in its own network namespace (unshare --map-root-user --net), give "
+               "the program CAP_NET_BIND_SERVICE, choose another port with --tftp-port, or disable "
+               "TFTP with --no-tftp";
     }
     if (error == EADDRINUSE) {
-        return "; stop the other TFTP server, choose another port with --tftp-port, or leave TFTP "
-               "out with --no-tftp";
+        return "; stop the other TFTP server, choose another port with --tftp-port, or disable "
+               "TFTP with --no-tftp";
     }
     return "";
 }
@@ -50,7 +50,7 @@ bool TftpServer::Start(const std::string& address, const std::string& interfaceN
     Stop();
     const std::optional<std::uint32_t> parsed = ParseAddress(address);
     if (!parsed) {
-        why = "\"" + address + "\" is no IPv4 address";
+        why = "\"" + address + "\" is not an IPv4 address";
         return false;
     }
     if (!mSocket.emplace().Open(interfaceName, *parsed, mSettings.port, false, why)) {
@@ -86,7 +86,7 @@ void TftpServer::Run() {
         Advance(now);
     }
     for (TftpConnection& connection : mConnections) {
-        connection.Abandon("the device went away");
+        connection.Abandon("the device was switched off");
         Report(connection);
     }
     mConnections.clear();
@@ -122,7 +122,7 @@ void TftpServer::Answer(Datagram request, Time now) {
         if (known->Absorb(request.bytes, now)) {
             return;
         }
-        known->Abandon("the client began anew");
+        known->Abandon("the client started again");
         Report(*known);
         mConnections.erase(known);
     }

@@ -21,7 +21,7 @@ namespace simulator {
 class TftpServer {
   public:
     /// @param files must outlive the server
-    /// @param observer told of every transfer that has ended; may be empty
+    /// @param observer called for every transfer that has ended; may be empty
     /// @param muted while set, nothing is sent; may be null, must outlive the server
     /// @param seed of the faults that are drawn
     TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,

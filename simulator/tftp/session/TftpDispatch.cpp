@@ -28,7 +28,7 @@ std::unique_ptr<TftpSession> DispatchTftpRequest(const TftpSession::Context& con
     if (request->mode != "octet") {
         return std::make_unique<TftpRefusal>(
             context, *request,
-            TftpError{TftpErrorCode::kNotDefined, "Only octet (binary) mode is served"});
+            TftpError{TftpErrorCode::kNotDefined, "Only octet (binary) mode is supported"});
     }
     if (request->opcode == TftpOpcode::kWriteRequest) {
         return std::make_unique<TftpWriteSession>(context, *request);

@@ -16,7 +16,7 @@ enum class TftpFirstAnswer {
     kBlockSizeTooSmall,      ///< OACK with blksize 7, below RFC 2348's range
     kWindowSizeZero,         ///< OACK with windowsize 0, below RFC 7440's range
     kUnrequestedOption,      ///< OACK with an option that the client did not ask for
-    kGarbage,                ///< OACK whose values are no numbers
+    kGarbage,                ///< OACK whose values are not numbers
 };
 
 /// What goes wrong with a device's TFTP.

@@ -41,7 +41,7 @@ void TftpSession::Abandon(const std::string& why) {
 
 bool TftpSession::Negotiate(std::optional<std::uint64_t> fileSize) {
     if (mContext.faults.firstAnswer == TftpFirstAnswer::kError) {
-        Fail({TftpErrorCode::kNotDefined, "Not now"});
+        Fail({TftpErrorCode::kNotDefined, "Try again later"});
         return false;
     }
     auto terms =

@@ -95,7 +95,7 @@ void TftpWriteSession::MeetStray(std::int64_t distance, Time now) {
         return;
     }
     mStrayAnswered = true;
-    // The timer runs on: strays are no progress, and whoever sends nothing else is given up.
+    // The timer runs on: strays are not progress, and a client that sends nothing else is given up.
     if (!mTransfer.complete) {
         Acknowledge();
     } else if (mLastAcks < kMaxLastAcks) {

@@ -66,7 +66,7 @@ std::string UsbMachine::WhyUnusable(const UsbMachineOptions& options) {
     }
     for (const std::uint32_t limit : {options.camera.maxCommand, options.camera.maxAck}) {
         if (limit < 64 || limit > 65548) {
-            return "command and acknowledge limits are 64 to 65548 bytes";
+            return "the command and ack limits must be 64 to 65548 bytes";
         }
     }
     return "";

@@ -86,7 +86,7 @@ class UsbMachine {
     std::mutex mMutex;  // guards mDepartures
     std::vector<Departed> mDepartures;
 
-    std::unique_ptr<UsbTestBed> mBed;  // last: its thread uses what stands above
+    std::unique_ptr<UsbTestBed> mBed;  // last: its thread uses the members above
 };
 
 }  // namespace simulator

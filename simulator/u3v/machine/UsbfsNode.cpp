@@ -35,7 +35,7 @@ void OnOpen(UMockdevIoctlBase* /*handler*/, UMockdevIoctlClient* client, gpointe
     static_cast<UsbfsNode*>(node)->HandleOpen(client);
 }
 
-// A client object ends with the descriptor that it stands for.
+// A client object ends with the descriptor that it represents.
 void OnClose(gpointer node, GObject* client) {
     static_cast<UsbfsNode*>(node)->HandleClose(reinterpret_cast<UMockdevIoctlClient*>(client));
 }
@@ -85,7 +85,7 @@ UsbfsNode::~UsbfsNode() {
 
 bool UsbfsNode::Attach(UMockdevTestbed* bed, const std::string& path) {
     std::unique_lock lock(gMutex);
-    // poll() must tell when a transfer can be reaped. A pipe of one page does: with a byte in it
+    // poll() must report when a transfer can be reaped. A pipe of one page does: with a byte in it
     // nothing can be written, without it something can.
     gchar* root = umockdev_testbed_get_root_dir(bed);
     const std::string file = root + path;

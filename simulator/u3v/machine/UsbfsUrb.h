@@ -12,7 +12,7 @@ namespace simulator {
 
 /// Memory of the program that called ioctl(); what is changed in it is changed in the program when
 /// the call ends.
-/// @param holder where the pointer to it stands, at `offset`
+/// @param holder contains the pointer to it, at `offset`
 /// @return to be unreferenced; null when the program is gone
 [[nodiscard]] UMockdevIoctlData* FetchMemory(UMockdevIoctlData* holder, std::size_t offset,
                                              std::size_t length);

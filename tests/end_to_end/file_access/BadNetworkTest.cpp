@@ -72,11 +72,11 @@ TEST_P(FailingDeviceTest, EndsSoonWithAClearLine) {
 INSTANTIATE_TEST_SUITE_P(
     All, FailingDeviceTest,
     testing::Values(Failure{"RefusesControl", {"--refuse-control"}, "TFTP server"},
-                    Failure{"FallsMute", {"--mute-at", "100000"}, "does not answer"},
-                    Failure{"Restarts", {"--reboot-at", "100000"}, "the device was restarted"},
-                    Failure{"IsUnplugged", {"--vanish-at", "100000"}, "does not answer"},
+                    Failure{"FallsMute", {"--mute-at", "100000"}, "does not respond"},
+                    Failure{"Restarts", {"--reboot-at", "100000"}, "the device restarted"},
+                    Failure{"IsUnplugged", {"--vanish-at", "100000"}, "does not respond"},
                     Failure{"LosesControl",
                             {"--lose-control-at", "100000"},
-                            "Lost control of 127.0.0.1 on lo: another application controls it "
+                            "Lost control of 127.0.0.1 on lo: another application took control "
                             "(GVCP ACCESS_DENIED 0x8006)"}),
     [](const auto& failure) { return failure.param.name; });

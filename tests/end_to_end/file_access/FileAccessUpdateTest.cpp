@@ -163,9 +163,9 @@ TEST(FileAccessUpdateTest, SaysWhyTftpWasTriedWhenThatFailsToo) {
     ExpectEnd(
         RunUpdater({kLoopback, folder.Write("c.dfw", MakePayload("body"))}),
         "Starting update...\n\nUpdate failed.\n",
-        "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server has not answered for "
+        "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server has not responded for "
         "7 s; check cable, power and address; GenICam file access was not possible: Cannot "
-        "control 127.0.0.1 on lo: another application controls it (GVCP ACCESS_DENIED "
+        "control 127.0.0.1 on lo: another application has control (GVCP ACCESS_DENIED "
         "0x8006)\nWriting payload file to device failed!\n");
 }
 

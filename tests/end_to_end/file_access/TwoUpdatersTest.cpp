@@ -31,9 +31,8 @@ std::string LockFileOf(const std::string& address) {
 }
 
 std::string Refusal() {
-    return "Cannot work with 127.0.0.1%lo: another program on this computer is using it; wait "
-           "until it "
-           "has ended (it holds " +
+    return "Cannot use 127.0.0.1%lo: another program on this computer is using it; wait until that "
+           "program ends (it holds " +
            LockFileOf("127.0.0.1%lo") + ")\n";
 }
 

@@ -33,12 +33,12 @@ const std::string kDone =
     "Starting update...\n\nValidating update... Please wait...\nUpdate is valid.\n"
     "Resetting device\nFirmware upload complete.\n";
 const std::string kFailed = "Starting update...\n\nUpdate failed.\n";
-const std::string kCannotUnpack = "it cannot be unpacked (damaged, encrypted, or /tmp is full)\n";
+const std::string kCannotUnpack = "cannot be unpacked (damaged, encrypted, or /tmp is full)\n";
 const std::string kNoManifest =
-    "Manifest.xml:1: it is empty, or the package does not hold it, or " + kCannotUnpack;
+    "Manifest.xml:1: it is empty, missing from the package, or " + kCannotUnpack;
 
 std::string FailedUpload(const std::string& transport) {
-    return "Cannot read the payload: the package does not hold it, or " + kCannotUnpack +
+    return "Cannot read the payload: it is missing from the package or " + kCannotUnpack +
            "Step 1 of procedure \"p\", FileUpload of \"a.dfw\" by " + transport +
            ", failed with code 1: the file was not transferred, or the device did not accept it\n";
 }

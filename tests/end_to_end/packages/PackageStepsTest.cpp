@@ -89,7 +89,7 @@ TEST_F(PackageStepsTest, AFeatureExecuteIsNotProvided) {
 TEST_F(PackageStepsTest, ADeviceResetBeforeAnyUploadEndsTheRun) {
     ExpectRefusal(Run("<DeviceReset/>" + kUpload),
                   "Step 1 of procedure \"p\", DeviceReset, failed with code 16: no transfer is "
-                  "running whose device could be reset\n");
+                  "running, so there is no device to reset\n");
     EXPECT_EQ(mCamera.State().value("resets", 0), 0);
 }
 
@@ -97,8 +97,8 @@ TEST_F(PackageStepsTest, ADeviceResetAfterAnUploadEndsTheRunToo) {
     const ProcessResult result = Run(kUpload + "<DeviceReset/>");
     EXPECT_EQ(WithoutLabels(result.out), kDone);
     EXPECT_EQ(result.err,
-              "Step 2 of procedure \"p\", DeviceReset, failed with code 16: no transfer is running "
-              "whose device could be reset\n");
+              "Step 2 of procedure \"p\", DeviceReset, failed with code 16: no transfer is "
+              "running, so there is no device to reset\n");
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_TRUE(mCamera.Firmware() == mBody);
 }

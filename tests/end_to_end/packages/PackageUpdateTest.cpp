@@ -109,7 +109,7 @@ TEST(PackageWithoutControlTest, SaysWhoHoldsTheDevice) {
                                                      MakeManifest(Upload("a.dfw", "GenICam")))}))});
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err,
-              "Cannot control 127.0.0.1 on lo: another application controls it "
-              "(GVCP ACCESS_DENIED 0x8006)\n");
+              "Cannot control 127.0.0.1 on lo: another application has control (GVCP ACCESS_DENIED "
+              "0x8006)\n");
     EXPECT_EQ(result.exitStatus, 0);
 }

@@ -83,7 +83,7 @@ class PeakMemoryTest : public testing::TestWithParam<Road> {
                   "Firmware upload complete.\n");
         EXPECT_EQ(result.err, "");
         EXPECT_EQ(result.exitStatus, 0);
-        // Not here: what this process holds is no business of the updater's, but it adds up.
+        // Not here: the memory of this process has nothing to do with the updater, but it adds up.
         EXPECT_EQ(Process::Run({"cmp", Path("body"), firmware}).exitStatus, 0);
     }
 

@@ -15,7 +15,7 @@ ProcessResult RunUpdater(std::vector<std::string> arguments, std::chrono::millis
 std::string WithoutLabels(const std::string& out) {
     static const std::regex kLabel(
         R"((Connecting device\.\.\.|\d+/\d+ KBs transferred \(\d+%\)|)"
-        R"(Waiting \d+ s for \S+ on \S+ to (answer the request|(acknowledge|send) byte \d+) )"
+        R"(Waiting \d+ s for \S+ on \S+ to (reply to the request|(acknowledge|send) byte \d+) )"
         R"(\(retry \d+\))?)");
     std::string rest;
     std::string line;

@@ -28,7 +28,7 @@ class TftpFailureTest : public TftpUpdateFixture {
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
     }
 
-    /// From some poll on to the last one the label must tell that this is waited for.
+    /// From some poll on to the last one the label must show what is being waited for.
     static void ExpectWarned(const ProcessResult& result, const std::string& what) {
         unsigned long waited = 0;
         unsigned long retry = 0;
@@ -88,14 +88,15 @@ TEST_F(TftpFailureTest, FailsWithTheServersOwnWords) {
 
 TEST_F(TftpFailureTest, FailsWhenTheServerRefusesAtOnce) {
     SimulatedCamera camera({"--profile", "loader", "--tftp-first-answer", "error"});
-    ExpectTransferFailed(RunUpdater({kLoopback, Payload()}), "ERROR 0 (not defined): \"Not now\"");
+    ExpectTransferFailed(RunUpdater({kLoopback, Payload()}),
+                         "ERROR 0 (not defined): \"Try again later\"");
 }
 
 TEST_F(TftpFailureTest, GivesUpAServerThatNeverAnswers) {
     SimulatedCamera camera({"--profile", "loader", "--tftp-mute"});
     const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(60));
-    ExpectTransferFailed(result, "has not answered");
-    ExpectWarned(result, "127.0.0.1 on lo to answer the request");
+    ExpectTransferFailed(result, "has not responded");
+    ExpectWarned(result, "127.0.0.1 on lo to reply to the request");
 }
 
 TEST_F(TftpFailureTest, GivesUpAServerThatIsNotThere) {
@@ -107,9 +108,9 @@ TEST_F(TftpFailureTest, GivesUpAServerThatStopsInTheMiddle) {
     SimulatedCamera camera(
         {"--profile", "loader", "--tftp-silent-at", "100000", "--tftp-max-blksize", "1428"});
     const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(60));
-    ExpectTransferFailed(result, "stopped answering after ");
+    ExpectTransferFailed(result, "stopped responding after ");
     EXPECT_THAT(result.err, HasSubstr(" of " + std::to_string(body.size() + 64) + " bytes"));
-    const std::string before = "stopped answering after ";
+    const std::string before = "stopped responding after ";
     const std::size_t acknowledged = result.err.find(before) + before.size();
     ExpectWarned(result, "127.0.0.1 on lo to acknowledge byte " +
                              result.err.substr(acknowledged,
@@ -130,7 +131,7 @@ TEST_F(TftpFailureTest, DoesNotTakeTheSuccessOfAnEarlierUpdateForItsOwn) {
     const std::string firmware = camera.Firmware();
     const ProcessResult result =
         RunUpdater({interface, "--noreset", Payload(2, 60000)}, seconds(60));
-    ExpectTransferFailed(result, "stopped answering after 30828 of 60064 bytes");
+    ExpectTransferFailed(result, "stopped responding after 30828 of 60064 bytes");
     EXPECT_TRUE(camera.Firmware() == firmware);
 }
 
@@ -138,12 +139,12 @@ TEST_F(TftpFailureTest, AcceptsNoOptionValueOutOfRange) {
     // Ethernet's packet size, unlike loopback's, makes the client ask for windows of many blocks.
     const NetworkPair network({NetworkPair::Cable{"169.254.0.1/16", "169.254.0.2/16"}});
     const std::pair<const char*, const char*> answers[] = {
-        {"blksize-above-request", "it answered with option blksize=1469, which is out of range"},
-        {"blksize-7", "it answered with option blksize=7, which is out of range"},
-        {"windowsize-0", "it answered with option windowsize=0, which is out of range"},
+        {"blksize-above-request", "it granted option blksize=1469, which is out of range"},
+        {"blksize-7", "it granted option blksize=7, which is out of range"},
+        {"windowsize-0", "it granted option windowsize=0, which is out of range"},
         {"unrequested-option",
-         "it answered with option multicast=224.0.0.5,1758,1, which was not asked for"},
-        {"garbage", "it answered with option tsize=-300064x, which is no number"}};
+         "it granted option multicast=224.0.0.5,1758,1, which was not requested"},
+        {"garbage", "it granted option tsize=-300064x, which is not a number"}};
     for (const auto& [answer, why] : answers) {
         SCOPED_TRACE(answer);
         SimulatedCamera camera({"--profile", "loader", "--tftp-first-answer", answer, "--interface",
@@ -164,7 +165,7 @@ TEST_P(TftpFailingDeviceTest, IsGivenUpSoonWithAReason) {
     SimulatedCamera camera({"--profile", "loader", "--" + GetParam() + "-at", "100000",
                             "--reboot-time", "0", "--tftp-max-blksize", "1428"});
     const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(60));
-    ExpectTransferFailed(result, "stopped answering after ");
+    ExpectTransferFailed(result, "stopped responding after ");
     EXPECT_THAT(result.err, HasSubstr(" of " + std::to_string(body.size() + 64) + " bytes"));
     EXPECT_EQ(camera.Events("fault").at(0)["kind"], GetParam());
     EXPECT_EQ(camera.State()["stored_version"], "1.0");

@@ -127,13 +127,12 @@ TEST_F(TftpFaultyNetworkTest, ClaimsNoSuccessWhenTheLastBlockIsNeverAcknowledged
     SimulatedCamera camera({"--profile", "loader", "--tftp-lost-last-acks", "1000"});
     const ProcessResult result = RunUpdater({kLoopback, Payload()}, seconds(100));
     EXPECT_EQ(WithoutLabels(result.out), kStart + kFailed);
-    EXPECT_EQ(
-        result.err,
-        "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server stopped answering "
-        "after 261856 of 300064 bytes; the rest was sent too, but never acknowledged; "
-        "GenICam file access was not possible: Cannot control 127.0.0.1%lo: it is in its boot "
-        "loader, which takes firmware by TFTP only\n" +
-            kWritingFailed);
+    EXPECT_EQ(result.err,
+              "Cannot send RemoteUpdateDfw to 127.0.0.1 on lo: its TFTP server stopped responding "
+              "after 261856 of 300064 bytes; the rest was sent but never acknowledged; "
+              "GenICam file access was not possible: Cannot control 127.0.0.1%lo: it is in its "
+              "boot loader, which accepts firmware by TFTP only\n" +
+                  kWritingFailed);
     EXPECT_EQ(camera.State()["resets"], 0);
 }
 

@@ -32,7 +32,7 @@ void ExpectFailedTransfer(const ProcessResult& result, const std::string& reason
     EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
 }
 
-/// Package mode tells why a device cannot be connected to; direct mode only that it failed.
+/// Package mode reports why a device cannot be connected to; direct mode only that it failed.
 std::string PackageOf(UsbCamera& camera) {
     const std::string manifest = camera.Write(
         "Manifest.xml",
@@ -86,7 +86,7 @@ TEST(UsbFailureTest, ClearsStallsOfCommandsOnTheWay) {
     EXPECT_GT(camera.Events("usb_stalled").size(), 5U);
 }
 
-// Each short write that is hit costs the time that its acknowledge is waited for.
+// Each short write that is hit costs the timeout of its ack.
 TEST(UsbFailureTest, SendsAgainWhatAProtocolErrorDidNotLetThrough) {
     UsbCamera camera({"--protocol-error-every", "23", "--buffer-size", "65536"});
     const std::string body = RandomBytes(200000, 11);
@@ -109,7 +109,7 @@ TEST(UsbFailureTest, SurvivesACameraThatStallsForGood) {
 TEST(UsbFailureTest, SaysThatTheCameraFellMuteInTheMiddle) {
     UsbCamera camera({"--mute-at", "150000"});
     ExpectFailedTransfer(camera.Update({"--u3v", camera.Write("camera.dfw", SomePayload())}),
-                         "did not answer");
+                         "timed out replying to a command");
 }
 
 TEST(UsbFailureTest, ExecutesNoCommandTwiceWhenAcknowledgesAreLate) {

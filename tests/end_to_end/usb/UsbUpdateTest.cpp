@@ -169,7 +169,7 @@ TEST(UsbUpdateTest, SendsFewCommandsWhereOnlyAcknowledgesAreShort) {
     const auto commandsAt = [&camera](const std::string& event) {
         return camera.Events(event).at(0)["commands"].get<int>();
     };
-    // 10 of them carry the data; writes as short as the acknowledges would take 300.
+    // 10 of them carry the data; writes as short as the acks would take 300.
     EXPECT_LE(commandsAt("file_close") - commandsAt("file_open"), 40);
 }
 

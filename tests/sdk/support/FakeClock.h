@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-/// Plays the monotonic clock to the whole program: while there is one, time passes only when it is
-/// told to, and sleeping takes none. One at a time.
+/// Simulates the monotonic clock for the whole program: while there is one, time passes only when
+/// it is told to, and sleeping takes none. One at a time.
 class FakeClock {
   public:
     FakeClock();

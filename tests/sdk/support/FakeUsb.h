@@ -10,7 +10,7 @@
 
 #include "FakeClock.h"
 
-/// A USB3 Vision device of the libusb that FakeUsb plays.
+/// A USB3 Vision device of the libusb that FakeUsb simulates.
 struct libusb_device {
     std::map<std::uint8_t, std::u16string> texts{{1, u"123456789ABC"}, {2, u"Maker"}, {3, u"Model"},
                                                  {4, u"1.0"},          {5, u"7"},     {6, u"Left"}};
@@ -20,7 +20,7 @@ struct libusb_device {
     std::uint8_t port = 3;               ///< of bus 250
 };
 
-/// Plays libusb to the libraries that this program is linked with, and the clock too: nothing but
+/// Simulates libusb for the libraries that this program is linked with, and the clock: nothing but
 /// waiting for a device takes time. One at a time.
 class FakeUsb {
   public:

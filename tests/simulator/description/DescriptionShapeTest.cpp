@@ -162,5 +162,6 @@ TEST(DescriptionShapesTest, NameTheDescriptionInOddUrls) {
     EXPECT_EQ(second.secondUrl, Stored({}).firstUrl);
     DeviceOptions options = Shaped({DescriptionShape::kSecondUrl});
     options.secondUrlOnly = true;
-    EXPECT_EQ(WhyUnusable(options), "the first URL is either empty or leads nowhere");
+    EXPECT_EQ(WhyUnusable(options),
+              "--second-url-only and the description quirk second-url exclude each other");
 }

@@ -123,7 +123,7 @@ TEST(SimulatedDeviceTest, SaysWhyItCannotStart) {
     faults.sent.lossPercent = 101;
     EXPECT_FALSE(GvcpOnly().faults(faults).build()->Start(why));
     EXPECT_FALSE(first->Start(why));
-    EXPECT_EQ(why, "the device is on already");
+    EXPECT_EQ(why, "the device is already on");
 }
 
 TEST(SimulatedDeviceTest, TakesFirmwareByFileAccessAndRunsItAfterTheNextStart) {

@@ -135,12 +135,13 @@ TEST_F(FirmwareStoreTest, RejectsWhatIsNotForItAndKeepsTheOldFirmware) {
     Send(std::string(5000, 'x'));
     EXPECT_EQ(mStore->Status(), "Payload rejected: no firmware header");
     Send(Payload{.family = "Other", .body = "b"}.Encode());
-    EXPECT_EQ(mStore->Status(),
-              "Payload rejected: it is for device family \"Other\", this is \"MirskoSim\"");
+    EXPECT_EQ(
+        mStore->Status(),
+        "Payload rejected: it is for device family \"Other\", but this device is \"MirskoSim\"");
     Send(good + "!");
-    EXPECT_EQ(mStore->Status(), "Payload rejected: body of 13 bytes, the header says 12");
+    EXPECT_EQ(mStore->Status(), "Payload rejected: the body has 13 bytes, but the header says 12");
     Send(good.substr(0, good.size() - 1));
-    EXPECT_EQ(mStore->Status(), "Payload rejected: body of 11 bytes, the header says 12");
+    EXPECT_EQ(mStore->Status(), "Payload rejected: the body has 11 bytes, but the header says 12");
     Send(good.substr(0, good.size() - 1) + "!");
     EXPECT_EQ(mStore->Status(), "Payload rejected: body CRC mismatch");
     EXPECT_EQ(StoredBytes(), "old firmware");
@@ -182,7 +183,7 @@ TEST_F(FirmwareStoreTest, HasOneUploadAtATimeAndSaysWhenOneWasDropped) {
     std::string why;
     auto upload = mStore->BeginUpload(why);
     EXPECT_EQ(mStore->BeginUpload(why), nullptr);
-    EXPECT_EQ(why, "Another transfer is under way");
+    EXPECT_EQ(why, "Another transfer is in progress");
     ASSERT_TRUE(upload->Write(0, AsBytes("abc")));
     upload.reset();
     EXPECT_EQ(mStore->Status(), "Transfer incomplete: 3 bytes received");

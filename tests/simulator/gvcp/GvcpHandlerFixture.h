@@ -10,7 +10,7 @@
 #include "Hex.h"
 #include "simulator/gvcp/GvcpHandler.h"
 
-/// A simulated device's GVCP side without a socket: commands and acknowledges in hex, with a clock
+/// A simulated device's GVCP side without a socket: commands and acks in hex, with a clock
 /// of its own.
 class GvcpHandlerTest : public testing::Test {
   protected:
@@ -41,13 +41,13 @@ class GvcpHandlerTest : public testing::Test {
         return mHandler->Handle(peer, FromHex(hex), mNow);
     }
 
-    /// The acknowledge in hex; empty when there is none.
+    /// The ack in hex; empty if there is none.
     std::string Ask(const std::string& hex, const simulator::Peer& peer = kApplication) {
         const auto reply = Handle(hex, peer);
         return reply ? ToHex(reply->acknowledge) : std::string();
     }
 
-    /// A command with a new id; its acknowledge without the id, as "status command length payload".
+    /// A command with a new id; its ack without the id, as "status command length payload".
     std::string AskNew(const std::string& command, const std::string& payload,
                        const simulator::Peer& peer = kApplication) {
         ++mId;

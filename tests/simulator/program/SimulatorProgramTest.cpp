@@ -234,14 +234,14 @@ TEST_F(SimulatorProgramTest, RefusesOptionsThatWouldHaveNoEffect) {
         std::vector<std::string> command = options;
         command.insert(command.end(), {"--u3v", "--", "true"});
         EXPECT_EQ(refusal(command),
-                  options[0] + " is for GigE Vision devices; it has no effect with --u3v\n");
+                  options[0] + " is for GigE Vision devices only; it has no effect with --u3v\n");
     }
     EXPECT_EQ(refusal({"--layout", "legacy-endian", "--u3v", "--", "true"}),
-              "the layout legacy-endian is for GigE Vision devices\n");
+              "the layout legacy-endian is for GigE Vision devices only\n");
     for (const std::string shape : {"blanks", "second-url"}) {
         EXPECT_EQ(refusal({"--description", "large," + shape, "--u3v", "--", "true"}),
-                  "the description " + shape +
-                      " is for GigE Vision devices: on USB3 Vision there are no URLs\n");
+                  "the description quirk " + shape +
+                      " is for GigE Vision devices only: USB3 Vision has no URLs\n");
     }
     EXPECT_EQ(refusal({"--plug", "2-1"}), "--plug needs --u3v\n");
     EXPECT_EQ(refusal({"--interface-busy"}), "--interface-busy needs --u3v\n");
@@ -265,10 +265,10 @@ TEST_F(SimulatorProgramTest, RefusesTftpLimitsOutsideOfTheirRange) {
     };
     for (const char* value : {"4", "7", "65465"}) {
         EXPECT_EQ(refusal("--tftp-max-blksize", value),
-                  "TFTP block sizes are 8 to 65464 bytes; 0: none is granted\n");
+                  "the TFTP block size must be 8 to 65464 bytes, or 0 to disable the option\n");
     }
     EXPECT_EQ(refusal("--tftp-max-windowsize", "65536"),
-              "TFTP windows are 1 to 65535 blocks; 0: none is granted\n");
+              "the TFTP window size must be 1 to 65535 blocks, or 0 to disable the option\n");
 }
 
 TEST_F(SimulatorProgramTest, EndsWithStatus1WhenTheDeviceCannotBeOn) {
@@ -299,11 +299,11 @@ TEST_F(SimulatorProgramTest, ExplainsItself) {
 TEST_F(SimulatorProgramTest, ExplainsItselfReadably) {
     const std::string help = Process::Run({Program("mirsko-simulator"), "--help"}).out;
     for (const char* text :
-         {"\n  --interface NAME         Network interface that every socket is bound to [lo]\n",
+         {"\n  --interface NAME         Network interface to bind every socket to [lo]\n",
           "\n  --no-tftp                Do not serve TFTP",
           "\n  --tftp-no-tsize          Do not grant tsize\n", "[Simulated Camera]\n",
-          "reject with ERROR 8 [grant]\n", " [2-1]\n",
-          "\n  --controllers N          USB host controllers, at least, 1 to 40 [1]\n"}) {
+          "reject (with ERROR 8)\n                           [grant]\n", " [2-1]\n",
+          "\n  --controllers N          Minimum number of USB host controllers, 1 to 40 [1]\n"}) {
         EXPECT_THAT(help, HasSubstr(text));
     }
     EXPECT_THAT(help, testing::Not(HasSubstr("{")));

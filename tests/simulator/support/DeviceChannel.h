@@ -49,7 +49,7 @@ class GvcpDeviceChannel : public DeviceChannel {
                                       ToHex({bytes.begin(), bytes.end()})));
     }
 
-    /// A command in hex with a new id; its acknowledge, in hex.
+    /// A command in hex with a new id; its ack, in hex.
     std::string Ask(const std::string& command, const std::string& payload) {
         const std::string packet = "4201" + command + Hex16(payload.size() / 2) + Hex16(++mId);
         const auto reply = mHandler.Handle({0x7f000001, 50000}, FromHex(packet + payload),
@@ -58,7 +58,7 @@ class GvcpDeviceChannel : public DeviceChannel {
         return ToHex(reply->acknowledge);
     }
 
-    /// How late the last acknowledge came.
+    /// How late the last ack came.
     [[nodiscard]] std::chrono::microseconds Delay() const { return mDelay; }
     [[nodiscard]] simulator::CommandCounters::Counts Counts() const { return mCounters.All(); }
 

@@ -67,7 +67,7 @@ std::string GvcpClient::Ask(const std::string& command, const std::string& paylo
     for (int i = 0; i < tries; ++i) {
         Send("4201" + command + Hex16(payload.size() / 2) + id + payload);
         while (const auto answer = Receive(500)) {
-            // PENDING_ACK and what belongs to earlier commands is passed over.
+            // PENDING_ACK and what belongs to earlier commands is ignored.
             if (answer->size() >= 16 && answer->substr(12, 4) == id &&
                 answer->substr(4, 4) != "0089") {
                 return answer->substr(0, 12) + answer->substr(16);

@@ -22,7 +22,7 @@ class GvcpClient {
     std::optional<std::string> Receive(int milliseconds = 2000);
 
     /// A command with a new id, repeated until it is answered: "status command length payload" of
-    /// its acknowledge; empty when none came within `tries` of 500 ms.
+    /// its ack; empty if none came within `tries` of 500 ms.
     std::string Ask(const std::string& command, const std::string& payload, int tries = 5);
     /// A register's value; nothing when there was no answer or a refusal.
     std::optional<std::uint32_t> Read(std::uint32_t address, int tries = 5);

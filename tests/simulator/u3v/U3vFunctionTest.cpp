@@ -60,7 +60,7 @@ class U3vFunctionTest : public testing::Test {
     }
     [[nodiscard]] std::string UserName() { return Read(0x184, 64).c_str(); }
 
-    /// Opens the payload file and sends its first 16 bytes; false when the camera went mute.
+    /// Opens the payload file and sends its first 16 bytes; false if the camera fell silent.
     bool SendSomeBytes() {
         constexpr std::uint32_t kBlock = features::kPlainBlock;
         WriteNumber(features::kFileSelector, 0);

@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Choice{"no-file-access",
                            "TFTP; 127.0.0.1 on lo has no GenICam file access: it has no feature "
                            "FileOperationSelector\n"},
-                    Choice{"backup-load", "TFTP; the device runs its backup load\n"},
+                    Choice{"backup-load", "TFTP; the device is running its backup load\n"},
                     Choice{
                         "selector-without-dfw",
                         "TFTP; 127.0.0.1 on lo has no entry RemoteUpdateDfw in its FileSelector"},

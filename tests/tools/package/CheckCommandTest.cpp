@@ -169,11 +169,12 @@ TEST_F(CheckCommandTest, FindsDamagedPayloads) {
     };
     std::string damaged = GoodPayload();
     damaged.back() = 'x';
-    findings(damaged, "error: a.dfw is not a firmware payload: its body's checksum is wrong\n");
-    findings(GoodPayload() + "x",
-             "error: a.dfw is not a firmware payload: its body has 9 bytes, its header says 8\n");
+    findings(damaged, "error: a.dfw is not a firmware payload: checksum error in its body\n");
+    findings(
+        GoodPayload() + "x",
+        "error: a.dfw is not a firmware payload: its body has 9 bytes, but its header says 8\n");
     findings("MDFW and then nothing that a header could be",
-             "error: a.dfw is not a firmware payload: it has 44 bytes, fewer than the 64 of a "
+             "error: a.dfw is not a firmware payload: it has only 44 bytes, less than the 64-byte "
              "header\n");
     findings("just bytes",
              "warning: a.dfw: no payload header; the updater transfers it as is, but cannot set a "
@@ -287,7 +288,7 @@ TEST_F(CheckCommandTest, ChecksPlainPayloads) {
     Expect({"check", "@a.dfw"}, 0, "@a.dfw: no problems found\n", "");
     mFolder.Write("b.dfw", GoodPayload().substr(0, 70));
     Expect({"check", "@b.dfw"}, 1,
-           "error: @b.dfw is not a firmware payload: its body has 6 bytes, its header says 8\n",
+           "error: @b.dfw is not a firmware payload: its body has 6 bytes, but its header says 8\n",
            "");
 }
 

@@ -24,7 +24,7 @@ class Archive {
 
     /// @return empty, or why the file cannot be read as an archive
     [[nodiscard]] std::string Open(const std::string& path);
-    /// The members that can be told of, in the order of the directory.
+    /// The members that can be described, in the order of the directory.
     [[nodiscard]] const std::vector<Member>& Members() const { return mMembers; }
 
     /// The member that the updater takes for this name (see PackageArchive::Find).

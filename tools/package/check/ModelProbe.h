@@ -13,7 +13,7 @@ class ModelProbe : public NxGenICamLib::IGenFUUpdater {
 
     explicit ModelProbe(std::string model);
 
-    /// @return what the run says; the steps that the updater refuses are passed over
+    /// @return what the run says; the steps that the updater refuses are skipped
     [[nodiscard]] Result Run(const std::string& manifest);
     [[nodiscard]] const std::vector<std::string>& Uploads() const { return mUploads; }
 

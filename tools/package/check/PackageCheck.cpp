@@ -133,11 +133,12 @@ void PackageCheck::CheckMember(std::size_t member) {
         stored.size < NxDfwHeader::kSize ? std::nullopt : ReadMemberHeader(archive, member);
     if (header && header->bodyLength + NxDfwHeader::kSize != stored.size) {
         Error(stored.name + " is not a firmware payload: its body has " +
-              std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, its header says " +
+              std::to_string(stored.size - NxDfwHeader::kSize) + " bytes, but its header says " +
               std::to_string(header->bodyLength));
         return;
     }
-    // What is no payload is read for its checksum only: it may unpack to more than the disk holds.
+    // What is not a payload is read for its checksum only: it may unpack to more than the disk
+    // holds.
     std::string head;
     const TemporaryFile copy;
     std::string error =

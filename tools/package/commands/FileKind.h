@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-/// Whether a path ends in ".dfw", as the updater tells payloads from packages: by the text after
-/// the last dot, case and all.
+/// Whether a path ends in ".dfw", as the updater distinguishes payloads from packages: by the text
+/// after the last dot, case and all.
 inline bool IsPayloadPath(std::string_view path) {
     return path.ends_with(".dfw");
 }

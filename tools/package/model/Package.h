@@ -9,7 +9,7 @@
 /// A firmware package: its archive, and what its manifest says, found and read as the updater does.
 class Package {
   public:
-    /// @return empty, or why it is no package
+    /// @return empty, or why it is not a package
     [[nodiscard]] std::string Open(const std::string& path);
 
     [[nodiscard]] const Archive& GetArchive() const { return mArchive; }

@@ -125,7 +125,7 @@ std::optional<XmlElement> ControlFile::Child(const XmlElement& parent,
     return std::nullopt;
 }
 
-/// The attribute of that name, else the child element of that name, as it stands.
+/// The attribute of that name, else the child element of that name, as written.
 std::string ControlFile::RawProperty(const XmlElement& element, const std::string& name) const {
     const std::string attribute = element.Attribute(name);
     const auto child = Child(element, name);

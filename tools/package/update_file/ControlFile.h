@@ -14,14 +14,14 @@ class ControlFile {
   public:
     struct Options {
         std::string transport = "GenICam";  ///< of uploads, which a control file does not name
-        std::string language = "en";        ///< taken where a text stands in several
+        std::string language = "en";        ///< preferred where a text exists in several
     };
 
     explicit ControlFile(Options options);
 
     /// @return empty, or why the control file cannot be converted
     [[nodiscard]] std::string Read(const std::string& text);
-    /// File names still stand as in the control file, folders included.
+    /// File names are still as in the control file, folders included.
     [[nodiscard]] PackageModel& GetModel() { return mModel; }
     /// What was left out or made up; one line each.
     [[nodiscard]] const std::vector<std::string>& Warnings() const { return mWarnings; }

@@ -15,7 +15,7 @@ class XmlElement {
     [[nodiscard]] std::string Namespace() const;
     [[nodiscard]] std::vector<XmlElement> Elements() const;
     [[nodiscard]] bool HasElements() const { return !Elements().empty(); }
-    /// The text and CDATA directly in the element, as it stands.
+    /// The text and CDATA directly in the element, as written.
     [[nodiscard]] std::string Text() const;
     /// The value of an attribute without namespace; empty when there is none.
     [[nodiscard]] std::string Attribute(const std::string& name) const;

@@ -46,15 +46,15 @@ std::string TftpOptions::Agree(const TftpPacket& optionAck, TftpOptions& agreed)
         const auto refuse = [&option](const char* why) {
             // The value comes from the device: only its beginning, and printable, is shown.
             constexpr std::size_t kShown = 60;
-            return "it answered with option " +
-                   PrintableText(option.name + "=" + option.value, kShown) + ", " + why;
+            return "it granted option " + PrintableText(option.name + "=" + option.value, kShown) +
+                   ", " + why;
         };
         if (!AsksFor(option.name)) {
-            return refuse("which was not asked for");
+            return refuse("which was not requested");
         }
         std::uint64_t value = 0;
         if (!ParseNumber(option.value, value)) {
-            return refuse("which is no number");
+            return refuse("which is not a number");
         }
         if (option.name == "blksize") {
             if (value < kSmallestBlockSize || value > blockSize) {
@@ -68,7 +68,7 @@ std::string TftpOptions::Agree(const TftpPacket& optionAck, TftpOptions& agreed)
             result.windowSize = static_cast<unsigned int>(value);
         } else if (option.name == "timeout") {
             if (value != timeout) {
-                return refuse("which is not what was asked for");
+                return refuse("which is not the requested value");
             }
             result.timeout = timeout;
         } else {

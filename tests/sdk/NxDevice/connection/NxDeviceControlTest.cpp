@@ -37,7 +37,7 @@ TEST_F(NxDeviceControlTest, SaysThatAnotherApplicationControlsTheDevice) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5000));
     EXPECT_EQ(result.GetCode(), kNxAccessDenied);
     EXPECT_THAT(result.GetDescription().GetAscii(),
-                StrEq("Cannot control 127.0.0.1 on lo: another application controls it (GVCP "
+                StrEq("Cannot control 127.0.0.1 on lo: another application has control (GVCP "
                       "ACCESS_DENIED 0x8006)"));
 }
 
@@ -46,7 +46,7 @@ TEST_F(NxDeviceControlTest, SaysWithinFiveSecondsThatNothingAnswers) {
     EXPECT_EQ(Connect(), nullptr);
     EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5500));
     EXPECT_EQ(result.GetCode(), kNxTimeout);
-    EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("127.0.0.1 on lo does not answer"));
+    EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("127.0.0.1 on lo does not respond"));
 }
 
 TEST_F(NxDeviceControlTest, RefusesConnectionIdsAndInterfacesThatDoNotExist) {
@@ -67,7 +67,7 @@ TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatGoesMuteWithAClearLine) {
     EXPECT_EQ(written.GetCode(), kNxTimeout);
     EXPECT_THAT(written.GetDescription().GetAscii(),
                 testing::MatchesRegex("Cannot write the device's file RemoteUpdateDfw at byte "
-                                      "[0-9]+ of 1048640: 127.0.0.1 on lo does not answer .*"));
+                                      "[0-9]+ of 1048640: 127.0.0.1 on lo does not respond .*"));
 }
 
 TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatRebootsWithAClearLine) {
@@ -77,7 +77,7 @@ TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatRebootsWithAClearLine) {
     const NxResult written = FailingUpdate();
     EXPECT_EQ(written.GetCode(), kNxControlLost);
     EXPECT_THAT(written.GetDescription().GetAscii(),
-                HasSubstr("Lost control of 127.0.0.1 on lo: the device was restarted"));
+                HasSubstr("Lost control of 127.0.0.1 on lo: the device restarted"));
 }
 
 TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatIsUnpluggedWithAClearLine) {
@@ -85,7 +85,7 @@ TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatIsUnpluggedWithAClearLine) {
     faults.vanishAtByte = 500000;
     StartAndConnect(Builder().faults(faults));
     const NxResult written = FailingUpdate();
-    EXPECT_THAT(written.GetDescription().GetAscii(), HasSubstr("does not answer"));
+    EXPECT_THAT(written.GetDescription().GetAscii(), HasSubstr("does not respond"));
 }
 
 TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatAnotherApplicationTookOver) {
@@ -97,7 +97,7 @@ TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatAnotherApplicationTookOver) {
     EXPECT_THAT(written.GetDescription().GetAscii(),
                 testing::MatchesRegex("Cannot write the device's file RemoteUpdateDfw at byte "
                                       "[0-9]+ of 1048640: Lost control of 127.0.0.1 on lo: another "
-                                      "application controls it \\(GVCP ACCESS_DENIED 0x8006\\)"));
+                                      "application took control \\(GVCP ACCESS_DENIED 0x8006\\)"));
     EXPECT_EQ(simulated->Firmware().Status().find("Firmware applied"), std::string::npos);
 }
 
@@ -121,7 +121,7 @@ TEST_F(NxDeviceControlTest, SaysWithinFiveSecondsThatTheDeviceFellMuteWhileConne
         EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(5500));
         EXPECT_EQ(result.GetCode(), kNxTimeout);
         EXPECT_THAT(result.GetDescription().GetAscii(),
-                    HasSubstr("127.0.0.1 on lo does not answer"));
+                    HasSubstr("127.0.0.1 on lo does not respond"));
         EXPECT_EQ(simulated->Events().Count("fault"), 1U);
         simulated.reset();
     }
@@ -225,7 +225,7 @@ TEST_F(NxDeviceControlTest, LetsAFailureOfTftpSayWhyFileAccessWasNotPossible) {
     };
     const std::string why =
         "; GenICam file access was not possible: Cannot control 127.0.0.1 on lo: another "
-        "application controls it (GVCP ACCESS_DENIED 0x8006)";
+        "application has control (GVCP ACCESS_DENIED 0x8006)";
     const std::string both = read();
     EXPECT_TRUE(both.starts_with("Cannot read nonsense from 127.0.0.1 on lo: its TFTP server "));
     EXPECT_TRUE(both.ends_with(why)) << both;

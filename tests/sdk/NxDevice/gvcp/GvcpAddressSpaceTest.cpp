@@ -82,6 +82,6 @@ TEST_F(GvcpAddressSpaceTest, SaysWhichAddressCannotBeWritten) {
     const NxResult result = mSpace->WriteBytes(0x1D0000002, BytesOf("abcd"));
     EXPECT_EQ(result.GetCode(), kNxInvalidArgument);
     EXPECT_THAT(result.GetDescription().GetAscii(),
-                StrEq("10.9.8.2 on eth9 cannot be written at 0xd0000002, which is not a multiple "
-                      "of four"));
+                StrEq("10.9.8.2 on eth9 cannot be written at 0xd0000002: the address is not a "
+                      "multiple of four"));
 }

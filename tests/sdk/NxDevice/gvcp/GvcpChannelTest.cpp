@@ -24,7 +24,7 @@ namespace {
 const Endpoint kDevice{0x0A090802, 3956};
 const Endpoint kStranger{0x0A090803, 3956};
 
-// READREG 0x0A00 and its acknowledge.
+// READREG 0x0A00 and its ack.
 std::string Read(std::uint16_t id) {
     return "\x42\x01\x00\x80\x00\x04"s + static_cast<char>(id >> 8U) + static_cast<char>(id & 255) +
            "\x00\x00\x0A\x00"s;
@@ -203,7 +203,7 @@ TEST_F(GvcpChannelTest, GivesUpAfterSomeTwentySendingsWithinFiveSecondsAndStaysD
     const NxResult result = ReadPrivilege();
     EXPECT_EQ(result.GetCode(), kNxTimeout);
     EXPECT_THAT(result.GetDescription().GetAscii(),
-                StrEq("10.9.8.2 on eth9 does not answer (GVCP READREG at 0x00000a00, sent 18 "
+                StrEq("10.9.8.2 on eth9 does not respond (GVCP READREG at 0x00000a00, sent 18 "
                       "times); check its power, cable and address"));
     EXPECT_EQ(script->Now() - start, milliseconds(4600));
     EXPECT_FALSE(channel->IsAlive());
@@ -313,8 +313,8 @@ TEST_F(GvcpChannelTest, TellsASlowDeviceFromAMuteOneAtItsDeadline) {
     channel->SetDeadline(script->Now() + milliseconds(3));
     script->ExpectSend(kDevice, Read(2)).TimeOut(milliseconds(3), milliseconds(3));
     EXPECT_THAT(ReadPrivilege().GetDescription().GetAscii(),
-                StrEq("10.9.8.2 on eth9 answers too slowly to be connected to: the time was over "
-                      "before GVCP READREG at 0x00000a00 was answered; check the network"));
+                StrEq("10.9.8.2 on eth9: timed out connecting: no reply to GVCP READREG at "
+                      "0x00000a00 within the connect limit; check the network"));
     EXPECT_FALSE(channel->IsAlive());
     // So that its control can still be given up.
     channel->Resume();

@@ -65,9 +65,9 @@ TEST_F(DeviceLockTest, IsRefusedWhileAnotherProcessHasIt) {
         EXPECT_EQ(result.GetCode(), kNxAccessDenied);
         ASSERT_EQ(LockFiles().size(), 1U);
         EXPECT_EQ(result.GetDescription().GetAscii(),
-                  "Cannot work with " + std::string(id) +
-                      ": another program on this computer is using it; wait until it has ended (it "
-                      "holds " +
+                  "Cannot use " + std::string(id) +
+                      ": another program on this computer is using it; wait until that program "
+                      "ends (it holds " +
                       LockFiles().front() + ")");
         EXPECT_EQ(lock, nullptr);
         other.Kill();

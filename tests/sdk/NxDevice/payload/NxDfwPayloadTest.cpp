@@ -179,9 +179,9 @@ TEST_P(NxDfwPayloadMalformedTest, IsRefusedWithTheReasonEverywhere) {
 INSTANTIATE_TEST_SUITE_P(
     Headers, NxDfwPayloadMalformedTest,
     testing::Values(
-        Malformed{"Empty", "it has 0 bytes, fewer than the 64 of a header",
+        Malformed{"Empty", "it has only 0 bytes, less than the 64-byte header",
                   [](const std::string&) { return ""s; }},
-        Malformed{"OneByteShort", "it has 63 bytes, fewer than the 64 of a header",
+        Malformed{"OneByteShort", "it has only 63 bytes, less than the 64-byte header",
                   [](const std::string& b) { return b.substr(0, 63); }},
         Malformed{"Magic", "it does not begin with \"MDFW\"",
                   [](const std::string& b) { return With(b, 0, "mDFW"); }},
@@ -191,11 +191,11 @@ INSTANTIATE_TEST_SUITE_P(
                   [](const std::string& b) { return With(b, 4, "\0\2"s); }},
         Malformed{"HeaderLength", "its header length is 65, not 64",
                   [](const std::string& b) { return With(b, 8, "\0\0\0\x41"s); }},
-        Malformed{"Checksum", "its header's checksum is wrong",
+        Malformed{"Checksum", "checksum error in its header",
                   [](const std::string& b) { return With(b, 58, "\1"s); }},
-        Malformed{"KindZero", "it is of the unknown kind 0",
+        Malformed{"KindZero", "its kind 0 is unknown",
                   [](const std::string& b) { return WithHeaderChecksum(With(b, 6, "\0\0"s)); }},
-        Malformed{"KindFour", "it is of the unknown kind 4",
+        Malformed{"KindFour", "its kind 4 is unknown",
                   [](const std::string& b) { return WithHeaderChecksum(With(b, 6, "\0\4"s)); }},
         Malformed{"NoFamily", "its device family is not zero-padded printable ASCII",
                   [](const std::string& b) {
@@ -226,14 +226,14 @@ TEST_F(NxDfwPayloadTest, VerifyRefusesABodyOfAnotherLengthOrChecksum) {
     EXPECT_EQ(result.GetCode(), kNxNotAPayload);
     EXPECT_EQ(result.GetDescription(),
               NxString(PathOf("payload.dfw") +
-                       " is not a firmware payload: its body has 9 bytes, its header says 8"));
+                       " is not a firmware payload: its body has 9 bytes, but its header says 8"));
     EXPECT_EQ(NxDfwPayload::Verify(Write(kFirmware.substr(0, 71)), header).GetCode(),
               kNxNotAPayload);
     result = NxDfwPayload::Verify(Write(With(kFirmware, 70, "R")), header);
     EXPECT_EQ(result.GetCode(), kNxNotAPayload);
-    EXPECT_EQ(result.GetDescription(),
-              NxString(PathOf("payload.dfw") +
-                       " is not a firmware payload: its body's checksum is wrong"));
+    EXPECT_EQ(
+        result.GetDescription(),
+        NxString(PathOf("payload.dfw") + " is not a firmware payload: checksum error in its body"));
 }
 
 TEST_F(NxDfwPayloadTest, CreatesTheGoldenBytes) {
@@ -326,7 +326,7 @@ TEST_F(NxDfwPayloadTest, NamesTheFileAndTheReasonWhenItCannotBeRead) {
               NxString("Cannot open " + mFolder.Path().string() + ": not a regular file"));
     // The path that a package reader gives for a member that it cannot hand out.
     EXPECT_EQ(NxDfwPayload::ReadHeader("", header).GetDescription(),
-              NxString("Cannot read the payload: the package does not hold it, or it cannot be "
+              NxString("Cannot read the payload: it is missing from the package or cannot be "
                        "unpacked (damaged, encrypted, or /tmp is full)"));
 }
 

@@ -57,7 +57,7 @@ TEST(NxTftpClientTest, InitTakesNetworkDevicesOnly) {
     const NxResult result = client.Init("u3v:012345678abc", "status");
     EXPECT_EQ(result.GetCode(), kNxNotSupported);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "TFTP needs a network device, which u3v:012345678abc is not");
+                 "TFTP needs a network device; u3v:012345678abc is not one");
     EXPECT_EQ(client.Init("no device", "status").GetCode(), kNxInvalidArgument);
     EXPECT_EQ(client.Init("192.168.1.20", "").GetCode(), kNxInvalidArgument);
     EXPECT_EQ(client.Init("192.168.1.20", std::string(256, 'n')).GetCode(), kNxInvalidArgument);

@@ -81,9 +81,9 @@ TEST(TftpOptionsTest, RefusesOptionsThatWereNotAskedFor) {
                                                             {"tsize", "0"},
                                                             {"multicast", "224.0.0.5,1758,1"}}) {
         TftpOptions agreed;
-        EXPECT_EQ(TftpOptions().Agree(OptionAck({option}), agreed),
-                  "it answered with option " + option.name + "=" + option.value +
-                      ", which was not asked for");
+        EXPECT_EQ(
+            TftpOptions().Agree(OptionAck({option}), agreed),
+            "it granted option " + option.name + "=" + option.value + ", which was not requested");
     }
 }
 
@@ -98,8 +98,8 @@ TEST(TftpOptionsTest, ShowsOnlyABoundedPrintablePartOfABadOption) {
     TftpOptions agreed;
     const std::string problem =
         Wanted().Agree(OptionAck({{"blksize", "\x1b[2J" + std::string(60000, '1')}}), agreed);
-    EXPECT_EQ(problem, "it answered with option blksize=?[2J" + std::string(48, '1') +
-                           "..., which is no number");
+    EXPECT_EQ(problem, "it granted option blksize=?[2J" + std::string(48, '1') +
+                           "..., which is not a number");
 }
 
 }  // namespace

@@ -102,7 +102,7 @@ TEST_F(TftpReaderTest, CutsAFileThatIsLongerThanTheBuffer) {
             .ExpectSend(kPeer, Ack(0));
         Exchange(1, "01234567");
         mSocket.Reply(kPeer, Data(2, "89abcdef"))
-            .ExpectSend(kPeer, Error(3, "only the first 12 bytes are wanted"));
+            .ExpectSend(kPeer, Error(3, "Only the first 12 bytes are needed"));
         ASSERT_TRUE(Read(12).IsOK());
         EXPECT_EQ(mText, "0123456789ab");
     }
@@ -113,7 +113,7 @@ TEST_F(TftpReaderTest, CutsAFileOfWhichOnlyWholeBlocksFit) {
     Exchange(1, "01234567");
     Exchange(2, "89abcdef");
     mSocket.Reply(kPeer, Data(3, "g"))
-        .ExpectSend(kPeer, Error(3, "only the first 16 bytes are wanted"));
+        .ExpectSend(kPeer, Error(3, "Only the first 16 bytes are needed"));
     ASSERT_TRUE(Read(16).IsOK());
     EXPECT_EQ(mText, "0123456789abcdef");
 }
@@ -130,7 +130,8 @@ TEST_F(TftpReaderTest, TakesAFileThatJustFillsTheBuffer) {
 TEST_F(TftpReaderTest, RefusesABlockLongerThanAgreed) {
     OpenWithBlocksOfEight("20");
     mSocket.Reply(kPeer, Data(1, "012345678"))
-        .ExpectSend(kPeer, Error(4, "its TFTP server sent a block of 9 bytes where 8 were agreed"));
+        .ExpectSend(kPeer,
+                    Error(4, "its TFTP server sent a block of 9 bytes; the negotiated size is 8"));
     EXPECT_EQ(Read(100).GetCode(), kNxProtocol);
 }
 
@@ -140,7 +141,7 @@ TEST_F(TftpReaderTest, ReportsAServersErrorWithItsText) {
     const NxResult result = Read(100);
     EXPECT_EQ(result.GetCode(), kNxTftpError);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot read file from 192.168.1.20 on eth1: its TFTP server answered ERROR 1 "
+                 "Cannot read file from 192.168.1.20 on eth1: its TFTP server sent ERROR 1 "
                  "(file not found): \"no such file\"");
 }
 
@@ -246,8 +247,7 @@ TEST_F(TftpReaderTest, AnswersOtherPortsWithError5AndGoesOn) {
 TEST_F(TftpReaderTest, AnswersAnAckWithError4) {
     OpenWithBlocksOfEight("10");
     mSocket.Reply(kPeer, Ack(0))
-        .ExpectSend(kPeer,
-                    Error(4, "its TFTP server answered a read request with an acknowledgement"));
+        .ExpectSend(kPeer, Error(4, "its TFTP server replied to a read request with an ACK"));
     EXPECT_EQ(Read(100).GetCode(), kNxProtocol);
 }
 

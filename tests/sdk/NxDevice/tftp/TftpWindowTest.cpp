@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 using namespace std::string_literals;
 using namespace TftpScript;
 
-/// Several blocks for each acknowledge (RFC 7440).
+/// Several blocks for each ACK (RFC 7440).
 class TftpWindowTest : public TftpWriterTest {
   protected:
     // Blocks in a row, without an answer between them.

@@ -67,7 +67,7 @@ TEST_F(TftpWriterTest, ReportsAServersErrorWithItsText) {
     const NxResult result = Write("abc", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxTftpError);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server answered ERROR 2 "
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server sent ERROR 2 "
                  "(access violation): \"flash is \"locked\"?\"");
 }
 
@@ -78,7 +78,7 @@ TEST_F(TftpWriterTest, ReportsAnErrorInTheMiddle) {
     const NxResult result = Write("0123456789abcdefghij", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxTftpError);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server answered ERROR 3 "
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server sent ERROR 3 "
                  "(disk full)");
     EXPECT_EQ(mMonitor.Done(), 8U);
     EXPECT_EQ(mMonitor.Total(), 0U);
@@ -87,11 +87,11 @@ TEST_F(TftpWriterTest, ReportsAnErrorInTheMiddle) {
 TEST_F(TftpWriterTest, AnswersABadOptionWithError8) {
     mSocket.ExpectSend(kServer, WriteRequest({"tsize", "3", "blksize", "8"}))
         .Reply(kPeer, OptionAck({"blksize", "9"}))
-        .ExpectSend(kPeer, Error(8, "it answered with option blksize=9, which is out of range"));
+        .ExpectSend(kPeer, Error(8, "it granted option blksize=9, which is out of range"));
     const NxResult result = Write("abc", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxProtocol);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot send file to 192.168.1.20 on eth1: it answered with option blksize=9, "
+                 "Cannot send file to 192.168.1.20 on eth1: it granted option blksize=9, "
                  "which is out of range");
 }
 
@@ -219,7 +219,7 @@ TEST_F(TftpWriterTest, GivesUpAfterSevenSecondsWithoutAnyAnswer) {
     const NxResult result = Write("abc", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxTimeout);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server has not answered for "
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server has not responded for "
                  "7 s; check cable, power and address");
     EXPECT_EQ(mDuration, 7s);
 }
@@ -234,7 +234,7 @@ TEST_F(TftpWriterTest, GivesUpWhenTheServerStopsInTheMiddle) {
     const NxResult result = Write("0123456789abcdefghij", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxTimeout);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server stopped answering "
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server stopped responding "
                  "after 8 of 20 bytes");
     EXPECT_LE(mDuration, 10100ms);
 }
@@ -246,8 +246,8 @@ TEST_F(TftpWriterTest, SilenceInPlaceOfTheLastAckIsAFailureOnceADeviceWouldHaveF
     const NxResult result = Write("012345678", Blocks(8));
     EXPECT_EQ(result.GetCode(), kNxTimeout);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server stopped answering "
-                 "after 8 of 9 bytes; the rest was sent too, but never acknowledged");
+                 "Cannot send file to 192.168.1.20 on eth1: its TFTP server stopped responding "
+                 "after 8 of 9 bytes; the rest was sent but never acknowledged");
     EXPECT_GE(mDuration, 60s);
     EXPECT_LE(mDuration, 60100ms);
 }
@@ -359,7 +359,7 @@ TEST_F(TftpWriterTest, AnswersDataWithError4) {
     OpenWithBlocksOfEight("3");
     mSocket.ExpectSend(kPeer, Data(1, "abc"))
         .Reply(kPeer, Data(1, "x"))
-        .ExpectSend(kPeer, Error(4, "its TFTP server answered a write request with data"));
+        .ExpectSend(kPeer, Error(4, "its TFTP server replied to a write request with data"));
     EXPECT_EQ(Write("abc", Blocks(8)).GetCode(), kNxProtocol);
 }
 

@@ -9,7 +9,7 @@
 
 #include "FakeClock.h"
 
-/// Plays libusb's asynchronous transfers, and the clock. One at a time.
+/// Simulates libusb's asynchronous transfers and the clock. One at a time.
 class FakeTransfers {
   public:
     FakeTransfers();

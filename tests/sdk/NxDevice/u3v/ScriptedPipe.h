@@ -87,7 +87,7 @@ class ScriptedPipe : public UsbPipe {
         return {[=](const Bytes&) { return bytes; }, LIBUSB_SUCCESS, where};
     }
 
-    /// An acknowledge to the command: its id plus `idOffset`, and the payload given.
+    /// An ack to the command: its id plus `idOffset`, and the payload given.
     static Answer Ack(int command, const Bytes& payload, int status = 0, int idOffset = 0,
                       StepPlace where = StepPlace::current()) {
         return {[=](const Bytes& sent) {
@@ -114,7 +114,7 @@ class ScriptedPipe : public UsbPipe {
     }
 
   private:
-    /// The payload of an acknowledge that is one number.
+    /// The payload of an ack that is one number.
     static Bytes Number(int number) {
         Bytes bytes(4);
         Store16(bytes, 2, number);

@@ -222,13 +222,15 @@ TEST_F(U3vChannelTest, ReportsAWriteOfFewerBytes) {
     mLog.answers = {ScriptedPipe::WriteAck(2)};
     const NxResult result = mChannel.Write(0, Bytes(4));
     EXPECT_EQ(result.GetCode(), kNxDeviceError);
-    EXPECT_THAT(Text(result), HasSubstr("took only 2 of 4 bytes"));
+    EXPECT_THAT(Text(result), HasSubstr("accepted only 2 of 4 bytes"));
 }
 
 TEST_F(U3vChannelTest, SendsACommandOnceAndNothingMoreWhenItGoesUnanswered) {
     mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT)};
     const NxResult result = mChannel.Write(0, Bytes(4));
     EXPECT_EQ(result.GetCode(), kNxTimeout);
+    EXPECT_THAT(Text(result),
+                HasSubstr("timed out replying to a command; unplug and reconnect it"));
     EXPECT_EQ(mLog.commands.size(), 1U);
     EXPECT_FALSE(mChannel.IsAlive());
 
@@ -254,7 +256,7 @@ TEST_F(U3vChannelTest, ClearsAStallOfACommandAndSendsItOnceMore) {
 
     mLog.sendErrors = {LIBUSB_ERROR_PIPE, LIBUSB_ERROR_PIPE};
     EXPECT_THAT(Text(mChannel.Write(0, Bytes(4))),
-                HasSubstr("stalled its control endpoint instead of being ready to take a command"));
+                HasSubstr("stalled its control endpoint instead of accepting a command"));
     EXPECT_EQ(mLog.commands.size(), 1U);
 }
 
@@ -299,7 +301,7 @@ TEST_F(U3vChannelTest, SendsAShortWriteOnceMoreWhenNoAcknowledgeShowsThatItArriv
     mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT)};
     const NxResult result = mChannel.Write(0, Bytes(4));
     EXPECT_EQ(result.GetCode(), kNxDeviceGone);
-    EXPECT_THAT(Text(result), HasSubstr("did not take a command (LIBUSB_ERROR_IO)"));
+    EXPECT_THAT(Text(result), HasSubstr("failed while accepting a command (LIBUSB_ERROR_IO)"));
     EXPECT_FALSE(mChannel.IsAlive());
 }
 

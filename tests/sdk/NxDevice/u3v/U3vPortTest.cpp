@@ -37,7 +37,7 @@ class U3vPortTest : public testing::Test {
   protected:
     ~U3vPortTest() override { EXPECT_TRUE(mLog.answers.empty()) << "answers left over"; }
 
-    // A device with commands and acknowledges of 1024 bytes.
+    // A device with commands and acks of 1024 bytes.
     NxResult Start(const ScriptedPipe::Answer& responseTime) {
         mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT),
                         responseTime,

@@ -37,7 +37,7 @@ class SlowDevice : public UsbPipe {
         FakeClock clock;
         milliseconds time{0};                 ///< of every command
         milliseconds announced{0};            ///< as the longest response time
-        std::uint32_t limit = 1024;           ///< of commands and of acknowledges
+        std::uint32_t limit = 1024;           ///< of commands and of acks
         std::uint64_t xmlSize = 1000;         ///< bytes
         std::uint64_t mutePast = UINT64_MAX;  ///< commands
         std::uint64_t commands = 0;           ///< so far

@@ -41,7 +41,7 @@ TEST_F(UsbTransferTest, EndsWaitingForALibraryThatDoesNotEndIt) {
     }
     EXPECT_EQ(mUsb.freed, 0);
     EXPECT_LE(mUsb.clock.GetPassed(), std::chrono::milliseconds(1100));
-    // Should it end after all, nobody is told.
+    // If it does end after all, nobody is notified.
     ASSERT_EQ(mUsb.submitted.size(), 1U);
     libusb_transfer* const submitted = mUsb.submitted[0];
     mUsb.End(submitted, LIBUSB_TRANSFER_CANCELLED);

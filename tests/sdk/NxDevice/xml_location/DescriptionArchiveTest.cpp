@@ -121,15 +121,15 @@ TEST(DescriptionArchiveTest, SaysWhatIsWrongWithAnArchive) {
     };
     const std::string archive = MakeZip({member});
     EXPECT_EQ(problem(archive.substr(0, archive.size() - 1)),
-              "its zip archive is cut short: its directory is missing");
+              "its zip archive is truncated: its directory is missing");
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.flags = 1; })), "its zip archive is encrypted");
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.crcError = 1; })),
-              "its zip archive is damaged: its text's checksum is wrong");
+              "its zip archive is damaged: checksum error in its text");
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.sizeError = 1; })),
               "its zip archive is damaged: " + std::to_string(kXml.size()) +
-                  " bytes cannot hold a text of " + std::to_string(kXml.size() + 1));
+                  " bytes cannot unpack to " + std::to_string(kXml.size() + 1));
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.content.clear(); })),
-              "its zip archive holds a text of 0 bytes, not 1 byte to 16 MiB");
+              "its zip archive contains a text of 0 bytes; 1 byte to 16 MiB is allowed");
     EXPECT_EQ(problem(MakeZip({{.name = "Camera/", .content = ""}})),
               "its zip archive is damaged: its directory lists no file");
 }
@@ -139,7 +139,8 @@ TEST(DescriptionArchiveTest, RefusesATextThatIsTooLargeBeforeItIsUnpacked) {
     std::string why;
     const std::string bomb = MakeZip({MakeBomb("a.xml", 17)});
     EXPECT_FALSE(UnpackDescription(std::as_bytes(std::span(bomb)), xml, why));
-    EXPECT_EQ(why, "its zip archive holds a text of 17825792 bytes, not 1 byte to 16 MiB");
+    EXPECT_EQ(why,
+              "its zip archive contains a text of 17825792 bytes; 1 byte to 16 MiB is allowed");
 }
 
 TEST(DescriptionArchiveTest, RefusesEncryptedArchives) {

@@ -59,7 +59,7 @@ TEST(DescriptionLocationTest, SaysWhatIsWrong) {
     EXPECT_EQ(problem("Local:a.xml"), "it has no address");
     EXPECT_EQ(problem("Local:a.xml;10"), "it has no length");
     EXPECT_EQ(problem("Local:a.xml;1G;20"), "its address is not a hexadecimal number");
-    EXPECT_EQ(problem("Local:a.xml;100000000;20"), "its address lies beyond 32 bits");
+    EXPECT_EQ(problem("Local:a.xml;100000000;20"), "its address does not fit into 32 bits");
     EXPECT_EQ(problem("Local:a.xml;10;0"), "its length is 0");
     EXPECT_EQ(problem("Local:a.xml;10;1000001"), "its length is more than 16 MiB");
 }

@@ -14,7 +14,7 @@ class FileDevice {
         bool dependsOnSelectors = false;  ///< registers lie elsewhere for each file and operation
         bool executeIsWriteOnly = false;
         bool hasSelector = true;
-        bool selectorIsOptional = false;  ///< a register tells whether FileSelector is implemented
+        bool selectorIsOptional = false;  ///< a register says whether FileSelector is implemented
         bool hasFileSize = true;
         std::string lengthLimit = {};      ///< "<Max>…" or "<pMax>…" of FileAccessLength
         std::string statusTag = "IntReg";  ///< "MaskedIntReg": not a plain register
@@ -23,7 +23,7 @@ class FileDevice {
     explicit FileDevice(Layout layout);
     FileDevice() : FileDevice(Layout{}) {}
 
-    /// Of the register that tells whether FileSelector is implemented.
+    /// Of the register that says whether FileSelector is implemented.
     static constexpr std::uint64_t kHasSelectorAddress = 0x100c;
 
     /// Of FileAccessBuffer, unless it depends on the selectors.

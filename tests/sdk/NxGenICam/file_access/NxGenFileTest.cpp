@@ -100,7 +100,7 @@ TEST_F(NxGenFileTest, TriesARefusedOpenOnlyTwice) {
     EXPECT_EQ(result.GetCode(), kNxFileOperation);
     EXPECT_THAT(result.GetDescription().GetAscii(),
                 StrEq("Cannot open for writing the device's file RemoteUpdateDfw: 192.0.2.7 on "
-                      "eth9 answered Open with the file operation status \"Failure\""));
+                      "eth9: Open failed with the file operation status \"Failure\""));
     EXPECT_EQ(device->opens, 2);
     EXPECT_EQ(device->closes, 1);
 }

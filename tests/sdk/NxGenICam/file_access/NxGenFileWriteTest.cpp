@@ -295,7 +295,7 @@ TEST_F(NxGenFileWriteTest, WritesNothingWithoutAPositionThatCanBeSetOrSeen) {
     const NxResult result = WriteFile("content");
     EXPECT_EQ(result.GetCode(), kNxNodeAccess);
     EXPECT_THAT(result.GetDescription().GetAscii(),
-                testing::HasSubstr("can be neither written nor read now"));
+                testing::HasSubstr("is currently neither writable nor readable"));
     EXPECT_EQ(device->files["RemoteUpdateDfw"], "");
 }
 
@@ -317,7 +317,7 @@ TEST_F(NxGenFileWriteTest, FailsWhenTheDeviceTakesNothing) {
         EXPECT_EQ(result.GetCode(), kNxTransferIncomplete);
         EXPECT_THAT(result.GetDescription().GetAscii(),
                     StrEq("Cannot write the device's file RemoteUpdateDfw at byte 1000 of 2000: "
-                          "192.0.2.7 on eth9 takes no more bytes"));
+                          "192.0.2.7 on eth9 accepts no more bytes"));
     }
 }
 
@@ -329,7 +329,7 @@ TEST_F(NxGenFileWriteTest, SaysTheDevicesStatusAndTheByteOfAFailedChunk) {
         EXPECT_EQ(result.GetCode(), kNxFileOperation);
         EXPECT_THAT(result.GetDescription().GetAscii(),
                     StrEq("Cannot write the device's file RemoteUpdateDfw at byte 1024 of 2000: "
-                          "192.0.2.7 on eth9 answered Write with the file operation status "
+                          "192.0.2.7 on eth9: Write failed with the file operation status "
                           "\"Failure\""));
     }
 }
@@ -429,7 +429,7 @@ TEST_F(NxGenFileWriteTest, SaysWhyALocalFileCannotBeRead) {
     EXPECT_EQ(file.WriteFrom(folder.Path().string()).GetCode(), kNxLocalFile);
     // The path that a package reader gives for a member that it cannot hand out.
     EXPECT_THAT(file.WriteFrom("").GetDescription().GetAscii(),
-                StrEq("Cannot read the payload: the package does not hold it, or it cannot be "
+                StrEq("Cannot read the payload: it is missing from the package or cannot be "
                       "unpacked (damaged, encrypted, or /tmp is full)"));
 }
 

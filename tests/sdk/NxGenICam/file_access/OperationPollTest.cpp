@@ -29,7 +29,7 @@ TEST_F(OperationPollTest, GivesUpAfterAMinuteAndTellsNobodyToCutThePower) {
     const NxResult result = mWait.Next(mStart + seconds(60), mPause);
     EXPECT_EQ(result.GetCode(), kNxTimeout);
     EXPECT_STREQ(result.GetDescription().GetAscii(),
-                 "192.0.2.7 on eth9 is still busy with Write after 60 s; leave it powered, look at "
+                 "192.0.2.7 on eth9 is still busy with Write after 60 s; keep it powered, check "
                  "its status and try again later");
 }
 

@@ -148,9 +148,9 @@ TEST_F(FormulaTest, ReadsLiterals) {
     EXPECT_DOUBLE_EQ(Float("2E+2"), 200);
     EXPECT_EQ(Integer("0xE+1"), 15);
     for (const char* malformed : {"1x", "0x", "0xG", "1e999", "1.2.3", "0x10000000000000000"}) {
-        EXPECT_THAT(Failure(malformed), StrEq("it holds a malformed number")) << malformed;
+        EXPECT_THAT(Failure(malformed), StrEq("it contains a malformed number")) << malformed;
     }
-    EXPECT_THAT(Failure("1e30"), StrEq("it holds a malformed number"));
+    EXPECT_THAT(Failure("1e30"), StrEq("it contains a malformed number"));
 }
 
 TEST_F(FormulaTest, CallsFunctions) {
@@ -167,22 +167,22 @@ TEST_F(FormulaTest, CallsFunctions) {
     EXPECT_DOUBLE_EQ(Float("sqrt(9)"), 3);
     EXPECT_EQ(Integer("SQRT(17)"), 4);
     EXPECT_EQ(Integer("ABS(-9) + SGN(X)"), 10);
-    EXPECT_THAT(Failure("SQRT(-1)"), StrEq("a number overflows"));
+    EXPECT_THAT(Failure("SQRT(-1)"), StrEq("numeric overflow"));
     EXPECT_THAT(Failure("FACTORIAL(3)"), StrEq("it calls an unknown function"));
-    EXPECT_THAT(Failure("ABS(0 - 0x7FFFFFFFFFFFFFFF - 1)"), StrEq("a number overflows"));
+    EXPECT_THAT(Failure("ABS(0 - 0x7FFFFFFFFFFFFFFF - 1)"), StrEq("numeric overflow"));
 }
 
 TEST_F(FormulaTest, TakesVariablesWithSuffixes) {
     EXPECT_EQ(Integer("A.Max - X"), 93);
     EXPECT_EQ(Integer("X?X:X"), 7);
-    EXPECT_THAT(Failure("Y"), StrEq("it uses a variable that it does not declare"));
+    EXPECT_THAT(Failure("Y"), StrEq("it uses an undeclared variable"));
 }
 
 TEST_F(FormulaTest, EndsInAnErrorWhereThereIsNoValue) {
     for (const char* formula :
          {"0x7FFFFFFFFFFFFFFF + 1", "-0x7FFFFFFFFFFFFFFF - 2", "0x7FFFFFFFFFFFFFFF * 2",
           "(1<<63) / -1", "-(1<<63)", "10 ** 19", "ABS(1<<63)", "3 ** 0x7FFFFFFFFFFFFFFF"}) {
-        EXPECT_THAT(Failure(formula), StrEq("a number overflows")) << formula;
+        EXPECT_THAT(Failure(formula), StrEq("numeric overflow")) << formula;
     }
     EXPECT_EQ(Integer("(1<<63) % -1"), 0);
     for (const char* formula : {"1 / ZERO", "1 % ZERO", "(1<<63) / 0"}) {
@@ -190,10 +190,10 @@ TEST_F(FormulaTest, EndsInAnErrorWhereThereIsNoValue) {
         EXPECT_THAT(Failure<double>(formula), StrEq("it divides by zero")) << formula;
     }
     for (const char* formula : {"1 << 64", "1 >> -1", "1 << 0x7FFFFFFFFFFFFFFF"}) {
-        EXPECT_THAT(Failure(formula), StrEq("it shifts by fewer than 0 or more than 63 bits"));
+        EXPECT_THAT(Failure(formula), StrEq("it shifts by less than 0 or more than 63 bits"));
     }
     for (const char* formula : {"10 ** 400", "1e308 * 10", "1e300 & 1", "(-8) ** 0.5"}) {
-        EXPECT_THAT(Failure<double>(formula), StrEq("a number overflows")) << formula;
+        EXPECT_THAT(Failure<double>(formula), StrEq("numeric overflow")) << formula;
     }
 }
 

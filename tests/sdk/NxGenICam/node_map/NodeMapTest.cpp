@@ -124,7 +124,7 @@ TEST_F(NodeRightsTest, OfEntriesDecideWhetherTheyMayBeSelected) {
                                       GenXml::Entry("Off", 0) + "<pValue>Reg</pValue>") +
          GenXml::Register("Reg", 0x100) + GenXml::Register("Has", 0x104));
     EXPECT_THAT(map->WriteEntry("E", "On").GetDescription().GetAscii(),
-                HasSubstr("has no entry On in its E that is available"));
+                HasSubstr("has no available entry On in its E"));
     EXPECT_THAT(map->WriteEntry("E", "Gone").GetDescription().GetAscii(),
                 testing::EndsWith("has no entry Gone in its E"));
     port->StoreBig(0x104, 1);

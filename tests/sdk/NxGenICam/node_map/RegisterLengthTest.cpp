@@ -97,7 +97,7 @@ TEST_F(RegisterLengthTest, ReadsARegisterWithTheLengthThatWasChecked) {
         EXPECT_EQ(Text(name), name == std::string("R") ? "7" : "Name");
         EXPECT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
         EXPECT_EQ(asked, 1) << name;
-        // The next access asks anew.
+        // The next access asks again.
         EXPECT_EQ(Text(name), "untouched");
         EXPECT_EQ(result.GetCode(), kNxBadDescription);
     }

@@ -186,8 +186,8 @@ TEST_F(GenFUControlTest, EndsWithTheCodeAndNameOfTheStepThatFails) {
     result = mControl.Run();
     EXPECT_EQ(result.GetCode(), 16U);
     EXPECT_EQ(result.GetMessage(),
-              "Step 5 of procedure \"p\", DeviceReset, failed with code 16: no transfer is running "
-              "whose device could be reset");
+              "Step 5 of procedure \"p\", DeviceReset, failed with code 16: no transfer is "
+              "running, so there is no device to reset");
 
     mUpdater.resetResult = Result(77);
     EXPECT_EQ(mControl.Run().GetMessage(),
@@ -198,9 +198,9 @@ TEST_F(GenFUControlTest, GivesUpOnAPatternThatTakesTooLong) {
     mUpdater.features = {{"DeviceModelName", "X"}, {"F", std::string(4000, 'a')}};
     const Result result = Run(ReplaceInManifest(">x<", ">(a|aa)+c?[bd]<"));
     EXPECT_EQ(result.GetCode(), kNxAssertFailed);
-    EXPECT_EQ(result.GetMessage(),
-              "Step 2 of procedure \"p\", FeatureAssert of \"F\": its pattern takes too long to "
-              "match");
+    EXPECT_EQ(
+        result.GetMessage(),
+        "Step 2 of procedure \"p\", FeatureAssert of \"F\": matching its pattern takes too long");
 }
 
 TEST_F(GenFUControlTest, ForgetsTheModelBuiltBefore) {
@@ -219,7 +219,7 @@ TEST_F(GenFUControlTest, RefusesPiecesWithoutTheirWhole) {
     EXPECT_EQ(mControl.AddDeviceReset().GetMessage(), "a step must belong to a procedure");
     EXPECT_EQ(mControl.AddInfo("a", "b").GetMessage(), "an info must belong to an update");
     EXPECT_EQ(mControl.AddCondition("a", "b").GetMessage(), "a condition must belong to an update");
-    EXPECT_EQ(mControl.AddUpdate("p").GetMessage(), "no procedure has the id \"p\"");
+    EXPECT_EQ(mControl.AddUpdate("p").GetMessage(), "there is no procedure with the id \"p\"");
     EXPECT_EQ(mControl.AddProcedure("p").GetCode(), 0U);
     EXPECT_EQ(mControl.AddProcedure("p").GetMessage(), "duplicate procedure id \"p\"");
     EXPECT_EQ(mControl.AddFeatureAssert("a", "(", "m").GetMessage(),

@@ -11,7 +11,7 @@ std::string With(const std::string& part, const std::string& replacement) {
 std::vector<ManifestCase> MalformedXml() {
     return {
         {"EmptyText", "",
-         "1: it is empty, or the package does not hold it, or it cannot be unpacked (damaged, "
+         "1: it is empty, missing from the package, or cannot be unpacked (damaged, "
          "encrypted, or /tmp is full)"},
         {"OnlySpaces", "  \n \n", "3:"},
         {"PlainText", "firmware", "1:"},

@@ -95,7 +95,7 @@ TEST_F(UsbDiscoveryTest, AsksOnceMoreForAGuidThatWasLate) {
     const NxResult silent = OpenU3vPort("GUID1", port);
     EXPECT_EQ(silent.GetCode(), kNxTimeout);
     EXPECT_THAT(silent.GetDescription().GetAscii(),
-                testing::HasSubstr("at USB port 250-1: it does not answer"));
+                testing::HasSubstr("at USB port 250-1: it does not respond"));
     EXPECT_THAT(mUsb.timeouts, testing::SizeIs(3));
 }
 

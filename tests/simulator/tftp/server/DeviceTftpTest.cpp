@@ -97,7 +97,7 @@ TEST_F(DeviceTftpTest, TakesADeviceIdRecord) {
 
 TEST_F(DeviceTftpTest, KnowsTwoFilesAndTheirDirections) {
     Start();
-    EXPECT_EQ(ReadStatus("nothing"), "ERROR 1 There is no file \"nothing\"");
+    EXPECT_EQ(ReadStatus("nothing"), "ERROR 1 No file \"nothing\"");
     EXPECT_EQ(ReadStatus("RemoteUpdateDfw"), "ERROR 2 RemoteUpdateDfw is write-only");
     client.Send(device->Port(),
                 TftpPacket::Request(TftpOpcode::kWriteRequest, "status", "octet", {}));
@@ -106,7 +106,7 @@ TEST_F(DeviceTftpTest, KnowsTwoFilesAndTheirDirections) {
     client.Send(device->Port(),
                 TftpPacket::Request(TftpOpcode::kWriteRequest, "other", "octet", {}));
     EXPECT_EQ(client.Receive(),
-              TftpPacket::Error({TftpErrorCode::kFileNotFound, "There is no file \"other\""}));
+              TftpPacket::Error({TftpErrorCode::kFileNotFound, "No file \"other\""}));
 }
 
 TEST_F(DeviceTftpTest, RefusesASecondWriteWhileOneIsUnderWay) {
@@ -120,7 +120,7 @@ TEST_F(DeviceTftpTest, RefusesASecondWriteWhileOneIsUnderWay) {
     RawClient second;
     second.Send(device->Port(), request);
     EXPECT_EQ(second.Receive(),
-              TftpPacket::Error({TftpErrorCode::kNotDefined, "Another transfer is under way"}));
+              TftpPacket::Error({TftpErrorCode::kNotDefined, "Another transfer is in progress"}));
 }
 
 TEST_F(DeviceTftpTest, ALateCopyOfARequestLeavesTheStatusAlone) {

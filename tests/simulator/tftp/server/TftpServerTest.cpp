@@ -118,7 +118,7 @@ TEST_F(TftpServerTest, LetsAClientBeginAnewFromTheSamePort) {
     client.Send(server->Port(), Request(TftpOpcode::kWriteRequest, {{"blksize", "100"}}));
     EXPECT_EQ(client.Receive(), TftpPacket::OptionAck({{"blksize", "100"}}));
     ASSERT_TRUE(WaitUntil([this] { return Transfers().size() == 1; }));
-    EXPECT_EQ(Transfers()[0].failure, "the client began anew");
+    EXPECT_EQ(Transfers()[0].failure, "the client started again");
 }
 
 TEST_F(TftpServerTest, RefusesOtherModesThanOctet) {
@@ -126,7 +126,7 @@ TEST_F(TftpServerTest, RefusesOtherModesThanOctet) {
     RawClient client;
     for (const char* mode : {"netascii", "mail", ""}) {
         client.Send(server->Port(), Request(TftpOpcode::kWriteRequest, {}, mode));
-        EXPECT_EQ(client.Receive(), Bytes("\0\x05\0\0Only octet (binary) mode is served\0"sv));
+        EXPECT_EQ(client.Receive(), Bytes("\0\x05\0\0Only octet (binary) mode is supported\0"sv));
     }
 }
 
@@ -218,7 +218,7 @@ TEST_F(TftpServerTest, StopsInTheMiddleOfATransferAndStartsAgain) {
     ASSERT_EQ(client.Receive(), TftpPacket::Ack(0));
     server->Stop();
     EXPECT_EQ(files.dropped, 1U);
-    EXPECT_EQ(Transfers().at(0).failure, "the device went away");
+    EXPECT_EQ(Transfers().at(0).failure, "the device was switched off");
     std::string why;
     ASSERT_TRUE(server->Start("127.0.0.1", "lo", why)) << why;
     EXPECT_TRUE(WriteShortFile(client));
@@ -240,7 +240,7 @@ TEST_F(TftpServerTest, SaysWhichAddressOrInterfaceItCannotServe) {
     TftpServer unusable(files, settings, {}, {});
     std::string why;
     EXPECT_FALSE(unusable.Start("camera.local", "lo", why));
-    EXPECT_EQ(why, "\"camera.local\" is no IPv4 address");
+    EXPECT_EQ(why, "\"camera.local\" is not an IPv4 address");
     EXPECT_FALSE(unusable.Start("127.0.0.1", "nosuch0", why));
     EXPECT_THAT(why, HasSubstr(" on nosuch0: No such device"));
 }

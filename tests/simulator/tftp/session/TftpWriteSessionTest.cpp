@@ -307,7 +307,7 @@ TEST_F(TftpWriteSessionTest, FaultsAnswerOptionsOutOfRange) {
         {TftpFirstAnswer::kGarbage,
          "\0\x06"
          "blksize\0-1024x\0"sv},
-        {TftpFirstAnswer::kError, "\0\x05\0\0Not now\0"sv},
+        {TftpFirstAnswer::kError, "\0\x05\0\0Try again later\0"sv},
     };
     for (const auto& [fault, answer] : answers) {
         faults.firstAnswer = fault;
