@@ -234,13 +234,13 @@ TEST_F(CheckCommandTest, WarnsOfWordsThatTheUpdaterTakesOtherwise) {
 
 TEST_F(CheckCommandTest, WarnsOfFeaturesThatTheUpdaterAnswersWithTheModel) {
     ExpectFindings(WithCondition("<Condition Feature=\"DeviceVersion\">1.*</Condition>"),
-                   "warning: update 1: the updater answers every feature with the model name, "
+                   "warning: update 1: the updater returns the model name for every feature, "
                    "including \"DeviceVersion\"\n");
     ExpectFindings(GoodManifest("<FeatureAssert><FeatureName>Lens</FeatureName><AssertPattern>x"
                                 "</AssertPattern><Message>m</Message></FeatureAssert>" +
                                 Upload("a.dfw")),
-                   "warning: procedure \"p\", step 1, FeatureAssert: the updater answers every "
-                   "feature with the model name, including \"Lens\"\n");
+                   "warning: procedure \"p\", step 1, FeatureAssert: the updater returns the model "
+                   "name for every feature, including \"Lens\"\n");
 }
 
 TEST_F(CheckCommandTest, WarnsOfWhatIsMissingOrNeverRun) {

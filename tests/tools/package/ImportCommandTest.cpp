@@ -137,7 +137,7 @@ TEST_F(ImportCommandTest, ConvertsAnUpdateFile) {
             "7, DeviceReset: the updater refuses this step with code 16, which ends the update; it "
             "resets the device on its own after a TFTP upload\n" +
             control +
-            "update 1: the updater answers every feature with the model name, including "
+            "update 1: the updater returns the model name for every feature, including "
             "\"DeviceVersion\"\n" +
             control + "use --drop-reset to omit the trailing resets\n");
     EXPECT_EQ(Process::Run({"unzip", "-q", Path("p.zip"), "-d", Path("out")}).exitStatus, 0);
@@ -411,8 +411,8 @@ TEST_F(ImportCommandTest, SaysWhenTheSchemaIsAnother) {
     ExpectUnsigned({"import", "@u.guf", "@p.zip"}, 0, "@p.zip: 3 members\n",
                    "mirsko-package: Control.xml: the namespace is "
                    "\"http://www.genicam.org/GenFwUpdate/Version_2_0\", not "
-                   "\"http://www.genicam.org/GenFwUpdate/Version_1_0\"; read as if it were\n"
-                   "mirsko-package: Control.xml: not schema version 1; read as if it were\n");
+                   "\"http://www.genicam.org/GenFwUpdate/Version_1_0\"; reading it anyway\n"
+                   "mirsko-package: Control.xml: not schema version 1; reading it anyway\n");
 }
 
 TEST_F(ImportCommandTest, TellsOfDamagedMembers) {

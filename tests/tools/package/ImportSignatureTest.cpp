@@ -118,7 +118,8 @@ TEST_F(ImportSignatureTest, SaysThatASignerCannotBeVerified) {
     MakeSigner();
     WriteUpdate(Sign(mPackage));
     Expect({"import", "@u.guf", "@p.zip"}, 0, "@p.zip: 2 members\n",
-           "mirsko-package: @u.guf: signed by CN=signer,O=A Maker, who cannot be verified: unable "
+           "mirsko-package: @u.guf: signed by CN=signer,O=A Maker, whose certificate cannot be "
+           "verified: unable "
            "to get local issuer certificate\n");
 }
 
@@ -130,7 +131,7 @@ TEST_F(ImportSignatureTest, RefusesWhatTheNamedAuthorityDoesNotVouchFor) {
     WriteUpdate(signature);
     const ProcessResult result = Run({"import", "--ca", "@ca.pem", "@u.guf", "@p.zip"});
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_THAT(result.err, HasSubstr("who cannot be verified: "));
+    EXPECT_THAT(result.err, HasSubstr("whose certificate cannot be verified: "));
     EXPECT_FALSE(Exists("p.zip"));
     Expect({"import", "--ca", "@old.pem", "@u.guf", "@p.zip"}, 0,
            std::string(kSigned) + "@p.zip: 2 members\n", "");
@@ -187,7 +188,8 @@ TEST_F(ImportSignatureTest, DoesNotTrustACertificateForOtherUses) {
         MakeSigner(extensions);
         WriteUpdate(Sign(mPackage));
         ExpectRefused({"--ca", "@ca.pem"},
-                      "signed by CN=signer,O=A Maker, who cannot be verified: the certificate may "
+                      "signed by CN=signer,O=A Maker, whose certificate cannot be verified: the "
+                      "certificate may "
                       "not be used to sign packages");
     }
 }
@@ -196,7 +198,8 @@ TEST_F(ImportSignatureTest, DoesNotTrustAnExpiredCertificate) {
     MakeSigner("keyUsage=digitalSignature\n", {"-days", "-1"});
     WriteUpdate(Sign(mPackage));
     ExpectRefused({"--ca", "@ca.pem"},
-                  "signed by CN=signer,O=A Maker, who cannot be verified: certificate has expired");
+                  "signed by CN=signer,O=A Maker, whose certificate cannot be verified: "
+                  "certificate has expired");
 }
 
 TEST_F(ImportSignatureTest, SaysWhenTheNamedFileHoldsNoCertificates) {
@@ -204,7 +207,8 @@ TEST_F(ImportSignatureTest, SaysWhenTheNamedFileHoldsNoCertificates) {
     WriteUpdate(Sign(mPackage));
     mFolder.Write("none.pem", "no certificate");
     ExpectRefused({"--ca", "@none.pem"},
-                  "signed by CN=signer,O=A Maker, who cannot be verified: cannot read the trusted "
+                  "signed by CN=signer,O=A Maker, whose certificate cannot be verified: cannot "
+                  "read the trusted "
                   "certificates");
     EXPECT_EQ(Run({"import", "--ca", "@missing.pem", "@u.guf", "@p.zip"}).exitStatus, 2);
 }

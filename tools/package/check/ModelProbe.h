@@ -6,7 +6,7 @@
 #include <NxGenICam/IGenFUUpdater.h>
 
 /// Runs a manifest for a device that is only a model name, and keeps what would be uploaded. Like
-/// the updater it answers every feature with the model name.
+/// the updater it returns the model name for every feature.
 class ModelProbe : public NxGenICamLib::IGenFUUpdater {
   public:
     using Result = NyUtilsLib::Result;

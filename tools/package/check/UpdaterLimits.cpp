@@ -7,7 +7,7 @@ using Kind = PackageStep::Kind;
 std::string FeatureLimit(const std::string& featureName) {
     return featureName == "DeviceModelName"
                ? ""
-               : "the updater answers every feature with the model name, including \"" +
+               : "the updater returns the model name for every feature, including \"" +
                      featureName + "\"";
 }
 

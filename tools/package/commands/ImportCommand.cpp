@@ -117,8 +117,9 @@ std::string ImportCommand::CheckSignature() {
             mSigners = signature.Signers();
             return "";
         case PackageSignature::Verdict::kUntrusted: {
-            const std::string problem = mUpdatePath + ": signed by " + signature.Signers() +
-                                        ", who cannot be verified: " + signature.Reason();
+            const std::string problem =
+                mUpdatePath + ": signed by " + signature.Signers() +
+                ", whose certificate cannot be verified: " + signature.Reason();
             if (!mAuthorities.empty()) {
                 return Refuse(problem);
             }

@@ -80,10 +80,10 @@ std::string ControlFile::Read(const std::string& text) {
     mNamespace = root.Namespace();
     if (mNamespace != kNamespace) {
         mWarnings.push_back("the namespace is " + Quoted(mNamespace) + ", not " +
-                            Quoted(kNamespace) + "; read as if it were");
+                            Quoted(kNamespace) + "; reading it anyway");
     }
     if (Property(root, "SchemaMajorVersion") != "1") {
-        mWarnings.push_back("not schema version 1; read as if it were");
+        mWarnings.push_back("not schema version 1; reading it anyway");
     }
     for (const XmlElement& element : root.Elements()) {
         const std::string name = NameOf(element);
