@@ -34,3 +34,20 @@ if(MIRSKO_BUILD_FUZZERS)
     # Coverage feedback from the libraries too, not only from the fuzz program itself.
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+if(NOT MIRSKO_SANITIZE AND NOT MIRSKO_BUILD_FUZZERS)
+    # What comes from a network or a device is parsed here: a bug that tests have missed should end the
+    # process rather than let the sender take it over (docs/security.md).
+    include(CheckPIESupported)
+    check_pie_supported()
+    add_compile_options(-fstack-protector-strong)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|i.86)$")
+        add_compile_options(-fcf-protection=full)
+    elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+        add_compile_options(-mbranch-protection=standard)
+    endif()
+    # glibc's checks of buffer sizes need an optimised build.
+    foreach(option -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
+        add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${option}>)
+    endforeach()
+    add_link_options(-Wl,-z,relro,-z,now)
+endif()

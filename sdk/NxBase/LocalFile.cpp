@@ -74,7 +74,7 @@ NxResult LocalFile::ReadWhole(std::uint64_t offset, std::span<std::byte> buffer)
         return result;
     }
     result = CheckUnchanged();
-    return result.IsOK() ? Failure("read", mPath, "it is shorter than its size") : result;
+    return result.IsOK() ? Failure("read", mPath, "it is shorter than its reported size") : result;
 }
 
 NxResult LocalFile::CheckUnchanged() const {

@@ -88,7 +88,7 @@ std::string WhyUnusable(const DeviceOptions& options) {
     }
     if (options.layout == RegisterLayout::kCommandRegister &&
         options.bufferSize > kMaxCommandRegisterBuffer) {
-        return "the buffer of the layout command-register has at most 65532 bytes";
+        return "the buffer size must be at most 65532 with the layout command-register";
     }
     if (options.layout == RegisterLayout::kCommandRegister && options.executeKeepsValue) {
         return "--execute-keeps-value cannot be used with the layout command-register";
@@ -98,7 +98,7 @@ std::string WhyUnusable(const DeviceOptions& options) {
         return "--register-commands-swap needs the layout little-endian or legacy-endian";
     }
     if (options.secondUrlOnly && options.description.contains(DescriptionShape::kSecondUrl)) {
-        return "--second-url-only and the description quirk second-url exclude each other";
+        return "--second-url-only and the description quirk second-url are mutually exclusive";
     }
     for (const std::string& text :
          {options.vendor, options.model, options.serial, options.firmware.deviceId}) {

@@ -58,7 +58,7 @@ bool BoundSocket::Open(const std::string& interfaceName, std::uint32_t address, 
     };
     mDescriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (mDescriptor < 0) {
-        return fail("make a socket for");
+        return fail("create a socket for");
     }
     const int on = 1;
     if (shared && setsockopt(mDescriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0) {

@@ -74,7 +74,7 @@ void AddAccessOptions(CLI::App& app, DeviceOptions& device) {
     group.AddTime("--execute-latency", device.executeLatency,
                   "Time to start a file operation (announced by PENDING_ACK if over 200 ms)");
     group.AddTime("--operation-time", device.operationTime,
-                  "Time that FileOperationExecute reports the operation as not done");
+                  "How long FileOperationExecute reports that an operation is not done");
     group.Add("--heartbeat-timeout", device.heartbeatTimeout, "MS",
               "Heartbeat timeout until the application sets another");
     group.Add("--short-write-every", device.shortWriteEvery, "N",

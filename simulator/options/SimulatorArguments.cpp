@@ -101,7 +101,7 @@ void AddIdentity(OptionGroup& group, SimulatorArguments& arguments) {
         },
         simulator::NameOf(device.profile), "NAME",
         "Set of features: file-access, single-file, no-file-access, backup-load, "
-        "main-load, selector-without-dfw, loader; u3v means file-access with --u3v");
+        "main-load, selector-without-dfw, loader; u3v: file-access, and turns on --u3v");
     group.Add("--vendor", device.vendor, "TEXT", "Vendor name");
     group.Add("--model", device.model, "TEXT", "Model name");
     group.Add("--serial", device.serial, "TEXT", "Serial number");
@@ -165,7 +165,7 @@ void AddFaults(OptionGroup group, DeviceOptions& device) {
             "MS", "Delay of the delayed datagrams")
         ->default_str(std::to_string(faults.sent.delay.count()));
     group.Add("--stale-acks", faults.staleAckPercent, "P",
-              "Percentage of acks preceded by an earlier ack");
+              "Percentage of acks preceded by a copy of the previous ack");
     group.Add("--busy", faults.busyPercent, "P", "Percentage of commands answered with BUSY");
     group.AddFlag("--refuse-control", faults.refuseControl, "Refuse control to every application");
     group.Add("--mute-at", faults.muteAtByte, "BYTE",
@@ -189,7 +189,7 @@ void AddFaults(OptionGroup group, DeviceOptions& device) {
 
 SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** arguments) {
     CLI::App app(
-        "Simulates a GigE Vision device that can be updated, until SIGTERM or SIGINT;\n"
+        "Simulates an updatable GigE Vision device until ended by SIGTERM or SIGINT;\n"
         "with --u3v, simulates a USB3 Vision device while a command runs.\n"
         "Exit status: 0 ended by a signal, 1 the device cannot be started, 2 usage error;\n"
         "with --u3v, that of the command.",

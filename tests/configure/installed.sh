@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a build into a folder of its own and tries what is there.
-#   installed.sh BUILD CMAKE
+#   installed.sh BUILD CMAKE SANITIZERS BUILD_TYPE
 set -euo pipefail
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
@@ -13,6 +13,8 @@ path=$(readelf --dynamic "$prefix/bin/MirskoFirmwareUpdater" | sed -n 's/.*R.*PA
     exit 1
 }
 "$(dirname "$0")/run_paths.sh" "$prefix"
+# A sanitizer's build has its own checks in place of these.
+[ -n "$3" ] || "$(dirname "$0")/hardened.sh" "$4" "$prefix"
 library=$(dirname "$(find "$prefix" -name libNxBase.so | head -n 1)")
 LD_LIBRARY_PATH=$library "$prefix/bin/MirskoFirmwareUpdater" --help | grep --quiet -- --localinterface
 for program in mirsko-devices mirsko-package mirsko-simulator; do

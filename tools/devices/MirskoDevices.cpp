@@ -1,4 +1,4 @@
-// Lists the interfaces of this computer and the devices behind each: what to pass to the updater.
+// Lists the interfaces of this computer and the devices on each: what to pass to the updater.
 #include <iostream>
 #include <string>
 
@@ -99,7 +99,7 @@ void PrintText(const Json& interfaces) {
 
 int main(int argc, char** argv) {
     CLI::App options(
-        "Lists this computer's interfaces and the devices behind each.\n"
+        "Lists this computer's interfaces and the devices on each.\n"
         "Exit status: 0 the list is complete, 1 no interface could be searched, 2 usage error.",
         "mirsko-devices");
     bool asJson = false;
@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
     options.add_flag("--transport", withTransport,
                      "Connect to each device and print the transport the updater would use for a "
                      "payload and, if it is not file access, why. Takes control of each device "
-                     "meanwhile: do not use it while other programs are opening cameras");
+                     "meanwhile, so other programs may fail to open it");
     try {
         options.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

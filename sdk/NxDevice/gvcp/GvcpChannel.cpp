@@ -182,10 +182,9 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     }
     if (mGiveUp >= mDeadline && mGiveUp - mLastAnswer < kLatelyHeardOf) {
         mWasCutShort = true;
-        return NxResult(kNxTimeout, mDeviceName + ": timed out connecting: no reply to GVCP " +
+        return NxResult(kNxTimeout, mDeviceName + ": connecting took too long: no reply to GVCP " +
                                         GvcpPacket::CommandName(command) + " at " +
-                                        Hexadecimal(address, 8) +
-                                        " within the connect limit; check the network");
+                                        Hexadecimal(address, 8) + " in time; check the network");
     }
     return NxResult(kNxTimeout,
                     mDeviceName + " does not respond (GVCP " + GvcpPacket::CommandName(command) +

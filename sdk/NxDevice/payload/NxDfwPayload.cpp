@@ -41,7 +41,7 @@ NxResult WriteRecord(const NxDfwHeader& header, const std::string& body, unsigne
     const std::size_t size = NxDfwHeader::kSize + body.size();
     if (buffer == nullptr || bufferSize < size) {
         return NxResult(kNxBufferTooSmall, "The record needs " + std::to_string(size) +
-                                               " bytes, the buffer has " +
+                                               " bytes, but the buffer has " +
                                                std::to_string(bufferSize));
     }
     const DfwHeaderCodec::Bytes bytes = DfwHeaderCodec::Encode(header);

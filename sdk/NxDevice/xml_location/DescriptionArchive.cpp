@@ -121,7 +121,7 @@ std::string UnpackArchive(Bytes archive, std::size_t end, std::string& text) {
                "; only stored and deflate are supported";
     }
     if (member.length == 0 || member.length > kLongest) {
-        return "its zip archive contains a text of " + std::to_string(member.length) +
+        return "its zip archive contains a description of " + std::to_string(member.length) +
                " bytes; 1 byte to 16 MiB is allowed";
     }
     if (!HasRecord(archive, member.local, kLocalLength, kLocalSignature)) {
@@ -144,11 +144,11 @@ std::string UnpackArchive(Bytes archive, std::size_t end, std::string& text) {
     if (member.method == kStored) {
         std::memcpy(text.data(), packed.data(), packed.size());
     } else if (!Inflate(packed, text)) {
-        return "its zip archive is damaged: its text cannot be unpacked";
+        return "its zip archive is damaged: its description cannot be unpacked";
     }
     if (crc32(0, reinterpret_cast<const Bytef*>(text.data()), static_cast<uInt>(text.size())) !=
         member.crc) {
-        return "its zip archive is damaged: checksum error in its text";
+        return "its zip archive is damaged: checksum error in its description";
     }
     return {};
 }

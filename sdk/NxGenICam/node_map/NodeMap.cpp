@@ -164,7 +164,7 @@ NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
         case NodeKind::kStringReg:
             return values.Text(node, text);
         default:
-            return Refuse(name, "is neither a text nor a number");
+            return Refuse(name, "is neither a string nor a number");
     }
 }
 

@@ -521,14 +521,14 @@ NxResult NodeValues::Text(Id node, std::string& text) {
         return {};
     }
     if (mTable.Kind(node) != NodeKind::kStringReg) {
-        return Fail(node, "is not a text");
+        return Fail(node, "is not a string");
     }
     Place place;
     if (NxResult result = NodePlaces(*this).Locate(node, place); !result.IsOK()) {
         return result;
     }
     if (place.length > kLongestText) {
-        return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a text of " +
+        return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a string of " +
                                                std::to_string(place.length) +
                                                " bytes; the limit is 1 MiB");
     }

@@ -84,7 +84,8 @@ class GenFUControl::Impl {
     }
 
     NyUtilsLib::Result AddInfo() const {
-        return mUpdates.empty() ? Refuse("an info must belong to an update") : NyUtilsLib::Result();
+        return mUpdates.empty() ? Refuse("an <Info> must belong to an update")
+                                : NyUtilsLib::Result();
     }
 
     NyUtilsLib::Result AddCondition(Condition condition) {

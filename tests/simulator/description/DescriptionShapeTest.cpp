@@ -163,5 +163,5 @@ TEST(DescriptionShapesTest, NameTheDescriptionInOddUrls) {
     DeviceOptions options = Shaped({DescriptionShape::kSecondUrl});
     options.secondUrlOnly = true;
     EXPECT_EQ(WhyUnusable(options),
-              "--second-url-only and the description quirk second-url exclude each other");
+              "--second-url-only and the description quirk second-url are mutually exclusive");
 }

@@ -128,7 +128,7 @@ TEST_F(DevicesTest, ListsADeviceOnceHoweverOftenItAnswers) {
 TEST_F(DevicesTest, ExplainsItselfAndItsExitStatuses) {
     const ProcessResult result = ListDevices({"--help"});
     EXPECT_THAT(result.out,
-                AllOf(StartsWith("Lists this computer's interfaces and the devices behind each.\n"),
+                AllOf(StartsWith("Lists this computer's interfaces and the devices on each.\n"),
                       HasSubstr("Exit status: 0 the list is complete, 1 no interface could be "
                                 "searched, 2 usage error."),
                       HasSubstr("--json")));

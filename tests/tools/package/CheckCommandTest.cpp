@@ -71,9 +71,10 @@ TEST_F(CheckCommandTest, TellsWhichMembersTheUpdaterTakes) {
                     {"Manifest.xml.old", GoodManifest()},
                     {"Manifest.xml", "<a/>"},
                     {"a.dfw", GoodPayload()}},
-                   "warning: the updater uses the member \"Manifest.xml.old\" as the manifest, the "
-                   "first whose name contains \"Manifest.xml\"\n"
-                   "error: a.dfw: the updater uses the member \"fw/old-a.dfw\" for it, the first "
+                   "warning: the updater uses the member \"Manifest.xml.old\" as the manifest, "
+                   "because it is the first whose name contains \"Manifest.xml\"\n"
+                   "error: a.dfw: the updater uses the member \"fw/old-a.dfw\" for it, because "
+                   "that is the first "
                    "whose name contains \"a.dfw\"\n");
 }
 

@@ -143,7 +143,7 @@ TEST_F(CreateCommandTest, AsksForWhatIsMissing) {
     Expect({"create", "@p.zip"}, 2, "",
            "create: give --manifest, or at least one --model and one --upload\n" + help);
     Expect({"create", "--model=M", "--upload=TFTP=a", "@p.tar"}, 2, "",
-           "PACKAGE: the name of a package must end in \".zip\", unlike \"@p.tar\"\n" + help);
+           "PACKAGE: expected a package name that ends in \".zip\", not \"@p.tar\"\n" + help);
     Expect({"create", "--model=M", "--upload=a.dfw", "@p.zip"}, 2, "",
            "--upload: expected TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"a.dfw\"\n" + help);
     EXPECT_EQ(Run({"create", "--manifest=m", "--model=M", "@p.zip"}).exitStatus, 2);

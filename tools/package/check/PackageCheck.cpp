@@ -62,7 +62,7 @@ void PackageCheck::CheckManifestMember() {
     const std::string& name = mPackage.GetArchive().Members()[mPackage.ManifestMember()].name;
     if (name != "Manifest.xml") {
         Warn("the updater uses the member " + Quoted(name) +
-             " as the manifest, the first whose name contains \"Manifest.xml\"");
+             " as the manifest, because it is the first whose name contains \"Manifest.xml\"");
     }
     if (mPackage.ManifestIsCut()) {
         Warn("Manifest.xml contains a zero byte; the updater reads only up to it");
@@ -119,7 +119,7 @@ void PackageCheck::CheckFile(const std::string& name) {
                     [&name](const Archive::Member& one) { return one.name == name; });
     if (exactElsewhere) {
         Error(name + ": the updater uses the member " + Quoted(stored) +
-              " for it, the first whose name contains " + Quoted(name));
+              " for it, because that is the first whose name contains " + Quoted(name));
     } else if (stored != name) {
         Warn(name + ": the updater uses the member " + Quoted(stored) + " for it");
     }

@@ -18,7 +18,7 @@ void Command::AddPackage(CLI::App& options, std::string& package) {
         ->check([](const std::string& text) {
             return IsPackagePath(text)
                        ? std::string()
-                       : "the name of a package must end in \".zip\", unlike \"" + text + "\"";
+                       : "expected a package name that ends in \".zip\", not \"" + text + "\"";
         });
 }
 

@@ -46,9 +46,9 @@ CLI::App* CreateCommand::Declare(CLI::App& program) {
         ->allow_extra_args(false)
         ->excludes(manifest);
     options
-        ->add_option(
-            "--upload", mUploads,
-            "File to upload, by TFTP or GenICam; may be repeated, in the\norder of the uploads")
+        ->add_option("--upload", mUploads,
+                     "File to upload and its transport, TFTP or GenICam; may be\nrepeated; files "
+                     "are uploaded in this order")
         ->option_text("TRANSPORT=FILE")
         ->allow_extra_args(false)
         ->excludes(manifest)

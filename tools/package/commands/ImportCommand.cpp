@@ -45,9 +45,10 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
         ->option_text("TRANSPORT")
         ->check(CLI::IsMember({"GenICam", "TFTP"}));
     options
-        ->add_option("--language", mOptions.language,
-                     "Preferred language of texts, e.g. de; en by default and\nwhere there is no "
-                     "text in that language")
+        ->add_option(
+            "--language", mOptions.language,
+            "Preferred language of texts, e.g. de. English (en) is used\nby default and for "
+            "texts missing in that language")
         ->option_text("LANGUAGE");
     options->add_flag("--drop-reset", mDropReset,
                       "Omit trailing resets, which the updater refuses");

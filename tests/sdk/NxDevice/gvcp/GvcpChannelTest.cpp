@@ -313,8 +313,8 @@ TEST_F(GvcpChannelTest, TellsASlowDeviceFromAMuteOneAtItsDeadline) {
     channel->SetDeadline(script->Now() + milliseconds(3));
     script->ExpectSend(kDevice, Read(2)).TimeOut(milliseconds(3), milliseconds(3));
     EXPECT_THAT(ReadPrivilege().GetDescription().GetAscii(),
-                StrEq("10.9.8.2 on eth9: timed out connecting: no reply to GVCP READREG at "
-                      "0x00000a00 within the connect limit; check the network"));
+                StrEq("10.9.8.2 on eth9: connecting took too long: no reply to GVCP READREG at "
+                      "0x00000a00 in time; check the network"));
     EXPECT_FALSE(channel->IsAlive());
     // So that its control can still be given up.
     channel->Resume();

@@ -183,7 +183,7 @@ TEST_F(GvcpDescriptionTest, GivesADeviceUpThatMakesTooLittleProgress) {
     const auto start = mChannel->Now();
     const NxResult result = Read();
     EXPECT_EQ(result.GetCode(), kNxTimeout);
-    EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("timed out connecting"));
+    EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("connecting took too long"));
     EXPECT_LT(mChannel->Now() - start, std::chrono::seconds(12));
 }
 

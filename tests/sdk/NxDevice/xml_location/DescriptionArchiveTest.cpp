@@ -124,12 +124,12 @@ TEST(DescriptionArchiveTest, SaysWhatIsWrongWithAnArchive) {
               "its zip archive is truncated: its directory is missing");
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.flags = 1; })), "its zip archive is encrypted");
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.crcError = 1; })),
-              "its zip archive is damaged: checksum error in its text");
+              "its zip archive is damaged: checksum error in its description");
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.sizeError = 1; })),
               "its zip archive is damaged: " + std::to_string(kXml.size()) +
                   " bytes cannot unpack to " + std::to_string(kXml.size() + 1));
     EXPECT_EQ(problem(changed([](ZipMember& m) { m.content.clear(); })),
-              "its zip archive contains a text of 0 bytes; 1 byte to 16 MiB is allowed");
+              "its zip archive contains a description of 0 bytes; 1 byte to 16 MiB is allowed");
     EXPECT_EQ(problem(MakeZip({{.name = "Camera/", .content = ""}})),
               "its zip archive is damaged: its directory lists no file");
 }
@@ -139,8 +139,9 @@ TEST(DescriptionArchiveTest, RefusesATextThatIsTooLargeBeforeItIsUnpacked) {
     std::string why;
     const std::string bomb = MakeZip({MakeBomb("a.xml", 17)});
     EXPECT_FALSE(UnpackDescription(std::as_bytes(std::span(bomb)), xml, why));
-    EXPECT_EQ(why,
-              "its zip archive contains a text of 17825792 bytes; 1 byte to 16 MiB is allowed");
+    EXPECT_EQ(
+        why,
+        "its zip archive contains a description of 17825792 bytes; 1 byte to 16 MiB is allowed");
 }
 
 TEST(DescriptionArchiveTest, RefusesEncryptedArchives) {
