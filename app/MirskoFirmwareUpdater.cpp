@@ -1,6 +1,7 @@
 #include "MirskoFirmwareUpdater.h"
 
 #include <algorithm>
+#include <cctype>
 #include <csignal>
 #include <fstream>
 #include <iostream>
@@ -10,7 +11,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <NxBase/Ascii.h>
 #include <NxSystem/NxDeviceInfoGEV.h>
 #include <NxSystem/NxDeviceInfoMirskoProtocol.h>
 #include <NxSystem/NxDeviceInfoU3V.h>
@@ -135,7 +135,9 @@ void MirskoFirmwareUpdaterApp::ShowHelp() {
 }
 
 void MirskoFirmwareUpdaterApp::NormalizeMACAddress(std::string& mac) {
-    mac = Ascii::LowerCase(mac);
+    for (char& character : mac) {
+        character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    }
     mac.erase(std::remove(mac.begin(), mac.end(), '-'), mac.end());
     mac.erase(std::remove(mac.begin(), mac.end(), ':'), mac.end());
 }

@@ -1,10 +1,16 @@
 #include "Parameters.h"
 
+#include <cctype>
 #include <string>
 
-#include <NxBase/Ascii.h>
-
 namespace {
+
+std::string Lowercase(std::string text) {
+    for (char& character : text) {
+        character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    }
+    return text;
+}
 
 bool IsOption(const std::string& argument) {
     return argument.size() > 1 && argument[1] == '-';
@@ -18,7 +24,7 @@ bool IsFirmwareFile(const std::string& argument) {
 // As wide as this on purpose: a keyword counts anywhere in the option, also in a value,
 // and values are cut from the lowercased text.
 bool TakeOption(Parameters& parameters, const std::string& argument) {
-    const std::string option = Ascii::LowerCase(argument.substr(1));
+    const std::string option = Lowercase(argument.substr(1));
     const auto has = [&option](const char* keyword) {
         return option.find(keyword) != std::string::npos;
     };

@@ -17,7 +17,7 @@ std::string NxFwFileReader::GetFileContent() const {
     // exception of an exhausted memory, as std::getline would.
     std::string text;
     // To the first zero byte only, on purpose: what is asked for is the text of a text file.
-    for (char byte = 0; text.size() < kLongestText && stream.get(byte) && byte != '\0';) {
+    for (char byte = 0; stream.get(byte) && byte != '\0';) {
         text.push_back(byte);
     }
     return text;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 /// The firmware file that an update is made of: gives a local path for a named member of it, and
@@ -21,13 +20,9 @@ class NxFwFileReader {
     ///         there is no such member
     [[nodiscard]] virtual std::string ExtractFile(const std::string& aName);
 
-    /// The most that is read of a text, in bytes: far more than a manifest may have, so that a
-    /// longer one is still refused for its length.
-    static constexpr std::size_t kLongestText = std::size_t{8} << 20U;
-
-    /// The text of the file up to its first zero byte or kLongestText; empty when the file cannot
-    /// be opened, and what was read before it when a read fails. Throws std::bad_alloc when the
-    /// memory is exhausted.
+    /// The text of the file up to its first zero byte; empty when the file cannot be opened, and
+    /// what was read before it when a read fails. Throws std::bad_alloc when the memory is
+    /// exhausted.
     [[nodiscard]] std::string GetFileContent() const;
 
     /// The path that this reader was made with.

@@ -88,8 +88,13 @@ std::string FromUtf16(std::u16string_view units, char32_t unpaired) {
 }
 
 std::string_view Cut(std::string_view text, std::size_t longest) {
-    std::size_t length = std::min(text.size(), longest);
+    constexpr std::size_t kMostContinuations = 3;
+    const std::size_t end = std::min(text.size(), longest);
+    std::size_t length = end;
     while (length > 0 && length < text.size() && IsContinuation(text[length])) {
+        if (end - length == kMostContinuations) {
+            return text.substr(0, end);  // not UTF-8
+        }
         --length;
     }
     return text.substr(0, length);

@@ -109,6 +109,9 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
         if (!mFailure.IsOK()) {
             return mFailure;
         }
+        if (const auto write = DescribeWrite(command, packet, 0, address); write.size > 0) {
+            WaitForLateCopies(write);
+        }
         // A new id after BUSY: with the old one the device would repeat its old answer.
         const std::uint16_t id = NextId();
         GvcpPacket::SetId(packet, id);
@@ -139,9 +142,6 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
                                std::uint16_t id, std::uint32_t address, Effect effect,
                                GvcpPacket::Ack& ack) {
     const LateCopies::Write write = DescribeWrite(command, packet, id, address);
-    if (write.size > 0) {
-        WaitForLateCopies(write);
-    }
     DropWaiting();
     RetransmissionTimer& timer = TimerOf(command);
     mStart = mSocket->Now();
@@ -211,6 +211,22 @@ void GvcpChannel::Resume() {
     mIsAlive = true;
 }
 
+void GvcpChannel::KeepAlive(std::uint32_t address, Clock::duration interval) {
+    mHeartbeatAddress = address;
+    mHeartbeatInterval = interval;
+}
+
+// Whether it is answered is of no interest here: the command that waits will show it.
+void GvcpChannel::SendHeartbeat() {
+    std::vector<std::byte> packet = GvcpPacket::ReadRegisters(std::array{mHeartbeatAddress});
+    const std::uint16_t id = NextId();
+    GvcpPacket::SetId(packet, id);
+    GvcpPacket::Ack ack;
+    (void)Exchange(GvcpPacket::Command::kReadRegister, packet, id, mHeartbeatAddress,
+                   Effect::kQuick, ack);
+    mLastHeartbeat = mSocket->Now();
+}
+
 void GvcpChannel::WaitForLateCopies(const LateCopies::Write& write) {
     while (true) {
         const Clock::time_point now = mSocket->Now();
@@ -218,10 +234,21 @@ void GvcpChannel::WaitForLateCopies(const LateCopies::Write& write) {
         if (safe <= now) {
             return;
         }
+        Clock::time_point end = safe;
+        // With a deadline the wait is short.
+        if (mHeartbeatInterval < Clock::duration::max() && mDeadline == Clock::time_point::max()) {
+            const Clock::time_point heartbeat =
+                std::max(mLastWrite, mLastHeartbeat) + mHeartbeatInterval;
+            if (heartbeat <= now) {
+                SendHeartbeat();
+                continue;
+            }
+            end = std::min(safe, heartbeat);
+        }
         std::size_t length = 0;
         Endpoint from;
         bool timedOut = false;
-        if (!mSocket->Receive(mBuffer, safe, length, from, timedOut).IsOK()) {
+        if (!mSocket->Receive(mBuffer, end, length, from, timedOut).IsOK()) {
             std::this_thread::sleep_for(milliseconds(1));
         } else if (!timedOut && from == mDevice) {
             if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {

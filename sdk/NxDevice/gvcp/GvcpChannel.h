@@ -57,6 +57,9 @@ class GvcpChannel {
     /// The time after which the device says that a command takes longer (GigE Vision 2.0, Pending
     /// Timeout register); that long it may be silent.
     void SetPendingTimeout(std::chrono::milliseconds time) { mPendingTimeout = time; }
+    /// From now on that register is read so often while a command waits for late copies, which may
+    /// take longer than the device keeps a controller that it does not hear of.
+    void KeepAlive(std::uint32_t address, Clock::duration interval);
     /// When the device carried out a write last.
     [[nodiscard]] Clock::time_point LastWrite() const { return mLastWrite; }
     [[nodiscard]] Clock::time_point Now() const { return mSocket->Now(); }
@@ -88,6 +91,7 @@ class GvcpChannel {
     void DropWaiting();
     /// Waits until no copy of an earlier write can spoil this one.
     void WaitForLateCopies(const LateCopies::Write& write);
+    void SendHeartbeat();
     std::uint16_t NextId();
     /// So that a device, or a stranger, cannot know it from the connection before.
     static std::uint16_t RandomId();
@@ -107,6 +111,9 @@ class GvcpChannel {
     RetransmissionTimer mTimer;
     RetransmissionTimer mWriteTimer{kShortestForWrites};
     LateCopies mLateCopies;
+    std::uint32_t mHeartbeatAddress = 0;
+    Clock::duration mHeartbeatInterval = Clock::duration::max();
+    Clock::time_point mLastHeartbeat{};
     std::array<std::byte, GvcpPacket::kLargestDatagram> mBuffer{};
 
     // Of the command that is being sent.

@@ -118,6 +118,7 @@ NxResult GvcpPort::Start(milliseconds timeout) {
         return mChannel->Failure();
     }
     mHeartbeatInterval = std::clamp(deviceTimeout / 3, kShortestHeartbeat, kLongestHeartbeat);
+    mChannel->KeepAlive(kControlChannelPrivilege, mHeartbeatInterval);
     try {
         mHeartbeat = std::thread(&GvcpPort::KeepControl, this);
     } catch (const std::system_error&) {

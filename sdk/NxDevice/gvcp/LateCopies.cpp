@@ -18,23 +18,28 @@ void LateCopies::Add(const Write& write, int copies, Time firstSent, Time lastSe
     if (copies == 0) {
         return;
     }
+    Forget(answered);
     // From the answer on: before it, the device may not have looked at what had arrived.
     Resent resent{.write = write,
                   .firstSent = firstSent,
                   .answered = answered,
                   .end = answered + mMaxAge,
+                  .remembered = answered + kMostMaxAge,
                   .took = std::min<Duration>(answered - firstSent, kLongestExecution),
                   .copies = copies};
     if (resent.took > kSlow && answered - lastSent > kLeastMaxAge) {
         resent.end = std::max(resent.end, answered + resent.took * 3 / 2);
     }
+    const Duration lasts = resent.took > kSlow ? copies * resent.took * 3 / 2 : Duration::zero();
+    resent.remembered = std::max(resent.end, answered + std::max<Duration>(lasts, kMostMaxAge));
     mResent.push_back(resent);
 }
 
 std::optional<LateCopies::Duration> LateCopies::NoteLateAck(std::uint16_t id, Time now) {
-    const auto found = std::find_if(mResent.begin(), mResent.end(),
+    // The newest of that id, which may have gone round.
+    const auto found = std::find_if(mResent.rbegin(), mResent.rend(),
                                     [id](const Resent& resent) { return resent.write.id == id; });
-    if (found == mResent.end()) {
+    if (found == mResent.rend()) {
         return std::nullopt;
     }
     // This is how late things may be in this network.
@@ -66,7 +71,7 @@ LateCopies::Time LateCopies::SafeTime(const Write& next, Time now) {
 // Copies that never come were lost: the more of them, the less lateness is to be expected.
 void LateCopies::Forget(Time now) {
     std::erase_if(mResent, [this, now](const Resent& resent) {
-        if (resent.end > now) {
+        if (std::max(resent.end, resent.remembered) > now) {
             return false;
         }
         if (resent.copies > 0) {

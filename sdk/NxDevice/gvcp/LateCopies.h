@@ -46,7 +46,8 @@ class LateCopies {
         Write write;
         Time firstSent;
         Time answered;
-        Time end;
+        Time end;         ///< of the wait
+        Time remembered;  ///< for acks that come after it all the same
         Duration took;
         int copies;
     };

@@ -165,7 +165,8 @@ NyUtilsLib::Result ManifestDocument::Validate() const {
         validator.get(),
         [](void* first, auto one) { static_cast<GrammarError*>(first)->KeepFirst(*one); }, &error);
     if (xmlSchemaValidateDoc(validator.get(), mDocument.get()) != 0) {
-        return RefuseManifest(error.Line(), error.Describe());
+        const std::string what = error.Describe();
+        return RefuseManifest(error.Line(), what.empty() ? "it cannot be validated" : what);
     }
     return {};
 }

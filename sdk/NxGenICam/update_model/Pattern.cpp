@@ -14,6 +14,10 @@ namespace {
 constexpr std::uint32_t kSteps = 200000;
 constexpr std::uint32_t kHeapKiB = 4096;
 
+// Of a compiled pattern, in bytes. Repeated groups multiply, and a manifest may have thousands of
+// patterns: a larger one is compiled for each match.
+constexpr std::size_t kLargestKept = std::size_t{4} * 1024;
+
 constexpr std::uint32_t kDeepest = 4;  // groups within groups
 
 // As ECMAScript (edition 5.1, section 15.10) has it where the two differ.
@@ -67,22 +71,32 @@ std::size_t MatchEcmaScriptWords(const std::string& pattern) {
     return isMatched ? pcre2_get_ovector_pointer(data.get())[1] : 0;
 }
 
+Owned<pcre2_code> CompileCode(const std::string& pattern, int& error, PCRE2_SIZE& offset) {
+    const Owned<pcre2_compile_context> context(pcre2_compile_context_create(nullptr));
+    if (!context) {
+        error = PCRE2_ERROR_NOMEMORY;
+        return nullptr;
+    }
+    pcre2_set_newline(context.get(), PCRE2_NEWLINE_ANY);
+    pcre2_set_parens_nest_limit(context.get(), kDeepest);
+    return Owned<pcre2_code>(pcre2_compile(Units(pattern), pattern.size(), kCompileOptions, &error,
+                                           &offset, context.get()));
+}
+
 }  // namespace
 
 class Pattern::Impl {
   public:
     std::string Compile(const std::string& pattern) {
-        const Owned<pcre2_compile_context> compiling(pcre2_compile_context_create(nullptr));
         mContext.reset(pcre2_match_context_create(nullptr));
-        if (!compiling || !mContext) {
+        if (!mContext) {
             return "out of memory";
         }
-        pcre2_set_newline(compiling.get(), PCRE2_NEWLINE_ANY);
-        pcre2_set_parens_nest_limit(compiling.get(), kDeepest);
+        pcre2_set_match_limit(mContext.get(), kSteps);
+        pcre2_set_heap_limit(mContext.get(), kHeapKiB);
         int error = 0;
         PCRE2_SIZE offset = 0;
-        mCode.reset(pcre2_compile(Units(pattern), pattern.size(), kCompileOptions, &error, &offset,
-                                  compiling.get()));
+        mCode = CompileCode(pattern, error, offset);
         if (!mCode) {
             std::array<PCRE2_UCHAR, 128> text{};
             pcre2_get_error_message(error, text.data(), text.size());
@@ -93,21 +107,31 @@ class Pattern::Impl {
             mCode.reset();
             return "unsupported syntax" + AtByte(words);
         }
-        mData.reset(pcre2_match_data_create_from_pattern(mCode.get(), nullptr));
-        if (!mData) {
-            return "out of memory";
+        std::size_t size = 0;
+        if (pcre2_pattern_info(mCode.get(), PCRE2_INFO_SIZE, &size) != 0 || size > kLargestKept) {
+            mCode.reset();
+            mLargePattern = pattern;
         }
-        pcre2_set_match_limit(mContext.get(), kSteps);
-        pcre2_set_heap_limit(mContext.get(), kHeapKiB);
         return {};
     }
 
     Match Matches(const std::string& value) const {
-        if (!mCode || value.size() > kMaximumValue) {
-            return Match::kNo;
+        int error = 0;
+        PCRE2_SIZE offset = 0;
+        const Owned<pcre2_code> large =
+            mLargePattern.empty() ? nullptr : CompileCode(mLargePattern, error, offset);
+        const pcre2_code* code = large ? large.get() : mCode.get();
+        if (code == nullptr || value.size() > kMaximumValue) {
+            return mLargePattern.empty() || code != nullptr ? Match::kNo : Match::kTooCostly;
+        }
+        // Not kept: it grows with what a match needs, and a manifest may have thousands of
+        // patterns.
+        const Owned<pcre2_match_data> data(pcre2_match_data_create_from_pattern(code, nullptr));
+        if (!data) {
+            return Match::kTooCostly;
         }
         const int result =
-            pcre2_match(mCode.get(), Units(value), value.size(), 0, 0, mData.get(), mContext.get());
+            pcre2_match(code, Units(value), value.size(), 0, 0, data.get(), mContext.get());
         if (result == PCRE2_ERROR_MATCHLIMIT || result == PCRE2_ERROR_HEAPLIMIT ||
             result == PCRE2_ERROR_DEPTHLIMIT || result == PCRE2_ERROR_NOMEMORY) {
             return Match::kTooCostly;
@@ -118,8 +142,8 @@ class Pattern::Impl {
 
   private:
     Owned<pcre2_code> mCode;
+    std::string mLargePattern;  // whose code is not kept
     Owned<pcre2_match_context> mContext;
-    Owned<pcre2_match_data> mData;
 };
 
 Pattern::Pattern() : mImpl(std::make_unique<Impl>()) {}

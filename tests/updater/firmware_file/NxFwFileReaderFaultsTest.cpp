@@ -104,15 +104,6 @@ TEST_F(NxFwFileReaderFaultsTest, NothingIsReadPastTheFirstZeroByte) {
     EXPECT_LT(bytesRead, 100000U);
 }
 
-TEST_F(NxFwFileReaderFaultsTest, NothingIsReadPastTheLongestText) {
-    const NxFwFileReader reader(
-        "", folder.Write("Manifest.xml", std::string(NxFwFileReader::kLongestText + 1000000, 'x')));
-    bytesRead = 0;
-    readsLeft = 1000000;
-    EXPECT_EQ(reader.GetFileContent().size(), NxFwFileReader::kLongestText);
-    EXPECT_LT(bytesRead, NxFwFileReader::kLongestText + 100000U);
-}
-
 TEST_F(NxFwFileReaderFaultsTest, AFirstReadThatFailsGivesNoText) {
     const NxFwFileReader reader("", folder.Write("Manifest.xml", "text"));
     readsLeft = 0;

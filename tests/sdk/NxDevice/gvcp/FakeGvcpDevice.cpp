@@ -77,7 +77,14 @@ std::string FakeGvcpDevice::Carry(unsigned int command, const std::string& paylo
 NxResult FakeGvcpDevice::Send(const Endpoint& to, std::span<const std::byte> datagram) {
     mDevice = to;
     const std::string bytes = TextOf(datagram);
+    if (mCommands > 0) {
+        mLongestSilence = std::max(mLongestSilence, mNow - mLastSent);
+    }
+    mLastSent = mNow;
     if (++mCommands > mLastAnswered) {
+        return {};
+    }
+    if (mIgnoresCopies && bytes.substr(6, 2) == mLastId) {
         return {};
     }
     const unsigned int command = ByteOrder::LoadBig16(&datagram[2]);

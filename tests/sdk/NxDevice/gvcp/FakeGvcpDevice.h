@@ -17,6 +17,10 @@ class FakeGvcpDevice : public DatagramSocket {
     void SetLatency(Clock::duration latency) { mLatency = latency; }
     /// Of a WRITEREG, in addition.
     void SetRegisterWriteTime(Clock::duration time) { mRegisterWriteTime = time; }
+    /// Commands with the id of the one before are neither carried out nor answered.
+    void IgnoreCopies() { mIgnoresCopies = true; }
+    /// The longest time between two datagrams.
+    [[nodiscard]] Clock::duration LongestSilence() const { return mLongestSilence; }
     /// WRITEREGs that were carried out, copies included.
     [[nodiscard]] std::size_t RegisterWrites() const { return mRegisterWrites; }
     /// The request id of the last command, two bytes.
@@ -47,6 +51,9 @@ class FakeGvcpDevice : public DatagramSocket {
     std::map<std::uint32_t, char> mMemory;
     Clock::duration mLatency = std::chrono::microseconds(100);
     Clock::duration mRegisterWriteTime{0};
+    bool mIgnoresCopies = false;
+    Clock::time_point mLastSent{};
+    Clock::duration mLongestSilence{0};
     std::size_t mRegisterWrites = 0;
     std::string mLastId;
     std::size_t mLastAnswered = SIZE_MAX;

@@ -366,6 +366,29 @@ TEST_P(GvcpChannelSlowDeviceTest, IsNotFloodedWithCopiesOfWhatItCarriesOut) {
     EXPECT_LT(channel.Now() - start, std::chrono::seconds(45));
 }
 
+// Longer than a device keeps a controller that it does not hear of.
+TEST_P(GvcpChannelSlowDeviceTest, HearsOfItsControllerWhileLateCopiesAreWaitedFor) {
+    auto owned = std::make_unique<FakeGvcpDevice>();
+    FakeGvcpDevice& device = *owned;
+    device.Put(0x9000, std::string(4, '\0'));
+    device.Put(0xA00, std::string(4, '\0'));
+    device.SetRegisterWriteTime(milliseconds(2650));
+    device.IgnoreCopies();
+    GvcpChannel channel(std::move(owned), kDevice, "10.9.8.2 on eth9");
+    channel.KeepAlive(0xA00, milliseconds(1000));
+    for (std::uint32_t i = 1; i <= 4; ++i) {
+        std::span<const std::byte> answer;
+        ASSERT_TRUE(channel
+                        .Transact(Command::kWriteRegister,
+                                  GvcpPacket::WriteRegisters(std::array{
+                                      GvcpPacket::RegisterValue{.address = 0x9000, .value = i}}),
+                                  0x9000, answer, GetParam())
+                        .IsOK());
+    }
+    EXPECT_EQ(device.RegisterWrites(), 4U);
+    EXPECT_LT(device.LongestSilence(), milliseconds(1500));
+}
+
 INSTANTIATE_TEST_SUITE_P(Effects, GvcpChannelSlowDeviceTest,
                          testing::Values(GvcpChannel::Effect::kQuick,
                                          GvcpChannel::Effect::kMayTakeLong));

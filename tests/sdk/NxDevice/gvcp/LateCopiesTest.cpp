@@ -103,4 +103,13 @@ TEST(LateCopiesTest, LowerMaxAgeWhenCopiesNeverArrive) {
     EXPECT_GE(copies.MaxAge(), milliseconds(20));
 }
 
+TEST(LateCopiesTest, LearnFromACopyThatComesAfterTheWait) {
+    LateCopies copies;
+    copies.Add(Block(1, 0x1000), 1, kStart, kStart, kStart);
+    const LateCopies::Time late = kStart + milliseconds(300);
+    EXPECT_EQ(copies.SafeTime(Block(2, 0x1000), late), late);
+    EXPECT_TRUE(copies.NoteLateAck(1, late));
+    EXPECT_EQ(copies.MaxAge(), milliseconds(450));
+}
+
 }  // namespace

@@ -203,7 +203,7 @@ TEST_F(NodeMapTest, WritesFieldsWithoutTouchingTheirNeighbours) {
     port->StoreBig(0x100, 0x11223344);
     EXPECT_TRUE(map->WriteInteger("FRW", 0x99).IsOK());
     EXPECT_EQ(port->LoadBig(0x100), 0x11993344U);
-    EXPECT_THAT(map->WriteInteger("FRW", 256).GetDescription().GetAscii(), HasSubstr("no room"));
+    EXPECT_THAT(map->WriteInteger("FRW", 256).GetDescription().GetAscii(), HasSubstr("too small"));
     EXPECT_TRUE(map->WriteInteger("FWO", 0x77).IsOK());
     EXPECT_EQ(port->LoadBig(0x100), 0x00770000U);
 }
