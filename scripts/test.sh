@@ -47,7 +47,7 @@ for i in "${!presets[@]}"; do
         building=$!
     fi
     echo "== ${presets[i]}: tests"
-    ctest --preset "${presets[i]}" --parallel 6
+    ctest --preset "${presets[i]}" --parallel 8
     if [ -n "$next" ]; then
         echo "== $next: build"
         wait "$building"
