@@ -19,20 +19,21 @@ void LateCopies::Add(const Write& write, int copies, Time firstSent, Time lastSe
         return;
     }
     Forget(answered);
+    const Duration took = std::min<Duration>(answered - firstSent, kLongestExecution);
+    const bool isSlow = took > kSlow;
     // From the answer on: before it, the device may not have looked at what had arrived.
-    Resent resent{.write = write,
-                  .firstSent = firstSent,
-                  .answered = answered,
-                  .end = answered + mMaxAge,
-                  .remembered = answered + kMostMaxAge,
-                  .took = std::min<Duration>(answered - firstSent, kLongestExecution),
-                  .copies = copies};
-    if (resent.took > kSlow && answered - lastSent > kLeastMaxAge) {
-        resent.end = std::max(resent.end, answered + resent.took * 3 / 2);
+    Duration wait = mMaxAge;
+    if (isSlow && answered - lastSent > kLeastMaxAge) {
+        wait = std::max(wait, took * 3 / 2);
     }
-    const Duration lasts = resent.took > kSlow ? copies * resent.took * 3 / 2 : Duration::zero();
-    resent.remembered = std::max(resent.end, answered + std::max<Duration>(lasts, kMostMaxAge));
-    mResent.push_back(resent);
+    const Duration forAll = isSlow ? copies * took * 3 / 2 : Duration::zero();
+    mResent.push_back({.write = write,
+                       .firstSent = firstSent,
+                       .answered = answered,
+                       .end = answered + wait,
+                       .remembered = answered + std::max<Duration>({wait, forAll, kMostMaxAge}),
+                       .took = took,
+                       .copies = copies});
 }
 
 std::optional<LateCopies::Duration> LateCopies::NoteLateAck(std::uint16_t id, Time now) {

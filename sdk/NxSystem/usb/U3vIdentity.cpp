@@ -25,7 +25,7 @@ using std::chrono::milliseconds;
 
 // One text takes most devices well under a millisecond, and may take 500 (USB 2.0,
 // section 9.2.6.4).
-constexpr milliseconds kTextPatience{500};
+constexpr milliseconds kTextTimeout{500};
 // US English, the one language that every device has to offer.
 constexpr std::uint16_t kEnglish = 0x0409;
 constexpr std::size_t kLongestName = 64;
@@ -42,16 +42,16 @@ constexpr std::size_t kLongestText = std::size_t{3} * 126;
 
 int ReadStringDescriptor(libusb_device_handle* handle, std::uint8_t index, std::uint16_t language,
                          Clock::time_point deadline, StringDescriptor& bytes) {
-    const auto patience =
-        std::min(kTextPatience, std::chrono::ceil<milliseconds>(deadline - Clock::now()));
+    const auto timeout =
+        std::min(kTextTimeout, std::chrono::ceil<milliseconds>(deadline - Clock::now()));
     // libusb takes 0 for "wait for ever".
-    if (patience <= milliseconds(0)) {
+    if (timeout <= milliseconds(0)) {
         return LIBUSB_ERROR_TIMEOUT;
     }
     const int length = libusb_control_transfer(
         handle, LIBUSB_ENDPOINT_IN, LIBUSB_REQUEST_GET_DESCRIPTOR,
         static_cast<std::uint16_t>((LIBUSB_DT_STRING << 8) | index), language, bytes.data(),
-        static_cast<std::uint16_t>(bytes.size()), static_cast<unsigned int>(patience.count()));
+        static_cast<std::uint16_t>(bytes.size()), static_cast<unsigned int>(timeout.count()));
     if (length < 0) {
         return length;
     }
@@ -88,8 +88,8 @@ using Text = std::pair<std::uint8_t, std::string*>;
 /// Reads the texts of one device until its time is over.
 class TextReader {
   public:
-    TextReader(libusb_device_handle* device, milliseconds patience)
-        : mDevice(device), mDeadline(Clock::now() + patience) {}
+    TextReader(libusb_device_handle* device, milliseconds timeout)
+        : mDevice(device), mDeadline(Clock::now() + timeout) {}
 
     /// @param text untouched on failure and when the device has no such text
     /// @return LIBUSB_ERROR_TIMEOUT or LIBUSB_ERROR_NO_DEVICE when there is no use in asking on
@@ -121,7 +121,7 @@ class TextReader {
     bool mAskedForLanguages = false;
 };
 
-NxResult ReadTexts(libusb_device* device, U3vIdentity& identity, milliseconds patience,
+NxResult ReadTexts(libusb_device* device, U3vIdentity& identity, milliseconds timeout,
                    std::span<const Text> texts) {
     identity = U3vIdentity::FromSystem(device);
     libusb_device_handle* opened = nullptr;
@@ -130,7 +130,7 @@ NxResult ReadTexts(libusb_device* device, U3vIdentity& identity, milliseconds pa
         return DescribeU3vOpenFailure(identity, error);
     }
     const Handle handle(opened);
-    TextReader reader(opened, patience);
+    TextReader reader(opened, timeout);
     for (const auto& [index, text] : texts) {
         const int failure = reader.Read(index, *text);
         if (failure == LIBUSB_ERROR_TIMEOUT || failure == LIBUSB_ERROR_NO_DEVICE) {
@@ -157,8 +157,8 @@ U3vIdentity U3vIdentity::FromSystem(libusb_device* device) {
 }
 
 NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descriptor,
-                           milliseconds patience, U3vIdentity& identity) {
-    return ReadTexts(device, identity, patience,
+                           milliseconds timeout, U3vIdentity& identity) {
+    return ReadTexts(device, identity, timeout,
                      std::array<Text, 6>{{{descriptor.guid, &identity.guid},
                                           {descriptor.vendor, &identity.vendor},
                                           {descriptor.model, &identity.model},
@@ -168,8 +168,8 @@ NxResult U3vIdentity::Read(libusb_device* device, const U3vDescriptor& descripto
 }
 
 NxResult U3vIdentity::ReadGuid(libusb_device* device, const U3vDescriptor& descriptor,
-                               milliseconds patience, U3vIdentity& identity) {
-    return ReadTexts(device, identity, patience,
+                               milliseconds timeout, U3vIdentity& identity) {
+    return ReadTexts(device, identity, timeout,
                      std::array<Text, 1>{{{descriptor.guid, &identity.guid}}});
 }
 

@@ -22,17 +22,17 @@ struct NX_API U3vIdentity {
     static U3vIdentity FromSystem(libusb_device* device);
     /// Opens the device, reads its texts and closes it again; the interface is not claimed, so a
     /// program that works with the device is not disturbed.
-    /// @param patience timeout for all texts together, the GUID first; those that do not come in
+    /// @param timeout for all texts together, the GUID first; those that do not come in
     /// time are left out
     /// @param identity when the device cannot be opened, what the system itself knows about it
     /// @return kNxAccessDenied, kNxDeviceGone, kNxTimeout or kNxProtocol
     static NxResult Read(libusb_device* device, const U3vDescriptor& descriptor,
-                         std::chrono::milliseconds patience, U3vIdentity& identity);
+                         std::chrono::milliseconds timeout, U3vIdentity& identity);
 
     /// Reads the GUID alone, which is enough to identify the device. Everything else is as
     /// for Read.
     static NxResult ReadGuid(libusb_device* device, const U3vDescriptor& descriptor,
-                             std::chrono::milliseconds patience, U3vIdentity& identity);
+                             std::chrono::milliseconds timeout, U3vIdentity& identity);
 
     /// What names the device in a connection ID: its GUID, or '@' and its place when it has none
     /// that could be read.
