@@ -41,7 +41,7 @@ class Script {
     static Script& Active();
 
     /// Appends a call to the script, written as "Class::Operation argument…".
-    ExpectedCall& Expect(const std::string& call, StepPlace where = StepPlace::current());
+    ExpectedCall& Expect(const std::string& call, StepPlace where = StepPlace::Current());
     /// Forgets the calls that were not made yet.
     void Clear();
 

@@ -17,20 +17,20 @@ TEST(ScriptTest, ACallThatWasExpectedAndNotMadeFailsTheTest) {
 
 TEST(ScriptTest, AFailureIsReportedAtTheLineOfItsStep) {
     testing::TestPartResultArray failures;
-    unsigned int first = 0;
+    int first = 0;
     {
         const testing::ScopedFakeTestPartResultReporter reporter(&failures);
         Script script;
         script.Expect("NxGenFile::Open a write");
         script.Expect("NxGenFile::Close");
-        first = StepPlace::current().line() - 2;
+        first = StepPlace::Current().Line() - 2;
         (void)script.Take("NxGenFile::Close");
     }
     ASSERT_EQ(failures.size(), 3);
     const auto lineOf = [&failures](int failure) {
         return failures.GetTestPartResult(failure).line_number();
     };
-    EXPECT_STREQ(failures.GetTestPartResult(0).file_name(), StepPlace::current().file_name());
+    EXPECT_STREQ(failures.GetTestPartResult(0).file_name(), StepPlace::Current().FileName());
     EXPECT_EQ(lineOf(0), first);  // called out of order
     EXPECT_EQ(lineOf(1), first);  // never called
     EXPECT_EQ(lineOf(2), first + 1);

@@ -62,7 +62,7 @@ NxResult ScriptedSocket::Send(const Endpoint& to, std::span<const std::byte> dat
     if (step.kind == Kind::kFail) {
         return NxResult(step.code, "as scripted");
     }
-    const testing::ScopedTrace trace(step.where.file_name(), static_cast<int>(step.where.line()),
+    const testing::ScopedTrace trace(step.where.FileName(), step.where.Line(),
                                      "this step of the script");
     EXPECT_EQ(to, step.endpoint);
     EXPECT_EQ(TextOf(datagram), step.datagram);
@@ -82,8 +82,8 @@ NxResult ScriptedSocket::Receive(std::span<std::byte> buffer, Clock::time_point 
     if (!mSteps.empty() && mSteps.front().kind == Kind::kTimeOut) {
         step = mSteps.front();
         mSteps.pop_front();
-        const testing::ScopedTrace trace(
-            step.where.file_name(), static_cast<int>(step.where.line()), "this step of the script");
+        const testing::ScopedTrace trace(step.where.FileName(), step.where.Line(),
+                                         "this step of the script");
         const Clock::duration wait = deadline - Now();
         EXPECT_GE(wait, step.shortest);
         EXPECT_LE(wait, step.longest);

@@ -16,17 +16,17 @@ class ScriptedSocket : public DatagramSocket {
 
     /// The code under test must send exactly this next.
     ScriptedSocket& ExpectSend(const Endpoint& to, const std::string& datagram,
-                               StepPlace where = StepPlace::current());
+                               StepPlace where = StepPlace::Current());
     /// The next Receive gets this, that long after the step before.
     ScriptedSocket& Reply(const Endpoint& from, const std::string& datagram,
                           Clock::duration after = std::chrono::microseconds(100),
-                          StepPlace where = StepPlace::current());
+                          StepPlace where = StepPlace::Current());
     /// The next Receive gets nothing until its deadline, which must lie that far ahead.
     ScriptedSocket& TimeOut(Clock::duration shortest = {},
                             Clock::duration longest = std::chrono::seconds(10),
-                            StepPlace where = StepPlace::current());
+                            StepPlace where = StepPlace::Current());
     /// The next Send or Receive fails with that code.
-    ScriptedSocket& Fail(unsigned int code, StepPlace where = StepPlace::current());
+    ScriptedSocket& Fail(unsigned int code, StepPlace where = StepPlace::Current());
 
     /// Lets time pass between the steps.
     void Pass(Clock::duration time) { mNow = mNow.load() + time; }

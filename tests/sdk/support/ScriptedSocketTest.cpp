@@ -16,7 +16,7 @@ class ScriptedSocketTest : public testing::Test {
         const testing::ScopedFakeTestPartResultReporter reporter(&mFailures);
         steps();
     }
-    void ExpectFailureAt(unsigned int line, const std::string& text) const {
+    void ExpectFailureAt(int line, const std::string& text) const {
         ASSERT_EQ(mFailures.size(), 1);
         const testing::TestPartResult& failure = mFailures.GetTestPartResult(0);
         EXPECT_NE(std::string(failure.message()).find(text), std::string::npos)
@@ -35,20 +35,20 @@ class ScriptedSocketTest : public testing::Test {
 }  // namespace
 
 TEST_F(ScriptedSocketTest, AStepLeftOverFailsAtItsLine) {
-    unsigned int line = 0;
+    int line = 0;
     Record([&line] {
         ScriptedSocket socket;
-        line = StepPlace::current().line() + 1;
+        line = StepPlace::Current().Line() + 1;
         socket.Reply(kPeer, "x");
     });
     ExpectFailureAt(line, "1 steps left over");
 }
 
 TEST_F(ScriptedSocketTest, AnotherCallFailsAtTheLineOfTheStepInItsPlace) {
-    unsigned int line = 0;
+    int line = 0;
     Record([&line] {
         ScriptedSocket socket;
-        line = StepPlace::current().line() + 1;
+        line = StepPlace::Current().Line() + 1;
         socket.Reply(kPeer, "x");
         EXPECT_FALSE(socket.Send(kPeer, BytesOf("hello")).IsOK());
     });
@@ -56,10 +56,10 @@ TEST_F(ScriptedSocketTest, AnotherCallFailsAtTheLineOfTheStepInItsPlace) {
 }
 
 TEST_F(ScriptedSocketTest, AnotherDatagramNamesTheLineOfItsStep) {
-    unsigned int line = 0;
+    int line = 0;
     Record([&line] {
         ScriptedSocket socket;
-        line = StepPlace::current().line() + 1;
+        line = StepPlace::Current().Line() + 1;
         socket.ExpectSend(kPeer, "hello");
         EXPECT_TRUE(socket.Send(kPeer, BytesOf("hallo")).IsOK());
     });

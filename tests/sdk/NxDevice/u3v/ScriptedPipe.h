@@ -78,18 +78,18 @@ class ScriptedPipe : public UsbPipe {
 
     void ClearStall() override { ++mLog.clearedStalls; }
 
-    static Answer Error(int error, StepPlace where = StepPlace::current()) {
+    static Answer Error(int error, StepPlace where = StepPlace::Current()) {
         return {nullptr, error, where};
     }
 
     /// These bytes, whatever was asked.
-    static Answer Raw(const Bytes& bytes, StepPlace where = StepPlace::current()) {
+    static Answer Raw(const Bytes& bytes, StepPlace where = StepPlace::Current()) {
         return {[=](const Bytes&) { return bytes; }, LIBUSB_SUCCESS, where};
     }
 
     /// An ack to the command: its id plus `idOffset`, and the payload given.
     static Answer Ack(int command, const Bytes& payload, int status = 0, int idOffset = 0,
-                      StepPlace where = StepPlace::current()) {
+                      StepPlace where = StepPlace::Current()) {
         return {[=](const Bytes& sent) {
                     Bytes ack(12 + payload.size());
                     std::copy(sent.begin(), sent.begin() + 4, ack.begin());
@@ -105,11 +105,11 @@ class ScriptedPipe : public UsbPipe {
                 LIBUSB_SUCCESS, where};
     }
 
-    static Answer WriteAck(int written, StepPlace where = StepPlace::current()) {
+    static Answer WriteAck(int written, StepPlace where = StepPlace::Current()) {
         return Ack(0x0803, Number(written), 0, 0, where);
     }
 
-    static Answer Pending(int milliseconds, StepPlace where = StepPlace::current()) {
+    static Answer Pending(int milliseconds, StepPlace where = StepPlace::Current()) {
         return Ack(0x0805, Number(milliseconds), 0, 0, where);
     }
 
