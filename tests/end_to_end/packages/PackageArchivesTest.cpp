@@ -23,7 +23,7 @@ constexpr std::uint16_t kEncrypted = 1;
 constexpr std::uint32_t kDosDirectory = 0x10;
 constexpr std::uint16_t kPpmd = 98;
 constexpr std::uintmax_t kMebibyte = 1024 * 1024;
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MIRSKO_SANITIZED
 constexpr long kMostMemoryKiB = 1024 * 1024;  // the sanitizers' own
 #else
 constexpr long kMostMemoryKiB = 32 * 1024;

@@ -11,7 +11,7 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MIRSKO_SANITIZED
 constexpr long kLimitKiB = 1024 * 1024;  // the sanitizers' own
 constexpr long kGrowthKiB = kLimitKiB;
 #else

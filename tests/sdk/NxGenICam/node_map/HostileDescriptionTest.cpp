@@ -16,7 +16,7 @@
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef MIRSKO_SANITIZED
 constexpr long kMostKiB = 1024 * 1024;  // the sanitizers' own
 constexpr double kMostSeconds = 40;
 #elif !defined(__OPTIMIZE__)
