@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Installs missing packages, builds with warnings as errors and with the address, undefined-behaviour and
-# thread sanitizers, and runs every test in each of these builds.
+# Installs missing packages, checks the sources, builds with warnings as errors and with the address,
+# undefined-behaviour and thread sanitizers, and runs the tests in each of these builds.
 #   scripts/test.sh [PRESET…]        default: dev asan tsan
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 [ ! -x scripts/fetch-peers.sh ] || scripts/fetch-peers.sh
 
-scripts/lint.sh
+scripts/lint.sh --tidy
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(dev asan tsan)
 
