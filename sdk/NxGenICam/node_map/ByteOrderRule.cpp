@@ -4,6 +4,7 @@
 #include <array>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "NodePlaces.h"
 #include "NodeRights.h"
@@ -58,14 +59,10 @@ Id Question::FindRegister(Id feature) {
 
 bool Question::MakesSense(Id feature, std::int64_t value) {
     if (mTable.Kind(feature) == NodeKind::kEnumeration) {
-        const std::size_t count = mTable.EntryCount(feature);
-        for (std::size_t i = 1; i <= count; ++i) {
-            std::int64_t entry = 0;
-            if (mValues.Integer(feature + static_cast<Id>(i), entry).IsOK() && entry == value) {
-                return true;
-            }
-        }
-        return false;
+        return std::ranges::any_of(mTable.Entries(feature), [&](Id entry) {
+            std::int64_t known = 0;
+            return mValues.Integer(entry, known).IsOK() && known == value;
+        });
     }
     const auto low = mValues.Find(feature, NodeTag::kMin);
     const auto high = mValues.Find(feature, NodeTag::kMax);
@@ -82,9 +79,8 @@ NxResult Question::Ask(Id node, bool& asked) {
     NodeValues::Place place;
     RegisterFormat format;
     NodeRights rights;
-    if (found == NodeTable::kNone || !NodePlaces(mValues).Locate(found, place).IsOK() ||
-        place.length != 4 || (place.address & 0xFFFFFFFFU) < kEndOfBootstrap ||
-        !NodePlaces(mValues).FindFormat(found, place, format).IsOK() || format.isField ||
+    if (found == NodeTable::kNone || !NodePlaces(mValues).Locate(found, place, format).IsOK() ||
+        place.length != 4 || (place.address & 0xFFFFFFFFU) < kEndOfBootstrap || format.isField ||
         !NodeRights::Find(mValues, node, NodeRights::Scope::kNow, rights).IsOK() ||
         !rights.MayRead()) {
         return {};
@@ -137,9 +133,7 @@ NxResult ByteOrderRule::Settle(const NodeTable& table, RegisterBus& bus,
                 continue;
             }
             bool asked = false;
-            if (NxResult result = question.Ask(node, asked); !result.IsOK()) {
-                return result;
-            }
+            NX_RETURN_IF_FAILED(question.Ask(node, asked));
             questions += asked ? 1 : 0;
         }
     }

@@ -1,6 +1,7 @@
 #include "NodeTable.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace {
 
@@ -86,6 +87,12 @@ NodeTable::Id NodeTable::Find(std::string_view name) const {
         std::lower_bound(mByName.begin(), mByName.end(), name,
                          [this](Id node, std::string_view wanted) { return Name(node) < wanted; });
     return found != mByName.end() && Name(*found) == name ? *found : kNone;
+}
+
+std::vector<NodeTable::Id> NodeTable::Entries(Id enumeration) const {
+    std::vector<Id> entries(mNodes[enumeration].entries);
+    std::iota(entries.begin(), entries.end(), enumeration + 1);
+    return entries;
 }
 
 NodeTable::Property NodeTable::PropertyAt(Id node, std::size_t index) const {

@@ -116,10 +116,8 @@ class NodeTable {
     [[nodiscard]] NodeKind Kind(Id node) const { return mNodes[node].kind; }
     [[nodiscard]] std::string_view Name(Id node) const { return View(mNodes[node].name); }
     [[nodiscard]] Id Parent(Id node) const { return mNodes[node].parent; }
-    /// The entries of an enumeration are the nodes that follow it and have it as their parent.
-    [[nodiscard]] std::size_t EntryCount(Id enumeration) const {
-        return mNodes[enumeration].entries;
-    }
+    /// The entries of an enumeration, which are the nodes that follow it.
+    [[nodiscard]] std::vector<Id> Entries(Id enumeration) const;
 
     [[nodiscard]] std::size_t PropertyCount(Id node) const { return mNodes[node].count; }
     /// In the order of the description.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <NxBase/NxResult.h>
+#include <NxBase/NxResultCodes.h>
 
 #include "NodeTable.h"
 #include "formula/EvaluationBudget.h"
@@ -65,6 +66,10 @@ class NodeValues {
     /// The node's own element, or that of the structure which an entry belongs to.
     std::optional<NodeTable::Property> Find(Id node, NodeTag tag);
     NxResult Follow(const NodeTable::Property& reference, Id& node);
+    /// The value of the node that it names.
+    NxResult IntegerBehind(const NodeTable::Property& reference, std::int64_t& value);
+    /// The node whose value a converter converts.
+    NxResult FindInput(Id converter, Id& input);
     /// A number as the description writes it.
     NxResult Constant(Id node, std::string_view text, std::int64_t& value);
     /// A number that the node gives itself or by reference.
@@ -74,7 +79,8 @@ class NodeValues {
     template <typename Number>
     NxResult Evaluate(Id node, std::string_view formula, std::string_view extra, Number extraValue,
                       Number& value);
-    [[nodiscard]] NxResult Fail(Id node, const std::string& reason) const;
+    [[nodiscard]] NxResult Fail(Id node, const std::string& reason,
+                                unsigned int code = kNxNodeAccess) const;
     [[nodiscard]] const NodeTable& Table() const { return mTable; }
     [[nodiscard]] RegisterBus& Bus() const { return mBus; }
     [[nodiscard]] LocalValues& Locals() const { return mLocals; }
@@ -120,6 +126,9 @@ class NodeValues {
     template <typename Number>
     using KnownVariables = std::vector<std::pair<std::string_view, Number>>;
 
+    /// The value that was set in place of the description's; null without one.
+    template <typename Number>
+    const Number* Local(Id node, const Source& source) const;
     NxResult ValueOf(Id node, std::int64_t& value) { return Integer(node, value); }
     NxResult ValueOf(Id node, double& value) { return Float(node, value); }
     template <typename Number>
