@@ -8,6 +8,7 @@
 
 #include "NodePlaces.h"
 #include "NodeRights.h"
+#include "formula/Formula.h"
 
 namespace {
 
@@ -59,10 +60,13 @@ Id Question::FindRegister(Id feature) {
 
 bool Question::MakesSense(Id feature, std::int64_t value) {
     if (mTable.Kind(feature) == NodeKind::kEnumeration) {
-        return std::ranges::any_of(mTable.Entries(feature), [&](Id entry) {
+        for (Id entry = feature + 1; entry <= mTable.LastEntry(feature); ++entry) {
             std::int64_t known = 0;
-            return mValues.Integer(entry, known).IsOK() && known == value;
-        });
+            if (mValues.Integer(entry, known).IsOK() && known == value) {
+                return true;
+            }
+        }
+        return false;
     }
     const auto low = mValues.Find(feature, NodeTag::kMin);
     const auto high = mValues.Find(feature, NodeTag::kMax);

@@ -229,7 +229,7 @@ NxResult NodeMap::ListEntries(Id enumeration, std::vector<Id>& entries) {
     // One access for all: however many entries there are, its bounds hold.
     NodeValues values = Access();
     std::vector<Id> implemented;
-    for (const Id entry : mTable.Entries(enumeration)) {
+    for (Id entry = enumeration + 1; entry <= mTable.LastEntry(enumeration); ++entry) {
         NodeRights rights;
         NX_RETURN_IF_FAILED(NodeRights::Find(values, entry, NodeRights::Scope::kEver, rights));
         if (rights.isImplemented) {
@@ -243,7 +243,7 @@ NxResult NodeMap::ListEntries(Id enumeration, std::vector<Id>& entries) {
 NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) {
     NodeValues values = Access();
     bool isKnown = false;
-    for (const Id candidate : mTable.Entries(enumeration)) {
+    for (Id candidate = enumeration + 1; candidate <= mTable.LastEntry(enumeration); ++candidate) {
         if (SymbolicName(candidate) != entry) {
             continue;
         }
@@ -263,7 +263,7 @@ NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) 
 
 NodeMap::Id NodeMap::FindEntryByValue(Id enumeration, std::int64_t value) {
     NodeValues values = Access();
-    for (const Id entry : mTable.Entries(enumeration)) {
+    for (Id entry = enumeration + 1; entry <= mTable.LastEntry(enumeration); ++entry) {
         std::int64_t known = 0;
         if (values.Integer(entry, known).IsOK() && known == value) {
             return entry;

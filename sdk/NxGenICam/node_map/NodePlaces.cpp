@@ -9,6 +9,8 @@
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxBase/ReturnIfFailed.h>
 
+#include "formula/Formula.h"
+
 namespace {
 
 constexpr int kPlace = 1;  ///< a visit's purpose
@@ -186,7 +188,7 @@ NxResult NodePlaces::ReadDevice(Id node, const Place& place, std::span<std::byte
     if (!isOfDevice) {
         return mValues.Fail(node, "is not a register of the device itself");
     }
-    if (!mValues.TakeRead()) {
+    if (--mValues.Budget().reads < 0) {
         return mValues.Fail(node, "depends on too many registers", kNxBadDescription);
     }
     return isNumber ? mValues.Bus().Read(place.address, bytes)

@@ -8,6 +8,7 @@
 #include <NxBase/PrintableText.h>
 #include <internal/NxBase/ReturnIfFailed.h>
 
+#include "NodeFormula.h"
 #include "NodePlaces.h"
 #include "formula/FormulaArithmetic.h"
 
@@ -194,10 +195,7 @@ NxResult NodeValues::Integer(Id node, std::int64_t& value) {
         case NodeKind::kIntReg:
             return NodePlaces(*this).Integer(node, value);
         case NodeKind::kIntSwissKnife:
-            if (const auto formula = Find(node, NodeTag::kFormula)) {
-                return Evaluate<std::int64_t>(node, formula->text, "", 0, value);
-            }
-            return Fail(node, "has no formula");
+            return NodeFormula<std::int64_t>(*this, node).Evaluate(NodeTag::kFormula, value);
         case NodeKind::kIntConverter:
             return Converted(node, value);
         default:
@@ -249,10 +247,7 @@ NxResult NodeValues::Float(Id node, double& value) {
         return Converted(node, value);
     }
     if (kind == NodeKind::kSwissKnife) {
-        if (const auto formula = Find(node, NodeTag::kFormula)) {
-            return Evaluate<double>(node, formula->text, "", 0, value);
-        }
-        return Fail(node, "has no formula");
+        return NodeFormula<double>(*this, node).Evaluate(NodeTag::kFormula, value);
     }
     Source source;
     NX_RETURN_IF_FAILED(FindSource(node, source));
@@ -270,93 +265,16 @@ NxResult NodeValues::Float(Id node, double& value) {
 
 template <typename Number>
 NxResult NodeValues::Converted(Id node, Number& value) {
-    const auto formula = Find(node, NodeTag::kFormulaFrom);
-    if (!formula.has_value()) {
+    if (!Find(node, NodeTag::kFormulaFrom)) {
         return Fail(node, "has no formula");
     }
     Id input = NodeTable::kNone;
     Number raw = 0;
     NX_RETURN_IF_FAILED(FindInput(node, input));
     NX_RETURN_IF_FAILED(ValueOf(input, raw));
-    return Evaluate<Number>(node, formula->text, "TO", raw, value);
-}
-
-NxResult NodeValues::FormulaFailure(Id node, NxResult result) const {
-    // The formula's own failures say what is wrong with it and not where.
-    return result.GetCode() == kNxNodeAccess &&
-                   std::string_view(result.GetDescription().GetAscii())
-                           .find(mBus.Port().DeviceName()) == std::string_view::npos
-               ? Fail(node, std::string("has a formula that cannot be evaluated: ") +
-                                result.GetDescription().GetAscii())
-               : result;
-}
-
-template <typename Number>
-NxResult NodeValues::Evaluate(Id node, std::string_view formula, std::string_view extra,
-                              Number extraValue, Number& value) {
-    KnownVariables<Number> known;
-    if (!extra.empty()) {
-        known.emplace_back(extra, extraValue);
-    }
-    const Formula::Lookup<Number> lookup = [this, node, &known](std::string_view name,
-                                                                Number& found, NxResult& failure) {
-        return LookUp(node, name, known, found, failure);
-    };
-    NxResult result = Formula::Evaluate(formula, lookup, mBudget, value);
-    return result.IsOK() ? result : FormulaFailure(node, std::move(result));
-}
-
-template <typename Number>
-Formula::Variable NodeValues::LookUp(Id node, std::string_view name, KnownVariables<Number>& known,
-                                     Number& value, NxResult& failure) {
-    // Within one formula a variable has one value.
-    for (const auto& [knownName, knownValue] : known) {
-        if (knownName == name) {
-            value = knownValue;
-            return Formula::Variable::kFound;
-        }
-    }
-    const std::size_t count = mTable.PropertyCount(node);
-    mBudget.TakeStep(static_cast<int>(count / 32));
-    for (std::size_t i = 0; i < count; ++i) {
-        const NodeTable::Property property = mTable.PropertyAt(node, i);
-        if (property.attribute != name) {
-            continue;
-        }
-        NxResult result;
-        if (property.tag == NodeTag::kPVariable) {
-            result = VariableValue(property, value);
-        } else if (property.tag == NodeTag::kConstant) {
-            std::int64_t integer = 0;
-            double number = 0;
-            if (Formula::ParseInteger(property.text, integer)) {
-                value = static_cast<Number>(integer);
-            } else if (Formula::ParseFloat(property.text, number) &&
-                       FormulaArithmetic::Truncate(number, integer) == nullptr) {
-                value = static_cast<Number>(number);
-            } else {
-                result = Fail(node, "has a malformed number in its description");
-            }
-        } else if (property.tag == NodeTag::kExpression) {
-            const Visit visit(*this, node, static_cast<int>(100 + i));
-            const Formula::Lookup<Number> lookup =
-                [this, node, &known](std::string_view inner, Number& found, NxResult& reason) {
-                    return LookUp(node, inner, known, found, reason);
-                };
-            result = visit.Result().IsOK()
-                         ? Formula::Evaluate(property.text, lookup, mBudget, value)
-                         : visit.Result();
-        } else {
-            continue;
-        }
-        if (!result.IsOK()) {
-            failure = result;
-            return Formula::Variable::kFailed;
-        }
-        known.emplace_back(property.attribute, value);
-        return Formula::Variable::kFound;
-    }
-    return Formula::Variable::kAbsent;
+    NodeFormula<Number> formula(*this, node);
+    formula.Set("TO", raw);
+    return formula.Evaluate(NodeTag::kFormulaFrom, value);
 }
 
 template <typename Number>
@@ -364,53 +282,6 @@ const Number* NodeValues::Local(Id node, const Source& source) const {
     const auto local = mLocals.find(node);
     return source.isLocal && local != mLocals.end() ? std::get_if<Number>(&local->second) : nullptr;
 }
-
-template <typename Number>
-NxResult NodeValues::VariableValue(const NodeTable::Property& variable, Number& value) {
-    Id target = NodeTable::kNone;
-    NX_RETURN_IF_FAILED(Follow(variable, target));
-    // "WIDTH.Max" is the maximum of the node; without a suffix it is the value.
-    const std::size_t dot = variable.attribute.find('.');
-    const std::string_view suffix =
-        dot != std::string_view::npos ? variable.attribute.substr(dot + 1) : "Value";
-    if (suffix == "Value" || suffix == "Enum") {
-        return ValueOf(target, value);
-    }
-    std::int64_t bound = 0;
-    NxResult result;
-    bool has = suffix != "Min" || Find(target, NodeTag::kMin) || Find(target, NodeTag::kPMin);
-    constexpr std::string_view kEntry = "Entry.";
-    if (suffix == "Max") {
-        result = Maximum(target, bound);
-    } else if (suffix == "Inc") {
-        result = Increment(target, bound);
-    } else if (suffix == "Min") {
-        result = Minimum(target, bound);
-    } else if (suffix.starts_with(kEntry)) {
-        has = false;
-        for (const Id entry : mTable.Entries(target)) {
-            if (has || !mBudget.TakeStep()) {
-                break;
-            }
-            has = mTable.Name(entry) == suffix.substr(kEntry.size());
-            result = has ? Integer(entry, bound) : NxResult();
-        }
-    } else {
-        has = false;
-    }
-    if (result.IsOK() && !has) {
-        result = Fail(target, "does not have a property that a formula uses");
-    }
-    if (result.IsOK()) {
-        value = static_cast<Number>(bound);
-    }
-    return result;
-}
-
-template NxResult NodeValues::Evaluate<std::int64_t>(Id, std::string_view, std::string_view,
-                                                     std::int64_t, std::int64_t&);
-template NxResult NodeValues::Evaluate<double>(Id, std::string_view, std::string_view, double,
-                                               double&);
 
 NxResult NodeValues::Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value,
                            bool& has) {

@@ -6,6 +6,7 @@
 
 #include <internal/NxBase/ReturnIfFailed.h>
 
+#include "NodeFormula.h"
 #include "NodePlaces.h"
 #include "formula/FormulaArithmetic.h"
 
@@ -116,13 +117,14 @@ NxResult NodeWriter::SetCopies(Id node, std::int64_t value) {
 
 template <typename Number>
 NxResult NodeWriter::SetConverted(Id node, Number value) {
-    const auto formula = mValues.Find(node, NodeTag::kFormulaTo);
-    if (!formula.has_value()) {
+    if (!mValues.Find(node, NodeTag::kFormulaTo)) {
         return mValues.Fail(node, "is read-only");
     }
     Id input = NodeTable::kNone;
     Number raw = 0;
-    NX_RETURN_IF_FAILED(mValues.Evaluate<Number>(node, formula->text, "FROM", value, raw));
+    NodeFormula<Number> formula(mValues, node);
+    formula.Set("FROM", value);
+    NX_RETURN_IF_FAILED(formula.Evaluate(NodeTag::kFormulaTo, raw));
     NX_RETURN_IF_FAILED(mValues.FindInput(node, input));
     const NodeValues::Visit visit(mValues, node, kWrite + 2);
     return visit.Result().IsOK() ? Set(input, raw) : visit.Result();
@@ -156,7 +158,7 @@ NxResult NodeWriter::Store(Id node, std::uint64_t address, std::span<std::byte> 
     if (!isOfDevice) {
         return mValues.Fail(node, "is not a register of the device itself");
     }
-    if (!mValues.TakeWrite()) {
+    if (--mValues.Budget().writes < 0) {
         return mValues.Fail(node, "is stored in too many registers");
     }
     NX_RETURN_IF_FAILED(mValues.Bus().Arrange(address, bytes));
