@@ -322,8 +322,8 @@ NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port)
     if (error != LIBUSB_SUCCESS) {
         return DescribeU3vOpenFailure(camera.identity, error);
     }
-    auto opened = std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
-                                            camera.identity.Describe());
+    auto opened =
+        std::make_shared<U3vPort>(std::move(usb), std::move(pipe), camera.identity.Describe());
     NX_RETURN_IF_FAILED(opened->Start(kStartTimeout));
     port = std::move(opened);
     return {};
