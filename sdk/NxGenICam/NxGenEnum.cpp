@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "EnumImpl.h"
 
@@ -43,9 +44,7 @@ unsigned int NxGenEnum::GetEntryCount() const {
 
 NxResult NxGenEnum::GetEntryByIndex(unsigned int index, NxGenEnumEntry& entry) const {
     std::vector<NodeMap::Id> entries;
-    if (NxResult result = mImpl->ListEntries(entries); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mImpl->ListEntries(entries));
     if (index >= entries.size()) {
         return NxResult(kNxNoSuchNode, mImpl->Describe() + " has no entry " +
                                            std::to_string(index) + "; it has " +
@@ -58,9 +57,7 @@ NxResult NxGenEnum::GetEntryByIndex(unsigned int index, NxGenEnumEntry& entry) c
 
 NxResult NxGenEnum::GetEntryByName(const NxString& name, NxGenEnumEntry& entry) const {
     NodeMap::Id node = NodeTable::kNone;
-    NxResult result = mImpl->FindEntry(name.GetAscii(), node);
-    if (result.IsOK()) {
-        entry = mImpl->MakeEntry(node);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(mImpl->FindEntry(name.GetAscii(), node));
+    entry = mImpl->MakeEntry(node);
+    return {};
 }

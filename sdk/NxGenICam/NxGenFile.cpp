@@ -9,6 +9,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxBase/LocalFile.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "ParameterArrayImpl.h"
 #include "file_access/FileChunks.h"
@@ -20,18 +21,14 @@ namespace {
 
 // What a transfer will use is there and may be used once a file is open.
 NxResult FindFileAccess(NodeMap& nodes) {
-    if (NxResult result = nodes.SettleByteOrder(); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(nodes.SettleByteOrder());
     for (const auto& [feature, kind, isWritten] :
          {std::tuple{FileFeatures::kOperationSelector, NodeKind::kEnumeration, false},
           std::tuple{FileFeatures::kOpenMode, NodeKind::kEnumeration, false},
           std::tuple{FileFeatures::kExecute, NodeKind::kCommand, true},
           std::tuple{FileFeatures::kBuffer, NodeKind::kRegister, true}}) {
         NodeMap::Id node = NodeTable::kNone;
-        if (NxResult result = nodes.Find(feature, node); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(nodes.Find(feature, node));
         const std::string name = nodes.Port().DeviceName() + " has no GenICam file access: ";
         if (node == NodeTable::kNone) {
             return NxResult(kNxNoFileAccess, name + "it has no feature " + feature);
@@ -40,10 +37,7 @@ NxResult FindFileAccess(NodeMap& nodes) {
             return NxResult(kNxNoFileAccess, name + "its " + feature + " has an unsupported type");
         }
         NodeRights rights;
-        if (NxResult result = nodes.FindRights(node, NodeRights::Scope::kEver, rights);
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(nodes.FindRights(node, NodeRights::Scope::kEver, rights));
         NodeValues::Source source;
         if (kind == NodeKind::kCommand &&
             (!nodes.Access().FindSource(node, source).IsOK() || source.node == NodeTable::kNone)) {
@@ -73,7 +67,9 @@ class NxGenFile::Impl {
     NxResult OpenOnce(NxGenOpenMode mode);
     NxResult RunOnce(const char* operation);
     NxResult Prepare(FileChunks::Direction direction);
-    NxResult WriteUntil(std::uint64_t end, std::span<const std::byte> data, std::uint64_t& written);
+    NxResult SendFile(const LocalFile& payload);
+    NxResult Send(std::span<const std::byte> data, std::uint64_t& written);
+    NxResult Fetch(std::span<std::byte> buffer, std::uint64_t& read);
     void FindFileSize();
     void StartPace() {
         mPace = TransferPace(TransferPace::Clock::now());
@@ -82,8 +78,15 @@ class NxGenFile::Impl {
     [[nodiscard]] NxResult CheckPace() const {
         return mPace.Check(mPosition - mPaceStart, TransferPace::Clock::now());
     }
+    /// The outcome of moving a chunk, remembered for Close when the device did not finish it.
+    NxResult NoteHanging(NxResult result) {
+        mHangs = result.IsOK() ? mHangs : result.GetCode() == kNxTimeout;
+        return result;
+    }
+    /// The same outcome, a failure said of the file.
     /// @param end size of what is moved; 0 when nothing is
-    NxResult Explain(const NxResult& cause, const std::string& verb, std::uint64_t end) const;
+    [[nodiscard]] NxResult Explain(const NxResult& outcome, const std::string& verb,
+                                   std::uint64_t end) const;
 
     NodeMap* mNodes = nullptr;
     std::string mName;
@@ -98,14 +101,17 @@ class NxGenFile::Impl {
     std::optional<std::uint64_t> mFileSize;
 };
 
-NxResult NxGenFile::Impl::Explain(const NxResult& cause, const std::string& verb,
+NxResult NxGenFile::Impl::Explain(const NxResult& outcome, const std::string& verb,
                                   std::uint64_t end) const {
+    if (outcome.IsOK()) {
+        return outcome;
+    }
     std::string where;
     if (end > 0) {
         where = " at byte " + std::to_string(mPosition) + " of " + std::to_string(end);
     }
-    return NxResult(cause.GetCode(), "Cannot " + verb + " the device's file " + mName + where +
-                                         ": " + cause.GetDescription().GetAscii());
+    return NxResult(outcome.GetCode(), "Cannot " + verb + " the device's file " + mName + where +
+                                           ": " + outcome.GetDescription().GetAscii());
 }
 
 NxResult NxGenFile::Impl::Open(NodeMap& nodes, const std::string& name, NxGenOpenMode mode) {
@@ -138,33 +144,18 @@ NxResult NxGenFile::Impl::Open(NodeMap& nodes, const std::string& name, NxGenOpe
 
 NxResult NxGenFile::Impl::OpenOnce(NxGenOpenMode mode) {
     // Nothing may be written in the wrong order.
-    if (NxResult result = mNodes->SettleByteOrder(); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mNodes->SettleByteOrder());
     for (const char* feature : {FileFeatures::kOffset, FileFeatures::kLength}) {
         NodeMap::Id node = NodeTable::kNone;
-        if (NxResult result = mNodes->Find(feature, node); !result.IsOK()) {
-            return result;
-        }
-        if (node == NodeTable::kNone) {
-            return NxResult(kNxNoSuchNode,
-                            mNodes->Port().DeviceName() + " has no GenICam feature " + feature);
-        }
+        NX_RETURN_IF_FAILED(mNodes->Require(feature, node));
     }
     NodeMap::Id selector = NodeTable::kNone;
-    if (NxResult result = mNodes->Find(FileFeatures::kSelector, selector); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mNodes->Find(FileFeatures::kSelector, selector));
     // Without a selector the device has one file, whatever its name.
     if (selector != NodeTable::kNone) {
-        if (NxResult result = mNodes->WriteEntry(FileFeatures::kSelector, mName); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mNodes->WriteEntry(FileFeatures::kSelector, mName));
     }
-    if (NxResult result = mNodes->WriteEntry(FileFeatures::kOperationSelector, "Open");
-        !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mNodes->WriteEntry(FileFeatures::kOperationSelector, "Open"));
     NxResult result = mNodes->WriteEntry(FileFeatures::kOpenMode,
                                          mode == NxGenOpenMode::kWrite ? "Write" : "Read");
     if ((result.GetCode() == kNxNoSuchNode || result.GetCode() == kNxNodeAccess) &&
@@ -176,11 +167,9 @@ NxResult NxGenFile::Impl::OpenOnce(NxGenOpenMode mode) {
 
 NxResult NxGenFile::Impl::RunOnce(const char* operation) {
     FileOperation once(*mNodes, operation, mHabits);
-    NxResult result = once.Prepare(NodeTable::kNone);
-    if (result.IsOK()) {
-        result = once.FindWhetherValueIsKept();
-    }
-    return result.IsOK() ? once.Run({}) : result;
+    NX_RETURN_IF_FAILED(once.Prepare(NodeTable::kNone));
+    NX_RETURN_IF_FAILED(once.FindWhetherValueIsKept());
+    return once.Run({});
 }
 
 // Optional, and dynamic texts are often said to be empty: only a positive size is believed.
@@ -205,10 +194,7 @@ NxResult NxGenFile::Impl::Close() {
                                         " has not finished its last operation");
     }
     NxResult result = mNodes->WriteEntry(FileFeatures::kOperationSelector, "Close");
-    if (result.IsOK()) {
-        result = RunOnce("Close");
-    }
-    return result.IsOK() ? result : Explain(result, "close", 0);
+    return Explain(result.IsOK() ? RunOnce("Close") : result, "close", 0);
 }
 
 // Selects the operation, which may move the registers, and finds what the chunks need.
@@ -220,86 +206,66 @@ NxResult NxGenFile::Impl::Prepare(FileChunks::Direction direction) {
         return {};
     }
     mChunks.reset();
-    if (NxResult result =
-            mNodes->WriteEntry(FileFeatures::kOperationSelector,
-                               direction == FileChunks::Direction::kWrite ? "Write" : "Read");
-        !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(
+        mNodes->WriteEntry(FileFeatures::kOperationSelector,
+                           direction == FileChunks::Direction::kWrite ? "Write" : "Read"));
     auto chunks = std::make_unique<FileChunks>(*mNodes, direction, mHabits);
-    NxResult result = chunks->Prepare();
-    if (result.IsOK()) {
-        mChunks = std::move(chunks);
-        mDirection = direction;
-    }
-    return result;
+    NX_RETURN_IF_FAILED(chunks->Prepare());
+    mChunks = std::move(chunks);
+    mDirection = direction;
+    return {};
 }
 
 NxResult NxGenFile::Impl::WriteFrom(const std::string& localPath) {
     LocalFile payload;
-    if (NxResult result = payload.Open(localPath); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(payload.Open(localPath));
     done = 0;
     total = static_cast<long>(payload.Size());
     const std::uint64_t end = mPosition + payload.Size();
-    if (NxResult result = Prepare(FileChunks::Direction::kWrite); !result.IsOK()) {
-        return Explain(result, "write", end);
-    }
+    return Explain(SendFile(payload), "write", end);
+}
+
+NxResult NxGenFile::Impl::SendFile(const LocalFile& payload) {
+    NX_RETURN_IF_FAILED(Prepare(FileChunks::Direction::kWrite));
     StartPace();
     std::vector<std::byte> buffer(mChunks->ChunkSize());
     for (std::uint64_t sent = 0; sent < payload.Size();) {
         const std::span<std::byte> chunk = std::span(buffer).first(static_cast<std::size_t>(
             std::min<std::uint64_t>(payload.Size() - sent, buffer.size())));
-        NxResult result = payload.ReadWhole(sent, chunk);
-        if (result.IsOK() && sent + chunk.size() == payload.Size()) {
+        NX_RETURN_IF_FAILED(payload.ReadWhole(sent, chunk));
+        if (sent + chunk.size() == payload.Size()) {
             // Before the last bytes are sent: a mixture is never complete in the device.
-            result = payload.CheckUnchanged();
-        }
-        if (!result.IsOK()) {
-            return Explain(result, "write", end);
+            NX_RETURN_IF_FAILED(payload.CheckUnchanged());
         }
         std::uint64_t written = 0;
-        result = WriteUntil(end, chunk, written);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(Send(chunk, written));
         sent += chunk.size();
         done = static_cast<long>(sent);
     }
-    NxResult result = payload.CheckUnchanged();
-    return result.IsOK() ? result : Explain(result, "write", end);
+    return payload.CheckUnchanged();
 }
 
 NxResult NxGenFile::Impl::Write(std::span<const std::byte> data, std::uint64_t& written) {
+    const std::uint64_t end = mPosition + data.size();
     StartPace();
-    return WriteUntil(mPosition + data.size(), data, written);
+    return Explain(Send(data, written), "write", end);
 }
 
-NxResult NxGenFile::Impl::WriteUntil(std::uint64_t end, std::span<const std::byte> data,
-                                     std::uint64_t& written) {
-    if (NxResult result = Prepare(FileChunks::Direction::kWrite); !result.IsOK()) {
-        return Explain(result, "write", end);
-    }
+NxResult NxGenFile::Impl::Send(std::span<const std::byte> data, std::uint64_t& written) {
+    NX_RETURN_IF_FAILED(Prepare(FileChunks::Direction::kWrite));
     while (!data.empty()) {
         std::uint64_t taken = 0;
-        NxResult result = mChunks->Write(
-            mPosition, data.first(std::min(data.size(), mChunks->ChunkSize())), taken);
-        if (result.IsOK() && taken == 0) {
-            result = NxResult(kNxTransferIncomplete,
-                              mNodes->Port().DeviceName() + " accepts no more bytes");
-        }
-        if (!result.IsOK()) {
-            mHangs = result.GetCode() == kNxTimeout;
-            return Explain(result, "write", end);
+        NX_RETURN_IF_FAILED(NoteHanging(mChunks->Write(
+            mPosition, data.first(std::min(data.size(), mChunks->ChunkSize())), taken)));
+        if (taken == 0) {
+            return NxResult(kNxTransferIncomplete,
+                            mNodes->Port().DeviceName() + " accepts no more bytes");
         }
         // A device may take fewer: it goes on from the byte after the last one that it took.
         mPosition += taken;
         written += taken;
         data = data.subspan(static_cast<std::size_t>(taken));
-        if (const NxResult pace = CheckPace(); !pace.IsOK()) {
-            return Explain(pace, "write", end);
-        }
+        NX_RETURN_IF_FAILED(CheckPace());
     }
     return {};
 }
@@ -307,9 +273,11 @@ NxResult NxGenFile::Impl::WriteUntil(std::uint64_t end, std::span<const std::byt
 NxResult NxGenFile::Impl::Read(std::span<std::byte> buffer, std::uint64_t& read) {
     const std::uint64_t end = mFileSize.value_or(mPosition + buffer.size());
     StartPace();
-    if (NxResult result = Prepare(FileChunks::Direction::kRead); !result.IsOK()) {
-        return Explain(result, "read", end);
-    }
+    return Explain(Fetch(buffer, read), "read", end);
+}
+
+NxResult NxGenFile::Impl::Fetch(std::span<std::byte> buffer, std::uint64_t& read) {
+    NX_RETURN_IF_FAILED(Prepare(FileChunks::Direction::kRead));
     while (read < buffer.size()) {
         std::uint64_t wanted = std::min<std::uint64_t>(buffer.size() - read, mChunks->ChunkSize());
         if (mFileSize.has_value()) {
@@ -319,19 +287,13 @@ NxResult NxGenFile::Impl::Read(std::span<std::byte> buffer, std::uint64_t& read)
             return {};
         }
         std::uint64_t given = 0;
-        if (NxResult result = mChunks->Read(
-                mPosition,
-                buffer.subspan(static_cast<std::size_t>(read), static_cast<std::size_t>(wanted)),
-                given);
-            !result.IsOK()) {
-            mHangs = result.GetCode() == kNxTimeout;
-            return Explain(result, "read", end);
-        }
+        NX_RETURN_IF_FAILED(NoteHanging(mChunks->Read(
+            mPosition,
+            buffer.subspan(static_cast<std::size_t>(read), static_cast<std::size_t>(wanted)),
+            given)));
         mPosition += given;
         read += given;
-        if (const NxResult pace = CheckPace(); !pace.IsOK()) {
-            return Explain(pace, "read", end);
-        }
+        NX_RETURN_IF_FAILED(CheckPace());
         // Asking again past the end is an error to some devices.
         if (given == 0 || (given < wanted && !mFileSize.has_value())) {
             return {};

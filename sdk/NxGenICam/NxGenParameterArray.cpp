@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <internal/NxBase/ReturnIfFailed.h>
 #include <internal/NxGenICam/ParameterArrayFactory.h>
 
 #include "EnumImpl.h"
@@ -25,11 +26,9 @@ NxGenParameterArray::~NxGenParameterArray() = default;
 
 NxResult NxGenParameterArray::GetStringValue(const NxString& name, NxString& value) {
     std::string text;
-    NxResult result = mImpl->Nodes().ReadText(name.GetAscii(), text);
-    if (result.IsOK()) {
-        value = text;
-    }
-    return result;
+    NX_RETURN_IF_FAILED(mImpl->Nodes().ReadText(name.GetAscii(), text));
+    value = text;
+    return {};
 }
 
 NxGenEnum* NxGenParameterArray::GetEnum(const NxString& name) {
@@ -39,10 +38,8 @@ NxGenEnum* NxGenParameterArray::GetEnum(const NxString& name) {
 NxResult MakeParameterArray(std::shared_ptr<GenPort> port, const std::string& xml,
                             std::unique_ptr<NxGenParameterArray>& parameters) {
     std::unique_ptr<NodeMap> nodes;
-    NxResult result = NodeMap::Load(std::move(port), xml, nodes);
-    if (result.IsOK()) {
-        parameters = std::make_unique<NxGenParameterArray>(
-            std::make_unique<NxGenParameterArray::Impl>(std::move(nodes)));
-    }
-    return result;
+    NX_RETURN_IF_FAILED(NodeMap::Load(std::move(port), xml, nodes));
+    parameters = std::make_unique<NxGenParameterArray>(
+        std::make_unique<NxGenParameterArray::Impl>(std::move(nodes)));
+    return {};
 }

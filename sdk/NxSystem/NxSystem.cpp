@@ -8,6 +8,8 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxSystem/NxDeviceInfoGEV.h>
+#include <NxSystem/NxDeviceInfoMirskoProtocol.h>
 #include <NxSystem/NxDeviceInfoU3V.h>
 #include <NxSystem/NxNetworkAdapter.h>
 #include <NxSystem/NxUSBHostController.h>
@@ -22,12 +24,36 @@
 
 namespace {
 
-std::unique_ptr<NxInterface> MakeAdapter(DiscoveredInterface& found) {
+std::unique_ptr<NxDeviceInfo> MakeNetworkDevice(const DiscoveredDevice& found,
+                                                const std::string& interfaceName) {
+    const GvcpDiscoveryAck& ack = found.ack;
+    ConnectionId id;
+    id.address = found.address;
+    id.interfaceName = interfaceName;
+    auto device = std::make_unique<NxDeviceInfo::Impl>();
+    device->type = ack.IsLoader() ? 1 : 0;
+    device->connectionId = id.Format();
+    device->vendor = ack.manufacturer;
+    device->model = ack.model;
+    device->version = ack.version;
+    device->serial = ack.serial;
+    device->userName = ack.userName;
+    device->address = FormatAddress(found.address);
+    device->mac = FormatMac(ack.mac);
+    if (ack.IsLoader()) {
+        return std::make_unique<NxDeviceInfoMirskoProtocol>(std::move(device));
+    }
+    return std::make_unique<NxDeviceInfoGEV>(std::move(device));
+}
+
+std::unique_ptr<NxInterface> MakeAdapter(const DiscoveredInterface& found) {
     auto adapter = std::make_unique<NxInterface::Impl>();
     adapter->name = found.interface.name;
     adapter->mac = FormatMac(found.interface.mac);
     adapter->address = FormatAddress(found.interface.address);
-    adapter->devices = std::move(found.devices);
+    for (const DiscoveredDevice& device : found.devices) {
+        adapter->devices.push_back(MakeNetworkDevice(device, found.interface.name));
+    }
     return std::make_unique<NxNetworkAdapter>(std::move(adapter));
 }
 
@@ -96,9 +122,9 @@ NxSystem::~NxSystem() = default;
 
 NxResult NxSystem::Find() {
     std::future<std::vector<UsbController>> usb = StartListingUsb();
-    std::vector<DiscoveredInterface> found = DiscoverGvcpDevices();
+    const std::vector<DiscoveredInterface> found = DiscoverGvcpDevices();
     Impl::Interfaces interfaces;
-    for (DiscoveredInterface& interface : found) {
+    for (const DiscoveredInterface& interface : found) {
         interfaces.push_back(MakeAdapter(interface));
     }
     RememberHardwareAddresses(interfaces);

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <set>
-#include <string>
-#include <vector>
+
+#include "simulator/device/NameTable.h"
 
 namespace simulator {
 
@@ -21,10 +20,15 @@ enum class DescriptionShape {
 };
 using DescriptionShapes = std::set<DescriptionShape>;
 
-/// "extensions", "harmless-oddities", "large", "schema-1.0", "padding", "odd-zip", "blanks",
-/// "second-url".
-[[nodiscard]] const char* NameOf(DescriptionShape shape);
-[[nodiscard]] std::optional<DescriptionShape> ShapeNamed(const std::string& name);
-[[nodiscard]] const std::vector<DescriptionShape>& AllShapes();
+inline constexpr NameTable<DescriptionShape, 8> kShapeNames{{{
+    {DescriptionShape::kExtensions, "extensions"},
+    {DescriptionShape::kHarmlessOddities, "harmless-oddities"},
+    {DescriptionShape::kLarge, "large"},
+    {DescriptionShape::kSchema10, "schema-1.0"},
+    {DescriptionShape::kPadding, "padding"},
+    {DescriptionShape::kOddZip, "odd-zip"},
+    {DescriptionShape::kBlanks, "blanks"},
+    {DescriptionShape::kSecondUrl, "second-url"},
+}}};
 
 }  // namespace simulator

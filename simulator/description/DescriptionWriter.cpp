@@ -1,6 +1,7 @@
 #include "DescriptionWriter.h"
 
 #include <cctype>
+#include <sstream>
 #include <utility>
 
 #include "OddNodes.h"
@@ -65,12 +66,9 @@ std::string Identifier(const std::string& text) {
 }
 
 std::string HexNumber(std::uint64_t value) {
-    std::string digits;
-    do {
-        digits.insert(digits.begin(), "0123456789abcdef"[value & 0xfU]);
-        value >>= 4U;
-    } while (value != 0);
-    return "0x" + digits;
+    std::ostringstream text;
+    text << "0x" << std::hex << value;
+    return text.str();
 }
 
 DescriptionWriter::DescriptionWriter(const DeviceOptions& options, std::endian order)

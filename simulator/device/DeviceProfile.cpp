@@ -1,5 +1,7 @@
 #include "DeviceProfile.h"
 
+#include <regex>
+
 #include "NameTable.h"
 #include "simulator/network/Peer.h"
 
@@ -25,14 +27,6 @@ bool IsPercentage(double value) {
     return value >= 0 && value <= 100;
 }
 
-int HexDigit(char character) {
-    if (character >= '0' && character <= '9') {
-        return character - '0';
-    }
-    const char lower = static_cast<char>(character | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 }  // namespace
 
 const char* NameOf(Profile profile) {
@@ -52,24 +46,13 @@ bool HasFileSelector(Profile profile) {
 }
 
 std::optional<std::uint64_t> ParseMac(const std::string& text) {
-    if (text.size() != 17) {
+    static const std::regex kMac("([[:xdigit:]]{2}:){5}[[:xdigit:]]{2}");
+    if (!std::regex_match(text, kMac)) {
         return std::nullopt;
     }
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (i % 3 == 2) {
-            if (text[i] != ':') {
-                return std::nullopt;
-            }
-            continue;
-        }
-        const int digit = HexDigit(text[i]);
-        if (digit < 0) {
-            return std::nullopt;
-        }
-        value = value << 4U | static_cast<std::uint64_t>(digit);
-    }
-    return value;
+    std::string digits = text;
+    std::erase(digits, ':');
+    return std::stoull(digits, nullptr, 16);
 }
 
 std::string WhyUnusable(const DeviceOptions& options) {

@@ -28,7 +28,7 @@ struct FirmwareState {
     std::string deviceId;
     std::uint64_t resets = 0;
     std::uint64_t transfers = 0;
-    std::string lastStatus;
+    std::string lastStatus;  ///< the device's own account of the last transfer, at most 1000 bytes
 
     /// Replaces the file in one step. @return false when it could not be written
     [[nodiscard]] bool Save(const std::filesystem::path& file) const;

@@ -267,34 +267,9 @@ void FirmwareStore::RunFlasher() {
     }
 }
 
-std::string FirmwareStore::Status() const {
-    const std::lock_guard lock(mMutex);
-    return mState.lastStatus;
-}
-
-FirmwareVersion FirmwareStore::RunningVersion() const {
-    const std::lock_guard lock(mMutex);
-    return mState.running;
-}
-
-FirmwareVersion FirmwareStore::StoredVersion() const {
-    const std::lock_guard lock(mMutex);
-    return mState.stored;
-}
-
-bool FirmwareStore::IsFlashing() const {
-    const std::lock_guard lock(mMutex);
-    return mState.flashing.has_value();
-}
-
 FirmwareState FirmwareStore::State() const {
     const std::lock_guard lock(mMutex);
     return mState;
-}
-
-std::string FirmwareStore::DeviceId() const {
-    const std::lock_guard lock(mMutex);
-    return mState.deviceId;
 }
 
 bool FirmwareStore::SetDeviceId(const std::string& deviceId) {

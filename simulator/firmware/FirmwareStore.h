@@ -71,19 +71,11 @@ class FirmwareStore {
     /// @param[out] why one line, set when null is returned: another upload or flashing is under way
     [[nodiscard]] std::unique_ptr<FirmwareUpload> BeginUpload(std::string& why);
 
-    /// The device's own account of the last transfer, at most 1000 bytes.
-    [[nodiscard]] std::string Status() const;
-
-    [[nodiscard]] FirmwareVersion RunningVersion() const;
-    [[nodiscard]] FirmwareVersion StoredVersion() const;
-    [[nodiscard]] const std::string& Family() const { return mOptions.family; }
-    [[nodiscard]] bool IsFlashing() const;
     /// A copy of all that state.json holds.
     [[nodiscard]] FirmwareState State() const;
     /// Where state.json and firmware.bin are.
     [[nodiscard]] const std::filesystem::path& Folder() const { return mOptions.folder; }
 
-    [[nodiscard]] std::string DeviceId() const;
     /// @return false, nothing changed, when it is over 63 bytes or not printable ASCII
     [[nodiscard]] bool SetDeviceId(const std::string& deviceId);
 

@@ -85,10 +85,10 @@ void GvcpBootstrap::SetIdentity(const DeviceOptions& options, std::uint32_t addr
             std::string(NameOf(options.profile)));
     mRegisters.SetText(kSerialNumber, kShortTextSize, options.serial);
     mRegisters.DefineText(kDeviceVersion, kTextSize,
-                          [this] { return mFirmware.RunningVersion().Text(); });
+                          [this] { return mFirmware.State().running.Text(); });
     // This register holds 15 characters; a longer device ID is shown cut, whole in DeviceUserID.
     mRegisters.DefineText(
-        kUserName, kShortTextSize, [this] { return mFirmware.DeviceId(); },
+        kUserName, kShortTextSize, [this] { return mFirmware.State().deviceId; },
         [this](const std::string& id) { return mFirmware.SetDeviceId(id); });
 }
 

@@ -6,19 +6,16 @@
 
 namespace simulator {
 
-// Each is in the source of its name.
+using LayoutFactory = std::unique_ptr<FileLayout>(const DeviceOptions& options, Bus bus);
 
-[[nodiscard]] std::unique_ptr<FileLayout> MakePlainLayout(const DeviceOptions& options, Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeSelectorLayout(const DeviceOptions& options, Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeBitFieldLayout(const DeviceOptions& options, Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeLocalSelectorLayout(const DeviceOptions& options,
-                                                                  Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeCommandRegisterLayout(const DeviceOptions& options,
-                                                                    Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeWriteOnlyExecuteLayout(const DeviceOptions& options,
-                                                                     Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeReadOnlyOffsetLayout(const DeviceOptions& options,
-                                                                   Bus bus);
-[[nodiscard]] std::unique_ptr<FileLayout> MakeWideLayout(const DeviceOptions& options, Bus bus);
+// Each is in the source of its name.
+LayoutFactory MakePlainLayout;
+LayoutFactory MakeSelectorLayout;
+LayoutFactory MakeBitFieldLayout;
+LayoutFactory MakeLocalSelectorLayout;
+LayoutFactory MakeCommandRegisterLayout;
+LayoutFactory MakeWriteOnlyExecuteLayout;
+LayoutFactory MakeReadOnlyOffsetLayout;
+LayoutFactory MakeWideLayout;
 
 }  // namespace simulator

@@ -1,38 +1,10 @@
 #include "RegisterLayout.h"
 
-#include "simulator/device/NameTable.h"
-
 namespace simulator {
-
-namespace {
-
-constexpr NameTable<RegisterLayout, 10> kLayouts{{{
-    {RegisterLayout::kPlain, "plain"},
-    {RegisterLayout::kSelectorDependent, "selector"},
-    {RegisterLayout::kBitFields, "bitfields"},
-    {RegisterLayout::kLocalSelectors, "local-selectors"},
-    {RegisterLayout::kCommandRegister, "command-register"},
-    {RegisterLayout::kWriteOnlyExecute, "write-only-execute"},
-    {RegisterLayout::kReadOnlyOffset, "read-only-offset"},
-    {RegisterLayout::kWide, "wide"},
-    {RegisterLayout::kLittleEndian, "little-endian"},
-    {RegisterLayout::kLegacyEndian, "legacy-endian"},
-}}};
-
-}  // namespace
-
-const char* NameOf(RegisterLayout layout) {
-    return kLayouts.NameOf(layout);
-}
 
 std::optional<RegisterLayout> LayoutNamed(const std::string& name) {
     return name == "selector-dependent" ? RegisterLayout::kSelectorDependent
-                                        : kLayouts.ValueNamed(name);
-}
-
-const std::vector<RegisterLayout>& AllLayouts() {
-    static const std::vector<RegisterLayout> kAll = kLayouts.Values();
-    return kAll;
+                                        : kLayoutNames.ValueNamed(name);
 }
 
 std::endian RegisterOrder(RegisterLayout layout, Bus bus) {

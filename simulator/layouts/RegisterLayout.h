@@ -3,8 +3,8 @@
 #include <bit>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "simulator/device/NameTable.h"
 #include "simulator/registers/Bus.h"
 
 namespace simulator {
@@ -23,12 +23,20 @@ enum class RegisterLayout {
     kLegacyEndian        ///< little-endian registers that are described as big-endian
 };
 
-/// "plain", "selector", "bitfields", "local-selectors", "command-register", "write-only-execute",
-/// "read-only-offset", "wide", "little-endian", "legacy-endian".
-[[nodiscard]] const char* NameOf(RegisterLayout layout);
+inline constexpr NameTable<RegisterLayout, 10> kLayoutNames{{{
+    {RegisterLayout::kPlain, "plain"},
+    {RegisterLayout::kSelectorDependent, "selector"},
+    {RegisterLayout::kBitFields, "bitfields"},
+    {RegisterLayout::kLocalSelectors, "local-selectors"},
+    {RegisterLayout::kCommandRegister, "command-register"},
+    {RegisterLayout::kWriteOnlyExecute, "write-only-execute"},
+    {RegisterLayout::kReadOnlyOffset, "read-only-offset"},
+    {RegisterLayout::kWide, "wide"},
+    {RegisterLayout::kLittleEndian, "little-endian"},
+    {RegisterLayout::kLegacyEndian, "legacy-endian"},
+}}};
 /// Takes "selector-dependent" for "selector" as well.
 [[nodiscard]] std::optional<RegisterLayout> LayoutNamed(const std::string& name);
-[[nodiscard]] const std::vector<RegisterLayout>& AllLayouts();
 
 /// Byte order of the numbers in the device's own registers. Bootstrap registers have their bus's.
 [[nodiscard]] std::endian RegisterOrder(RegisterLayout layout, Bus bus);

@@ -1,24 +1,22 @@
 #include "AccessArguments.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "OptionGroup.h"
 
-using simulator::DescriptionShape;
 using simulator::DeviceOptions;
 using simulator::RegisterLayout;
 
 namespace {
 
-template <typename Value>
-std::string Names(const std::vector<Value>& values) {
-    std::string names;
-    for (const Value value : values) {
-        names += (names.empty() ? "" : ", ") + std::string(NameOf(value));
+template <typename Names>
+std::string Listed(const Names& names) {
+    std::string list;
+    for (const auto& [value, name] : names.entries) {
+        list += (list.empty() ? "" : ", ") + std::string(name);
     }
-    return names;
+    return list;
 }
 
 void AddDescription(OptionGroup& group, DeviceOptions& device) {
@@ -27,7 +25,7 @@ void AddDescription(OptionGroup& group, DeviceOptions& device) {
             "--description",
             [&device](const std::vector<std::string>& names) {
                 for (const std::string& name : names) {
-                    const std::optional<DescriptionShape> shape = simulator::ShapeNamed(name);
+                    const auto shape = simulator::kShapeNames.ValueNamed(name);
                     if (!shape) {
                         throw CLI::ValidationError("--description", "unknown quirk " + name);
                     }
@@ -36,7 +34,7 @@ void AddDescription(OptionGroup& group, DeviceOptions& device) {
             },
             "NAMES",
             "Quirks of the GenICam description, separated by commas: " +
-                Names(simulator::AllShapes()))
+                Listed(simulator::kShapeNames))
         ->delimiter(',')
         ->expected(1)
         // Else the "--" before COMMAND would be taken for the end of a list.
@@ -47,8 +45,8 @@ void AddDescription(OptionGroup& group, DeviceOptions& device) {
 void AddLayout(OptionGroup& group, DeviceOptions& device) {
     group.AddChoice(
         "--layout", device.layout, "layout", simulator::LayoutNamed,
-        simulator::NameOf(device.layout), "NAME",
-        "Register layout of the file access features: " + Names(simulator::AllLayouts()));
+        simulator::kLayoutNames.NameOf(device.layout), "NAME",
+        "Register layout of the file access features: " + Listed(simulator::kLayoutNames));
     group.AddSwitch("--selector-dependent", device.layout, RegisterLayout::kSelectorDependent,
                     "The same as --layout selector");
     group.AddFlag("--execute-keeps-value", device.executeKeepsValue,

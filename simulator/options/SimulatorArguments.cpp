@@ -55,7 +55,7 @@ std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool 
     }
     for (const DescriptionShape shape : {DescriptionShape::kBlanks, DescriptionShape::kSecondUrl}) {
         if (usb && device.description.contains(shape)) {
-            return std::string("the description quirk ") + NameOf(shape) +
+            return std::string("the description quirk ") + simulator::kShapeNames.NameOf(shape) +
                    " is for GigE Vision devices only: USB3 Vision has no URLs";
         }
     }

@@ -39,9 +39,9 @@ void FeatureRegisters::DefineTexts(const DeviceOptions& options) {
     define(features::kManufacturerInfo,
            std::string("Simulated device, profile ") + NameOf(options.profile));
     mRegisters.DefineText(features::kFirmwareVersion, features::kTextSize,
-                          [this] { return mFirmware.RunningVersion().Text(); });
+                          [this] { return mFirmware.State().running.Text(); });
     mRegisters.DefineText(
-        features::kUserId, features::kTextSize, [this] { return mFirmware.DeviceId(); },
+        features::kUserId, features::kTextSize, [this] { return mFirmware.State().deviceId; },
         [this](const std::string& id) { return mFirmware.SetDeviceId(id); });
 }
 

@@ -21,7 +21,7 @@ FileAccess::Outcome FileAccess::Open(File file, OpenMode mode) {
         return Fail(Status::kDenied, "a file is already open");
     }
     if (file == File::kStatusTxt && mode == OpenMode::kRead) {
-        mStatus = mFirmware.Status();
+        mStatus = mFirmware.State().lastStatus;
         mStatusOpen = true;
         return {};
     }
@@ -79,7 +79,7 @@ FileAccess::Outcome FileAccess::Write(File file, std::uint64_t offset, ConstByte
 
 std::uint64_t FileAccess::Size(File file) const {
     if (file == File::kStatusTxt) {
-        return mStatusOpen ? mStatus.size() : mFirmware.Status().size();
+        return mStatusOpen ? mStatus.size() : mFirmware.State().lastStatus.size();
     }
     return file == File::kRemoteUpdateDfw && mUpload ? mUpload->Size() : 0;
 }

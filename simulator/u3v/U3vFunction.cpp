@@ -69,9 +69,9 @@ U3vTexts U3vFunction::TextsOf(const DeviceOptions& device, const FirmwareStore& 
             device.model,
             device.serial,
             GuidOf(device.serial),
-            firmware.RunningVersion().Text(),
+            firmware.State().running.Text(),
             "simulated",
-            firmware.DeviceId()};
+            firmware.State().deviceId};
 }
 
 U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
@@ -87,7 +87,7 @@ U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
     StoredDescription stored = StoredDescription::Of(device, Bus::kUsb3Vision);
     mBootstrap.emplace(
         mMemory, mOptions, mTexts, stored.bytes.size(), stored.fileName.ends_with(".zip"),
-        [this] { return mFirmware.DeviceId(); },
+        [this] { return mFirmware.State().deviceId; },
         [this](const std::string& name) { return mFirmware.SetDeviceId(name); });
     mMemory.Add<ReadOnlyRegion>(std::uint64_t{features::kXml}, std::move(stored.bytes));
     mFeatures.emplace(
@@ -105,7 +105,7 @@ std::vector<std::uint8_t> U3vFunction::Descriptors() const {
 }
 
 std::optional<std::vector<std::uint8_t>> U3vFunction::Control(const Setup& setup) {
-    mTexts.userName = mFirmware.DeviceId();
+    mTexts.userName = mFirmware.State().deviceId;
     return AnswerStandardRequest(setup, U3vDescriptors(), StringsOf(mTexts));
 }
 

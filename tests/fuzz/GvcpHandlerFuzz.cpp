@@ -50,7 +50,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     }
     DeviceOptions options;
     options.profile = static_cast<Profile>(input[0] % 7);
-    const std::vector<RegisterLayout>& layouts = AllLayouts();
+    static const std::vector<RegisterLayout> layouts = kLayoutNames.Values();
     options.layout = (input[1] & 1U) != 0 ? RegisterLayout::kSelectorDependent
                                           : layouts[input[0] / 7 % layouts.size()];
     options.concatenation = (input[1] & 2U) == 0;

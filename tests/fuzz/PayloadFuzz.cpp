@@ -32,8 +32,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
         }
     }
     upload->Finish();
-    const std::string status = kFirmware->Status();
-    if (status.empty() || status.size() > 1000 || kFirmware->DeviceId().size() > 63) {
+    const std::string status = kFirmware->State().lastStatus;
+    if (status.empty() || status.size() > 1000 || kFirmware->State().deviceId.size() > 63) {
         std::abort();
     }
     return 0;

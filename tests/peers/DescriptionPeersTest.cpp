@@ -42,23 +42,25 @@ TEST_P(DescriptionPeersTest, IsReadByAravisOverGigEVision) {
 
 TEST_P(DescriptionPeersTest, IsReadByAravisOverUsb3Vision) {
     if (GetParam() == DescriptionShape::kBlanks || GetParam() == DescriptionShape::kSecondUrl) {
-        UsbCamera camera({"--description", NameOf(GetParam())});
+        UsbCamera camera({"--description", simulator::kShapeNames.NameOf(GetParam())});
         EXPECT_THAT(camera.Run({"true"}).err, HasSubstr("USB3 Vision has no URLs"));
         return;
     }
     // Aravis asks for as much as fits into an ack, and does not find room for the number
     // 65536 in the command.
-    UsbCamera camera({"--description", NameOf(GetParam()), "--max-ack", "32768"});
+    UsbCamera camera(
+        {"--description", simulator::kShapeNames.NameOf(GetParam()), "--max-ack", "32768"});
     ExpectAllUnderstood(camera.Run(kControls));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, DescriptionPeersTest, testing::ValuesIn(simulator::AllShapes()),
+INSTANTIATE_TEST_SUITE_P(Every, DescriptionPeersTest,
+                         testing::ValuesIn(simulator::kShapeNames.Values()),
                          [](const testing::TestParamInfo<DescriptionShape>& shape) {
-                             return CaseName(NameOf(shape.param));
+                             return CaseName(simulator::kShapeNames.NameOf(shape.param));
                          });
 
 TEST(EveryShapePeersTest, IsReadByAravisInAllShapesAtOnce) {
-    const auto& all = simulator::AllShapes();
+    const auto all = simulator::kShapeNames.Values();
     const auto device =
         SimulatedDevice::Builder().description({all.begin(), all.end()}).serveTftp(false).build();
     std::string why;

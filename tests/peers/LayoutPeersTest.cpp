@@ -102,11 +102,11 @@ std::string Control(std::vector<std::string> controls) {
 }
 
 std::string NameOfCase(const testing::TestParamInfo<RegisterLayout>& layout) {
-    return CaseName(NameOf(layout.param));
+    return CaseName(simulator::kLayoutNames.NameOf(layout.param));
 }
 
 std::vector<RegisterLayout> AllButLegacy() {
-    std::vector<RegisterLayout> layouts = simulator::AllLayouts();
+    std::vector<RegisterLayout> layouts = simulator::kLayoutNames.Values();
     std::erase(layouts, RegisterLayout::kLegacyEndian);
     return layouts;
 }
@@ -116,11 +116,11 @@ std::vector<RegisterLayout> AllButLegacy() {
 TEST_P(LayoutPeersTest, IsReadByAravisOverGigEVision) {
     const auto device = SimulatedDevice::Builder().layout(GetParam()).serveTftp(false).build();
     Start(*device);
-    ExpectAllUnderstood(Control(Controls()), device->Firmware().Status().size());
+    ExpectAllUnderstood(Control(Controls()), device->Firmware().State().lastStatus.size());
 }
 
 TEST_P(LayoutPeersTest, IsReadByAravisOverUsb3Vision) {
-    UsbCamera camera({"--layout", NameOf(GetParam())});
+    UsbCamera camera({"--layout", simulator::kLayoutNames.NameOf(GetParam())});
     // A payload without a header: something to report.
     std::vector<std::string> command = Controls();
     const std::vector<std::string> first{"FileSelector=RemoteUpdateDfw", "FileOpenMode=Write",

@@ -266,20 +266,20 @@ void PrintTo(const Description& description, std::ostream* stream) {
 
 std::vector<Description> AllDescriptions() {
     std::vector<Description> all;
-    for (const RegisterLayout layout : simulator::AllLayouts()) {
+    for (const RegisterLayout layout : simulator::kLayoutNames.Values()) {
         for (const Bus bus : {Bus::kGigEVision, Bus::kUsb3Vision}) {
             DeviceOptions options;
             options.layout = layout;
-            all.push_back(
-                {std::string(NameOf(layout)) + (bus == Bus::kGigEVision ? "_gev" : "_u3v"),
-                 DescribeDevice(options, bus)});
+            all.push_back({std::string(simulator::kLayoutNames.NameOf(layout)) +
+                               (bus == Bus::kGigEVision ? "_gev" : "_u3v"),
+                           DescribeDevice(options, bus)});
         }
     }
-    for (const DescriptionShape shape : simulator::AllShapes()) {
+    for (const DescriptionShape shape : simulator::kShapeNames.Values()) {
         DeviceOptions options;
         options.description = {shape};
-        all.push_back(
-            {std::string("shape_") + NameOf(shape), DescribeDevice(options, Bus::kGigEVision)});
+        all.push_back({std::string("shape_") + simulator::kShapeNames.NameOf(shape),
+                       DescribeDevice(options, Bus::kGigEVision)});
     }
     ArvFakeCamera* camera = arv_fake_camera_new("differential");
     std::size_t size = 0;

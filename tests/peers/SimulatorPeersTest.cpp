@@ -112,7 +112,7 @@ TEST(SimulatorPeersTest, IsReadAndWrittenByAravis) {
     EXPECT_THAT(Control("Width=1024"), HasSubstr("Width = 1024"));
     EXPECT_THAT(Control("Width"), HasSubstr("Width = 1024"));
     EXPECT_THAT(Control("DeviceUserID=right"), HasSubstr("DeviceUserID = right\n"));
-    EXPECT_EQ(device->Firmware().DeviceId(), "right");
+    EXPECT_EQ(device->Firmware().State().deviceId, "right");
     EXPECT_THAT(Control("FileOperationSelector=Close"),
                 HasSubstr("FileOperationSelector = Close\n"));
 }

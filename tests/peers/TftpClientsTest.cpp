@@ -179,9 +179,9 @@ TEST_P(TftpClientsTest, UpdatesADeviceAndReadsItsStatus) {
     EXPECT_TRUE(ReadFile(folderOfCamera / "firmware.bin") == body);
     Run(client.put(folder.Write("id", Payload{.kind = 2, .body = "left"}.Encode()),
                    "RemoteUpdateDfw"));
-    EXPECT_EQ(camera->Firmware().DeviceId(), "left");
+    EXPECT_EQ(camera->Firmware().State().deviceId, "left");
     Run(client.put(folder.Write("reset", Payload{.kind = 3}.Encode()), "RemoteUpdateDfw"));
-    EXPECT_TRUE(WaitUntil([&] { return camera->Firmware().RunningVersion().Text() == "2.1"; }));
+    EXPECT_TRUE(WaitUntil([&] { return camera->Firmware().State().running.Text() == "2.1"; }));
 }
 
 using TftpLargeFileTest = TftpClientsTest;

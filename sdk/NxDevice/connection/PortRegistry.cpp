@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "history/DeviceHistory.h"
 
@@ -83,16 +84,10 @@ NxResult PortRegistry::Acquire(const ConnectionId& id, Share& share) {
     }
     const Clock::time_point opened = Clock::now();
     std::shared_ptr<DevicePort> port;
-    NxResult result = mOpen(id, port);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mOpen(id, port));
     port->SetConnectionId(id);
     std::string xml;
-    result = port->ReadDescription(xml);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(port->ReadDescription(xml));
     share = {
         .port = port, .xml = std::make_shared<const std::string>(std::move(xml)), .device = device};
     const std::lock_guard entries(mMutex);

@@ -8,6 +8,7 @@
 #include <NxBase/Hexadecimal.h>
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxBase/ByteOrder.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 using GvcpPacket::Command;
 
@@ -39,12 +40,8 @@ NxResult GvcpAddressSpace::Broken(Command command, std::uint32_t address) const 
 
 NxResult GvcpAddressSpace::ReadNumber(std::uint32_t address, std::uint32_t& value) {
     std::span<const std::byte> payload;
-    if (NxResult result =
-            mChannel.Transact(Command::kReadRegister,
-                              GvcpPacket::ReadRegisters(std::array{address}), address, payload);
-        !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mChannel.Transact(
+        Command::kReadRegister, GvcpPacket::ReadRegisters(std::array{address}), address, payload));
     if (payload.size() != 4) {
         return Broken(Command::kReadRegister, address);
     }
@@ -62,11 +59,8 @@ NxResult GvcpAddressSpace::WriteNumber(std::uint32_t address, std::uint32_t valu
 NxResult GvcpAddressSpace::ReadBlock(std::uint32_t address, std::span<std::byte> buffer) {
     const std::size_t count = (buffer.size() + 3) / 4 * 4;
     std::span<const std::byte> payload;
-    if (NxResult result = mChannel.Transact(
-            Command::kReadMemory, GvcpPacket::ReadMemory(address, count), address, payload);
-        !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mChannel.Transact(
+        Command::kReadMemory, GvcpPacket::ReadMemory(address, count), address, payload));
     if (payload.size() != 4 + count || ByteOrder::LoadBig32(payload.data()) != address) {
         return Broken(Command::kReadMemory, address);
     }
@@ -79,10 +73,7 @@ NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte>
     const std::size_t lead = address % 4;
     if (lead != 0) {
         std::array<std::byte, 4> word{};
-        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address - lead), word);
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(ReadBlock(static_cast<std::uint32_t>(address - lead), word));
         const std::size_t part = std::min<std::size_t>(4 - lead, buffer.size());
         std::copy_n(word.begin() + static_cast<std::ptrdiff_t>(lead), part, buffer.begin());
         address += part;
@@ -90,10 +81,7 @@ NxResult GvcpAddressSpace::ReadBytes(std::uint64_t address, std::span<std::byte>
     }
     while (!buffer.empty()) {
         const std::size_t part = CutBlock(address, buffer.size());
-        if (NxResult result = ReadBlock(static_cast<std::uint32_t>(address), buffer.first(part));
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(ReadBlock(static_cast<std::uint32_t>(address), buffer.first(part)));
         address += part;
         buffer = buffer.subspan(part);
     }
@@ -109,10 +97,7 @@ NxResult GvcpAddressSpace::WriteBytes(std::uint64_t address, std::span<const std
     }
     while (!data.empty()) {
         const std::size_t part = CutBlock(address, data.size());
-        if (NxResult result = WriteBlock(static_cast<std::uint32_t>(address), data.first(part));
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(WriteBlock(static_cast<std::uint32_t>(address), data.first(part)));
         address += part;
         data = data.subspan(part);
     }
@@ -155,12 +140,9 @@ NxResult GvcpAddressSpace::SendRegisters(const std::vector<GvcpPacket::RegisterV
     while (!rest.empty()) {
         const auto part = rest.first(std::min(rest.size(), atOnce));
         std::span<const std::byte> payload;
-        if (NxResult result =
-                mChannel.Transact(Command::kWriteRegister, GvcpPacket::WriteRegisters(part),
-                                  part.front().address, payload, effect);
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mChannel.Transact(Command::kWriteRegister,
+                                              GvcpPacket::WriteRegisters(part),
+                                              part.front().address, payload, effect));
         rest = rest.subspan(part.size());
     }
     return {};
@@ -186,12 +168,9 @@ NxResult GvcpAddressSpace::ReadRegisters(std::span<Register> registers) {
             addresses.push_back(static_cast<std::uint32_t>(one.address));
         }
         std::span<const std::byte> payload;
-        if (NxResult result =
-                mChannel.Transact(Command::kReadRegister, GvcpPacket::ReadRegisters(addresses),
-                                  addresses.front(), payload);
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mChannel.Transact(Command::kReadRegister,
+                                              GvcpPacket::ReadRegisters(addresses),
+                                              addresses.front(), payload));
         if (payload.size() != 4 * part.size()) {
             return Broken(Command::kReadRegister, addresses.front());
         }

@@ -8,6 +8,7 @@
 
 #include <NxBase/Hexadecimal.h>
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
@@ -16,11 +17,11 @@ using std::chrono::milliseconds;
 // After the long waits of a command that may take long. Enough for 16 sendings where answers come
 // within the longest wait before a resend: at a loss of a fifth each way one command in ten million
 // stays unanswered.
-constexpr milliseconds kPatience{4600};
+constexpr milliseconds kReplyTimeout{4600};
 // What a device announces with PENDING_ACK is believed up to here in all.
 constexpr milliseconds kPendingInAll{60000};
-constexpr milliseconds kPatienceAfterPending{2000};
-constexpr milliseconds kBusyPatience{5000};
+constexpr milliseconds kTimeoutAfterPending{2000};
+constexpr milliseconds kBusyTimeout{5000};
 constexpr milliseconds kFirstBusyPause{10};
 constexpr milliseconds kLongestBusyPause{200};
 // A device that replied this recently is not silent.
@@ -106,9 +107,7 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
     milliseconds pause = kFirstBusyPause;
     GvcpPacket::Ack ack;
     while (true) {
-        if (!mFailure.IsOK()) {
-            return mFailure;
-        }
+        NX_RETURN_IF_FAILED(mFailure);
         if (const auto write = DescribeWrite(command, packet, 0, address); write.size > 0) {
             WaitForLateCopies(write);
         }
@@ -120,7 +119,7 @@ NxResult GvcpChannel::Transact(GvcpPacket::Command command, std::vector<std::byt
             return result;
         }
         mStatus = ack.status;
-        const bool mayWait = mSocket->Now() + pause < std::min(start + kBusyPatience, mDeadline);
+        const bool mayWait = mSocket->Now() + pause < std::min(start + kBusyTimeout, mDeadline);
         if (ack.status != GvcpPacket::kStatusBusy || !mayWait) {
             break;
         }
@@ -147,7 +146,7 @@ NxResult GvcpChannel::Exchange(GvcpPacket::Command command, const std::vector<st
     mStart = mSocket->Now();
     const Clock::duration longWaits =
         effect == Effect::kMayTakeLong ? kLongWaits * LongWait() : Clock::duration::zero();
-    mGiveUp = std::min(mStart + longWaits + kPatience, mDeadline);
+    mGiveUp = std::min(mStart + longWaits + kReplyTimeout, mDeadline);
     mWasPending = false;
     mSocketFailure = NxResult();
     mSendings = 0;
@@ -245,17 +244,23 @@ void GvcpChannel::WaitForLateCopies(const LateCopies::Write& write) {
             }
             end = std::min(safe, heartbeat);
         }
-        std::size_t length = 0;
-        Endpoint from;
         bool timedOut = false;
-        if (!mSocket->Receive(mBuffer, end, length, from, timedOut).IsOK()) {
+        if (!ReceiveLateAck(end, timedOut).IsOK()) {
             std::this_thread::sleep_for(milliseconds(1));
-        } else if (!timedOut && from == mDevice) {
-            if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {
-                (void)NoteLateAck(*ack);
-            }
         }
     }
+}
+
+NxResult GvcpChannel::ReceiveLateAck(Clock::time_point end, bool& timedOut) {
+    std::size_t length = 0;
+    Endpoint from;
+    NX_RETURN_IF_FAILED(mSocket->Receive(mBuffer, end, length, from, timedOut));
+    if (!timedOut && from == mDevice) {
+        if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {
+            (void)NoteLateAck(*ack);
+        }
+    }
+    return {};
 }
 
 // A device that carries a command out before it looks at the next one takes as long for each copy
@@ -283,16 +288,9 @@ bool GvcpChannel::NoteLateAck(const GvcpPacket::Ack& ack) {
 // An answer that is there before its command was sent is not one to it.
 void GvcpChannel::DropWaiting() {
     for (int i = 0; i < kMostWaiting; ++i) {
-        std::size_t length = 0;
-        Endpoint from;
         bool timedOut = false;
-        if (!mSocket->Receive(mBuffer, mSocket->Now(), length, from, timedOut).IsOK() || timedOut) {
+        if (!ReceiveLateAck(mSocket->Now(), timedOut).IsOK() || timedOut) {
             return;
-        }
-        if (from == mDevice) {
-            if (const auto ack = GvcpPacket::ParseAck(std::span(mBuffer).first(length))) {
-                (void)NoteLateAck(*ack);
-            }
         }
     }
 }
@@ -331,8 +329,8 @@ bool GvcpChannel::TakeAnswer(GvcpPacket::Command command, std::uint16_t id, std:
     mLastAnswer = mSocket->Now();
     if (answer->id != id) {
         if (NoteLateAck(*answer)) {
-            mGiveUp = std::max(
-                mGiveUp, std::min({mLastAnswer + kPatience, mStart + kPendingInAll, mDeadline}));
+            mGiveUp = std::max(mGiveUp, std::min({mLastAnswer + kReplyTimeout,
+                                                  mStart + kPendingInAll, mDeadline}));
         }
         return false;
     }
@@ -350,5 +348,5 @@ void GvcpChannel::HonourPending(const GvcpPacket::Ack& ack) {
     const Clock::time_point end =
         std::min({mSocket->Now() + announced, mStart + kPendingInAll, mDeadline});
     mWaitEnd = std::max(mWaitEnd, end);
-    mGiveUp = std::min(std::max(mGiveUp, end + kPatienceAfterPending), mDeadline);
+    mGiveUp = std::min(std::max(mGiveUp, end + kTimeoutAfterPending), mDeadline);
 }

@@ -88,6 +88,8 @@ class GvcpChannel {
     void HonourPending(const GvcpPacket::Ack& ack);
     /// @return whether it is a copy's: the device is carrying out what was sent more than once
     bool NoteLateAck(const GvcpPacket::Ack& ack);
+    /// Takes one datagram, which may be a late ack.
+    NxResult ReceiveLateAck(Clock::time_point end, bool& timedOut);
     void DropWaiting();
     /// Waits until no copy of an earlier write can spoil this one.
     void WaitForLateCopies(const LateCopies::Write& write);

@@ -7,6 +7,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "xml_location/DescriptionArchive.h"
 #include "xml_location/DescriptionText.h"
@@ -141,9 +142,7 @@ NxResult GvcpDescription::Download(std::uint64_t address, std::span<std::byte> b
         // So that the next one begins at a multiple of four.
         const std::size_t lead = (4 - address % 4) % 4;
         const std::size_t part = std::min(bytes.size(), lead + GvcpPacket::kLargestBlock);
-        if (NxResult result = mSpace.ReadBytes(address, bytes.first(part)); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mSpace.ReadBytes(address, bytes.first(part)));
         mDone += part;
         address += part;
         bytes = bytes.subspan(part);

@@ -1,6 +1,8 @@
 #include "GvcpPacket.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include <internal/NxBase/ByteOrder.h>
 
@@ -21,38 +23,21 @@ std::vector<std::byte> MakeCommand(GvcpPacket::Command command, std::size_t payl
     return packet;
 }
 
-const char* StatusWord(std::uint16_t status) {
-    switch (status) {
-        case 0x8001:
-            return "NOT_IMPLEMENTED";
-        case 0x8002:
-            return "INVALID_PARAMETER";
-        case 0x8003:
-            return "INVALID_ADDRESS";
-        case 0x8004:
-            return "WRITE_PROTECT";
-        case 0x8005:
-            return "BAD_ALIGNMENT";
-        case 0x8006:
-            return "ACCESS_DENIED";
-        case 0x8007:
-            return "BUSY";
-        case 0x8008:
-            return "LOCAL_PROBLEM";
-        case 0x8009:
-            return "MSG_MISMATCH";
-        case 0x800A:
-            return "INVALID_PROTOCOL";
-        case 0x800E:
-            return "INVALID_HEADER";
-        case 0x800F:
-            return "WRONG_CONFIG";
-        case 0x8FFF:
-            return "ERROR";
-        default:
-            return "status";
-    }
-}
+constexpr std::array<std::pair<std::uint16_t, const char*>, 13> kStatusWords{{
+    {0x8001, "NOT_IMPLEMENTED"},
+    {0x8002, "INVALID_PARAMETER"},
+    {0x8003, "INVALID_ADDRESS"},
+    {0x8004, "WRITE_PROTECT"},
+    {0x8005, "BAD_ALIGNMENT"},
+    {0x8006, "ACCESS_DENIED"},
+    {0x8007, "BUSY"},
+    {0x8008, "LOCAL_PROBLEM"},
+    {0x8009, "MSG_MISMATCH"},
+    {0x800A, "INVALID_PROTOCOL"},
+    {0x800E, "INVALID_HEADER"},
+    {0x800F, "WRONG_CONFIG"},
+    {0x8FFF, "ERROR"},
+}};
 
 }  // namespace
 
@@ -130,5 +115,8 @@ std::string GvcpPacket::CommandName(Command command) {
 }
 
 std::string GvcpPacket::StatusName(std::uint16_t status) {
-    return std::string(StatusWord(status)) + " " + Hexadecimal(status, 4);
+    const auto* const known =
+        std::ranges::find(kStatusWords, status, [](const auto& word) { return word.first; });
+    return std::string(known != kStatusWords.end() ? known->second : "status") + " " +
+           Hexadecimal(status, 4);
 }

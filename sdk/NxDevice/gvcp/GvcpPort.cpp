@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 #include <internal/NxSystem/NetworkInterface.h>
 #include <internal/NxSystem/UdpSocket.h>
 
@@ -30,15 +31,15 @@ constexpr std::uint32_t kPendingAckEnabled = 0x2;
 constexpr std::uint32_t kControlAccess = 0x2;
 constexpr std::uint32_t kExclusiveAccess = 0x1;
 
-constexpr milliseconds kConnectPatience{5000};
+constexpr milliseconds kConnectTimeout{5000};
 // A device keeps the controller of a program that died until its heartbeat timeout, usually 3 s,
 // and not every device looks at its clock all the time.
 constexpr milliseconds kShortestRefusal{3500};
 constexpr milliseconds kLongestRefusal{15000};
 constexpr milliseconds kHeartbeatMargin{500};
 constexpr milliseconds kRefusalPause{250};
-constexpr milliseconds kRestorePatience{200};
-constexpr milliseconds kReleasePatience{500};
+constexpr milliseconds kRestoreTimeout{200};
+constexpr milliseconds kReleaseTimeout{500};
 constexpr milliseconds kDefaultHeartbeatTimeout{3000};
 constexpr milliseconds kShortestHeartbeat{50};
 constexpr milliseconds kLongestHeartbeat{5000};
@@ -69,12 +70,12 @@ GvcpPort::~GvcpPort() {
     if (mIsController && mChannel->IsAlive()) {
         PassDescriptionOn();
         if (mConfiguration.has_value()) {
-            mChannel->SetDeadline(mChannel->Now() + kRestorePatience);
+            mChannel->SetDeadline(mChannel->Now() + kRestoreTimeout);
             (void)mSpace.WriteNumber(kConfiguration, *mConfiguration);
             // Such a short timeout may miss a device that does respond.
             mChannel->Resume();
         }
-        mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
+        mChannel->SetDeadline(mChannel->Now() + kReleaseTimeout);
         // A device that misses it gives the control up when the heartbeat stays away.
         (void)mSpace.WriteNumber(kControlChannelPrivilege, 0);
     }
@@ -85,7 +86,7 @@ void GvcpPort::PassDescriptionOn() {
     if (mDescription == nullptr) {
         return;
     }
-    mChannel->SetDeadline(mChannel->Now() + kReleasePatience);
+    mChannel->SetDeadline(mChannel->Now() + kReleaseTimeout);
     std::uint32_t privilege = 0;
     if (mSpace.ReadNumber(kControlChannelPrivilege, privilege).IsOK() && HasControl(privilege)) {
         KeepDescription(std::move(mDescription));
@@ -96,9 +97,7 @@ void GvcpPort::PassDescriptionOn() {
 
 NxResult GvcpPort::Start(milliseconds timeout) {
     const std::lock_guard lock(mMutex);
-    if (NxResult result = TakeControl(timeout); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(TakeControl(timeout));
     mChannel->SetDeadline(mChannel->Now() + timeout);
     std::uint32_t capability = 0;
     NxResult result = mSpace.ReadNumber(kCapability, capability);
@@ -290,27 +289,22 @@ NxResult GvcpPort::ReadDescription(std::string& xml) {
     std::shared_ptr<const DescriptionCopy> copy = EarlierDescription();
     NxResult result = GvcpDescription(*mChannel, mSpace, mDeviceName).Read(copy);
     mChannel->ClearDeadline();
-    if (result.IsOK()) {
-        xml = copy->xml;
-        mDescription = std::move(copy);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(result);
+    xml = copy->xml;
+    mDescription = std::move(copy);
+    return {};
 }
 
 NxResult OpenGvcpPort(const ConnectionId& id, std::shared_ptr<DevicePort>& port) {
     auto socket = std::make_unique<UdpSocket>();
-    if (NxResult result = socket->Open(id.interfaceName, 0); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(socket->Open(id.interfaceName, 0));
     std::string name = FormatAddress(id.address);
     if (!id.interfaceName.empty()) {
         name += " on " + id.interfaceName;
     }
     auto opened = std::make_shared<GvcpPort>(std::make_unique<GvcpChannel>(
         std::move(socket), Endpoint{.address = id.address, .port = GvcpPacket::kPort}, name));
-    NxResult result = opened->Start(kConnectPatience);
-    if (result.IsOK()) {
-        port = std::move(opened);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(opened->Start(kConnectTimeout));
+    port = std::move(opened);
+    return {};
 }

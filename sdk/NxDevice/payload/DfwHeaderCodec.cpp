@@ -104,6 +104,13 @@ std::string DfwHeaderCodec::Decode(std::span<const std::byte, NxDfwHeader::kSize
     return {};
 }
 
+bool DfwHeaderCodec::IsResetRecord(std::span<const std::byte> bytes) {
+    NxDfwHeader header;
+    return bytes.size() == NxDfwHeader::kSize &&
+           Decode(bytes.first<NxDfwHeader::kSize>(), header).empty() &&
+           header.kind == NxDfwHeader::Kind::kReset;
+}
+
 bool DfwHeaderCodec::IsPrintable(const std::string& text, std::size_t longest) {
     return !text.empty() && text.size() <= longest &&
            std::all_of(text.begin(), text.end(), Ascii::IsPrintable);

@@ -17,6 +17,9 @@ Bytes Encode(const NxDfwHeader& header);
 /// @return what is wrong with the bytes, `header` then untouched; empty when nothing is
 std::string Decode(std::span<const std::byte, NxDfwHeader::kSize> bytes, NxDfwHeader& header);
 
+/// Whether the bytes are a record that resets the device before it can acknowledge it.
+bool IsResetRecord(std::span<const std::byte> bytes);
+
 /// Whether it is 1 to `longest` characters of printable ASCII.
 bool IsPrintable(const std::string& text, std::size_t longest);
 /// CRC-32 (IEEE 802.3) of bytes that follow others of CRC-32 `previous`.

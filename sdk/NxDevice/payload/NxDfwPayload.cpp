@@ -8,6 +8,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <internal/NxBase/LocalFile.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "AtomicFile.h"
 #include "DfwHeaderCodec.h"
@@ -24,10 +25,7 @@ NxResult NotAPayload(const NxString& file, const std::string& problem) {
 NxResult ReadHeaderOf(const LocalFile& file, const NxString& path, NxDfwHeader& header) {
     DfwHeaderCodec::Bytes bytes{};
     std::size_t length = 0;
-    NxResult result = file.ReadAt(0, bytes, length);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(file.ReadAt(0, bytes, length));
     if (length < bytes.size()) {
         return NotAPayload(
             path, "it has only " + std::to_string(length) + " bytes, less than the 64-byte header");
@@ -56,13 +54,8 @@ template <typename Take>
 NxResult ForEachChunk(const LocalFile& file, std::uint64_t offset, const Take& take) {
     std::vector<std::byte> chunk(kChunkSize);
     for (std::size_t length = chunk.size(); length == chunk.size(); offset += length) {
-        NxResult result = file.ReadAt(offset, chunk, length);
-        if (result.IsOK()) {
-            result = take(std::span<const std::byte>(chunk).first(length));
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(file.ReadAt(offset, chunk, length));
+        NX_RETURN_IF_FAILED(take(std::span<const std::byte>(chunk).first(length)));
     }
     return NxResult();
 }
@@ -78,10 +71,7 @@ NxResult NxDfwPayload::GetDeviceIdRecord(const NxString& payloadFile, const NxSt
                         "The device ID must have 1 to 63 printable ASCII characters");
     }
     NxDfwHeader header;
-    NxResult result = ReadHeader(payloadFile, header);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(ReadHeader(payloadFile, header));
     header.kind = NxDfwHeader::Kind::kDeviceId;
     header.bodyLength = body.size();
     header.bodyCrc = DfwHeaderCodec::Crc32(std::as_bytes(std::span(body)));
@@ -91,10 +81,7 @@ NxResult NxDfwPayload::GetDeviceIdRecord(const NxString& payloadFile, const NxSt
 NxResult NxDfwPayload::GetResetRecord(const NxString& payloadFile, unsigned char* buffer,
                                       unsigned int bufferSize, unsigned int& length) {
     NxDfwHeader header;
-    NxResult result = ReadHeader(payloadFile, header);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(ReadHeader(payloadFile, header));
     header.kind = NxDfwHeader::Kind::kReset;
     header.bodyLength = 0;
     header.bodyCrc = DfwHeaderCodec::Crc32({});
@@ -103,20 +90,15 @@ NxResult NxDfwPayload::GetResetRecord(const NxString& payloadFile, unsigned char
 
 NxResult NxDfwPayload::ReadHeader(const NxString& payloadFile, NxDfwHeader& header) {
     LocalFile file;
-    NxResult result = file.Open(payloadFile);
-    return result.IsOK() ? ReadHeaderOf(file, payloadFile, header) : result;
+    NX_RETURN_IF_FAILED(file.Open(payloadFile));
+    return ReadHeaderOf(file, payloadFile, header);
 }
 
 NxResult NxDfwPayload::Verify(const NxString& payloadFile, NxDfwHeader& header) {
     LocalFile file;
     NxDfwHeader read;
-    NxResult result = file.Open(payloadFile);
-    if (result.IsOK()) {
-        result = ReadHeaderOf(file, payloadFile, read);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(file.Open(payloadFile));
+    NX_RETURN_IF_FAILED(ReadHeaderOf(file, payloadFile, read));
     const std::uint64_t bodySize = file.Size() - NxDfwHeader::kSize;
     if (bodySize != read.bodyLength) {
         return NotAPayload(payloadFile, "its body has " + std::to_string(bodySize) +
@@ -124,13 +106,11 @@ NxResult NxDfwPayload::Verify(const NxString& payloadFile, NxDfwHeader& header) 
                                             std::to_string(read.bodyLength));
     }
     std::uint32_t crc = 0;
-    result = ForEachChunk(file, NxDfwHeader::kSize, [&crc](std::span<const std::byte> chunk) {
-        crc = DfwHeaderCodec::Crc32(chunk, crc);
-        return NxResult();
-    });
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(
+        ForEachChunk(file, NxDfwHeader::kSize, [&crc](std::span<const std::byte> chunk) {
+            crc = DfwHeaderCodec::Crc32(chunk, crc);
+            return NxResult();
+        }));
     if (crc != read.bodyCrc) {
         return NotAPayload(payloadFile, "checksum error in its body");
     }
@@ -150,10 +130,7 @@ NxResult NxDfwPayload::Create(const NxString& bodyFile, const NxString& family,
                         "The device family must have 1 to 32 printable ASCII characters");
     }
     LocalFile body;
-    NxResult result = body.Open(bodyFile);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(body.Open(bodyFile));
     if (body.Size() == 0) {
         return NxResult(kNxInvalidArgument, std::string(bodyFile.GetAscii()) + " is empty");
     }
@@ -163,23 +140,15 @@ NxResult NxDfwPayload::Create(const NxString& bodyFile, const NxString& family,
                             " is the input file; choose another name for the payload");
     }
     AtomicFile payload;
-    result = payload.Open(payloadFile);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(payload.Open(payloadFile));
     // The checksum is known last, so the header's place is filled in at the end.
-    result = payload.WriteAt(0, DfwHeaderCodec::Bytes{});
-    if (!result.IsOK()) {
-        return result;
-    }
-    result = ForEachChunk(body, 0, [&](std::span<const std::byte> chunk) {
+    NX_RETURN_IF_FAILED(payload.WriteAt(0, DfwHeaderCodec::Bytes{}));
+    NX_RETURN_IF_FAILED(ForEachChunk(body, 0, [&](std::span<const std::byte> chunk) {
         NxResult written = payload.WriteAt(NxDfwHeader::kSize + header.bodyLength, chunk);
         header.bodyLength += chunk.size();
         header.bodyCrc = DfwHeaderCodec::Crc32(chunk, header.bodyCrc);
         return written;
-    });
-    if (result.IsOK()) {
-        result = payload.WriteAt(0, DfwHeaderCodec::Encode(header));
-    }
-    return result.IsOK() ? payload.Publish() : result;
+    }));
+    NX_RETURN_IF_FAILED(payload.WriteAt(0, DfwHeaderCodec::Encode(header)));
+    return payload.Publish();
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include <internal/NxSystem/ConnectionId.h>
 
@@ -13,17 +14,6 @@
 
 #include "history/DeviceHistory.h"
 #include "payload/DfwHeaderCodec.h"
-
-namespace {
-
-bool IsResetRecord(std::span<const std::byte> data) {
-    NxDfwHeader header;
-    return data.size() >= NxDfwHeader::kSize &&
-           DfwHeaderCodec::Decode(data.first<NxDfwHeader::kSize>(), header).empty() &&
-           header.kind == NxDfwHeader::Kind::kReset;
-}
-
-}  // namespace
 
 class NxTftpClient::Impl {
   public:
@@ -49,8 +39,8 @@ NxTftpClient::NxTftpClient() : mImpl(std::make_unique<Impl>()) {}
 NxTftpClient::~NxTftpClient() = default;
 
 NxResult NxTftpClient::Init(const NxString& connectionID, const NxString& remoteFileName) {
-    NxResult result = mImpl->client.Init(connectionID, remoteFileName);
-    return result.IsOK() ? ConnectionId::Parse(connectionID, mImpl->server) : result;
+    NX_RETURN_IF_FAILED(mImpl->client.Init(connectionID, remoteFileName));
+    return ConnectionId::Parse(connectionID, mImpl->server);
 }
 
 NxResult NxTftpClient::SendFile(const NxString& localPath) {
@@ -64,7 +54,7 @@ NxResult NxTftpClient::SendData(const unsigned char* data, unsigned int length) 
     const auto bytes = std::as_bytes(std::span(data, length));
     NxResult result = mImpl->client.SendData(bytes);
     // A device may restart before it acknowledges.
-    if (IsResetRecord(bytes) && (result.IsOK() || result.GetCode() == kNxTimeout)) {
+    if (DfwHeaderCodec::IsResetRecord(bytes) && (result.IsOK() || result.GetCode() == kNxTimeout)) {
         DeviceHistory::OfThisProcess().NoteReset(mImpl->server);
     }
     return mImpl->Explain(std::move(result));

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 #include <internal/NxSystem/NetworkInterface.h>
 #include <internal/NxSystem/UdpSocket.h>
 
@@ -62,14 +63,6 @@ unsigned int WindowSizeFor(unsigned int blockSize) {
     return std::clamp(bytes / blockSize, 1U, kMostBlocksInWindow);
 }
 
-// Such a record resets the device before it can acknowledge it.
-bool IsResetRecord(std::span<const std::byte> data) {
-    NxDfwHeader header;
-    return data.size() == NxDfwHeader::kSize &&
-           DfwHeaderCodec::Decode(data.first<NxDfwHeader::kSize>(), header).empty() &&
-           header.kind == NxDfwHeader::Kind::kReset;
-}
-
 class MemorySource : public TftpSource {
   public:
     explicit MemorySource(std::span<const std::byte> data) : mData(data) {}
@@ -91,10 +84,7 @@ TftpClient::TftpClient(const TftpClientSettings& settings) : mSettings(settings)
 
 NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFileName) {
     ConnectionId server;
-    NxResult result = ConnectionId::Parse(connectionID, server);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(ConnectionId::Parse(connectionID, server));
     if (server.kind != ConnectionId::Kind::kNetwork) {
         return NxResult(kNxNotSupported, std::string("TFTP needs a network device; ") +
                                              connectionID.GetAscii() + " is not one");
@@ -104,10 +94,7 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
         return NxResult(kNxInvalidArgument, "The remote file name must have 1 to 255 bytes, not " +
                                                 std::to_string(name.size()));
     }
-    result = DeviceLock::Acquire(server, mLock);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(DeviceLock::Acquire(server, mLock));
     mServerIsSilent = mServerIsSilent && server.address == mServer.address;
     mServer = server;
     mRemoteFileName = name;
@@ -116,16 +103,15 @@ NxResult TftpClient::Init(const NxString& connectionID, const NxString& remoteFi
 
 NxResult TftpClient::SendFile(const NxString& localPath) {
     TftpFileSource source;
-    NxResult result = source.Open(localPath);
-    if (result.IsOK()) {
-        result = Send(source, LastSilence::kIsFailure);
-    }
-    return result.IsOK() ? source.CheckUnchanged() : result;
+    NX_RETURN_IF_FAILED(source.Open(localPath));
+    NX_RETURN_IF_FAILED(Send(source, LastSilence::kIsFailure));
+    return source.CheckUnchanged();
 }
 
 NxResult TftpClient::SendData(std::span<const std::byte> data) {
     MemorySource source(data);
-    return Send(source, IsResetRecord(data) ? LastSilence::kIsArrival : LastSilence::kIsFailure);
+    return Send(source, DfwHeaderCodec::IsResetRecord(data) ? LastSilence::kIsArrival
+                                                            : LastSilence::kIsFailure);
 }
 
 NxResult TftpClient::Send(TftpSource& source, LastSilence lastSilence) {
@@ -150,16 +136,13 @@ NxResult TftpClient::Run(std::uint64_t size, const Transfer& transfer) {
         return NxResult(kNxInvalidArgument, "No TFTP server given");
     }
     UdpSocket socket;
-    NxResult result = socket.Open(mServer.interfaceName, 0);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(socket.Open(mServer.interfaceName, 0));
     mMonitor.Start(size);
     TftpSession session(socket, {mServer.address, mSettings.port}, ServerName(), mMonitor);
     if (mServerIsSilent) {
         session.SetAnswerLimit(TftpTimer::kAnswerLimitOfSilentServer);
     }
-    result = transfer(session);
+    NxResult result = transfer(session);
     mServerIsSilent = session.EndedInSilence();
     mMonitor.End();
     return result;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <internal/NxBase/ReturnIfFailed.h>
+
 namespace {
 
 constexpr std::size_t kPartSize{256U << 10U};
@@ -19,14 +21,9 @@ NxResult TftpFileSource::Read(std::uint64_t offset, std::span<std::byte> buffer)
             const auto length =
                 static_cast<std::size_t>(std::min<std::uint64_t>(kPartSize, Size() - offset));
             mPartLength = 0;
-            NxResult result = mFile.ReadWhole(offset, std::span(mPart).first(length));
+            NX_RETURN_IF_FAILED(mFile.ReadWhole(offset, std::span(mPart).first(length)));
             // Before any of it is sent: a mixture never gets its last block.
-            if (result.IsOK()) {
-                result = mFile.CheckUnchanged();
-            }
-            if (!result.IsOK()) {
-                return result;
-            }
+            NX_RETURN_IF_FAILED(mFile.CheckUnchanged());
             mPartOffset = offset;
             mPartLength = length;
         }

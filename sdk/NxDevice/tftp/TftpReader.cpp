@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
@@ -23,26 +24,19 @@ NxResult TftpReader::Run(const std::string& fileName, TftpOptions wanted) {
         wanted.windowSize = 1;
     }
     TftpPacket answer;
-    NxResult result =
-        mSession.Open(TftpOpcode::kReadRequest, fileName, wanted, mTimer, mOptions, answer);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(
+        mSession.Open(TftpOpcode::kReadRequest, fileName, wanted, mTimer, mOptions, answer));
     mMovedAt = mSession.Now();
     if (answer.opcode == TftpOpcode::kOptionAck) {
         mSession.Monitor().SetTotal(
             std::min<std::uint64_t>(mOptions.transferSize.value_or(0), mBuffer.size()));
-        result = SendAck();
+        NX_RETURN_IF_FAILED(SendAck());
     } else {
-        result = OnData(answer);
+        NX_RETURN_IF_FAILED(OnData(answer));
     }
-    if (result.IsOK() && !mComplete) {
-        result = ReceiveBlocks();
-    }
-    if (result.IsOK()) {
-        mSession.Monitor().SetTotal(mReceived);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(ReceiveBlocks());
+    mSession.Monitor().SetTotal(mReceived);
+    return {};
 }
 
 NxResult TftpReader::ReceiveBlocks() {
@@ -51,22 +45,14 @@ NxResult TftpReader::ReceiveBlocks() {
             std::min(mAckedAt + mTimer.Timeout(), mMovedAt + TftpTimer::kSilenceLimit);
         TftpPacket packet;
         bool timedOut = false;
-        NxResult result = mSession.Receive(deadline, packet, timedOut);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mSession.Receive(deadline, packet, timedOut));
         if (!timedOut) {
-            result = OnPacket(packet);
+            NX_RETURN_IF_FAILED(OnPacket(packet));
         }
-        if (result.IsOK() && !mComplete && mSession.Now() >= deadline) {
-            result = OnTimeout();
+        if (!mComplete && mSession.Now() >= deadline) {
+            NX_RETURN_IF_FAILED(OnTimeout());
         }
-        if (result.IsOK()) {
-            result = mSession.CheckPace(mReceived);
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mSession.CheckPace(mReceived));
     }
     return NxResult();
 }

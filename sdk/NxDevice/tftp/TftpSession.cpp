@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
@@ -69,9 +70,7 @@ NxResult TftpSession::Open(TftpOpcode request, const std::string& fileName,
         result =
             Request(TftpEncoder::Request(request, fileName, {}), request, false, timer, answer);
     }
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(result);
     if (answer.opcode == TftpOpcode::kError) {
         return ServerError(answer);
     }
@@ -90,17 +89,14 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
     const TimePoint start = Now();
     const TimePoint giveUp = start + mAnswerLimit;
     // No back-off: a lost request is the likeliest cause of silence.
-    const TftpTimer::Duration patience = std::min(TftpTimer::kFirstTimeout, mAnswerLimit / 4);
+    const TftpTimer::Duration timeout = std::min(TftpTimer::kFirstTimeout, mAnswerLimit / 4);
     timer.EndBackOff();
     for (;;) {
         const TimePoint sentAt = Now();
         mSendFailure = mSocket.Send(mServer, request);
         bool timedOut = false;
-        NxResult result =
-            AwaitAnswer(opcode, withOptions, std::min(sentAt + patience, giveUp), answer, timedOut);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(
+            AwaitAnswer(opcode, withOptions, std::min(sentAt + timeout, giveUp), answer, timedOut));
         if (!timedOut) {
             if (timer.Retry() == 0) {
                 timer.AddSample(Now() - sentAt);
@@ -121,8 +117,8 @@ NxResult TftpSession::Request(std::span<const std::byte> request, TftpOpcode opc
     }
 }
 
-NxResult TftpSession::AwaitAnswer(TftpOpcode request, bool withOptions, TimePoint deadline,
-                                  TftpPacket& answer, bool& timedOut) {
+template <typename Take>
+NxResult TftpSession::ReceiveUntil(TimePoint deadline, bool& timedOut, const Take& take) {
     for (;;) {
         std::size_t length = 0;
         Endpoint from;
@@ -130,21 +126,28 @@ NxResult TftpSession::AwaitAnswer(TftpOpcode request, bool withOptions, TimePoin
         if (!result.IsOK()) {
             return Failure(result.GetCode(), result.GetDescription().GetAscii());
         }
-        if (timedOut) {
-            return NxResult();
+        if (timedOut || take(from, std::span<const std::byte>(mBuffer).first(length))) {
+            return {};
         }
-        // The server's first answer fixes its port for the rest of the transfer.
-        if (from.address == mServer.address &&
-            TftpPacket::Parse(std::span(mBuffer).first(length), answer) &&
-            IsFirstAnswer(request, withOptions, answer)) {
-            mPeer = from;
-            return NxResult();
-        }
+        // Datagrams that are not taken may come without end.
         if (Now() >= deadline) {
             timedOut = true;
-            return NxResult();
+            return {};
         }
     }
+}
+
+NxResult TftpSession::AwaitAnswer(TftpOpcode request, bool withOptions, TimePoint deadline,
+                                  TftpPacket& answer, bool& timedOut) {
+    return ReceiveUntil(deadline, timedOut, [&](const Endpoint& from, auto datagram) {
+        if (from.address != mServer.address || !TftpPacket::Parse(datagram, answer) ||
+            !IsFirstAnswer(request, withOptions, answer)) {
+            return false;
+        }
+        // It fixes the server's port for the rest of the transfer.
+        mPeer = from;
+        return true;
+    });
 }
 
 void TftpSession::Send(std::span<const std::byte> datagram) {
@@ -152,27 +155,14 @@ void TftpSession::Send(std::span<const std::byte> datagram) {
 }
 
 NxResult TftpSession::Receive(TimePoint deadline, TftpPacket& packet, bool& timedOut) {
-    for (;;) {
-        std::size_t length = 0;
-        Endpoint from;
-        NxResult result = mSocket.Receive(mBuffer, deadline, length, from, timedOut);
-        if (!result.IsOK()) {
-            return Failure(result.GetCode(), result.GetDescription().GetAscii());
-        }
-        if (timedOut) {
-            return NxResult();
-        }
-        const auto datagram = std::span<const std::byte>(mBuffer).first(length);
+    NX_RETURN_IF_FAILED(ReceiveUntil(deadline, timedOut, [&](const Endpoint& from, auto datagram) {
         if (from != *mPeer) {
             RejectForeign(from, datagram);
-        } else if (TftpPacket::Parse(datagram, packet)) {
-            return packet.opcode == TftpOpcode::kError ? ServerError(packet) : NxResult();
+            return false;
         }
-        if (Now() >= deadline) {
-            timedOut = true;
-            return NxResult();
-        }
-    }
+        return TftpPacket::Parse(datagram, packet);
+    }));
+    return !timedOut && packet.opcode == TftpOpcode::kError ? ServerError(packet) : NxResult();
 }
 
 void TftpSession::RejectForeign(const Endpoint& from, std::span<const std::byte> datagram) {

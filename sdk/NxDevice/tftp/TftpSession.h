@@ -64,6 +64,10 @@ class TftpSession {
     [[nodiscard]] TftpMonitor& Monitor() { return mMonitor; }
 
   private:
+    /// Receives until `take`, given the sender and the datagram, says that one is what is waited
+    /// for.
+    template <typename Take>
+    NxResult ReceiveUntil(TimePoint deadline, bool& timedOut, const Take& take);
     NxResult AwaitAnswer(TftpOpcode request, bool withOptions, TimePoint deadline,
                          TftpPacket& answer, bool& timedOut);
     NxResult Request(std::span<const std::byte> request, TftpOpcode opcode, bool withOptions,

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
@@ -38,16 +39,13 @@ TftpWriter::TftpWriter(TftpSession& session, TftpSource& source, LastSilence las
 NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
     wanted.transferSize = mSource.Size();
     wanted.windowSize = LongestWindow(wanted);
-    NxResult result = Open(fileName, wanted);
-    if (result.IsOK() && mOptions.windowSize > LongestWindow(mOptions)) {
+    NX_RETURN_IF_FAILED(Open(fileName, wanted));
+    if (mOptions.windowSize > LongestWindow(mOptions)) {
         // Smaller blocks were granted, and so there are too many of them for windows.
         (void)mSession.Abort(TftpErrorCode::kOptionsRefused, kNxProtocol,
                              "A file with that many blocks cannot be sent with windows");
         wanted.windowSize = 1;
-        result = Open(fileName, wanted);
-    }
-    if (!result.IsOK()) {
-        return result;
+        NX_RETURN_IF_FAILED(Open(fileName, wanted));
     }
     mBlockCount = mSource.Size() / mOptions.blockSize + 1;
     mPacing = TftpPacing(mOptions.windowSize);
@@ -55,13 +53,8 @@ NxResult TftpWriter::Run(const std::string& fileName, TftpOptions wanted) {
     mStored.assign(mOptions.windowSize, 0);
     mMovedAt = mSession.Now();
     while (mAcknowledged < mBlockCount && !mEnded) {
-        result = SendBurst();
-        if (result.IsOK()) {
-            result = AwaitAcknowledgement();
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(SendBurst());
+        NX_RETURN_IF_FAILED(AwaitAcknowledgement());
     }
     return NxResult();
 }
@@ -88,10 +81,7 @@ NxResult TftpWriter::SendBurst() {
     mProbing = false;
     const std::uint64_t end = std::min(WindowEnd(), mNext + burst - 1);
     for (; mNext <= end; ++mNext) {
-        NxResult result = SendBlock(mNext);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(SendBlock(mNext));
     }
     mHighest = std::max(mHighest, end);
     mSentAt = mSession.Now();

@@ -10,21 +10,22 @@
 #include <NxBase/NxResultCodes.h>
 
 #include <internal/NxBase/ByteOrder.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
 using std::chrono::milliseconds;
 
 // What a command is waited for, whatever shorter time the device announces.
-constexpr milliseconds kLeastPatience{5000};
+constexpr milliseconds kLeastTimeout{5000};
 // What a command is waited for at most, whatever longer time the device announces, for all of its
 // commands or with PENDING_ACK for one.
-constexpr milliseconds kMostPatience{60000};
+constexpr milliseconds kMostTimeout{60000};
 // For the way there and back.
 constexpr milliseconds kMargin{500};
 constexpr milliseconds kBusyPause{10};
 // What waits in the device comes at once.
-constexpr milliseconds kDrainPatience{20};
+constexpr milliseconds kDrainTimeout{20};
 constexpr int kMostDrained = 16;
 
 // Largest packet of a bulk endpoint (USB 3.0, section 8.12.1.4).
@@ -85,20 +86,18 @@ U3vChannel::U3vChannel(std::unique_ptr<UsbPipe> pipe, std::string device)
       // The answer to a command of a program that was killed may still wait in the device; it
       // must not look like one to ours.
       mLastId(static_cast<std::uint16_t>(Clock::now().time_since_epoch().count() >> 10)),
-      mLeastPatience(kLeastPatience) {
+      mLeastTimeout(kLeastTimeout) {
     SetLimits(kSmallestLimit, kSmallestLimit);
 }
 
 NxResult U3vChannel::Start() {
-    if (!mFailure.IsOK()) {
-        return mFailure;
-    }
+    NX_RETURN_IF_FAILED(mFailure);
     mHasAnswered = false;
     mPipe->ClearStall();
     mReceived.resize(kLongestAck);
     for (int i = 0; i < kMostDrained && mFailure.IsOK() && Clock::now() < mDeadline; ++i) {
         std::size_t length = 0;
-        const int error = mPipe->Receive(mReceived, kDrainPatience, length);
+        const int error = mPipe->Receive(mReceived, kDrainTimeout, length);
         if (error == LIBUSB_ERROR_NO_DEVICE) {
             return FailTransfer(error, "replying to a command");
         }
@@ -113,16 +112,16 @@ void U3vChannel::SetResponseTime(milliseconds announced) {
     mResponseTime = announced;
 }
 
-void U3vChannel::SetLeastPatience(milliseconds patience) {
-    mLeastPatience = patience;
+void U3vChannel::SetLeastTimeout(milliseconds timeout) {
+    mLeastTimeout = timeout;
 }
 
-void U3vChannel::ResetLeastPatience() {
-    mLeastPatience = kLeastPatience;
+void U3vChannel::ResetLeastTimeout() {
+    mLeastTimeout = kLeastTimeout;
 }
 
-milliseconds U3vChannel::GetPatience() const {
-    return std::clamp(mResponseTime + kMargin, mLeastPatience, kMostPatience);
+milliseconds U3vChannel::GetTimeout() const {
+    return std::clamp(mResponseTime + kMargin, mLeastTimeout, kMostTimeout);
 }
 
 void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
@@ -136,10 +135,7 @@ void U3vChannel::SetLimits(std::size_t longestCommand, std::size_t longestAck) {
 NxResult U3vChannel::Read(std::uint64_t address, std::span<std::byte> buffer) {
     while (!buffer.empty()) {
         const std::size_t length = std::min(buffer.size(), mReadBlock);
-        const NxResult result = ReadBlock(address, buffer.first(length));
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(ReadBlock(address, buffer.first(length)));
         address += length;
         buffer = buffer.subspan(length);
     }
@@ -149,10 +145,7 @@ NxResult U3vChannel::Read(std::uint64_t address, std::span<std::byte> buffer) {
 NxResult U3vChannel::Write(std::uint64_t address, std::span<const std::byte> data) {
     while (!data.empty()) {
         const std::size_t length = std::min(data.size(), mWriteBlock);
-        const NxResult result = WriteBlock(address, data.first(length));
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(WriteBlock(address, data.first(length)));
         address += length;
         data = data.subspan(length);
     }
@@ -175,11 +168,8 @@ NxResult U3vChannel::ReadExactly(std::uint64_t address, std::size_t length,
     std::vector<std::byte> command =
         U3vPackets::ReadMemory(0, address, static_cast<std::uint16_t>(length));
     U3vPackets::Ack ack;
-    const NxResult result =
-        Exchange(command, U3vPackets::kReadMemoryAck, U3vPackets::kHeaderLength + length, ack);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(
+        Exchange(command, U3vPackets::kReadMemoryAck, U3vPackets::kHeaderLength + length, ack));
     if (ack.status != U3vPackets::kStatusSuccess) {
         return NxResult(kNxDeviceError, mDevice + " refused to read " + std::to_string(length) +
                                             " bytes at " + Hexadecimal(address) + " (" +
@@ -196,11 +186,8 @@ NxResult U3vChannel::ReadExactly(std::uint64_t address, std::size_t length,
 NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte> data) {
     std::vector<std::byte> command = U3vPackets::WriteMemory(0, address, data);
     U3vPackets::Ack ack;
-    const NxResult result =
-        Exchange(command, U3vPackets::kWriteMemoryAck, U3vPackets::kWriteAckLength, ack);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(
+        Exchange(command, U3vPackets::kWriteMemoryAck, U3vPackets::kWriteAckLength, ack));
     if (ack.status != U3vPackets::kStatusSuccess) {
         return NxResult(kNxDeviceError, mDevice + " refused to write " +
                                             std::to_string(data.size()) + " bytes at " +
@@ -220,12 +207,12 @@ NxResult U3vChannel::WriteBlock(std::uint64_t address, std::span<const std::byte
 NxResult U3vChannel::Exchange(std::span<std::byte> command, std::uint16_t ackCommand,
                               std::size_t ackLength, U3vPackets::Ack& ack) {
     mReceived.resize(mHasAnswered ? BufferLength(ackLength) : kLongestAck);
-    const Clock::time_point busyUntil = After(GetPatience());
+    const Clock::time_point busyUntil = After(GetTimeout());
     bool mayTryAgain = true;
     while (mFailure.IsOK()) {
         const std::uint16_t id = TakeId();
         ByteOrder::StoreLittle16(&command[10], id);
-        const Clock::time_point deadline = After(GetPatience());
+        const Clock::time_point deadline = After(GetTimeout());
         std::size_t length = 0;
         UsbPipe::Sending sending;
         const int error = mPipe->Exchange(command, mReceived, TimeUntil(deadline), length, sending);
@@ -269,12 +256,9 @@ std::uint16_t U3vChannel::TakeId() {
 NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
                               Clock::time_point deadline, std::size_t length, U3vPackets::Ack& ack,
                               bool& isSilent) {
-    const Clock::time_point pendingUntil = After(kMostPatience);
+    const Clock::time_point pendingUntil = After(kMostTimeout);
     for (;;) {
-        const NxResult result = ParseAck(length, ack);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(ParseAck(length, ack));
         const bool isOurs = length != 0 && ack.id == id;
         mHasAnswered = mHasAnswered || isOurs;
         if (isOurs && ack.command == ackCommand) {
@@ -282,7 +266,7 @@ NxResult U3vChannel::AwaitAck(std::uint16_t id, std::uint16_t ackCommand,
         }
         if (isOurs && ack.command == U3vPackets::kPendingAck && ack.payload.size() >= 4) {
             const milliseconds announced{ByteOrder::LoadLittle16(&ack.payload[2])};
-            deadline = std::min(After(announced + GetPatience()), pendingUntil);
+            deadline = std::min(After(announced + GetTimeout()), pendingUntil);
         } else if (isOurs) {
             return Fail(kNxProtocol, "replied to a command with ack " + Hexadecimal(ack.command));
         }
@@ -308,8 +292,8 @@ NxResult U3vChannel::ParseAck(std::size_t& length, U3vPackets::Ack& ack) {
     return NxResult();
 }
 
-U3vChannel::Clock::time_point U3vChannel::After(milliseconds patience) const {
-    return std::min(Clock::now() + patience, mDeadline);
+U3vChannel::Clock::time_point U3vChannel::After(milliseconds timeout) const {
+    return std::min(Clock::now() + timeout, mDeadline);
 }
 
 NxResult U3vChannel::Fail(unsigned int code, const std::string& reason) {

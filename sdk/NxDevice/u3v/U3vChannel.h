@@ -32,8 +32,8 @@ class U3vChannel {
     void ClearDeadline() { mDeadline = Clock::time_point::max(); }
     /// How long a command is waited for at least, whatever shorter time the device announces; 5
     /// seconds until it is set.
-    void SetLeastPatience(std::chrono::milliseconds patience);
-    void ResetLeastPatience();
+    void SetLeastTimeout(std::chrono::milliseconds timeout);
+    void ResetLeastTimeout();
     /// Makes the endpoints work again after a stall and takes what still waits in the device: a
     /// program that was killed may have left an ack of 64 KiB there. For the beginning of a
     /// connection. The deadline does not hold for making the endpoints work.
@@ -52,7 +52,7 @@ class U3vChannel {
     NxResult Write(std::uint64_t address, std::span<const std::byte> data);
 
     /// How long a command is waited for.
-    [[nodiscard]] std::chrono::milliseconds GetPatience() const;
+    [[nodiscard]] std::chrono::milliseconds GetTimeout() const;
     /// Number of bytes that one command reads at most.
     [[nodiscard]] std::size_t GetReadBlock() const { return mReadBlock; }
     /// Safe to call from any thread, also during a command.
@@ -75,7 +75,7 @@ class U3vChannel {
     std::uint16_t TakeId();
     /// @param length 0 afterwards when the bytes are to be dropped
     NxResult ParseAck(std::size_t& length, U3vPackets::Ack& ack);
-    [[nodiscard]] Clock::time_point After(std::chrono::milliseconds patience) const;
+    [[nodiscard]] Clock::time_point After(std::chrono::milliseconds timeout) const;
     NxResult Fail(unsigned int code, const std::string& reason);
     NxResult FailTransfer(int error, const std::string& stage);
 
@@ -84,7 +84,7 @@ class U3vChannel {
     std::size_t mReadBlock = 0;
     std::size_t mWriteBlock = 0;
     std::uint16_t mLastId;
-    std::chrono::milliseconds mLeastPatience;
+    std::chrono::milliseconds mLeastTimeout;
     std::chrono::milliseconds mResponseTime{0};  ///< as announced
     Clock::time_point mDeadline = Clock::time_point::max();
     std::vector<std::byte> mReceived;

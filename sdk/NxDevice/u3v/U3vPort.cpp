@@ -10,6 +10,7 @@
 #include <NxBase/NxResultCodes.h>
 
 #include <internal/NxBase/ByteOrder.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 #include <internal/NxSystem/U3vDescriptor.h>
 #include <internal/NxSystem/U3vIdentity.h>
 #include <internal/NxSystem/U3vTextTime.h>
@@ -23,8 +24,8 @@ using std::chrono::milliseconds;
 
 // Of silence. With the 1.3 seconds for the devices' GUIDs, a device that falls silent while it is
 // connected to is given up within five seconds.
-constexpr milliseconds kStartPatience{1500};
-constexpr milliseconds kDescriptionPatience{2500};
+constexpr milliseconds kStartTimeout{1500};
+constexpr milliseconds kDescriptionTimeout{2500};
 // For the GUIDs of the devices that were late.
 constexpr milliseconds kSecondAsking{500};
 // Each command is waited for as long as the device announces, but all of them together no longer
@@ -125,24 +126,17 @@ NxResult FindCamera(const UsbContext& usb, const std::string& guid, Camera& foun
                            : DescribeU3vOpenFailure(cameras.back().identity, LIBUSB_ERROR_TIMEOUT);
 }
 
-// "Model (GUID 123456789ABC) at USB port 2-1".
-std::string Describe(const U3vIdentity& identity) {
-    return (identity.model.empty() ? "" : identity.model + " ") +
-           (identity.guid.empty() ? "" : "(GUID " + identity.guid + ") ") + "at USB port " +
-           identity.place;
-}
-
 }  // namespace
 
 U3vPort::U3vPort(std::unique_ptr<UsbContext> usb, std::unique_ptr<UsbPipe> pipe, std::string device)
     : mUsb(std::move(usb)), mChannel(std::move(pipe), std::move(device)) {}
 
-NxResult U3vPort::Start(milliseconds patience) {
+NxResult U3vPort::Start(milliseconds timeout) {
     const std::lock_guard lock(mMutex);
     mChannel.SetDeadline(U3vChannel::Clock::now() + kMostForStart);
-    mChannel.SetLeastPatience(patience);
+    mChannel.SetLeastTimeout(timeout);
     const NxResult result = ReadLimits();
-    mChannel.ResetLeastPatience();
+    mChannel.ResetLeastTimeout();
     mChannel.ClearDeadline();
     return result;
 }
@@ -152,29 +146,18 @@ NxResult U3vPort::ReadLimits() {
     std::uint32_t longestCommand = 0;
     std::uint32_t longestAck = 0;
     std::uint32_t responseTime = 0;  // milliseconds
-    NxResult result = mChannel.Start();
-    if (result.IsOK()) {
-        // First, since all that follows may take as long. A device that does not report it gets the
-        // shortest timeout of all.
-        result = ReadNumber(kResponseTimeRegister, responseTime);
-        if (!mChannel.IsAlive()) {
-            return result;
-        }
-        mChannel.SetResponseTime(milliseconds(responseTime));
-        result = ReadNumber(kManifestAddressRegister, mManifestAddress);
-    }
-    if (result.IsOK()) {
-        result = ReadNumber(kSbrmAddressRegister, sbrm);
-    }
-    if (result.IsOK()) {
-        result = ReadNumber(sbrm + kMaxCommandRegister, longestCommand);
-    }
-    if (result.IsOK()) {
-        result = ReadNumber(sbrm + kMaxAckRegister, longestAck);
-    }
-    if (!result.IsOK()) {
+    NX_RETURN_IF_FAILED(mChannel.Start());
+    // First, since all that follows may take as long. A device that does not report it gets the
+    // shortest timeout of all.
+    NxResult result = ReadNumber(kResponseTimeRegister, responseTime);
+    if (!mChannel.IsAlive()) {
         return result;
     }
+    mChannel.SetResponseTime(milliseconds(responseTime));
+    NX_RETURN_IF_FAILED(ReadNumber(kManifestAddressRegister, mManifestAddress));
+    NX_RETURN_IF_FAILED(ReadNumber(kSbrmAddressRegister, sbrm));
+    NX_RETURN_IF_FAILED(ReadNumber(sbrm + kMaxCommandRegister, longestCommand));
+    NX_RETURN_IF_FAILED(ReadNumber(sbrm + kMaxAckRegister, longestAck));
     if (longestCommand < kSmallestTransfer || longestAck < kSmallestTransfer) {
         return NxResult(kNxProtocol, mChannel.GetDeviceName() + " supports only commands of " +
                                          std::to_string(longestCommand) + " bytes and acks of " +
@@ -236,11 +219,8 @@ NxResult U3vPort::WriteRegisters(std::span<const Register> registers) {
         for (std::size_t i = 0; i < halves; ++i) {
             std::copy_n(registers[i].bytes.begin(), kRegisterLength, &bytes[i * kRegisterLength]);
         }
-        const NxResult result = mChannel.Write(registers.front().address,
-                                               std::span(bytes).first(halves * kRegisterLength));
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mChannel.Write(registers.front().address,
+                                           std::span(bytes).first(halves * kRegisterLength)));
         registers = registers.subspan(halves);
     }
     return NxResult();
@@ -248,7 +228,7 @@ NxResult U3vPort::WriteRegisters(std::span<const Register> registers) {
 
 NxResult U3vPort::ReadDescription(std::string& xml) {
     const std::lock_guard lock(mMutex);
-    mChannel.SetLeastPatience(kDescriptionPatience);
+    mChannel.SetLeastTimeout(kDescriptionTimeout);
     mChannel.SetDeadline(U3vChannel::Clock::now() + kMostForStart);
     std::uint64_t address = 0;
     std::size_t length = 0;
@@ -257,7 +237,7 @@ NxResult U3vPort::ReadDescription(std::string& xml) {
     if (result.IsOK()) {
         result = ReadStored(address, stored);
     }
-    mChannel.ResetLeastPatience();
+    mChannel.ResetLeastTimeout();
     mChannel.ClearDeadline();
     if (std::string why; result.IsOK() && !UnpackDescription(stored, xml, why)) {
         result =
@@ -274,7 +254,7 @@ NxResult U3vPort::ReadStored(std::uint64_t address, std::span<std::byte> stored)
     for (std::size_t offset = 0; offset < stored.size(); offset += block) {
         const auto passed = U3vChannel::Clock::now() - begin;
         const milliseconds atSlowestPace(offset * 1000 / kSlowestBytesPerSecond);
-        if (passed > mChannel.GetPatience() + atSlowestPace) {
+        if (passed > mChannel.GetTimeout() + atSlowestPace) {
             const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(passed).count();
             return NxResult(kNxTimeout, mChannel.GetDeviceName() + " sent only " +
                                             std::to_string(offset) + " of " +
@@ -282,11 +262,8 @@ NxResult U3vPort::ReadStored(std::uint64_t address, std::span<std::byte> stored)
                                             " bytes of its GenICam description in " +
                                             std::to_string(seconds) + " seconds");
         }
-        const NxResult result = mChannel.Read(
-            address + offset, stored.subspan(offset, std::min(block, stored.size() - offset)));
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mChannel.Read(
+            address + offset, stored.subspan(offset, std::min(block, stored.size() - offset))));
     }
     return NxResult();
 }
@@ -317,17 +294,11 @@ NxResult U3vPort::ReadNumber(std::uint64_t address, std::uint64_t& number) {
 
 NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
     std::uint64_t count = 0;
-    NxResult result = ReadNumber(mManifestAddress, count);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(ReadNumber(mManifestAddress, count));
     for (std::uint64_t i = 0; i < std::min(count, kMostManifestEntries); ++i) {
         // Version, schema, address, size; a checksum that may be left out follows.
         std::array<std::byte, 24> entry{};
-        result = mChannel.Read(mManifestAddress + 8 + i * kManifestEntryLength, entry);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mChannel.Read(mManifestAddress + 8 + i * kManifestEntryLength, entry));
         const bool isDeviceXml = (ByteOrder::LoadLittle32(&entry[4]) & 7U) == 0;
         const std::uint64_t size = ByteOrder::LoadLittle64(&entry[16]);
         if (isDeviceXml && size > 0 && size <= kLongestDescription) {
@@ -345,20 +316,15 @@ NxResult U3vPort::FindDescription(std::uint64_t& address, std::size_t& length) {
 NxResult OpenU3vPort(const std::string& guid, std::shared_ptr<DevicePort>& port) {
     auto usb = std::make_unique<UsbContext>();
     Camera camera;
-    NxResult result = FindCamera(*usb, guid, camera);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(FindCamera(*usb, guid, camera));
     auto pipe = std::make_unique<UsbBulkPipe>();
     const int error = pipe->Open(usb->Get(), camera.device, camera.descriptor);
     if (error != LIBUSB_SUCCESS) {
         return DescribeU3vOpenFailure(camera.identity, error);
     }
-    auto opened = std::make_shared<U3vPort>(std::move(usb), std::move(pipe),
-                                            "USB3 Vision device " + Describe(camera.identity));
-    result = opened->Start(kStartPatience);
-    if (result.IsOK()) {
-        port = std::move(opened);
-    }
-    return result;
+    auto opened =
+        std::make_shared<U3vPort>(std::move(usb), std::move(pipe), camera.identity.Describe());
+    NX_RETURN_IF_FAILED(opened->Start(kStartTimeout));
+    port = std::move(opened);
+    return {};
 }

@@ -25,8 +25,8 @@ class U3vPort : public DevicePort {
     U3vPort(std::unique_ptr<UsbContext> usb, std::unique_ptr<UsbPipe> pipe, std::string device);
 
     /// Asks the device for its response time, its limits and where its description is.
-    /// @param patience for each command, unless the device announces that it may take longer
-    NxResult Start(std::chrono::milliseconds patience);
+    /// @param timeout for each command, unless the device announces that it may take longer
+    NxResult Start(std::chrono::milliseconds timeout);
 
     NxResult ReadMemory(std::uint64_t address, std::span<std::byte> buffer) override;
     NxResult WriteMemory(std::uint64_t address, std::span<const std::byte> data) override;

@@ -11,7 +11,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::microseconds;
 
 // Cancelling takes the kernel well under a millisecond.
-constexpr std::chrono::seconds kPatience{1};
+constexpr std::chrono::seconds kReplyTimeout{1};
 constexpr microseconds kStep{10000};
 
 }  // namespace
@@ -76,7 +76,7 @@ void UsbTransfer::Cancel() {
         return;
     }
     (void)libusb_cancel_transfer(mTransfer);
-    const auto deadline = Clock::now() + kPatience;
+    const auto deadline = Clock::now() + kReplyTimeout;
     while (mUnderWay && Clock::now() < deadline) {
         HandleEvents(mContext, kStep);
     }

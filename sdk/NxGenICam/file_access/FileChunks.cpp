@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "FileFeatures.h"
 
@@ -33,24 +34,13 @@ NxResult FileChunks::Prepare() {
          {std::tuple{FileFeatures::kOffset, &mOffset, &mSetsOffset},
           std::tuple{FileFeatures::kLength, &mLength, &mSetsLength}}) {
         NodeRights rights;
-        NxResult result = mNodes.Find(feature, *node);
-        if (result.IsOK() && *node == NodeTable::kNone) {
-            result = NxResult(kNxNoSuchNode,
-                              mNodes.Port().DeviceName() + " has no GenICam feature " + feature);
-        }
-        if (result.IsOK()) {
-            result = mNodes.FindRights(*node, NodeRights::Scope::kNow, rights);
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mNodes.Require(feature, *node));
+        NX_RETURN_IF_FAILED(mNodes.FindRights(*node, NodeRights::Scope::kNow, rights));
         *sets = rights.MayWrite();
         if (node == &mOffset) {
             mChecksPosition = !rights.MayWrite() && rights.MayRead();
             if (!rights.MayWrite() && !mChecksPosition) {
-                return NxResult(kNxNodeAccess, "The GenICam feature " + std::string(feature) +
-                                                   " of " + mNodes.Port().DeviceName() +
-                                                   " is currently neither writable nor readable");
+                return mNodes.Refuse(feature, "is currently neither writable nor readable");
             }
         }
     }
@@ -65,9 +55,7 @@ NxResult FileChunks::Prepare() {
 
 NxResult FileChunks::FindLimits() {
     NodeValues::Place buffer;
-    if (NxResult result = mOperation.LocateBuffer(buffer); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mOperation.LocateBuffer(buffer));
     if (buffer.length == 0) {
         return NxResult(kNxBadDescription,
                         mNodes.Port().DeviceName() + " has an empty FileAccessBuffer");
@@ -87,20 +75,22 @@ NxResult FileChunks::FindLimits() {
         mChunkSize = static_cast<std::size_t>(
             std::min<std::uint64_t>(mChunkSize, static_cast<std::uint64_t>(number)));
     }
-    if (mSetsLength && mNodes.Access().Increment(mLength, number).IsOK() && number > 1 &&
-        static_cast<std::uint64_t>(number) <= mChunkSize) {
+    if (!mSetsLength) {
+        mIncrement = mChunkSize;
+        return {};
+    }
+    const auto isUsable = [&] {
+        return number > 1 && static_cast<std::uint64_t>(number) <= mChunkSize;
+    };
+    if (mNodes.Access().Increment(mLength, number).IsOK() && isUsable()) {
         mIncrement = static_cast<std::size_t>(number);
         mChunkSize -= mChunkSize % mIncrement;
     }
-    if (mSetsLength && mNodes.Access().Minimum(mLength, number).IsOK() && number > 1 &&
-        static_cast<std::uint64_t>(number) <= mChunkSize) {
+    if (mNodes.Access().Minimum(mLength, number).IsOK() && isUsable()) {
         mLeast = static_cast<std::size_t>(number);
     }
-    if (!mSetsLength) {
-        mIncrement = mChunkSize;
-    }
     // Leaves room for the zeros that fill up the last four bytes.
-    if (mIncrement == 1 && mSetsLength && mChunkSize > 4) {
+    if (mIncrement == 1 && mChunkSize > 4) {
         mChunkSize -= mChunkSize % 4;
     }
     return {};
@@ -116,9 +106,7 @@ NxResult FileChunks::CheckPosition(std::uint64_t expected) {
         return {};
     }
     std::int64_t position = 0;
-    if (NxResult result = mOperation.ReadObserved(position); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mOperation.ReadObserved(position));
     if (static_cast<std::uint64_t>(position) != expected) {
         return NxResult(kNxTransferIncomplete,
                         mNodes.Port().DeviceName() + " is at byte " + std::to_string(position) +
@@ -130,9 +118,7 @@ NxResult FileChunks::CheckPosition(std::uint64_t expected) {
 
 NxResult FileChunks::WriteBuffer(std::span<const std::byte> chunk, std::size_t length) {
     NodeValues::Place buffer;
-    if (NxResult result = mOperation.LocateBuffer(buffer); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mOperation.LocateBuffer(buffer));
     // Zeros up to the next multiple of four bytes, where the buffer has room for them: some devices
     // take no other lengths.
     const std::size_t padded = (std::max(chunk.size(), length) + 3) / 4 * 4;
@@ -162,9 +148,7 @@ NxResult FileChunks::Write(std::uint64_t offset, std::span<const std::byte> chun
 
 NxResult FileChunks::WriteOnce(std::uint64_t offset, std::span<const std::byte> chunk,
                                std::size_t length, std::uint64_t& taken) {
-    if (NxResult result = WriteBuffer(chunk, length); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(WriteBuffer(chunk, length));
     const bool lengthWasKnown = mLengthInDevice.has_value();
     std::uint64_t moved = 0;
     NxResult result = Run(offset, length, moved);
@@ -185,19 +169,12 @@ NxResult FileChunks::Read(std::uint64_t offset, std::span<std::byte> chunk, std:
     // Written again each time: 0 bytes mean the end of the file here, not a forgotten length.
     mLengthInDevice.reset();
     std::uint64_t moved = 0;
-    if (NxResult result = Run(offset, Allowed(chunk.size()), moved); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(Run(offset, Allowed(chunk.size()), moved));
     const auto available = static_cast<std::size_t>(std::min<std::uint64_t>(moved, chunk.size()));
     if (available > 0) {
         NodeValues::Place buffer;
-        NxResult result = mOperation.LocateBuffer(buffer);
-        if (result.IsOK()) {
-            result = mNodes.Port().ReadMemory(buffer.address, chunk.first(available));
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mOperation.LocateBuffer(buffer));
+        NX_RETURN_IF_FAILED(mNodes.Port().ReadMemory(buffer.address, chunk.first(available)));
     }
     given = available;
     return {};
@@ -220,13 +197,8 @@ NxResult FileChunks::AwaitNewResult(std::int64_t& value) {
         if (mDirection == Direction::kRead && OperationPoll::Clock::now() >= end) {
             return {};
         }
-        NxResult result = poll.Pause();
-        if (result.IsOK()) {
-            result = mOperation.ReadResultAnew(value);
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(poll.Pause());
+        NX_RETURN_IF_FAILED(mOperation.ReadResultAnew(value));
     }
     return {};
 }
@@ -235,9 +207,7 @@ NxResult FileChunks::AwaitNewResult(std::int64_t& value) {
 // advance the file. Where the device keeps it itself, it is looked at before and after.
 NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t& moved) {
     if (!mKnowsPosition) {
-        if (NxResult result = CheckPosition(offset); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(CheckPosition(offset));
     }
     mKnowsPosition = false;
     std::vector<FileOperation::Setting> settings;
@@ -249,16 +219,11 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
         settings.push_back({.node = mLength, .value = static_cast<std::int64_t>(length)});
     }
     mLengthInDevice.reset();
-    if (NxResult result = mOperation.Run(settings); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mOperation.Run(settings));
     std::int64_t value = 0;
-    NxResult read = mOperation.ReadResult(value);
-    if (read.IsOK() && mHabits.keepsValue) {
-        read = AwaitNewResult(value);
-    }
-    if (!read.IsOK()) {
-        return read;
+    NX_RETURN_IF_FAILED(mOperation.ReadResult(value));
+    if (mHabits.keepsValue) {
+        NX_RETURN_IF_FAILED(AwaitNewResult(value));
     }
     mLastResult = value;
     const auto reported = static_cast<std::uint64_t>(value);
@@ -268,9 +233,7 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
                                          mOperation.Name() + " instead of " +
                                          std::to_string(length));
     }
-    if (NxResult result = CheckPosition(offset + reported); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(CheckPosition(offset + reported));
     mKnowsPosition = mChecksPosition;
     mLengthInDevice = length;
     moved = reported;

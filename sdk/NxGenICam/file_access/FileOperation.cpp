@@ -5,6 +5,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "FileFeatures.h"
 #include "node_map/NodePlaces.h"
@@ -25,48 +26,28 @@ FileOperation::FileOperation(NodeMap& nodes, std::string name, Habits& habits)
       mView(nodes.FollowValues(
           {FileFeatures::kSelector, FileFeatures::kOperationSelector, FileFeatures::kOpenMode})) {}
 
-NxResult FileOperation::Missing(const char* feature) const {
-    return NxResult(kNxNoSuchNode,
-                    mNodes.Port().DeviceName() + " has no GenICam feature " + feature);
-}
-
-NxResult FileOperation::Require(const char* feature, Id& node) {
-    NxResult result = mNodes.Find(feature, node);
-    return result.IsOK() && node == NodeTable::kNone ? Missing(feature) : result;
-}
-
 NxResult FileOperation::Prepare(Id observed) {
     mObserved = observed;
     for (const auto& [feature, node] :
          {std::pair{FileFeatures::kBuffer, &mBuffer}, std::pair{FileFeatures::kStatus, &mStatus},
           std::pair{FileFeatures::kResult, &mResult}}) {
-        if (NxResult result = Require(feature, *node); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mNodes.Require(feature, *node));
     }
-    if (NxResult result = mNodes.Find(FileFeatures::kExecute, NodeKind::kCommand, mExecute);
-        !result.IsOK() || mExecute == NodeTable::kNone) {
-        return result.IsOK() ? Missing(FileFeatures::kExecute) : result;
+    NX_RETURN_IF_FAILED(mNodes.Find(FileFeatures::kExecute, NodeKind::kCommand, mExecute));
+    if (mExecute == NodeTable::kNone) {
+        return mNodes.NoSuchNode(FileFeatures::kExecute);
     }
     NodeRights rights;
     NodeValues::Source source;
-    NxResult result = mNodes.FindRights(mExecute, NodeRights::Scope::kNow, rights);
-    if (result.IsOK()) {
-        result = mNodes.Access().FindSource(mExecute, source);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mNodes.FindRights(mExecute, NodeRights::Scope::kNow, rights));
+    NX_RETURN_IF_FAILED(mNodes.Access().FindSource(mExecute, source));
     if (!rights.MayWrite()) {
-        return NxResult(kNxNodeAccess,
-                        "The GenICam feature " + std::string(FileFeatures::kExecute) + " of " +
-                            mNodes.Port().DeviceName() + " cannot be executed at the moment");
+        return mNodes.Refuse(FileFeatures::kExecute, "cannot be executed at the moment");
     }
     mTellsItsEnd = rights.MayRead() && source.node != NodeTable::kNone;
-    if (result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue); result.IsOK()) {
-        Trace();
-    }
-    return result;
+    NX_RETURN_IF_FAILED(mNodes.Access(&mView).CommandValue(mExecute, mCommandValue));
+    Trace();
+    return {};
 }
 
 // Only to note which registers the outcome hangs on: without the device most values make no sense.
@@ -92,40 +73,29 @@ NxResult FileOperation::LocateBuffer(NodeValues::Place& place) {
 }
 
 NxResult FileOperation::Run(std::span<const Setting> settings) {
-    NxResult result;
-    for (const Setting& setting : settings) {
-        if (result.IsOK()) {
-            NodeValues values = mNodes.Access(&mView);
-            result = NodeWriter(values).SetInteger(setting.node, setting.value);
-        }
-    }
-    // After the settings: what starts the operation may be computed from them.
-    if (result.IsOK()) {
-        result = mNodes.Access(&mView).CommandValue(mExecute, mCommandValue);
-    }
-    const std::size_t settingsHeld = mView.HeldWrites();
-    if (result.IsOK()) {
-        NodeValues values = mNodes.Access(&mView);
-        result = NodeWriter(values).SetInteger(mExecute, mCommandValue);
-    }
-    if (result.IsOK() && mView.HeldWrites() == settingsHeld) {
-        result = NxResult(kNxBadDescription,
-                          "The GenICam feature " + std::string(FileFeatures::kExecute) + " of " +
-                              mNodes.Port().DeviceName() + " is not backed by a register");
-    }
-    if (result.IsOK() && mTellsItsEnd) {
-        // As the register will show it until the end: not every register can show every value.
-        result = mNodes.Access(&mView).Integer(mExecute, mShownValue);
-    }
-    if (!result.IsOK()) {
+    if (NxResult result = HoldWrites(settings); !result.IsOK()) {
         (void)mView.TakeWrites();
         return result;
     }
-    result = Send();
-    if (result.IsOK()) {
-        result = Await();
+    NX_RETURN_IF_FAILED(Send());
+    NX_RETURN_IF_FAILED(Await());
+    return CheckStatus();
+}
+
+NxResult FileOperation::HoldWrites(std::span<const Setting> settings) {
+    for (const Setting& setting : settings) {
+        NX_RETURN_IF_FAILED(mNodes.SetInteger(setting.node, setting.value, &mView));
     }
-    return result.IsOK() ? CheckStatus() : result;
+    // After the settings: what starts the operation may be computed from them.
+    NX_RETURN_IF_FAILED(mNodes.Access(&mView).CommandValue(mExecute, mCommandValue));
+    const std::size_t settingsHeld = mView.HeldWrites();
+    NX_RETURN_IF_FAILED(mNodes.SetInteger(mExecute, mCommandValue, &mView));
+    if (mView.HeldWrites() == settingsHeld) {
+        return mNodes.Refuse(FileFeatures::kExecute, "is not backed by a register",
+                             kNxBadDescription);
+    }
+    // As the register will show it until the end: not every register can show every value.
+    return mTellsItsEnd ? mNodes.Access(&mView).Integer(mExecute, mShownValue) : NxResult();
 }
 
 bool FileOperation::TakesWords(const RegisterView::Write& write) const {
@@ -150,12 +120,9 @@ NxResult FileOperation::SendAll(std::span<const RegisterView::Write> writes) {
         // One alone is what opens or erases: it is given its time as the write of one register.
         const bool isTogether = count > 1;
         count = std::max<std::size_t>(count, 1);
-        NxResult result = isTogether
-                              ? mNodes.Bus().WriteWords(words)
-                              : mNodes.Bus().Write(writes.front().address, writes.front().bytes);
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(isTogether
+                                ? mNodes.Bus().WriteWords(words)
+                                : mNodes.Bus().Write(writes.front().address, writes.front().bytes));
         writes = writes.subspan(isTogether ? count : 1);
     }
     return {};
@@ -165,9 +132,7 @@ NxResult FileOperation::Send() {
     RegisterBus& bus = mNodes.Bus();
     const std::vector<RegisterView::Write> writes = mView.TakeWrites();
     bool isLittle = false;
-    if (NxResult asked = bus.IsLittleEndian(isLittle); !asked.IsOK()) {
-        return asked;
-    }
+    NX_RETURN_IF_FAILED(bus.IsLittleEndian(isLittle));
     if (isLittle || mView.HoldsLittleEndian()) {
         bus.ExpectLittleEndianWords();
     }
@@ -287,9 +252,7 @@ NxResult FileOperation::AwaitEnd(bool outcomeIsOlder) {
 
 NxResult FileOperation::ReadStatus(std::string& status) {
     std::int64_t value = 0;
-    if (NxResult result = mNodes.Access(&mView).Integer(mStatus, value); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mNodes.Access(&mView).Integer(mStatus, value));
     if (mNodes.Table().Kind(mStatus) != NodeKind::kEnumeration) {
         status = value == 0 ? FileFeatures::kSuccess : std::to_string(value);
         return {};
@@ -301,9 +264,7 @@ NxResult FileOperation::ReadStatus(std::string& status) {
 
 NxResult FileOperation::CheckStatus() {
     std::string status;
-    if (NxResult result = ReadStatus(status); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(ReadStatus(status));
     return status == FileFeatures::kSuccess
                ? NxResult()
                : NxResult(kNxFileOperation, mNodes.Port().DeviceName() + ": " + mName +

@@ -58,9 +58,9 @@ class FileOperation {
     [[nodiscard]] const std::string& Name() const { return mName; }
 
   private:
-    [[nodiscard]] NxResult Missing(const char* feature) const;
-    NxResult Require(const char* feature, Id& node);
     void Trace();
+    /// Leaves what starts the operation in the view, the settings first.
+    NxResult HoldWrites(std::span<const Setting> settings);
     NxResult Send();
     NxResult SendAll(std::span<const RegisterView::Write> writes);
     [[nodiscard]] bool TakesWords(const RegisterView::Write& write) const;

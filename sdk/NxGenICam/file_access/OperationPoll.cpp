@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
@@ -23,11 +24,9 @@ OperationPoll::OperationPoll(std::string operation, std::string device, Clock::t
 
 NxResult OperationPoll::Pause() {
     std::chrono::microseconds pause{};
-    NxResult result = Next(Clock::now(), pause);
-    if (result.IsOK()) {
-        std::this_thread::sleep_for(pause);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(Next(Clock::now(), pause));
+    std::this_thread::sleep_for(pause);
+    return {};
 }
 
 NxResult OperationPoll::Next(Clock::time_point now, std::chrono::microseconds& pause) {

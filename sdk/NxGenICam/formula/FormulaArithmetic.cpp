@@ -1,7 +1,7 @@
 #include "FormulaArithmetic.h"
 
 #include <cmath>
-#include <limits>
+#include <optional>
 
 namespace {
 
@@ -41,54 +41,39 @@ const char* Power(std::int64_t base, std::int64_t exponent, std::int64_t& result
 
 // Those that give 1 or 0, whatever the kind of number.
 template <typename Number>
-bool Compare(Operator op, Number left, Number right, Number& result) {
-    bool isTrue = false;
+std::optional<bool> Compare(Operator op, Number left, Number right) {
     switch (op) {
         case Operator::kOr:
-            isTrue = left != 0 || right != 0;
-            break;
+            return left != 0 || right != 0;
         case Operator::kAnd:
-            isTrue = left != 0 && right != 0;
-            break;
+            return left != 0 && right != 0;
         case Operator::kEqual:
-            isTrue = left == right;
-            break;
+            return left == right;
         case Operator::kUnequal:
-            isTrue = left != right;
-            break;
+            return left != right;
         case Operator::kLess:
-            isTrue = left < right;
-            break;
+            return left < right;
         case Operator::kGreater:
-            isTrue = left > right;
-            break;
+            return left > right;
         case Operator::kLessOrEqual:
-            isTrue = left <= right;
-            break;
+            return left <= right;
         case Operator::kGreaterOrEqual:
-            isTrue = left >= right;
-            break;
+            return left >= right;
         default:
-            return false;
+            return std::nullopt;
     }
-    result = isTrue ? 1 : 0;
-    return true;
 }
 
 const char* OfIntegers(Operator op, double left, double right, double& result) {
     std::int64_t first = 0;
     std::int64_t second = 0;
     std::int64_t outcome = 0;
-    const char* failure = FormulaArithmetic::Truncate(left, first);
-    if (failure == nullptr) {
-        failure = FormulaArithmetic::Truncate(right, second);
+    if (FormulaArithmetic::Truncate(left, first) != nullptr ||
+        FormulaArithmetic::Truncate(right, second) != nullptr) {
+        return kOverflow;
     }
-    if (failure == nullptr) {
-        failure = FormulaArithmetic::Apply(op, first, second, outcome);
-    }
-    if (failure == nullptr) {
-        result = static_cast<double>(outcome);
-    }
+    const char* const failure = FormulaArithmetic::Apply(op, first, second, outcome);
+    result = failure == nullptr ? static_cast<double>(outcome) : result;
     return failure;
 }
 
@@ -107,7 +92,8 @@ const char* FormulaArithmetic::Truncate(double number, std::int64_t& result) {
 const char* FormulaArithmetic::Apply(Operator op, std::int64_t left, std::int64_t right,
                                      std::int64_t& result) {
     const auto bits = static_cast<std::uint64_t>(left);
-    if (Compare(op, left, right, result)) {
+    if (const auto isTrue = Compare(op, left, right)) {
+        result = *isTrue ? 1 : 0;
         return nullptr;
     }
     switch (op) {
@@ -155,7 +141,8 @@ const char* FormulaArithmetic::Apply(Operator op, std::int64_t left, std::int64_
 }
 
 const char* FormulaArithmetic::Apply(Operator op, double left, double right, double& result) {
-    if (Compare(op, left, right, result)) {
+    if (const auto isTrue = Compare(op, left, right)) {
+        result = *isTrue ? 1 : 0;
         return nullptr;
     }
     switch (op) {

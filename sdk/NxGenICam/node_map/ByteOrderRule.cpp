@@ -4,9 +4,11 @@
 #include <array>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "NodePlaces.h"
 #include "NodeRights.h"
+#include "formula/Formula.h"
 
 namespace {
 
@@ -58,10 +60,9 @@ Id Question::FindRegister(Id feature) {
 
 bool Question::MakesSense(Id feature, std::int64_t value) {
     if (mTable.Kind(feature) == NodeKind::kEnumeration) {
-        const std::size_t count = mTable.EntryCount(feature);
-        for (std::size_t i = 1; i <= count; ++i) {
-            std::int64_t entry = 0;
-            if (mValues.Integer(feature + static_cast<Id>(i), entry).IsOK() && entry == value) {
+        for (Id entry = feature + 1; entry <= mTable.LastEntry(feature); ++entry) {
+            std::int64_t known = 0;
+            if (mValues.Integer(entry, known).IsOK() && known == value) {
                 return true;
             }
         }
@@ -82,9 +83,8 @@ NxResult Question::Ask(Id node, bool& asked) {
     NodeValues::Place place;
     RegisterFormat format;
     NodeRights rights;
-    if (found == NodeTable::kNone || !NodePlaces(mValues).Locate(found, place).IsOK() ||
-        place.length != 4 || (place.address & 0xFFFFFFFFU) < kEndOfBootstrap ||
-        !NodePlaces(mValues).FindFormat(found, place, format).IsOK() || format.isField ||
+    if (found == NodeTable::kNone || !NodePlaces(mValues).Locate(found, place, format).IsOK() ||
+        place.length != 4 || (place.address & 0xFFFFFFFFU) < kEndOfBootstrap || format.isField ||
         !NodeRights::Find(mValues, node, NodeRights::Scope::kNow, rights).IsOK() ||
         !rights.MayRead()) {
         return {};
@@ -137,9 +137,7 @@ NxResult ByteOrderRule::Settle(const NodeTable& table, RegisterBus& bus,
                 continue;
             }
             bool asked = false;
-            if (NxResult result = question.Ask(node, asked); !result.IsOK()) {
-                return result;
-            }
+            NX_RETURN_IF_FAILED(question.Ask(node, asked));
             questions += asked ? 1 : 0;
         }
     }

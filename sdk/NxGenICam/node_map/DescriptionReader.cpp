@@ -5,7 +5,6 @@
 #include <mutex>
 #include <span>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include <libxml/parser.h>
@@ -24,76 +23,6 @@ constexpr int kMostNames = 20000;
 constexpr std::size_t kMostElements = 1000000;
 constexpr const char* kTooMuch =
     "it has more than 100,000 nodes, 300,000 properties or 8 MiB of text";
-
-const std::unordered_map<std::string_view, NodeKind> kKinds = {
-    {"Integer", NodeKind::kInteger},
-    {"IntReg", NodeKind::kIntReg},
-    {"MaskedIntReg", NodeKind::kIntReg},
-    {"StructReg", NodeKind::kStructReg},
-    {"IntSwissKnife", NodeKind::kIntSwissKnife},
-    {"IntConverter", NodeKind::kIntConverter},
-    {"SwissKnife", NodeKind::kSwissKnife},
-    {"Converter", NodeKind::kConverter},
-    {"Float", NodeKind::kFloat},
-    {"FloatReg", NodeKind::kFloatReg},
-    {"Boolean", NodeKind::kBoolean},
-    {"Command", NodeKind::kCommand},
-    {"Enumeration", NodeKind::kEnumeration},
-    {"String", NodeKind::kString},
-    {"StringReg", NodeKind::kStringReg},
-    {"Register", NodeKind::kRegister},
-    {"Port", NodeKind::kPort},
-};
-
-const std::unordered_map<std::string_view, NodeTag> kTags = {
-    {"Value", NodeTag::kValue},
-    {"pValue", NodeTag::kPValue},
-    {"pValueCopy", NodeTag::kPValueCopy},
-    {"ValueIndexed", NodeTag::kValueIndexed},
-    {"pValueIndexed", NodeTag::kPValueIndexed},
-    {"ValueDefault", NodeTag::kValueDefault},
-    {"pValueDefault", NodeTag::kPValueDefault},
-    {"pIndex", NodeTag::kPIndex},
-    {"Address", NodeTag::kAddress},
-    {"pAddress", NodeTag::kPAddress},
-    {"Length", NodeTag::kLength},
-    {"pLength", NodeTag::kPLength},
-    {"LSB", NodeTag::kLsb},
-    {"MSB", NodeTag::kMsb},
-    {"Bit", NodeTag::kBit},
-    {"Sign", NodeTag::kSign},
-    {"Endianess", NodeTag::kEndianess},
-    {"AccessMode", NodeTag::kAccessMode},
-    {"ImposedAccessMode", NodeTag::kImposedAccessMode},
-    {"pIsImplemented", NodeTag::kPIsImplemented},
-    {"pIsAvailable", NodeTag::kPIsAvailable},
-    {"pIsLocked", NodeTag::kPIsLocked},
-    {"Min", NodeTag::kMin},
-    {"pMin", NodeTag::kPMin},
-    {"Max", NodeTag::kMax},
-    {"pMax", NodeTag::kPMax},
-    {"Inc", NodeTag::kInc},
-    {"pInc", NodeTag::kPInc},
-    {"pPort", NodeTag::kPPort},
-    {"pInvalidator", NodeTag::kPInvalidator},
-    {"Cachable", NodeTag::kCachable},
-    {"PollingTime", NodeTag::kPollingTime},
-    {"Formula", NodeTag::kFormula},
-    {"FormulaTo", NodeTag::kFormulaTo},
-    {"FormulaFrom", NodeTag::kFormulaFrom},
-    {"pVariable", NodeTag::kPVariable},
-    {"Constant", NodeTag::kConstant},
-    {"Expression", NodeTag::kExpression},
-    {"OnValue", NodeTag::kOnValue},
-    {"OffValue", NodeTag::kOffValue},
-    {"CommandValue", NodeTag::kCommandValue},
-    {"pCommandValue", NodeTag::kPCommandValue},
-    {"Symbolic", NodeTag::kSymbolic},
-    {"DisplayName", NodeTag::kDisplayName},
-    {"ChunkID", NodeTag::kChunkId},
-    {"pChunkID", NodeTag::kPChunkId},
-    {"EventID", NodeTag::kEventId},
-};
 
 bool IsRegister(NodeKind kind) {
     return kind == NodeKind::kIntReg || kind == NodeKind::kFloatReg ||
@@ -287,8 +216,8 @@ bool Reading::Open() {
         mOpen.emplace_back();
         return true;
     }
-    const auto kind = kKinds.find(mElement.name);
-    return kind != kKinds.end() && StartNode(kind->second, NodeTable::kNone);
+    const auto kind = KindOfElement(mElement.name);
+    return kind.has_value() && StartNode(*kind, NodeTable::kNone);
 }
 
 bool Reading::OpenRoot() {
@@ -319,8 +248,8 @@ bool Reading::OpenInNode(NodeTable::Id node, std::string_view element) {
         }
         return started;
     }
-    const auto tag = kTags.find(element);
-    return tag != kTags.end() && StartProperty(node, tag->second);
+    const auto tag = TagOfElement(element);
+    return tag.has_value() && StartProperty(node, *tag);
 }
 
 bool Reading::StartNode(NodeKind kind, NodeTable::Id parent) {

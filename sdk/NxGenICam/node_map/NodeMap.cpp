@@ -5,6 +5,7 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 #include "ByteOrderRule.h"
 #include "DescriptionReader.h"
@@ -50,8 +51,9 @@ NxResult NodeMap::NoSuchNode(const std::string& name) const {
     return NxResult(kNxNoSuchNode, Port().DeviceName() + " has no GenICam feature " + name);
 }
 
-NxResult NodeMap::Refuse(const std::string& name, const std::string& reason) const {
-    return NxResult(kNxNodeAccess,
+NxResult NodeMap::Refuse(const std::string& name, const std::string& reason,
+                         unsigned int code) const {
+    return NxResult(code,
                     "The GenICam feature " + name + " of " + Port().DeviceName() + " " + reason);
 }
 
@@ -67,20 +69,21 @@ NxResult NodeMap::Find(const std::string& name, Id& node) {
         return {};
     }
     NodeRights rights;
-    NxResult result = FindRights(found, NodeRights::Scope::kEver, rights);
-    if (result.IsOK()) {
-        node = rights.isImplemented ? found : NodeTable::kNone;
-    }
-    return result;
+    NX_RETURN_IF_FAILED(FindRights(found, NodeRights::Scope::kEver, rights));
+    node = rights.isImplemented ? found : NodeTable::kNone;
+    return {};
 }
 
 NxResult NodeMap::Find(const std::string& name, NodeKind kind, Id& node) {
     Id found = NodeTable::kNone;
-    NxResult result = Find(name, found);
-    if (result.IsOK()) {
-        node = found != NodeTable::kNone && mTable.Kind(found) == kind ? found : NodeTable::kNone;
-    }
-    return result;
+    NX_RETURN_IF_FAILED(Find(name, found));
+    node = found != NodeTable::kNone && mTable.Kind(found) == kind ? found : NodeTable::kNone;
+    return {};
+}
+
+NxResult NodeMap::Require(const std::string& name, Id& node) {
+    NX_RETURN_IF_FAILED(Find(name, node));
+    return node != NodeTable::kNone ? NxResult() : NoSuchNode(name);
 }
 
 std::set<NodeMap::Id> NodeMap::FollowValues(const std::vector<std::string>& names) {
@@ -98,9 +101,7 @@ std::set<NodeMap::Id> NodeMap::FollowValues(const std::vector<std::string>& name
 }
 
 NxResult NodeMap::FindNow(const std::string& name, Id& node, NodeRights& rights) {
-    if (NxResult result = SettleByteOrder(); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(SettleByteOrder());
     node = mTable.Find(name);
     if (node == NodeTable::kNone) {
         return NoSuchNode(name);
@@ -111,55 +112,56 @@ NxResult NodeMap::FindNow(const std::string& name, Id& node, NodeRights& rights)
 
 NxResult NodeMap::FindReadable(const std::string& name, Id& node) {
     NodeRights rights;
-    NxResult result = FindNow(name, node, rights);
-    if (result.IsOK() && !rights.MayRead()) {
-        return Refuse(name, rights.isReadable ? "is not available at the moment" : "is write-only");
-    }
-    return result;
+    NX_RETURN_IF_FAILED(FindNow(name, node, rights));
+    return rights.MayRead() ? NxResult()
+                            : Refuse(name, rights.isReadable ? "is not available at the moment"
+                                                             : "is write-only");
 }
 
 NxResult NodeMap::FindWritable(const std::string& name, Id& node) {
     NodeRights rights;
-    NxResult result = FindNow(name, node, rights);
-    if (result.IsOK() && !rights.MayWrite()) {
-        return Refuse(name, std::string("cannot be written at the moment: it is ") +
-                                (!rights.isAvailable ? "not available"
-                                 : rights.isLocked   ? "locked"
-                                                     : "read-only"));
+    NX_RETURN_IF_FAILED(FindNow(name, node, rights));
+    if (rights.MayWrite()) {
+        return {};
     }
-    return result;
+    return Refuse(name, std::string("cannot be written at the moment: it is ") +
+                            (!rights.isAvailable ? "not available"
+                             : rights.isLocked   ? "locked"
+                                                 : "read-only"));
+}
+
+NxResult NodeMap::SetInteger(Id node, std::int64_t value, RegisterView* view) {
+    NodeValues values = Access(view);
+    return NodeWriter(values).SetInteger(node, value);
 }
 
 NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
     Id node = NodeTable::kNone;
-    if (NxResult result = FindReadable(name, node); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(FindReadable(name, node));
     NodeValues values = Access();
     std::int64_t integer = 0;
     double number = 0;
-    NxResult result;
     switch (mTable.Kind(node)) {
         case NodeKind::kEnumeration:
             return ReadEntry(name, node, text);
         case NodeKind::kBoolean:
-            result = values.Integer(node, integer);
-            text = !result.IsOK() ? text : integer != 0 ? "true" : "false";
-            return result;
+            NX_RETURN_IF_FAILED(values.Integer(node, integer));
+            text = integer != 0 ? "true" : "false";
+            return {};
         case NodeKind::kInteger:
         case NodeKind::kIntReg:
         case NodeKind::kIntSwissKnife:
         case NodeKind::kIntConverter:
-            result = values.Integer(node, integer);
-            text = result.IsOK() ? std::to_string(integer) : text;
-            return result;
+            NX_RETURN_IF_FAILED(values.Integer(node, integer));
+            text = std::to_string(integer);
+            return {};
         case NodeKind::kFloat:
         case NodeKind::kFloatReg:
         case NodeKind::kSwissKnife:
         case NodeKind::kConverter:
-            result = values.Float(node, number);
-            text = result.IsOK() ? FormatFloat(number) : text;
-            return result;
+            NX_RETURN_IF_FAILED(values.Float(node, number));
+            text = FormatFloat(number);
+            return {};
         case NodeKind::kString:
         case NodeKind::kStringReg:
             return values.Text(node, text);
@@ -171,9 +173,7 @@ NxResult NodeMap::ReadText(const std::string& name, std::string& text) {
 NxResult NodeMap::ReadEntry(const std::string& name, Id enumeration, std::string& text) {
     NodeValues values = Access();
     std::int64_t value = 0;
-    if (NxResult result = values.Integer(enumeration, value); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(values.Integer(enumeration, value));
     const Id entry = FindEntryByValue(enumeration, value);
     if (entry == NodeTable::kNone) {
         return Refuse(
@@ -191,11 +191,8 @@ NxResult NodeMap::ReadInteger(const std::string& name, std::int64_t& value) {
 
 NxResult NodeMap::WriteInteger(const std::string& name, std::int64_t value) {
     Id node = NodeTable::kNone;
-    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
-        return result;
-    }
-    NodeValues values = Access();
-    return NodeWriter(values).SetInteger(node, value);
+    NX_RETURN_IF_FAILED(FindWritable(name, node));
+    return SetInteger(node, value);
 }
 
 NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) {
@@ -212,43 +209,29 @@ NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) 
     }
     Id found = NodeTable::kNone;
     std::int64_t value = 0;
-    NxResult result = FindEntry(node, entry, found);
-    if (result.IsOK()) {
-        result = Access().Integer(found, value);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
-    NodeValues values = Access();
-    return NodeWriter(values).SetInteger(node, value);
+    NX_RETURN_IF_FAILED(FindEntry(node, entry, found));
+    NX_RETURN_IF_FAILED(Access().Integer(found, value));
+    return SetInteger(node, value);
 }
 
 NxResult NodeMap::Execute(const std::string& name) {
     Id node = NodeTable::kNone;
-    if (NxResult result = FindWritable(name, node); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(FindWritable(name, node));
     if (mTable.Kind(node) != NodeKind::kCommand) {
         return Refuse(name, "is not a command");
     }
-    NodeValues values = Access();
     std::int64_t value = 0;
-    NxResult result = values.CommandValue(node, value);
-    return result.IsOK() ? NodeWriter(values).SetInteger(node, value) : result;
+    NX_RETURN_IF_FAILED(Access().CommandValue(node, value));
+    return SetInteger(node, value);
 }
 
 NxResult NodeMap::ListEntries(Id enumeration, std::vector<Id>& entries) {
     // One access for all: however many entries there are, its bounds hold.
     NodeValues values = Access();
     std::vector<Id> implemented;
-    const std::size_t count = mTable.EntryCount(enumeration);
-    for (std::size_t i = 1; i <= count; ++i) {
-        const Id entry = enumeration + static_cast<Id>(i);
+    for (Id entry = enumeration + 1; entry <= mTable.LastEntry(enumeration); ++entry) {
         NodeRights rights;
-        if (NxResult result = NodeRights::Find(values, entry, NodeRights::Scope::kEver, rights);
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(NodeRights::Find(values, entry, NodeRights::Scope::kEver, rights));
         if (rights.isImplemented) {
             implemented.push_back(entry);
         }
@@ -260,17 +243,12 @@ NxResult NodeMap::ListEntries(Id enumeration, std::vector<Id>& entries) {
 NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) {
     NodeValues values = Access();
     bool isKnown = false;
-    const std::size_t count = mTable.EntryCount(enumeration);
-    for (std::size_t i = 1; i <= count; ++i) {
-        const Id candidate = enumeration + static_cast<Id>(i);
+    for (Id candidate = enumeration + 1; candidate <= mTable.LastEntry(enumeration); ++candidate) {
         if (SymbolicName(candidate) != entry) {
             continue;
         }
         NodeRights rights;
-        if (NxResult result = NodeRights::Find(values, candidate, NodeRights::Scope::kNow, rights);
-            !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(NodeRights::Find(values, candidate, NodeRights::Scope::kNow, rights));
         if (rights.isImplemented && rights.isAvailable) {
             node = candidate;
             return {};
@@ -285,9 +263,7 @@ NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) 
 
 NodeMap::Id NodeMap::FindEntryByValue(Id enumeration, std::int64_t value) {
     NodeValues values = Access();
-    const std::size_t count = mTable.EntryCount(enumeration);
-    for (std::size_t i = 1; i <= count; ++i) {
-        const Id entry = enumeration + static_cast<Id>(i);
+    for (Id entry = enumeration + 1; entry <= mTable.LastEntry(enumeration); ++entry) {
         std::int64_t known = 0;
         if (values.Integer(entry, known).IsOK() && known == value) {
             return entry;

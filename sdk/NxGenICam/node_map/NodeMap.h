@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <NxBase/NxResult.h>
+#include <NxBase/NxResultCodes.h>
 #include <internal/NxGenICam/GenPort.h>
 
 #include "NodeRights.h"
@@ -46,9 +47,18 @@ class NodeMap {
     NxResult Find(const std::string& name, Id& node);
     /// The same; a feature of another kind is none either.
     NxResult Find(const std::string& name, NodeKind kind, Id& node);
+    /// The same; an absent feature is a failure.
+    NxResult Require(const std::string& name, Id& node);
+    /// The failure of a feature that is there. @param reason "is not a command"
+    [[nodiscard]] NxResult Refuse(const std::string& name, const std::string& reason,
+                                  unsigned int code = kNxNodeAccess) const;
+    [[nodiscard]] NxResult NoSuchNode(const std::string& name) const;
     NxResult FindRights(Id node, NodeRights::Scope scope, NodeRights& rights);
     /// The nodes that hand the value of these features on, down to the registers.
     [[nodiscard]] std::set<Id> FollowValues(const std::vector<std::string>& names);
+
+    /// Sets a node without asking for its rights. @param view null, or where the writes are held
+    NxResult SetInteger(Id node, std::int64_t value, RegisterView* view = nullptr);
 
     NxResult ReadText(const std::string& name, std::string& text);
     NxResult ReadInteger(const std::string& name, std::int64_t& value);
@@ -72,8 +82,6 @@ class NodeMap {
   private:
     explicit NodeMap(std::shared_ptr<GenPort> port) : mBus(std::move(port)) {}
 
-    [[nodiscard]] NxResult NoSuchNode(const std::string& name) const;
-    [[nodiscard]] NxResult Refuse(const std::string& name, const std::string& reason) const;
     NxResult FindNow(const std::string& name, Id& node, NodeRights& rights);
     NxResult FindReadable(const std::string& name, Id& node);
     NxResult FindWritable(const std::string& name, Id& node);

@@ -7,6 +7,9 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
+
+#include "formula/Formula.h"
 
 namespace {
 
@@ -18,68 +21,61 @@ constexpr std::size_t kLongestNumber = 8;
 
 NxResult NodePlaces::Locate(Id registerNode, Place& place) {
     const NodeValues::Visit visit(mValues, registerNode, kPlace);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     const NodeValues::InPlace inPlace(mValues);
     Place found;
-    NxResult result = FindLength(registerNode, found.length);
+    NX_RETURN_IF_FAILED(FindLength(registerNode, found.length));
     const Id structure = mValues.Table().Kind(registerNode) == NodeKind::kIntReg
                              ? mValues.Table().Parent(registerNode)
                              : NodeTable::kNone;
     for (const Id owner : {registerNode, structure}) {
         const std::size_t count =
             owner != NodeTable::kNone ? mValues.Table().PropertyCount(owner) : 0;
-        for (std::size_t i = 0; i < count && result.IsOK(); ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             const NodeTable::Property part = mValues.Table().PropertyAt(owner, i);
             std::int64_t number = 0;
             if (part.tag == NodeTag::kAddress) {
-                result = mValues.Constant(registerNode, part.text, number);
+                NX_RETURN_IF_FAILED(mValues.Constant(registerNode, part.text, number));
             } else if (part.tag == NodeTag::kPAddress) {
-                Id target = NodeTable::kNone;
-                result = mValues.Follow(part, target);
-                result = result.IsOK() ? mValues.Integer(target, number) : result;
+                NX_RETURN_IF_FAILED(mValues.IntegerBehind(part, number));
             } else if (part.tag == NodeTag::kPIndex || part.tag == NodeTag::kPIndexWithStep) {
-                result = AddIndex(registerNode, part, found);
+                NX_RETURN_IF_FAILED(AddIndex(registerNode, part, found));
             }
             // Addresses wrap: some count down from the end of a wider space.
             found.address += static_cast<std::uint64_t>(number);
         }
     }
-    if (result.IsOK()) {
-        place = found;
-    }
-    return result;
+    place = found;
+    return {};
+}
+
+NxResult NodePlaces::Locate(Id registerNode, Place& place, RegisterFormat& format) {
+    NX_RETURN_IF_FAILED(Locate(registerNode, place));
+    return FindFormat(registerNode, place, format);
 }
 
 NxResult NodePlaces::AddIndex(Id owner, const NodeTable::Property& index, Place& place) {
-    Id indexNode = NodeTable::kNone;
     std::int64_t number = 0;
-    NxResult result = mValues.Follow(index, indexNode);
-    if (result.IsOK()) {
-        result = mValues.Integer(indexNode, number);
-    }
+    NX_RETURN_IF_FAILED(mValues.IntegerBehind(index, number));
     auto step = static_cast<std::int64_t>(place.length);
-    if (result.IsOK() && index.tag == NodeTag::kPIndexWithStep) {
+    if (index.tag == NodeTag::kPIndexWithStep) {
         const Id stepNode = mValues.Table().Find(index.attribute);
-        result = stepNode != NodeTable::kNone
-                     ? mValues.Integer(stepNode, step)
-                     : mValues.Fail(owner, "has an index whose step node is undefined");
-    } else if (result.IsOK() && !index.attribute.empty()) {
-        result = mValues.Constant(owner, index.attribute, step);
+        if (stepNode == NodeTable::kNone) {
+            return mValues.Fail(owner, "has an index whose step node is undefined");
+        }
+        NX_RETURN_IF_FAILED(mValues.Integer(stepNode, step));
+    } else if (!index.attribute.empty()) {
+        NX_RETURN_IF_FAILED(mValues.Constant(owner, index.attribute, step));
     }
     place.address += static_cast<std::uint64_t>(number) * static_cast<std::uint64_t>(step);
-    return result;
+    return {};
 }
 
 NxResult NodePlaces::FindLength(Id node, std::uint64_t& length) {
     const NodeValues::InPlace inPlace(mValues);
     bool has = false;
     std::int64_t number = 0;
-    NxResult result = mValues.Bound(node, NodeTag::kLength, NodeTag::kPLength, number, has);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mValues.Bound(node, NodeTag::kLength, NodeTag::kPLength, number, has));
     if (!has) {
         return mValues.Fail(node, "is a register without a length");
     }
@@ -116,11 +112,10 @@ NxResult NodePlaces::FindFormat(Id registerNode, const Place& place, RegisterFor
         format.msb = static_cast<unsigned int>(last);
     }
     if (!format.Fits(static_cast<std::size_t>(place.length))) {
-        return NxResult(kNxBadDescription,
-                        mValues
-                            .Fail(registerNode, "cannot be a number: its register has " +
-                                                    std::to_string(place.length) + " bytes")
-                            .GetDescription());
+        return mValues.Fail(
+            registerNode,
+            "cannot be a number: its register has " + std::to_string(place.length) + " bytes",
+            kNxBadDescription);
     }
     if (mValues.View() != nullptr && (!format.isBigEndian || mValues.Bus().Reverses())) {
         mValues.View()->NoteLittleEndian();
@@ -131,49 +126,33 @@ NxResult NodePlaces::FindFormat(Id registerNode, const Place& place, RegisterFor
 NxResult NodePlaces::Integer(Id node, std::int64_t& value) {
     Place place;
     RegisterFormat format;
-    NxResult result = Locate(node, place);
-    if (result.IsOK()) {
-        result = FindFormat(node, place, format);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(Locate(node, place, format));
     std::array<std::byte, kLongestNumber> bytes{};
     const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
-    result = ReadNumber(node, place, used);
-    if (result.IsOK()) {
-        value = format.Decode(used);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(ReadNumber(node, place, used));
+    value = format.Decode(used);
+    return {};
 }
 
 NxResult NodePlaces::Float(Id node, double& value) {
     Place place;
-    NxResult result = Locate(node, place);
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(Locate(node, place));
     if (place.length != 4 && place.length != 8) {
-        return NxResult(kNxBadDescription,
-                        mValues
-                            .Fail(node, "cannot be a floating-point number: its register has " +
-                                            std::to_string(place.length) + " bytes")
-                            .GetDescription());
+        return mValues.Fail(node,
+                            "cannot be a floating-point number: its register has " +
+                                std::to_string(place.length) + " bytes",
+                            kNxBadDescription);
     }
     RegisterFormat format;
-    result = FindFormat(node, place, format);
+    NX_RETURN_IF_FAILED(FindFormat(node, place, format));
     std::array<std::byte, kLongestNumber> bytes{};
     const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
-    if (result.IsOK()) {
-        result = ReadNumber(node, place, used);
-    }
-    if (result.IsOK()) {
-        const auto bits = static_cast<std::uint64_t>(format.Decode(used));
-        value = place.length == 4
-                    ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))
-                    : std::bit_cast<double>(bits);
-    }
-    return result;
+    NX_RETURN_IF_FAILED(ReadNumber(node, place, used));
+    const auto bits = static_cast<std::uint64_t>(format.Decode(used));
+    value = place.length == 4
+                ? static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))
+                : std::bit_cast<double>(bits);
+    return {};
 }
 
 NxResult NodePlaces::ReadNumber(Id registerNode, const Place& place, std::span<std::byte> bytes) {
@@ -205,15 +184,12 @@ NxResult NodePlaces::ReadDevice(Id node, const Place& place, std::span<std::byte
         return mValues.Fail(node, "is write-only");
     }
     bool isOfDevice = false;
-    if (NxResult result = IsOfDevice(node, isOfDevice); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(IsOfDevice(node, isOfDevice));
     if (!isOfDevice) {
         return mValues.Fail(node, "is not a register of the device itself");
     }
-    if (!mValues.TakeRead()) {
-        return NxResult(kNxBadDescription,
-                        mValues.Fail(node, "depends on too many registers").GetDescription());
+    if (--mValues.Budget().reads < 0) {
+        return mValues.Fail(node, "depends on too many registers", kNxBadDescription);
     }
     return isNumber ? mValues.Bus().Read(place.address, bytes)
                     : mValues.Bus().Port().ReadMemory(place.address, bytes);
@@ -226,9 +202,7 @@ NxResult NodePlaces::IsOfDevice(Id registerNode, bool& isOfDevice) {
         return {};
     }
     Id port = NodeTable::kNone;
-    if (NxResult result = mValues.Follow(*link, port); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mValues.Follow(*link, port));
     // Ports with such IDs are of data that comes with images and events.
     isOfDevice = mValues.Table().Kind(port) == NodeKind::kPort &&
                  !mValues.Find(port, NodeTag::kChunkId) &&

@@ -18,6 +18,8 @@ class NodePlaces {
     explicit NodePlaces(NodeValues& values) : mValues(values) {}
 
     NxResult Locate(Id registerNode, Place& place);
+    /// Of a register that holds a number: also how it holds it.
+    NxResult Locate(Id registerNode, Place& place, RegisterFormat& format);
     /// @return kNxBadDescription above 16 MiB
     NxResult FindLength(Id registerNode, std::uint64_t& length);
     /// How an integer or float register of that length holds its value.

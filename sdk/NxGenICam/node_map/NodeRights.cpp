@@ -1,5 +1,7 @@
 #include "NodeRights.h"
 
+#include <internal/NxBase/ReturnIfFailed.h>
+
 #include "NodePlaces.h"
 
 namespace {
@@ -14,12 +16,8 @@ NxResult IsTrue(NodeValues& values, Id node, NodeTag tag, bool otherwise, bool& 
     if (!reference.has_value()) {
         return {};
     }
-    Id target = NodeTable::kNone;
     std::int64_t value = 0;
-    NxResult result = values.Follow(*reference, target);
-    if (result.IsOK()) {
-        result = values.Integer(target, value);
-    }
+    NxResult result = values.IntegerBehind(*reference, value);
     isTrue = value != 0;
     return result;
 }
@@ -41,9 +39,7 @@ NxResult RestrictAsRegister(NodeValues& values, Id node, NodeRights& rights) {
 NxResult RestrictAsWhatIsBehind(NodeValues& values, Id node, NodeRights::Scope scope,
                                 NodeRights& rights) {
     NodeValues::Source source;
-    if (NxResult result = values.FindSource(node, source); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(values.FindSource(node, source));
     if (source.node == NodeTable::kNone) {
         rights.isWritable = rights.isWritable && source.isLocal;
         return {};
@@ -88,9 +84,7 @@ NxResult RestrictAsKind(NodeValues& values, Id node, NodeRights::Scope scope, No
 
 NxResult NodeRights::Find(NodeValues& values, NodeTable::Id node, Scope scope, NodeRights& rights) {
     const NodeValues::Visit visit(values, node, kRights);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     NodeRights found;
     NxResult result = IsTrue(values, node, NodeTag::kPIsImplemented, true, found.isImplemented);
     if (result.IsOK() && found.isImplemented) {

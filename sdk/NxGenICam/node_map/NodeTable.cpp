@@ -1,6 +1,7 @@
 #include "NodeTable.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace {
 
@@ -9,7 +10,92 @@ constexpr std::size_t kMostNodes = 100000;
 constexpr std::size_t kMostProperties = 300000;
 constexpr std::size_t kSmallestElement = 8;  // bytes, about
 
+const std::unordered_map<std::string_view, NodeKind> kKinds = {
+    {"Integer", NodeKind::kInteger},
+    {"IntReg", NodeKind::kIntReg},
+    {"MaskedIntReg", NodeKind::kIntReg},
+    {"StructReg", NodeKind::kStructReg},
+    {"IntSwissKnife", NodeKind::kIntSwissKnife},
+    {"IntConverter", NodeKind::kIntConverter},
+    {"SwissKnife", NodeKind::kSwissKnife},
+    {"Converter", NodeKind::kConverter},
+    {"Float", NodeKind::kFloat},
+    {"FloatReg", NodeKind::kFloatReg},
+    {"Boolean", NodeKind::kBoolean},
+    {"Command", NodeKind::kCommand},
+    {"Enumeration", NodeKind::kEnumeration},
+    {"String", NodeKind::kString},
+    {"StringReg", NodeKind::kStringReg},
+    {"Register", NodeKind::kRegister},
+    {"Port", NodeKind::kPort},
+};
+
+const std::unordered_map<std::string_view, NodeTag> kTags = {
+    {"Value", NodeTag::kValue},
+    {"pValue", NodeTag::kPValue},
+    {"pValueCopy", NodeTag::kPValueCopy},
+    {"ValueIndexed", NodeTag::kValueIndexed},
+    {"pValueIndexed", NodeTag::kPValueIndexed},
+    {"ValueDefault", NodeTag::kValueDefault},
+    {"pValueDefault", NodeTag::kPValueDefault},
+    {"pIndex", NodeTag::kPIndex},
+    {"Address", NodeTag::kAddress},
+    {"pAddress", NodeTag::kPAddress},
+    {"Length", NodeTag::kLength},
+    {"pLength", NodeTag::kPLength},
+    {"LSB", NodeTag::kLsb},
+    {"MSB", NodeTag::kMsb},
+    {"Bit", NodeTag::kBit},
+    {"Sign", NodeTag::kSign},
+    {"Endianess", NodeTag::kEndianess},
+    {"AccessMode", NodeTag::kAccessMode},
+    {"ImposedAccessMode", NodeTag::kImposedAccessMode},
+    {"pIsImplemented", NodeTag::kPIsImplemented},
+    {"pIsAvailable", NodeTag::kPIsAvailable},
+    {"pIsLocked", NodeTag::kPIsLocked},
+    {"Min", NodeTag::kMin},
+    {"pMin", NodeTag::kPMin},
+    {"Max", NodeTag::kMax},
+    {"pMax", NodeTag::kPMax},
+    {"Inc", NodeTag::kInc},
+    {"pInc", NodeTag::kPInc},
+    {"pPort", NodeTag::kPPort},
+    {"pInvalidator", NodeTag::kPInvalidator},
+    {"Cachable", NodeTag::kCachable},
+    {"PollingTime", NodeTag::kPollingTime},
+    {"Formula", NodeTag::kFormula},
+    {"FormulaTo", NodeTag::kFormulaTo},
+    {"FormulaFrom", NodeTag::kFormulaFrom},
+    {"pVariable", NodeTag::kPVariable},
+    {"Constant", NodeTag::kConstant},
+    {"Expression", NodeTag::kExpression},
+    {"OnValue", NodeTag::kOnValue},
+    {"OffValue", NodeTag::kOffValue},
+    {"CommandValue", NodeTag::kCommandValue},
+    {"pCommandValue", NodeTag::kPCommandValue},
+    {"Symbolic", NodeTag::kSymbolic},
+    {"DisplayName", NodeTag::kDisplayName},
+    {"ChunkID", NodeTag::kChunkId},
+    {"pChunkID", NodeTag::kPChunkId},
+    {"EventID", NodeTag::kEventId},
+};
+
+template <typename Value>
+std::optional<Value> ValueAt(const std::unordered_map<std::string_view, Value>& values,
+                             std::string_view name) {
+    const auto found = values.find(name);
+    return found != values.end() ? std::optional(found->second) : std::nullopt;
+}
+
 }  // namespace
+
+std::optional<NodeKind> KindOfElement(std::string_view name) {
+    return ValueAt(kKinds, name);
+}
+
+std::optional<NodeTag> TagOfElement(std::string_view name) {
+    return ValueAt(kTags, name);
+}
 
 NodeTable::NodeTable(std::size_t size) {
     // What is grown step by step is held twice, and what was left may not be used again.

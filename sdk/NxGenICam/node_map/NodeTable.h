@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +80,10 @@ enum class NodeTag : std::uint8_t {
     kEventId,
 };
 
+/// What an element of that name is, "IntSwissKnife" or "pValue"; nothing when no value hangs on it.
+[[nodiscard]] std::optional<NodeKind> KindOfElement(std::string_view name);
+[[nodiscard]] std::optional<NodeTag> TagOfElement(std::string_view name);
+
 /// The nodes of one device description, as texts: what a text is worth is judged when a node is
 /// asked for. Holds a bounded amount of memory, whatever the description.
 class NodeTable {
@@ -116,9 +121,10 @@ class NodeTable {
     [[nodiscard]] NodeKind Kind(Id node) const { return mNodes[node].kind; }
     [[nodiscard]] std::string_view Name(Id node) const { return View(mNodes[node].name); }
     [[nodiscard]] Id Parent(Id node) const { return mNodes[node].parent; }
-    /// The entries of an enumeration are the nodes that follow it and have it as their parent.
-    [[nodiscard]] std::size_t EntryCount(Id enumeration) const {
-        return mNodes[enumeration].entries;
+    /// The entries of an enumeration are the nodes after it up to this one, which is the
+    /// enumeration itself when it has none.
+    [[nodiscard]] Id LastEntry(Id enumeration) const {
+        return enumeration + mNodes[enumeration].entries;
     }
 
     [[nodiscard]] std::size_t PropertyCount(Id node) const { return mNodes[node].count; }

@@ -6,7 +6,9 @@
 
 #include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
+#include "NodeFormula.h"
 #include "NodePlaces.h"
 #include "formula/FormulaArithmetic.h"
 
@@ -54,12 +56,9 @@ NodeValues::Visit::Visit(NodeValues& values, Id node, int purpose) : mValues(val
     values.mPath.push_back(visited);
     values.mBudget.depth -= EvaluationBudget::kDepthOfNode;
     if (isCircle) {
-        mResult = values.Fail(node, "depends on itself");
+        mResult = values.Fail(node, "depends on itself", kNxBadDescription);
     } else if (values.mBudget.depth < 0 || !values.mBudget.TakeStep()) {
-        mResult = values.Fail(node, "depends on too many other nodes");
-    }
-    if (!mResult.IsOK()) {
-        mResult = NxResult(kNxBadDescription, mResult.GetDescription());
+        mResult = values.Fail(node, "depends on too many other nodes", kNxBadDescription);
     }
 }
 
@@ -68,13 +67,13 @@ NodeValues::Visit::~Visit() {
     mValues.mPath.pop_back();
 }
 
-NxResult NodeValues::Fail(Id node, const std::string& reason) const {
+NxResult NodeValues::Fail(Id node, const std::string& reason, unsigned int code) const {
     std::string name(mTable.Name(node));
     if (name.empty() && mTable.Parent(node) != NodeTable::kNone) {
         name = std::string(mTable.Name(mTable.Parent(node)));
     }
-    return NxResult(kNxNodeAccess, "The GenICam feature " + PrintableText(name) + " of " +
-                                       mBus.Port().DeviceName() + " " + reason);
+    return NxResult(code, "The GenICam feature " + PrintableText(name) + " of " +
+                              mBus.Port().DeviceName() + " " + reason);
 }
 
 std::optional<NodeTable::Property> NodeValues::Find(Id node, NodeTag tag) {
@@ -132,15 +131,23 @@ NxResult NodeValues::FindSource(Id node, Source& source) {
     return Fail(node, "has no value");
 }
 
+NxResult NodeValues::IntegerBehind(const NodeTable::Property& reference, std::int64_t& value) {
+    Id node = NodeTable::kNone;
+    NX_RETURN_IF_FAILED(Follow(reference, node));
+    return Integer(node, value);
+}
+
+NxResult NodeValues::FindInput(Id converter, Id& input) {
+    Source source;
+    NX_RETURN_IF_FAILED(FindSource(converter, source));
+    input = source.node;
+    return input != NodeTable::kNone ? NxResult()
+                                     : Fail(converter, "is a converter without an input node");
+}
+
 NxResult NodeValues::IndexedSource(Id node, const NodeTable::Property& index, Source& source) {
-    Id indexNode = NodeTable::kNone;
-    if (NxResult result = Follow(index, indexNode); !result.IsOK()) {
-        return result;
-    }
     std::int64_t wanted = 0;
-    if (NxResult result = Integer(indexNode, wanted); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(IntegerBehind(index, wanted));
     std::optional<NodeTable::Property> chosen;
     for (std::size_t i = 0; i < mTable.PropertyCount(node); ++i) {
         const NodeTable::Property property = mTable.PropertyAt(node, i);
@@ -170,16 +177,12 @@ NxResult NodeValues::Integer(Id node, std::int64_t& value) {
     const NodeKind kind = mTable.Kind(node);
     if (IsFloatKind(kind)) {
         double number = 0;
-        if (NxResult result = Float(node, number); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(Float(node, number));
         const char* failure = FormulaArithmetic::Truncate(number, value);
         return failure == nullptr ? NxResult() : Fail(node, "has a value that is too large");
     }
     const Visit visit(*this, node, kValue);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     if (IsIntegerKind(kind)) {
         return SourceInteger(node, value);
     }
@@ -192,10 +195,7 @@ NxResult NodeValues::Integer(Id node, std::int64_t& value) {
         case NodeKind::kIntReg:
             return NodePlaces(*this).Integer(node, value);
         case NodeKind::kIntSwissKnife:
-            if (const auto formula = Find(node, NodeTag::kFormula)) {
-                return Evaluate<std::int64_t>(node, formula->text, "", 0, value);
-            }
-            return Fail(node, "has no formula");
+            return NodeFormula<std::int64_t>(*this, node).Evaluate(NodeTag::kFormula, value);
         case NodeKind::kIntConverter:
             return Converted(node, value);
         default:
@@ -205,32 +205,24 @@ NxResult NodeValues::Integer(Id node, std::int64_t& value) {
 
 NxResult NodeValues::SourceInteger(Id node, std::int64_t& value) {
     Source source;
-    if (NxResult result = FindSource(node, source); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(FindSource(node, source));
     std::int64_t number = 0;
-    const auto local = mLocals.find(node);
     if (source.node != NodeTable::kNone) {
-        if (NxResult result = Integer(source.node, number); !result.IsOK()) {
-            return result;
-        }
-    } else if (source.isLocal && local != mLocals.end() &&
-               std::holds_alternative<std::int64_t>(local->second)) {
-        number = std::get<std::int64_t>(local->second);
+        NX_RETURN_IF_FAILED(Integer(source.node, number));
+    } else if (const auto* const local = Local<std::int64_t>(node, source)) {
+        number = *local;
     } else if (mTable.Kind(node) == NodeKind::kBoolean &&
                (source.constant == "true" || source.constant == "false")) {
         value = source.constant == "true" ? 1 : 0;
         return {};
-    } else if (NxResult result = Constant(node, source.constant, number); !result.IsOK()) {
-        return result;
+    } else {
+        NX_RETURN_IF_FAILED(Constant(node, source.constant, number));
     }
     if (mTable.Kind(node) == NodeKind::kBoolean) {
         std::int64_t on = 1;
         const auto property = Find(node, NodeTag::kOnValue);
         if (property.has_value()) {
-            if (NxResult result = Constant(node, property->text, on); !result.IsOK()) {
-                return result;
-            }
+            NX_RETURN_IF_FAILED(Constant(node, property->text, on));
         }
         number = number == on ? 1 : 0;
     }
@@ -242,16 +234,12 @@ NxResult NodeValues::Float(Id node, double& value) {
     const NodeKind kind = mTable.Kind(node);
     if (!IsFloatKind(kind)) {
         std::int64_t number = 0;
-        NxResult result = Integer(node, number);
-        if (result.IsOK()) {
-            value = static_cast<double>(number);
-        }
-        return result;
+        NX_RETURN_IF_FAILED(Integer(node, number));
+        value = static_cast<double>(number);
+        return {};
     }
     const Visit visit(*this, node, kValue);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     if (kind == NodeKind::kFloatReg) {
         return NodePlaces(*this).Float(node, value);
     }
@@ -259,21 +247,15 @@ NxResult NodeValues::Float(Id node, double& value) {
         return Converted(node, value);
     }
     if (kind == NodeKind::kSwissKnife) {
-        if (const auto formula = Find(node, NodeTag::kFormula)) {
-            return Evaluate<double>(node, formula->text, "", 0, value);
-        }
-        return Fail(node, "has no formula");
+        return NodeFormula<double>(*this, node).Evaluate(NodeTag::kFormula, value);
     }
     Source source;
-    if (NxResult result = FindSource(node, source); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(FindSource(node, source));
     if (source.node != NodeTable::kNone) {
         return Float(source.node, value);
     }
-    const auto local = mLocals.find(node);
-    if (source.isLocal && local != mLocals.end() && std::holds_alternative<double>(local->second)) {
-        value = std::get<double>(local->second);
+    if (const auto* const local = Local<double>(node, source)) {
+        value = *local;
         return {};
     }
     return Formula::ParseFloat(source.constant, value)
@@ -283,162 +265,29 @@ NxResult NodeValues::Float(Id node, double& value) {
 
 template <typename Number>
 NxResult NodeValues::Converted(Id node, Number& value) {
-    const auto formula = Find(node, NodeTag::kFormulaFrom);
-    if (!formula.has_value()) {
+    if (!Find(node, NodeTag::kFormulaFrom)) {
         return Fail(node, "has no formula");
     }
-    Source source;
-    if (NxResult result = FindSource(node, source); !result.IsOK()) {
-        return result;
-    }
-    if (source.node == NodeTable::kNone) {
-        return Fail(node, "is a converter without an input node");
-    }
+    Id input = NodeTable::kNone;
     Number raw = 0;
-    if (NxResult result = ValueOf(source.node, raw); !result.IsOK()) {
-        return result;
-    }
-    return Evaluate<Number>(node, formula->text, "TO", raw, value);
-}
-
-NxResult NodeValues::FormulaFailure(Id node, NxResult result) const {
-    // The formula's own failures say what is wrong with it and not where.
-    return result.GetCode() == kNxNodeAccess &&
-                   std::string_view(result.GetDescription().GetAscii())
-                           .find(mBus.Port().DeviceName()) == std::string_view::npos
-               ? Fail(node, std::string("has a formula that cannot be evaluated: ") +
-                                result.GetDescription().GetAscii())
-               : result;
+    NX_RETURN_IF_FAILED(FindInput(node, input));
+    NX_RETURN_IF_FAILED(ValueOf(input, raw));
+    NodeFormula<Number> formula(*this, node);
+    formula.Set("TO", raw);
+    return formula.Evaluate(NodeTag::kFormulaFrom, value);
 }
 
 template <typename Number>
-NxResult NodeValues::Evaluate(Id node, std::string_view formula, std::string_view extra,
-                              Number extraValue, Number& value) {
-    KnownVariables<Number> known;
-    if (!extra.empty()) {
-        known.emplace_back(extra, extraValue);
-    }
-    const Formula::Lookup<Number> lookup = [this, node, &known](std::string_view name,
-                                                                Number& found, NxResult& failure) {
-        return LookUp(node, name, known, found, failure);
-    };
-    Number number = 0;
-    NxResult result = Formula::Evaluate(formula, lookup, mBudget, number);
-    if (!result.IsOK()) {
-        return FormulaFailure(node, std::move(result));
-    }
-    value = number;
-    return {};
+const Number* NodeValues::Local(Id node, const Source& source) const {
+    const auto local = mLocals.find(node);
+    return source.isLocal && local != mLocals.end() ? std::get_if<Number>(&local->second) : nullptr;
 }
-
-template <typename Number>
-Formula::Variable NodeValues::LookUp(Id node, std::string_view name, KnownVariables<Number>& known,
-                                     Number& value, NxResult& failure) {
-    // Within one formula a variable has one value.
-    for (const auto& [knownName, knownValue] : known) {
-        if (knownName == name) {
-            value = knownValue;
-            return Formula::Variable::kFound;
-        }
-    }
-    const std::size_t count = mTable.PropertyCount(node);
-    mBudget.TakeStep(static_cast<int>(count / 32));
-    for (std::size_t i = 0; i < count; ++i) {
-        const NodeTable::Property property = mTable.PropertyAt(node, i);
-        if (property.attribute != name) {
-            continue;
-        }
-        NxResult result;
-        if (property.tag == NodeTag::kPVariable) {
-            result = VariableValue(property, value);
-        } else if (property.tag == NodeTag::kConstant) {
-            std::int64_t integer = 0;
-            double number = 0;
-            if (Formula::ParseInteger(property.text, integer)) {
-                value = static_cast<Number>(integer);
-            } else if (Formula::ParseFloat(property.text, number) &&
-                       FormulaArithmetic::Truncate(number, integer) == nullptr) {
-                value = static_cast<Number>(number);
-            } else {
-                result = Fail(node, "has a malformed number in its description");
-            }
-        } else if (property.tag == NodeTag::kExpression) {
-            const Visit visit(*this, node, static_cast<int>(100 + i));
-            const Formula::Lookup<Number> lookup =
-                [this, node, &known](std::string_view inner, Number& found, NxResult& reason) {
-                    return LookUp(node, inner, known, found, reason);
-                };
-            result = visit.Result().IsOK()
-                         ? Formula::Evaluate(property.text, lookup, mBudget, value)
-                         : visit.Result();
-        } else {
-            continue;
-        }
-        if (!result.IsOK()) {
-            failure = result;
-            return Formula::Variable::kFailed;
-        }
-        known.emplace_back(property.attribute, value);
-        return Formula::Variable::kFound;
-    }
-    return Formula::Variable::kAbsent;
-}
-
-template <typename Number>
-NxResult NodeValues::VariableValue(const NodeTable::Property& variable, Number& value) {
-    Id target = NodeTable::kNone;
-    if (NxResult result = Follow(variable, target); !result.IsOK()) {
-        return result;
-    }
-    // "WIDTH.Max" is the maximum of the node; without a suffix it is the value.
-    const std::size_t dot = variable.attribute.find('.');
-    const std::string_view suffix =
-        dot != std::string_view::npos ? variable.attribute.substr(dot + 1) : "Value";
-    if (suffix == "Value" || suffix == "Enum") {
-        return ValueOf(target, value);
-    }
-    std::int64_t bound = 0;
-    NxResult result;
-    bool has = suffix != "Min" || Find(target, NodeTag::kMin) || Find(target, NodeTag::kPMin);
-    constexpr std::string_view kEntry = "Entry.";
-    if (suffix == "Max") {
-        result = Maximum(target, bound);
-    } else if (suffix == "Inc") {
-        result = Increment(target, bound);
-    } else if (suffix == "Min") {
-        result = Minimum(target, bound);
-    } else if (suffix.starts_with(kEntry)) {
-        has = false;
-        const std::size_t count = mTable.EntryCount(target);
-        for (std::size_t i = 1; i <= count && !has && mBudget.TakeStep(); ++i) {
-            const Id entry = target + static_cast<Id>(i);
-            has = mTable.Name(entry) == suffix.substr(kEntry.size());
-            result = has ? Integer(entry, bound) : NxResult();
-        }
-    } else {
-        has = false;
-    }
-    if (result.IsOK() && !has) {
-        result = Fail(target, "does not have a property that a formula uses");
-    }
-    if (result.IsOK()) {
-        value = static_cast<Number>(bound);
-    }
-    return result;
-}
-
-template NxResult NodeValues::Evaluate<std::int64_t>(Id, std::string_view, std::string_view,
-                                                     std::int64_t, std::int64_t&);
-template NxResult NodeValues::Evaluate<double>(Id, std::string_view, std::string_view, double,
-                                               double&);
 
 NxResult NodeValues::Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value,
                            bool& has) {
     has = true;
     if (const auto linked = Find(node, reference)) {
-        Id target = NodeTable::kNone;
-        NxResult result = Follow(*linked, target);
-        return result.IsOK() ? Integer(target, value) : result;
+        return IntegerBehind(*linked, value);
     }
     if (const auto text = Find(node, constant)) {
         return Constant(node, text->text, value);
@@ -449,26 +298,20 @@ NxResult NodeValues::Bound(Id node, NodeTag constant, NodeTag reference, std::in
 
 NxResult NodeValues::Maximum(Id node, std::int64_t& value) {
     const Visit visit(*this, node, kBound);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     bool has = false;
-    if (NxResult result = Bound(node, NodeTag::kMax, NodeTag::kPMax, value, has);
-        !result.IsOK() || has) {
-        return result;
+    NX_RETURN_IF_FAILED(Bound(node, NodeTag::kMax, NodeTag::kPMax, value, has));
+    if (has) {
+        return {};
     }
     if (mTable.Kind(node) == NodeKind::kIntReg) {
         Place place;
         RegisterFormat format;
         NodePlaces places(*this);
-        NxResult result = places.FindLength(node, place.length);
-        if (result.IsOK()) {
-            result = places.FindFormat(node, place, format);
-        }
-        if (result.IsOK()) {
-            value = format.Largest(static_cast<std::size_t>(place.length));
-        }
-        return result;
+        NX_RETURN_IF_FAILED(places.FindLength(node, place.length));
+        NX_RETURN_IF_FAILED(places.FindFormat(node, place, format));
+        value = format.Largest(static_cast<std::size_t>(place.length));
+        return {};
     }
     Source source;
     if (mTable.Kind(node) == NodeKind::kInteger && FindSource(node, source).IsOK() &&
@@ -480,20 +323,16 @@ NxResult NodeValues::Maximum(Id node, std::int64_t& value) {
 
 NxResult NodeValues::Minimum(Id node, std::int64_t& value) {
     bool has = false;
-    NxResult result = Bound(node, NodeTag::kMin, NodeTag::kPMin, value, has);
-    if (result.IsOK() && !has) {
-        value = 0;
-    }
-    return result;
+    NX_RETURN_IF_FAILED(Bound(node, NodeTag::kMin, NodeTag::kPMin, value, has));
+    value = has ? value : 0;
+    return {};
 }
 
 NxResult NodeValues::Increment(Id node, std::int64_t& value) {
     bool has = false;
-    NxResult result = Bound(node, NodeTag::kInc, NodeTag::kPInc, value, has);
-    if (result.IsOK() && !has) {
-        value = 1;
-    }
-    return result;
+    NX_RETURN_IF_FAILED(Bound(node, NodeTag::kInc, NodeTag::kPInc, value, has));
+    value = has ? value : 1;
+    return {};
 }
 
 NxResult NodeValues::CommandValue(Id command, std::int64_t& value) {
@@ -506,14 +345,10 @@ NxResult NodeValues::CommandValue(Id command, std::int64_t& value) {
 
 NxResult NodeValues::Text(Id node, std::string& text) {
     const Visit visit(*this, node, kValue);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     if (mTable.Kind(node) == NodeKind::kString) {
         Source source;
-        if (NxResult result = FindSource(node, source); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(FindSource(node, source));
         if (source.node != NodeTable::kNone) {
             return Text(source.node, text);
         }
@@ -524,20 +359,15 @@ NxResult NodeValues::Text(Id node, std::string& text) {
         return Fail(node, "is not a string");
     }
     Place place;
-    if (NxResult result = NodePlaces(*this).Locate(node, place); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(NodePlaces(*this).Locate(node, place));
     if (place.length > kLongestText) {
         return NxResult(kNxBadDescription, mBus.Port().DeviceName() + " has a string of " +
                                                std::to_string(place.length) +
                                                " bytes; the limit is 1 MiB");
     }
-    std::vector<std::byte> bytes(static_cast<std::size_t>(place.length));
-    NxResult result = NodePlaces(*this).ReadDevice(node, place, bytes, false);
-    if (result.IsOK()) {
-        const auto end = std::find(bytes.begin(), bytes.end(), std::byte{0});
-        text.assign(reinterpret_cast<const char*>(bytes.data()),
-                    static_cast<std::size_t>(end - bytes.begin()));
-    }
-    return result;
+    std::string read(static_cast<std::size_t>(place.length), '\0');
+    NX_RETURN_IF_FAILED(
+        NodePlaces(*this).ReadDevice(node, place, std::as_writable_bytes(std::span(read)), false));
+    text = read.substr(0, read.find('\0'));
+    return {};
 }

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include <NxBase/NxResult.h>
+#include <NxBase/NxResultCodes.h>
 
 #include "NodeTable.h"
 #include "formula/EvaluationBudget.h"
-#include "formula/Formula.h"
 #include "registers/RegisterBus.h"
 #include "registers/RegisterFormat.h"
 #include "registers/RegisterView.h"
@@ -65,23 +65,24 @@ class NodeValues {
     /// The node's own element, or that of the structure which an entry belongs to.
     std::optional<NodeTable::Property> Find(Id node, NodeTag tag);
     NxResult Follow(const NodeTable::Property& reference, Id& node);
+    /// The value of the node that it names.
+    NxResult IntegerBehind(const NodeTable::Property& reference, std::int64_t& value);
+    /// The node whose value a converter converts.
+    NxResult FindInput(Id converter, Id& input);
     /// A number as the description writes it.
     NxResult Constant(Id node, std::string_view text, std::int64_t& value);
     /// A number that the node gives itself or by reference.
     NxResult Bound(Id node, NodeTag constant, NodeTag reference, std::int64_t& value, bool& has);
-    /// Evaluates a formula of that node.
-    /// @param extra name of a variable that the node does not declare: "TO" or "FROM"
-    template <typename Number>
-    NxResult Evaluate(Id node, std::string_view formula, std::string_view extra, Number extraValue,
-                      Number& value);
-    [[nodiscard]] NxResult Fail(Id node, const std::string& reason) const;
+    NxResult ValueOf(Id node, std::int64_t& value) { return Integer(node, value); }
+    NxResult ValueOf(Id node, double& value) { return Float(node, value); }
+    [[nodiscard]] NxResult Fail(Id node, const std::string& reason,
+                                unsigned int code = kNxNodeAccess) const;
     [[nodiscard]] const NodeTable& Table() const { return mTable; }
     [[nodiscard]] RegisterBus& Bus() const { return mBus; }
     [[nodiscard]] LocalValues& Locals() const { return mLocals; }
     [[nodiscard]] RegisterView* View() const { return mView; }
-    /// @return false when the access has written as many registers as it may
-    bool TakeWrite() { return --mBudget.writes >= 0; }
-    bool TakeRead() { return --mBudget.reads >= 0; }
+    /// What is left to this access.
+    [[nodiscard]] EvaluationBudget& Budget() { return mBudget; }
     /// Whether what is evaluated decides where a register is.
     [[nodiscard]] bool IsInPlace() const { return mPlaces > 0; }
 
@@ -117,19 +118,11 @@ class NodeValues {
         int purpose = 0;
         bool operator==(const Visited&) const = default;
     };
+    /// The value that was set in place of the description's; null without one.
     template <typename Number>
-    using KnownVariables = std::vector<std::pair<std::string_view, Number>>;
-
-    NxResult ValueOf(Id node, std::int64_t& value) { return Integer(node, value); }
-    NxResult ValueOf(Id node, double& value) { return Float(node, value); }
+    const Number* Local(Id node, const Source& source) const;
     template <typename Number>
     NxResult Converted(Id node, Number& value);
-    template <typename Number>
-    Formula::Variable LookUp(Id node, std::string_view name, KnownVariables<Number>& known,
-                             Number& value, NxResult& failure);
-    template <typename Number>
-    NxResult VariableValue(const NodeTable::Property& variable, Number& value);
-    NxResult FormulaFailure(Id node, NxResult result) const;
     NxResult SourceInteger(Id node, std::int64_t& value);
     NxResult IndexedSource(Id node, const NodeTable::Property& index, Source& source);
 

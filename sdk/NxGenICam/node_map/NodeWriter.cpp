@@ -4,6 +4,9 @@
 #include <bit>
 #include <cmath>
 
+#include <internal/NxBase/ReturnIfFailed.h>
+
+#include "NodeFormula.h"
 #include "NodePlaces.h"
 #include "formula/FormulaArithmetic.h"
 
@@ -15,9 +18,7 @@ constexpr int kWrite = 20;  ///< a visit's purpose
 
 NxResult NodeWriter::SetInteger(Id node, std::int64_t value) {
     const NodeValues::Visit visit(mValues, node, kWrite);
-    if (!visit.Result().IsOK()) {
-        return visit.Result();
-    }
+    NX_RETURN_IF_FAILED(visit.Result());
     switch (mValues.Table().Kind(node)) {
         case NodeKind::kInteger:
         case NodeKind::kEnumeration:
@@ -53,9 +54,7 @@ NxResult NodeWriter::SetFloat(Id node, double value) {
     }
     NodeValues::Source source;
     if (kind == NodeKind::kFloat) {
-        if (NxResult result = mValues.FindSource(node, source); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mValues.FindSource(node, source));
         if (source.node != NodeTable::kNone) {
             const NodeValues::Visit visit(mValues, node, kWrite + 1);
             return visit.Result().IsOK() ? SetFloat(source.node, value) : visit.Result();
@@ -69,13 +68,7 @@ NxResult NodeWriter::SetFloat(Id node, double value) {
     if (kind == NodeKind::kFloatReg) {
         NodeValues::Place place;
         RegisterFormat format;
-        NxResult result = NodePlaces(mValues).Locate(node, place);
-        if (result.IsOK()) {
-            result = NodePlaces(mValues).FindFormat(node, place, format);
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(NodePlaces(mValues).Locate(node, place, format));
         if (place.length != 4 && place.length != 8) {
             return mValues.Fail(node, "is a floating-point number of an unknown size");
         }
@@ -97,17 +90,14 @@ NxResult NodeWriter::SetFloat(Id node, double value) {
 
 NxResult NodeWriter::SetBehind(Id node, std::int64_t value) {
     NodeValues::Source source;
-    if (NxResult result = mValues.FindSource(node, source); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mValues.FindSource(node, source));
     if (source.node != NodeTable::kNone) {
-        NxResult result = Set(source.node, value);
-        return result.IsOK() ? SetCopies(node, value) : result;
-    }
-    if (!source.isLocal) {
+        NX_RETURN_IF_FAILED(Set(source.node, value));
+    } else if (source.isLocal) {
+        mValues.Locals()[node] = value;
+    } else {
         return mValues.Fail(node, "is read-only");
     }
-    mValues.Locals()[node] = value;
     return SetCopies(node, value);
 }
 
@@ -119,49 +109,31 @@ NxResult NodeWriter::SetCopies(Id node, std::int64_t value) {
             continue;
         }
         Id copy = NodeTable::kNone;
-        NxResult result = mValues.Follow(property, copy);
-        if (result.IsOK()) {
-            result = Set(copy, value);
-        }
-        if (!result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mValues.Follow(property, copy));
+        NX_RETURN_IF_FAILED(Set(copy, value));
     }
     return {};
 }
 
 template <typename Number>
 NxResult NodeWriter::SetConverted(Id node, Number value) {
-    const auto formula = mValues.Find(node, NodeTag::kFormulaTo);
-    if (!formula.has_value()) {
+    if (!mValues.Find(node, NodeTag::kFormulaTo)) {
         return mValues.Fail(node, "is read-only");
     }
-    NodeValues::Source source;
+    Id input = NodeTable::kNone;
     Number raw = 0;
-    NxResult result = mValues.Evaluate<Number>(node, formula->text, "FROM", value, raw);
-    if (result.IsOK()) {
-        result = mValues.FindSource(node, source);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
-    if (source.node == NodeTable::kNone) {
-        return mValues.Fail(node, "is a converter without an input node");
-    }
+    NodeFormula<Number> formula(mValues, node);
+    formula.Set("FROM", value);
+    NX_RETURN_IF_FAILED(formula.Evaluate(NodeTag::kFormulaTo, raw));
+    NX_RETURN_IF_FAILED(mValues.FindInput(node, input));
     const NodeValues::Visit visit(mValues, node, kWrite + 2);
-    return visit.Result().IsOK() ? Set(source.node, raw) : visit.Result();
+    return visit.Result().IsOK() ? Set(input, raw) : visit.Result();
 }
 
 NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
     NodeValues::Place place;
     RegisterFormat format;
-    NxResult result = NodePlaces(mValues).Locate(node, place);
-    if (result.IsOK()) {
-        result = NodePlaces(mValues).FindFormat(node, place, format);
-    }
-    if (!result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(NodePlaces(mValues).Locate(node, place, format));
     std::array<std::byte, 8> bytes{};
     const auto used = std::span(bytes).first(static_cast<std::size_t>(place.length));
     const auto mode = mValues.Find(node, NodeTag::kAccessMode);
@@ -169,14 +141,10 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
     // The other bits stay as they are; of a register that cannot be read, those just written.
     if (!format.IsWhole(used.size()) && !isReadable && mValues.View() != nullptr) {
         mValues.View()->Peek(place.address, used);
-        if (result = mValues.Bus().Arrange(place.address, used); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mValues.Bus().Arrange(place.address, used));
     }
     if (!format.IsWhole(used.size()) && isReadable) {
-        if (result = NodePlaces(mValues).ReadNumber(node, place, used); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(NodePlaces(mValues).ReadNumber(node, place, used));
     }
     if (!format.Encode(value, used)) {
         return mValues.Fail(node, "is too small for the value " + std::to_string(value));
@@ -186,18 +154,14 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
 
 NxResult NodeWriter::Store(Id node, std::uint64_t address, std::span<std::byte> bytes) {
     bool isOfDevice = false;
-    if (NxResult result = NodePlaces(mValues).IsOfDevice(node, isOfDevice); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(NodePlaces(mValues).IsOfDevice(node, isOfDevice));
     if (!isOfDevice) {
         return mValues.Fail(node, "is not a register of the device itself");
     }
-    if (!mValues.TakeWrite()) {
+    if (--mValues.Budget().writes < 0) {
         return mValues.Fail(node, "is stored in too many registers");
     }
-    if (NxResult result = mValues.Bus().Arrange(address, bytes); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mValues.Bus().Arrange(address, bytes));
     if (mValues.View() != nullptr) {
         mValues.View()->Hold(address, bytes);
         return {};

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <NxBase/NxResultCodes.h>
+#include <internal/NxBase/ReturnIfFailed.h>
 
 namespace {
 
@@ -39,9 +40,7 @@ NxResult RegisterBus::Arrange(std::uint64_t address, std::span<std::byte> bytes)
     bool turns = mReverses && (address & 0xFFFFFFFFU) >= kEndOfBootstrap;
     if (IsByCommand(bytes.size())) {
         bool isLittle = false;
-        if (NxResult result = IsLittleEndian(isLittle); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(IsLittleEndian(isLittle));
         turns = turns != isLittle;
     }
     if (turns) {
@@ -75,9 +74,7 @@ NxResult RegisterBus::Write(std::uint64_t address, std::span<const std::byte> by
 NxResult RegisterBus::WritePart(std::uint64_t address, std::span<const std::byte> bytes) {
     const std::uint64_t first = address - address % 4;
     std::vector<std::byte> words((address + bytes.size() - first + 3) / 4 * 4);
-    if (NxResult result = mPort->ReadMemory(first, words); !result.IsOK()) {
-        return result;
-    }
+    NX_RETURN_IF_FAILED(mPort->ReadMemory(first, words));
     std::copy(bytes.begin(), bytes.end(),
               words.begin() + static_cast<std::ptrdiff_t>(address - first));
     return mPort->WriteMemory(first, words);
@@ -132,9 +129,7 @@ NxResult RegisterBus::ReadWords(std::span<GenPort::Register> words) {
             ++count;
         }
         std::vector<std::byte> bytes(4 * count);
-        if (NxResult result = mPort->ReadMemory(words[first].address, bytes); !result.IsOK()) {
-            return result;
-        }
+        NX_RETURN_IF_FAILED(mPort->ReadMemory(words[first].address, bytes));
         for (std::size_t i = 0; i < bytes.size(); ++i) {
             words[first + i / 4].bytes[i % 4] = bytes[i];
         }

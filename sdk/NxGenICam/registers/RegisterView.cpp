@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <internal/NxBase/ReturnIfFailed.h>
+
 namespace {
 
 // Cameras need a dozen.
@@ -110,11 +112,9 @@ NxResult RegisterView::Fetch(RegisterBus& bus, bool onlyState, bool withHalves) 
     if (registers.empty()) {
         return {};
     }
-    NxResult result = bus.ReadWords(registers);
-    if (result.IsOK()) {
-        for (const GenPort::Register& one : registers) {
-            Note(one.address, one.bytes);
-        }
+    NX_RETURN_IF_FAILED(bus.ReadWords(registers));
+    for (const GenPort::Register& one : registers) {
+        Note(one.address, one.bytes);
     }
-    return result;
+    return {};
 }

@@ -29,115 +29,69 @@ struct Update {
     std::vector<Condition> conditions;
 };
 
-NyUtilsLib::Result Refuse(const std::string& what) {
-    return NyUtilsLib::Result(kNxBadManifest, what);
+using Result = NyUtilsLib::Result;
+
+Result Refuse(const std::string& what) {
+    return Result(kNxBadManifest, what);
+}
+
+Result Compile(const std::string& text, Pattern& pattern) {
+    const std::string wrong = pattern.Compile(text);
+    return wrong.empty() ? Result() : Refuse("invalid regular expression: " + wrong);
 }
 
 }  // namespace
 
 class GenFUControl::Impl {
   public:
-    explicit Impl(IGenFUUpdater* updater) : mUpdater(*updater) {}
+    explicit Impl(IGenFUUpdater* updaterOfDevice) : updater(*updaterOfDevice) {}
 
-    NyUtilsLib::Result Run() {
-        NyUtilsLib::Result unread;
-        for (const Update& update : mUpdates) {
-            const bool suits = std::all_of(
-                update.conditions.begin(), update.conditions.end(),
-                [this, &unread](const Condition& condition) { return Holds(condition, unread); });
-            if (suits) {
-                return RunProcedure(mProcedures[update.procedure]);
-            }
-        }
-        return NoUpdate(unread);
-    }
-
-    NyUtilsLib::Result Clear() {
-        mProcedures.clear();
-        mUpdates.clear();
-        return {};
-    }
-
-    NyUtilsLib::Result AddProcedure(const std::string& id) {
-        if (FindProcedure(id) != mProcedures.size()) {
-            return Refuse("duplicate procedure id " + Quoted(id));
-        }
-        mProcedures.push_back({id, {}});
-        return {};
-    }
-
-    NyUtilsLib::Result AddStep(Step step) {
-        if (mProcedures.empty()) {
+    Result AddStep(Step step) {
+        if (procedures.empty()) {
             return Refuse("a step must belong to a procedure");
         }
-        mProcedures.back().steps.push_back(std::move(step));
+        procedures.back().steps.push_back(std::move(step));
         return {};
     }
 
-    NyUtilsLib::Result AddUpdate(const std::string& procedureId) {
-        const std::size_t procedure = FindProcedure(procedureId);
-        if (procedure == mProcedures.size()) {
-            return Refuse("there is no procedure with the id " + Quoted(procedureId));
-        }
-        mUpdates.push_back({procedure, {}});
-        return {};
-    }
-
-    NyUtilsLib::Result AddInfo() const {
-        return mUpdates.empty() ? Refuse("an <Info> must belong to an update")
-                                : NyUtilsLib::Result();
-    }
-
-    NyUtilsLib::Result AddCondition(Condition condition) {
-        if (mUpdates.empty()) {
-            return Refuse("a condition must belong to an update");
-        }
-        mUpdates.back().conditions.push_back(std::move(condition));
-        return {};
-    }
-
-  private:
     [[nodiscard]] std::size_t FindProcedure(const std::string& id) const {
-        const auto found = std::find_if(mProcedures.begin(), mProcedures.end(),
-                                        [&id](const Procedure& one) { return one.id == id; });
-        return static_cast<std::size_t>(found - mProcedures.begin());
+        const auto found = std::ranges::find(procedures, id, &Procedure::id);
+        return static_cast<std::size_t>(found - procedures.begin());
     }
 
     /// A device that lacks the feature is another one than the update is for, so a failed read is a
     /// condition that does not hold. The first such failure is kept, to be reported if nothing
     /// fits.
-    bool Holds(const Condition& condition, NyUtilsLib::Result& unread) {
+    bool Holds(const Condition& condition, Result& unread) {
         std::string value;
-        const NyUtilsLib::Result result = mUpdater.ReadGenStringValue(condition.featureName, value);
+        const Result result = updater.ReadGenStringValue(condition.featureName, value);
         if (result.GetCode() != 0) {
             if (unread.GetCode() == 0) {
-                unread = NyUtilsLib::Result(
-                    result.GetCode(),
-                    "reading " + Quoted(condition.featureName) + DescribeFailure(result));
+                unread = Result(result.GetCode(), "reading " + Quoted(condition.featureName) +
+                                                      DescribeFailure(result));
             }
             return false;
         }
         return condition.pattern.Matches(value) == Pattern::Match::kYes;
     }
 
-    NyUtilsLib::Result NoUpdate(const NyUtilsLib::Result& unread) {
+    Result NoUpdate(const Result& unread) {
         std::string model;
-        if (mUpdater.ReadGenStringValue("DeviceModelName", model).GetCode() != 0) {
+        if (updater.ReadGenStringValue("DeviceModelName", model).GetCode() != 0) {
             model = "this device";
         }
         const std::string message = "No update in this package is for " + PrintableText(model);
-        if (unread.GetCode() != 0) {
-            return NyUtilsLib::Result(unread.GetCode(), message + ": " + unread.GetMessage());
-        }
-        return NyUtilsLib::Result(kNxNoUpdate, message);
+        return unread.GetCode() != 0
+                   ? Result(unread.GetCode(), message + ": " + unread.GetMessage())
+                   : Result(kNxNoUpdate, message);
     }
 
-    NyUtilsLib::Result RunProcedure(const Procedure& procedure) {
+    Result RunProcedure(const Procedure& procedure) {
         std::size_t number = 0;
         for (const Step& step : procedure.steps) {
             const std::string place =
                 "Step " + std::to_string(++number) + " of procedure " + Quoted(procedure.id);
-            const NyUtilsLib::Result result = std::visit(StepRunner(mUpdater, place), step);
+            const Result result = std::visit(StepRunner(updater, place), step);
             if (result.GetCode() != 0) {
                 return result;
             }
@@ -145,73 +99,92 @@ class GenFUControl::Impl {
         return {};
     }
 
-    IGenFUUpdater& mUpdater;
-    std::vector<Procedure> mProcedures;
-    std::vector<Update> mUpdates;
+    IGenFUUpdater& updater;
+    std::vector<Procedure> procedures;
+    std::vector<Update> updates;
 };
 
 GenFUControl::GenFUControl(IGenFUUpdater* updater) : mImpl(std::make_unique<Impl>(updater)) {}
 
 GenFUControl::~GenFUControl() = default;
 
-NyUtilsLib::Result GenFUControl::Run() {
-    return mImpl->Run();
+Result GenFUControl::Run() {
+    Result unread;
+    for (const Update& update : mImpl->updates) {
+        if (std::ranges::all_of(update.conditions, [&](const Condition& condition) {
+                return mImpl->Holds(condition, unread);
+            })) {
+            return mImpl->RunProcedure(mImpl->procedures[update.procedure]);
+        }
+    }
+    return mImpl->NoUpdate(unread);
 }
 
-NyUtilsLib::Result GenFUControl::Clear() {
-    return mImpl->Clear();
+Result GenFUControl::Clear() {
+    mImpl->procedures.clear();
+    mImpl->updates.clear();
+    return {};
 }
 
-NyUtilsLib::Result GenFUControl::AddProcedure(const std::string& id) {
-    return mImpl->AddProcedure(id);
+Result GenFUControl::AddProcedure(const std::string& id) {
+    if (mImpl->FindProcedure(id) != mImpl->procedures.size()) {
+        return Refuse("duplicate procedure id " + Quoted(id));
+    }
+    mImpl->procedures.push_back({id, {}});
+    return {};
 }
 
-NyUtilsLib::Result GenFUControl::AddFileUpload(const std::string& fileName,
-                                               const std::string& /*deviceFileName*/,
-                                               const std::string& transport) {
+Result GenFUControl::AddFileUpload(const std::string& fileName,
+                                   const std::string& /*deviceFileName*/,
+                                   const std::string& transport) {
     return mImpl->AddStep(FileUpload{fileName, transport});
 }
 
-NyUtilsLib::Result GenFUControl::AddFeatureAssert(const std::string& featureName,
-                                                  const std::string& pattern,
-                                                  const std::string& message) {
+Result GenFUControl::AddFeatureAssert(const std::string& featureName, const std::string& pattern,
+                                      const std::string& message) {
     Pattern compiled;
-    const std::string wrong = compiled.Compile(pattern);
-    if (!wrong.empty()) {
-        return Refuse("invalid regular expression: " + wrong);
-    }
-    return mImpl->AddStep(FeatureAssert{featureName, std::move(compiled), message});
+    const Result result = Compile(pattern, compiled);
+    return result.GetCode() == 0
+               ? mImpl->AddStep(FeatureAssert{featureName, std::move(compiled), message})
+               : result;
 }
 
-NyUtilsLib::Result GenFUControl::AddFeatureWrite(const std::string& featureName,
-                                                 const std::string& value) {
+Result GenFUControl::AddFeatureWrite(const std::string& featureName, const std::string& value) {
     return mImpl->AddStep(FeatureWrite{featureName, value});
 }
 
-NyUtilsLib::Result GenFUControl::AddFeatureExecute(const std::string& featureName) {
+Result GenFUControl::AddFeatureExecute(const std::string& featureName) {
     return mImpl->AddStep(FeatureExecute{featureName});
 }
 
-NyUtilsLib::Result GenFUControl::AddDeviceReset() {
+Result GenFUControl::AddDeviceReset() {
     return mImpl->AddStep(DeviceReset{});
 }
 
-NyUtilsLib::Result GenFUControl::AddUpdate(const std::string& procedureId) {
-    return mImpl->AddUpdate(procedureId);
-}
-
-NyUtilsLib::Result GenFUControl::AddInfo(const std::string& /*name*/, const std::string& /*text*/) {
-    return mImpl->AddInfo();
-}
-
-NyUtilsLib::Result GenFUControl::AddCondition(const std::string& featureName,
-                                              const std::string& pattern) {
-    Pattern compiled;
-    const std::string wrong = compiled.Compile(pattern);
-    if (!wrong.empty()) {
-        return Refuse("invalid regular expression: " + wrong);
+Result GenFUControl::AddUpdate(const std::string& procedureId) {
+    const std::size_t procedure = mImpl->FindProcedure(procedureId);
+    if (procedure == mImpl->procedures.size()) {
+        return Refuse("there is no procedure with the id " + Quoted(procedureId));
     }
-    return mImpl->AddCondition({featureName, std::move(compiled)});
+    mImpl->updates.push_back({procedure, {}});
+    return {};
+}
+
+Result GenFUControl::AddInfo(const std::string& /*name*/, const std::string& /*text*/) {
+    return mImpl->updates.empty() ? Refuse("an <Info> must belong to an update") : Result();
+}
+
+Result GenFUControl::AddCondition(const std::string& featureName, const std::string& pattern) {
+    Pattern compiled;
+    const Result result = Compile(pattern, compiled);
+    if (result.GetCode() != 0) {
+        return result;
+    }
+    if (mImpl->updates.empty()) {
+        return Refuse("a condition must belong to an update");
+    }
+    mImpl->updates.back().conditions.push_back({featureName, std::move(compiled)});
+    return {};
 }
 
 }  // namespace NxGenICamLib

@@ -7,33 +7,27 @@ namespace NxGenICamLib {
 
 class GenFUParser::Impl {
   public:
-    explicit Impl(IGenFUModelBuilder* builder) : mBuilder(builder) {}
-
-    NyUtilsLib::Result Build(const std::string& text) {
-        ManifestDocument document;
-        NyUtilsLib::Result result = document.Read(text);
-        if (result.GetCode() == 0) {
-            result = CheckPatterns(document.Root());
-        }
-        if (result.GetCode() == 0 && mBuilder != nullptr) {
-            result = mBuilder->Clear();
-            if (result.GetCode() == 0) {
-                result = BuildModel(document.Root(), *mBuilder);
-            }
-        }
-        return result;
-    }
-
-  private:
-    IGenFUModelBuilder* mBuilder;
+    IGenFUModelBuilder* builder;
 };
 
-GenFUParser::GenFUParser(IGenFUModelBuilder* builder) : mImpl(std::make_unique<Impl>(builder)) {}
+GenFUParser::GenFUParser(IGenFUModelBuilder* builder)
+    : mImpl(std::make_unique<Impl>(Impl{builder})) {}
 
 GenFUParser::~GenFUParser() = default;
 
 NyUtilsLib::Result GenFUParser::Build(const std::string& text) {
-    return mImpl->Build(text);
+    ManifestDocument document;
+    NyUtilsLib::Result result = document.Read(text);
+    if (result.GetCode() == 0) {
+        result = CheckPatterns(document.Root());
+    }
+    if (result.GetCode() == 0 && mImpl->builder != nullptr) {
+        result = mImpl->builder->Clear();
+        if (result.GetCode() == 0) {
+            result = BuildModel(document.Root(), *mImpl->builder);
+        }
+    }
+    return result;
 }
 
 }  // namespace NxGenICamLib

@@ -87,63 +87,9 @@ Owned<pcre2_code> CompileCode(const std::string& pattern, int& error, PCRE2_SIZE
 
 class Pattern::Impl {
   public:
-    std::string Compile(const std::string& pattern) {
-        mContext.reset(pcre2_match_context_create(nullptr));
-        if (!mContext) {
-            return "out of memory";
-        }
-        pcre2_set_match_limit(mContext.get(), kSteps);
-        pcre2_set_heap_limit(mContext.get(), kHeapKiB);
-        int error = 0;
-        PCRE2_SIZE offset = 0;
-        mCode = CompileCode(pattern, error, offset);
-        if (!mCode) {
-            std::array<PCRE2_UCHAR, 128> text{};
-            pcre2_get_error_message(error, text.data(), text.size());
-            return reinterpret_cast<const char*>(text.data()) + AtByte(offset);
-        }
-        const std::size_t words = MatchEcmaScriptWords(pattern);
-        if (words < pattern.size()) {
-            mCode.reset();
-            return "unsupported syntax" + AtByte(words);
-        }
-        std::size_t size = 0;
-        if (pcre2_pattern_info(mCode.get(), PCRE2_INFO_SIZE, &size) != 0 || size > kLargestKept) {
-            mCode.reset();
-            mLargePattern = pattern;
-        }
-        return {};
-    }
-
-    Match Matches(const std::string& value) const {
-        int error = 0;
-        PCRE2_SIZE offset = 0;
-        const Owned<pcre2_code> large =
-            mLargePattern.empty() ? nullptr : CompileCode(mLargePattern, error, offset);
-        const pcre2_code* code = large ? large.get() : mCode.get();
-        if (code == nullptr || value.size() > kMaximumValue) {
-            return mLargePattern.empty() || code != nullptr ? Match::kNo : Match::kTooCostly;
-        }
-        // Not kept: it grows with what a match needs, and a manifest may have thousands of
-        // patterns.
-        const Owned<pcre2_match_data> data(pcre2_match_data_create_from_pattern(code, nullptr));
-        if (!data) {
-            return Match::kTooCostly;
-        }
-        const int result =
-            pcre2_match(code, Units(value), value.size(), 0, 0, data.get(), mContext.get());
-        if (result == PCRE2_ERROR_MATCHLIMIT || result == PCRE2_ERROR_HEAPLIMIT ||
-            result == PCRE2_ERROR_DEPTHLIMIT || result == PCRE2_ERROR_NOMEMORY) {
-            return Match::kTooCostly;
-        }
-        // A value that is not UTF-8 is a failed match like any other.
-        return result >= 0 ? Match::kYes : Match::kNo;
-    }
-
-  private:
-    Owned<pcre2_code> mCode;
-    std::string mLargePattern;  // whose code is not kept
-    Owned<pcre2_match_context> mContext;
+    Owned<pcre2_code> code;
+    std::string largePattern;  ///< whose code is not kept
+    Owned<pcre2_match_context> context;
 };
 
 Pattern::Pattern() : mImpl(std::make_unique<Impl>()) {}
@@ -152,11 +98,55 @@ Pattern::Pattern(Pattern&&) noexcept = default;
 Pattern& Pattern::operator=(Pattern&&) noexcept = default;
 
 std::string Pattern::Compile(const std::string& pattern) {
-    return mImpl->Compile(pattern);
+    mImpl->context.reset(pcre2_match_context_create(nullptr));
+    if (!mImpl->context) {
+        return "out of memory";
+    }
+    pcre2_set_match_limit(mImpl->context.get(), kSteps);
+    pcre2_set_heap_limit(mImpl->context.get(), kHeapKiB);
+    int error = 0;
+    PCRE2_SIZE offset = 0;
+    mImpl->code = CompileCode(pattern, error, offset);
+    if (!mImpl->code) {
+        std::array<PCRE2_UCHAR, 128> text{};
+        pcre2_get_error_message(error, text.data(), text.size());
+        return reinterpret_cast<const char*>(text.data()) + AtByte(offset);
+    }
+    const std::size_t words = MatchEcmaScriptWords(pattern);
+    if (words < pattern.size()) {
+        mImpl->code.reset();
+        return "unsupported syntax" + AtByte(words);
+    }
+    std::size_t size = 0;
+    if (pcre2_pattern_info(mImpl->code.get(), PCRE2_INFO_SIZE, &size) != 0 || size > kLargestKept) {
+        mImpl->code.reset();
+        mImpl->largePattern = pattern;
+    }
+    return {};
 }
 
 Pattern::Match Pattern::Matches(const std::string& value) const {
-    return mImpl->Matches(value);
+    int error = 0;
+    PCRE2_SIZE offset = 0;
+    const Owned<pcre2_code> large =
+        mImpl->largePattern.empty() ? nullptr : CompileCode(mImpl->largePattern, error, offset);
+    const pcre2_code* code = large ? large.get() : mImpl->code.get();
+    if (code == nullptr || value.size() > kMaximumValue) {
+        return mImpl->largePattern.empty() || code != nullptr ? Match::kNo : Match::kTooCostly;
+    }
+    // Not kept: it grows with what a match needs, and a manifest may have thousands of patterns.
+    const Owned<pcre2_match_data> data(pcre2_match_data_create_from_pattern(code, nullptr));
+    if (!data) {
+        return Match::kTooCostly;
+    }
+    const int result =
+        pcre2_match(code, Units(value), value.size(), 0, 0, data.get(), mImpl->context.get());
+    if (result == PCRE2_ERROR_MATCHLIMIT || result == PCRE2_ERROR_HEAPLIMIT ||
+        result == PCRE2_ERROR_DEPTHLIMIT || result == PCRE2_ERROR_NOMEMORY) {
+        return Match::kTooCostly;
+    }
+    // A value that is not UTF-8 is a failed match like any other.
+    return result >= 0 ? Match::kYes : Match::kNo;
 }
 
 }  // namespace NxGenICamLib

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -10,14 +11,7 @@
 #include <poll.h>
 #include <sys/random.h>
 
-#include <NxSystem/NxDeviceInfoGEV.h>
-#include <NxSystem/NxDeviceInfoMirskoProtocol.h>
-
-#include <internal/NxSystem/ConnectionId.h>
 #include <internal/NxSystem/UdpSocket.h>
-#include "GvcpDiscoveryAck.h"
-
-#include "NxDeviceInfoImpl.h"
 
 namespace {
 
@@ -37,29 +31,6 @@ constexpr milliseconds kWindow(1000);
 constexpr std::size_t kMostDevices = 4096;
 constexpr int kMostDatagramsAtOnce = 1000;
 
-// The address that the answer came from is the one that answers; what is written in it may be of
-// another subnet, or anybody's.
-std::unique_ptr<NxDeviceInfo> MakeRecord(const GvcpDiscoveryAck& ack, std::uint32_t address,
-                                         const std::string& interfaceName) {
-    auto record = std::make_unique<NxDeviceInfo::Impl>();
-    ConnectionId id;
-    id.address = address;
-    id.interfaceName = interfaceName;
-    record->type = ack.IsLoader() ? 1 : 0;
-    record->connectionId = id.Format();
-    record->vendor = ack.manufacturer;
-    record->model = ack.model;
-    record->version = ack.version;
-    record->serial = ack.serial;
-    record->userName = ack.userName;
-    record->address = FormatAddress(address);
-    record->mac = FormatMac(ack.mac);
-    if (ack.IsLoader()) {
-        return std::make_unique<NxDeviceInfoMirskoProtocol>(std::move(record));
-    }
-    return std::make_unique<NxDeviceInfoGEV>(std::move(record));
-}
-
 // What answered on one interface, however many addresses it has.
 class Answers {
   public:
@@ -70,7 +41,7 @@ class Answers {
     // A device answers each command, and each of the interface's addresses.
     void Keep(const GvcpDiscoveryAck& ack, std::uint32_t sender) {
         if (mFound.devices.size() < kMostDevices && mSeen.emplace(sender, ack.mac).second) {
-            mFound.devices.push_back(MakeRecord(ack, sender, mFound.interface.name));
+            mFound.devices.push_back({sender, ack});
         }
     }
     DiscoveredInterface Take() { return std::move(mFound); }

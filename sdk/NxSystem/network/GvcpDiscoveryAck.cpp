@@ -16,15 +16,8 @@ constexpr std::size_t kBodySize = 0xf8;
 
 // A text field ends at its first zero byte or with the field.
 std::string Text(std::span<const std::byte> field) {
-    std::string text;
-    for (const std::byte byte : field) {
-        const auto character = std::to_integer<unsigned char>(byte);
-        if (character == 0) {
-            break;
-        }
-        text.push_back(static_cast<char>(character));
-    }
-    return PrintableText(text);
+    const std::string_view text(reinterpret_cast<const char*>(field.data()), field.size());
+    return PrintableText(text.substr(0, text.find('\0')));
 }
 
 }  // namespace

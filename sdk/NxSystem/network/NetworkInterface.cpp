@@ -85,12 +85,9 @@ std::vector<NetworkInterface> ListNetworkInterfaces() {
 }
 
 std::string FormatAddress(std::uint32_t address) {
-    std::string text;
-    for (unsigned int shift = 32; shift > 0;) {
-        shift -= 8;
-        text += (text.empty() ? "" : ".") + std::to_string((address >> shift) & 0xFFU);
-    }
-    return text;
+    const in_addr inOrder{htonl(address)};
+    std::array<char, INET_ADDRSTRLEN> text{};
+    return inet_ntop(AF_INET, &inOrder, text.data(), text.size());
 }
 
 bool ParseAddress(const std::string& text, std::uint32_t& address) {
@@ -105,10 +102,7 @@ bool ParseAddress(const std::string& text, std::uint32_t& address) {
 std::string FormatMac(const std::array<std::uint8_t, 6>& mac) {
     std::string text;
     for (const std::uint8_t byte : mac) {
-        if (!text.empty()) {
-            text += ':';
-        }
-        text += HexDigits(byte, 2);
+        text += (text.empty() ? "" : ":") + HexDigits(byte, 2);
     }
     return text;
 }

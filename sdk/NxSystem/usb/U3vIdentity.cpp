@@ -177,11 +177,13 @@ std::string U3vIdentity::GetName() const {
     return guid.empty() ? "@" + place : guid;
 }
 
+std::string U3vIdentity::Describe() const {
+    return "USB3 Vision device " + (model.empty() ? "" : model + " ") +
+           (guid.empty() ? "" : "(GUID " + guid + ") ") + "at USB port " + place;
+}
+
 NxResult DescribeU3vOpenFailure(const U3vIdentity& identity, int error) {
-    const std::string device = "USB3 Vision device " +
-                               (identity.model.empty() ? "" : identity.model + " ") +
-                               (identity.guid.empty() ? "" : "(GUID " + identity.guid + ") ") +
-                               "at USB port " + identity.place;
+    const std::string device = identity.Describe();
     switch (error) {
         case LIBUSB_ERROR_ACCESS:
             return NxResult(kNxAccessDenied,

@@ -10,35 +10,26 @@
 
 namespace {
 
-struct Controller {
-    std::string folder;  // in sysfs; what its USB 2 and its USB 3 bus have in common
-    UsbController found;
-};
-
 std::string ControllerFolder(const std::string& bus) {
     std::error_code error;
     const auto hub = std::filesystem::canonical("/sys/bus/usb/devices/usb" + bus, error);
     return error ? "usb" + bus : hub.parent_path().string();
 }
 
-UsbController& ControllerOf(std::vector<Controller>& controllers, libusb_device* device) {
+UsbController& ControllerOf(std::vector<UsbController>& controllers, libusb_device* device) {
     const std::string folder = ControllerFolder(std::to_string(libusb_get_bus_number(device)));
-    auto at = std::find_if(controllers.begin(), controllers.end(),
-                           [&](const Controller& known) { return known.folder == folder; });
-    if (at == controllers.end()) {
-        Controller added;
-        added.folder = folder;
-        added.found.name = std::filesystem::path(folder).filename().string();
-        at = controllers.insert(at, std::move(added));
-    }
-    return at->found;
+    const auto known = std::ranges::find(controllers, folder, &UsbController::folder);
+    return known != controllers.end()
+               ? *known
+               : controllers.emplace_back(
+                     UsbController{folder, std::filesystem::path(folder).filename().string(), {}});
 }
 
 }  // namespace
 
 std::vector<UsbController> ListUsbControllers() {
     const UsbContext usb;
-    std::vector<Controller> controllers;
+    std::vector<UsbController> controllers;
     for (libusb_device* device : usb.GetDevices()) {
         (void)ControllerOf(controllers, device);
     }
@@ -50,9 +41,5 @@ std::vector<UsbController> ListUsbControllers() {
         (void)U3vIdentity::Read(device, descriptor, time.TakeShare(), identity);
         ControllerOf(controllers, device).devices.push_back(std::move(identity));
     }
-    std::vector<UsbController> found;
-    for (Controller& controller : controllers) {
-        found.push_back(std::move(controller.found));
-    }
-    return found;
+    return controllers;
 }

@@ -7,7 +7,8 @@
 
 /// One USB host controller, with all of its buses, and the USB3 Vision devices plugged into it.
 struct UsbController {
-    std::string name;  ///< the system's name of it, "0000:00:14.0"
+    std::string folder;  ///< in sysfs; what its USB 2 and its USB 3 bus have in common
+    std::string name;    ///< the system's name of it, "0000:00:14.0"
     std::vector<U3vIdentity> devices;
 };
 

@@ -37,6 +37,8 @@ struct NX_API U3vIdentity {
     /// What names the device in a connection ID: its GUID, or '@' and its place when it has none
     /// that could be read.
     [[nodiscard]] std::string GetName() const;
+    /// "USB3 Vision device Model (GUID 123456789ABC) at USB port 2-1"
+    [[nodiscard]] std::string Describe() const;
 };
 
 /// The udev rule file that gives users access to USB3 Vision devices.

@@ -87,7 +87,7 @@ TftpFiles::ForWriting DeviceTftpFiles::OpenForWriting(const std::string& name,
     if (name != kPayloadFile) {
         return NoSuchFile(name);
     }
-    if (mStore.IsFlashing()) {
+    if (mStore.State().flashing) {
         return TftpError{TftpErrorCode::kNotDefined, FirmwareStore::kBusyStatus};
     }
     if (mWriting) {
@@ -103,10 +103,10 @@ TftpFiles::ForReading DeviceTftpFiles::OpenForReading(const std::string& name) {
     if (name != kStatusFile) {
         return NoSuchFile(name);
     }
-    if (mHoldStatus && mStore.IsFlashing()) {
+    if (mHoldStatus && mStore.State().flashing) {
         return TftpNotYet{};
     }
-    std::string status = mStore.Status();
+    std::string status = mStore.State().lastStatus;
     status.resize(std::max<std::size_t>(status.size(), mStatusSize), '.');
     return std::make_unique<TextSource>(std::move(status));
 }

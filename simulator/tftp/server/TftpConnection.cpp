@@ -68,7 +68,7 @@ bool TftpConnection::Absorb(std::span<const std::uint8_t> request, Time now) {
         return false;
     }
     if (!mSession->HasBegun()) {
-        mSession->MeetRepeatedRequest(now);
+        mSession->MeetRepeatedRequest();
         Flush(now);
     }
     return true;

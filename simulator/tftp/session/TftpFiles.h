@@ -15,7 +15,7 @@ namespace simulator {
 /// off, and nothing of it counts.
 class TftpSink {
   public:
-    virtual ~TftpSink();
+    virtual ~TftpSink() = default;
     /// False when the bytes cannot be kept; the transfer then ends with "disk full".
     [[nodiscard]] virtual bool Write(std::span<const std::uint8_t> bytes) = 0;
     /// The last byte was written.
@@ -25,7 +25,7 @@ class TftpSink {
 /// Gives the bytes of one read transfer, in order.
 class TftpSource {
   public:
-    virtual ~TftpSource();
+    virtual ~TftpSource() = default;
     /// Number of bytes in all.
     [[nodiscard]] virtual std::uint64_t Size() const = 0;
     /// Fills `into` as far as there are bytes left and returns their number.
@@ -41,7 +41,7 @@ class TftpFiles {
     using ForWriting = std::variant<std::unique_ptr<TftpSink>, TftpError>;
     using ForReading = std::variant<std::unique_ptr<TftpSource>, TftpError, TftpNotYet>;
 
-    virtual ~TftpFiles();
+    virtual ~TftpFiles() = default;
     /// @param size number of bytes that the client announced, if it did (RFC 2349, tsize)
     [[nodiscard]] virtual ForWriting OpenForWriting(const std::string& name,
                                                     std::optional<std::uint64_t> size) = 0;

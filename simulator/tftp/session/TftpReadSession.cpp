@@ -12,9 +12,6 @@ constexpr std::size_t kDataHeader = 4;
 
 }  // namespace
 
-TftpReadSession::TftpReadSession(const Context& context, const TftpPacket& request)
-    : TftpSession(context, request) {}
-
 void TftpReadSession::Start(Time now) {
     mHoldEnd = now + mContext.settings.maxHold;
     Open(now);
@@ -46,19 +43,14 @@ void TftpReadSession::Open(Time now) {
     }
 }
 
-void TftpReadSession::MeetRepeatedRequest(Time) {
+void TftpReadSession::MeetRepeatedRequest() {
     if (mSource != nullptr) {
         SendWindow();
     }
 }
 
-void TftpReadSession::Receive(const TftpPacket& packet, Time now) {
-    if (IsOver()) {
-        return;
-    }
-    if (packet.opcode == TftpOpcode::kError) {
-        End("client: " + packet.error.text);
-    } else if (packet.opcode == TftpOpcode::kAck && mSource != nullptr) {
+void TftpReadSession::Take(const TftpPacket& packet, Time now) {
+    if (packet.opcode == TftpOpcode::kAck && mSource != nullptr) {
         TakeAck(packet.block, now);
     }
 }
@@ -125,21 +117,13 @@ void TftpReadSession::SendWindow() {
     }
 }
 
-void TftpReadSession::Expire(Time now) {
-    if (IsOver()) {
-        return;
-    }
+void TftpReadSession::Proceed(Time now) {
     if (mSource == nullptr) {
         Open(now);
-        return;
+    } else if (MayRepeat(now)) {
+        mStrayAnswered = false;
+        SendWindow();
     }
-    if (!mTimer.Repeat(now)) {
-        Fail({TftpErrorCode::kNotDefined, "Timed out"});
-        return;
-    }
-    ++mTransfer.repetitions;
-    mStrayAnswered = false;
-    SendWindow();
 }
 
 TftpSession::Time TftpReadSession::Deadline() const {

@@ -12,16 +12,16 @@ namespace simulator {
 /// (RFC 1123, section 4.2.3.1). A file that cannot be read yet lets the client wait.
 class TftpReadSession : public TftpSession {
   public:
-    TftpReadSession(const Context& context, const TftpPacket& request);
+    using TftpSession::TftpSession;
 
     void Start(Time now) override;
-    void MeetRepeatedRequest(Time now) override;
-    void Receive(const TftpPacket& packet, Time now) override;
-    void Expire(Time now) override;
+    void MeetRepeatedRequest() override;
     [[nodiscard]] Time Deadline() const override;
     [[nodiscard]] bool HasBegun() const override { return mAcknowledged > 0; }
 
   private:
+    void Take(const TftpPacket& packet, Time now) override;
+    void Proceed(Time now) override;
     void Open(Time now);
     void TakeAck(std::uint16_t block, Time now);
     void FillWindow();

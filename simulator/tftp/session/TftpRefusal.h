@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "TftpSession.h"
 
 namespace simulator {
@@ -7,12 +9,10 @@ namespace simulator {
 /// Answers a request with ERROR, and is over.
 class TftpRefusal : public TftpSession {
   public:
-    TftpRefusal(const Context& context, const TftpPacket& request, TftpError error);
+    TftpRefusal(const Context& context, const TftpPacket& request, TftpError error)
+        : TftpSession(context, request), mError(std::move(error)) {}
 
-    void Start(Time now) override;
-    void MeetRepeatedRequest(Time now) override;
-    void Receive(const TftpPacket& packet, Time now) override;
-    void Expire(Time now) override;
+    void Start(Time /*now*/) override { Fail(mError); }
     [[nodiscard]] Time Deadline() const override { return Time::max(); }
     [[nodiscard]] bool HasBegun() const override { return true; }
 

@@ -33,6 +33,29 @@ std::vector<TftpSession::Bytes> TftpSession::TakeOutgoing() {
     return std::exchange(mOutgoing, {});
 }
 
+void TftpSession::Receive(const TftpPacket& packet, Time now) {
+    if (!IsOver() && packet.opcode == TftpOpcode::kError) {
+        End("client: " + packet.error.text);
+    } else if (!IsOver()) {
+        Take(packet, now);
+    }
+}
+
+void TftpSession::Expire(Time now) {
+    if (!IsOver()) {
+        Proceed(now);
+    }
+}
+
+bool TftpSession::MayRepeat(Time now) {
+    if (!mTimer.Repeat(now)) {
+        Fail({TftpErrorCode::kNotDefined, "Timed out"});
+        return false;
+    }
+    ++mTransfer.repetitions;
+    return true;
+}
+
 void TftpSession::Abandon(const std::string& why) {
     if (!IsSettled()) {
         End(why);

@@ -41,11 +41,11 @@ class TftpSession {
     /// Answers the request; called once, before all else.
     virtual void Start(Time now) = 0;
     /// The client sent its request again before the transfer had begun.
-    virtual void MeetRepeatedRequest(Time now) = 0;
+    virtual void MeetRepeatedRequest() {}
     /// A packet of the client's came.
-    virtual void Receive(const TftpPacket& packet, Time now) = 0;
+    void Receive(const TftpPacket& packet, Time now);
     /// The time is `Deadline` or later.
-    virtual void Expire(Time now) = 0;
+    void Expire(Time now);
     [[nodiscard]] virtual Time Deadline() const = 0;
     /// Whether a request from the same client would be a new one, not this one's repetition.
     [[nodiscard]] virtual bool HasBegun() const = 0;
@@ -61,6 +61,13 @@ class TftpSession {
     void Abandon(const std::string& why);
 
   protected:
+    /// A packet that is not an ERROR came before the session was over.
+    virtual void Take(const TftpPacket& /*packet*/, Time /*now*/) {}
+    /// The deadline passed before the session was over.
+    virtual void Proceed(Time /*now*/) {}
+    /// Whether the client is given more time; else the session has failed.
+    [[nodiscard]] bool MayRepeat(Time now);
+
     /// Settles the terms; on a refusal the session is over and false is returned.
     [[nodiscard]] bool Negotiate(std::optional<std::uint64_t> fileSize);
     /// The OACK, true to the terms or faulty; empty when the answer is one without options.

@@ -12,9 +12,6 @@ constexpr unsigned int kMaxLastAcks = 100;
 
 }  // namespace
 
-TftpWriteSession::TftpWriteSession(const Context& context, const TftpPacket& request)
-    : TftpSession(context, request) {}
-
 void TftpWriteSession::Start(Time now) {
     if (!Negotiate(std::nullopt)) {
         return;
@@ -33,22 +30,14 @@ void TftpWriteSession::Start(Time now) {
     }
 }
 
-void TftpWriteSession::MeetRepeatedRequest(Time) {
+void TftpWriteSession::MeetRepeatedRequest() {
     Send(mAnswer);
 }
 
-void TftpWriteSession::Receive(const TftpPacket& packet, Time now) {
-    if (IsOver()) {
+void TftpWriteSession::Take(const TftpPacket& packet, Time now) {
+    if (packet.opcode != TftpOpcode::kData) {
         return;
     }
-    if (packet.opcode == TftpOpcode::kError) {
-        End("client: " + packet.error.text);
-    } else if (packet.opcode == TftpOpcode::kData) {
-        TakeData(packet, now);
-    }
-}
-
-void TftpWriteSession::TakeData(const TftpPacket& packet, Time now) {
     if (packet.data.size() > mAgreement.blockSize) {
         Fail({TftpErrorCode::kIllegalOperation, "DATA is longer than the block size"});
         return;
@@ -123,22 +112,14 @@ void TftpWriteSession::Acknowledge() {
     Send(mAnswer);
 }
 
-void TftpWriteSession::Expire(Time now) {
-    if (IsOver()) {
-        return;
-    }
+void TftpWriteSession::Proceed(Time now) {
     if (mTransfer.complete) {
         End({});
-        return;
+    } else if (MayRepeat(now)) {
+        mInWindow = 0;
+        mStrayAnswered = false;
+        Send(mAnswer);
     }
-    if (!mTimer.Repeat(now)) {
-        Fail({TftpErrorCode::kNotDefined, "Timed out"});
-        return;
-    }
-    ++mTransfer.repetitions;
-    mInWindow = 0;
-    mStrayAnswered = false;
-    Send(mAnswer);
 }
 
 TftpSession::Time TftpWriteSession::Deadline() const {

@@ -11,17 +11,16 @@ namespace simulator {
 /// again. The last acknowledgement is repeated on demand for a while.
 class TftpWriteSession : public TftpSession {
   public:
-    TftpWriteSession(const Context& context, const TftpPacket& request);
+    using TftpSession::TftpSession;
 
     void Start(Time now) override;
-    void MeetRepeatedRequest(Time now) override;
-    void Receive(const TftpPacket& packet, Time now) override;
-    void Expire(Time now) override;
+    void MeetRepeatedRequest() override;
     [[nodiscard]] Time Deadline() const override;
     [[nodiscard]] bool HasBegun() const override { return mStored > 0; }
 
   private:
-    void TakeData(const TftpPacket& packet, Time now);
+    void Take(const TftpPacket& packet, Time now) override;
+    void Proceed(Time now) override;
     void Store(std::span<const std::uint8_t> data, Time now);
     void MeetStray(std::int64_t distance, Time now);
     void Complete(Time now);

@@ -42,7 +42,7 @@ std::string XPath(const std::string& file, const std::string& expression) {
 }
 
 DescriptionShapes Everything() {
-    const auto& all = simulator::AllShapes();
+    const auto all = simulator::kShapeNames.Values();
     return {all.begin(), all.end()};
 }
 
@@ -53,30 +53,32 @@ class DescriptionShapeTest : public testing::TestWithParam<DescriptionShape> {};
 TEST_P(DescriptionShapeTest, IsWellFormedInEveryLayout) {
     const TemporaryFolder folder;
     for (const Bus bus : {Bus::kGigEVision, Bus::kUsb3Vision}) {
-        for (const RegisterLayout layout : simulator::AllLayouts()) {
+        for (const RegisterLayout layout : simulator::kLayoutNames.Values()) {
             for (const DescriptionShapes& shapes : {DescriptionShapes{GetParam()}, Everything()}) {
                 DeviceOptions options = Shaped(shapes);
                 options.layout = layout;
                 const std::string file =
                     folder.Write("description.xml", DescribeDevice(options, bus));
                 const ProcessResult result = Process::Run({"xmllint", "--noout", file});
-                EXPECT_EQ(result.exitStatus, 0) << NameOf(layout) << result.err;
+                EXPECT_EQ(result.exitStatus, 0)
+                    << simulator::kLayoutNames.NameOf(layout) << result.err;
             }
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, DescriptionShapeTest, testing::ValuesIn(simulator::AllShapes()),
+INSTANTIATE_TEST_SUITE_P(Every, DescriptionShapeTest,
+                         testing::ValuesIn(simulator::kShapeNames.Values()),
                          [](const testing::TestParamInfo<DescriptionShape>& shape) {
-                             return CaseName(NameOf(shape.param));
+                             return CaseName(simulator::kShapeNames.NameOf(shape.param));
                          });
 
 TEST(DescriptionShapesTest, HaveANameEach) {
-    EXPECT_EQ(simulator::AllShapes().size(), 8U);
-    for (const DescriptionShape shape : simulator::AllShapes()) {
-        EXPECT_EQ(simulator::ShapeNamed(NameOf(shape)), shape);
+    EXPECT_EQ(simulator::kShapeNames.Values().size(), 8U);
+    for (const DescriptionShape shape : simulator::kShapeNames.Values()) {
+        EXPECT_EQ(simulator::kShapeNames.ValueNamed(simulator::kShapeNames.NameOf(shape)), shape);
     }
-    EXPECT_FALSE(simulator::ShapeNamed("odd").has_value());
+    EXPECT_FALSE(simulator::kShapeNames.ValueNamed("odd").has_value());
 }
 
 TEST(DescriptionShapesTest, PutAnExtensionIntoEveryNodeAndChangeNothingElse) {

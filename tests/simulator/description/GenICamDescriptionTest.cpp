@@ -101,7 +101,7 @@ namespace {
 
 std::string NameOfCase(const testing::TestParamInfo<GenICamDescriptionTest::ParamType>& parameter) {
     const auto [profile, layout, bus] = parameter.param;
-    return CaseName(std::string(NameOf(profile)) + "_" + NameOf(layout) +
+    return CaseName(std::string(NameOf(profile)) + "_" + simulator::kLayoutNames.NameOf(layout) +
                     (bus == Bus::kGigEVision ? "_gige" : "_usb"));
 }
 
@@ -118,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(EveryLayout, GenICamDescriptionTest,
                          testing::Combine(testing::Values(Profile::kFileAccess, Profile::kMainLoad),
-                                          testing::ValuesIn(simulator::AllLayouts()),
+                                          testing::ValuesIn(simulator::kLayoutNames.Values()),
                                           testing::Values(Bus::kGigEVision, Bus::kUsb3Vision)),
                          NameOfCase);
 

@@ -134,12 +134,12 @@ TEST(SimulatedDeviceTest, TakesFirmwareByFileAccessAndRunsItAfterTheNextStart) {
         GvcpClient client;
         ASSERT_TRUE(client.Upload(Payload{.body = body}.Encode(), 1000));
     }
-    EXPECT_EQ(device->Firmware().Status(), "Firmware applied: MirskoSim 2.1");
+    EXPECT_EQ(device->Firmware().State().lastStatus, "Firmware applied: MirskoSim 2.1");
     EXPECT_EQ(StoredBytes(*device), body);
-    EXPECT_EQ(device->Firmware().RunningVersion(), (FirmwareVersion{1, 0}));
+    EXPECT_EQ(device->Firmware().State().running, (FirmwareVersion{1, 0}));
     device->Stop();
     Start(*device);
-    EXPECT_EQ(device->Firmware().RunningVersion(), (FirmwareVersion{2, 1}));
+    EXPECT_EQ(device->Firmware().State().running, (FirmwareVersion{2, 1}));
 }
 
 TEST(SimulatedDeviceTest, RebootsOnDeviceResetAndComesBackWithNewFirmware) {
@@ -152,7 +152,7 @@ TEST(SimulatedDeviceTest, RebootsOnDeviceResetAndComesBackWithNewFirmware) {
     ASSERT_TRUE(WaitUntil([&] { return !device->IsServing(); }));
     EXPECT_FALSE(client.Read(0x24, 0));
     ASSERT_TRUE(WaitUntil([&] { return device->IsServing(); }));
-    EXPECT_EQ(device->Firmware().RunningVersion(), (FirmwareVersion{2, 1}));
+    EXPECT_EQ(device->Firmware().State().running, (FirmwareVersion{2, 1}));
     EXPECT_EQ(device->Firmware().State().resets, 1U);
     EXPECT_EQ(client.Read(0xa00), 0U) << "control does not outlive a reset";
     EXPECT_THAT(client.Ask("0084", "0000008800000008"), HasSubstr("322e3100"));
@@ -167,7 +167,7 @@ TEST(SimulatedDeviceTest, RebootsOnAResetRecord) {
     ASSERT_TRUE(client.Upload(Payload{.kind = 3}.Encode(), 4096));
     ASSERT_TRUE(WaitUntil([&] { return device->Events().Count("power_on") == 2; }));
     ASSERT_TRUE(WaitUntil([&] { return device->IsServing(); }));
-    EXPECT_EQ(device->Firmware().DeviceId(), "right");
+    EXPECT_EQ(device->Firmware().State().deviceId, "right");
     EXPECT_THAT(Discover(client, "127.0.0.1").at(0), HasSubstr(ToHex({'r', 'i', 'g', 'h', 't'})));
 }
 
@@ -209,7 +209,7 @@ TEST(SimulatedDeviceTest, FallsMuteAtTheByteAsAFault) {
     EXPECT_EQ(device->Events().Count("fault"), 1U);
     EXPECT_THAT(Discover(client, "127.0.0.1"), SizeIs(0));
     device->Stop();
-    EXPECT_EQ(device->Firmware().Status(), "Transfer incomplete: 2048 bytes received");
+    EXPECT_EQ(device->Firmware().State().lastStatus, "Transfer incomplete: 2048 bytes received");
     Start(*device);
     EXPECT_TRUE(client.Upload(Payload{.body = std::string(5000, 'x')}.Encode(), 512))
         << "a fault strikes once";
@@ -237,7 +237,7 @@ TEST(SimulatedDeviceTest, GivesControlToAnotherApplicationAtTheByteAsAFault) {
     EXPECT_FALSE(client.Upload(Payload{.body = std::string(5000, 'x')}.Encode(), 512));
     EXPECT_EQ(client.Read(0x0a00), 2U) << "still controlled";
     EXPECT_EQ(client.Write(0x0a00, 2), 0x8006U);
-    EXPECT_EQ(device->Firmware().Status(), "Transfer incomplete: 2048 bytes received");
+    EXPECT_EQ(device->Firmware().State().lastStatus, "Transfer incomplete: 2048 bytes received");
     device->Stop();
     Start(*device);
     EXPECT_TRUE(client.Upload(Payload{.body = std::string(5000, 'x')}.Encode(), 512))

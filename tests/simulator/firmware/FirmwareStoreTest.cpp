@@ -73,14 +73,14 @@ TEST_F(FirmwareStoreTest, StoresNewFirmwareAtOnceAndRunsItAfterTheNextStart) {
     Open();
     const std::string body = RandomBytes(100'000, 1);
     Send(Payload{.body = body}.Encode());
-    EXPECT_EQ(mStore->Status(), "Firmware applied: MirskoSim 2.1");
+    EXPECT_EQ(mStore->State().lastStatus, "Firmware applied: MirskoSim 2.1");
     EXPECT_EQ(StoredBytes(), body);
-    EXPECT_EQ(mStore->RunningVersion(), (FirmwareVersion{1, 0}));
-    EXPECT_EQ(mStore->StoredVersion(), (FirmwareVersion{2, 1}));
+    EXPECT_EQ(mStore->State().running, (FirmwareVersion{1, 0}));
+    EXPECT_EQ(mStore->State().stored, (FirmwareVersion{2, 1}));
 
     mStore->PowerOff(true);
     mStore->PowerOn();
-    EXPECT_EQ(mStore->RunningVersion(), (FirmwareVersion{2, 1}));
+    EXPECT_EQ(mStore->State().running, (FirmwareVersion{2, 1}));
     EXPECT_EQ(mStore->State().resets, 1U);
 }
 
@@ -88,19 +88,20 @@ TEST_F(FirmwareStoreTest, WordsTheSuccessAsNonVolatileMemoryWhenTold) {
     mOptions.wording = FirmwareStore::Wording::kNonVolatile;
     Open();
     Send(Payload{.body = "x"}.Encode());
-    EXPECT_THAT(mStore->Status(), HasSubstr("Successfully wrote file to non-volatile memory"));
+    EXPECT_THAT(mStore->State().lastStatus,
+                HasSubstr("Successfully wrote file to non-volatile memory"));
 }
 
 TEST_F(FirmwareStoreTest, KeepsEverythingOverARestartOfTheProgram) {
     Open();
     Send(Payload{.body = "abc"}.Encode());
     Send(Payload{.kind = 2, .body = "left camera"}.Encode());
-    const std::string status = mStore->Status();
+    const std::string status = mStore->State().lastStatus;
     Open();
     mStore->PowerOn();
-    EXPECT_EQ(mStore->RunningVersion(), (FirmwareVersion{2, 1}));
-    EXPECT_EQ(mStore->DeviceId(), "left camera");
-    EXPECT_EQ(mStore->Status(), status);
+    EXPECT_EQ(mStore->State().running, (FirmwareVersion{2, 1}));
+    EXPECT_EQ(mStore->State().deviceId, "left camera");
+    EXPECT_EQ(mStore->State().lastStatus, status);
     EXPECT_EQ(mStore->State().transfers, 2U);
     EXPECT_EQ(StoredBytes(), "abc");
 }
@@ -108,12 +109,12 @@ TEST_F(FirmwareStoreTest, KeepsEverythingOverARestartOfTheProgram) {
 TEST_F(FirmwareStoreTest, TakesADeviceIdRecordOfUpTo63PrintableCharacters) {
     Open();
     Send(Payload{.kind = 2, .body = std::string(63, 'i')}.Encode());
-    EXPECT_EQ(mStore->DeviceId(), std::string(63, 'i'));
+    EXPECT_EQ(mStore->State().deviceId, std::string(63, 'i'));
     for (const std::string& body : {std::string(), std::string(64, 'i'), std::string("a\x01")}) {
         Send(Payload{.kind = 2, .body = body}.Encode());
-        EXPECT_EQ(mStore->Status(), "Payload rejected: malformed device ID");
+        EXPECT_EQ(mStore->State().lastStatus, "Payload rejected: malformed device ID");
     }
-    EXPECT_EQ(mStore->DeviceId(), std::string(63, 'i'));
+    EXPECT_EQ(mStore->State().deviceId, std::string(63, 'i'));
     EXPECT_FALSE(std::filesystem::exists(mOptions.folder / "firmware.bin"));
 }
 
@@ -131,21 +132,23 @@ TEST_F(FirmwareStoreTest, RejectsWhatIsNotForItAndKeepsTheOldFirmware) {
     Send(Payload{.body = "old firmware"}.Encode());
     const std::string good = Payload{.majorNumber = 3, .body = "new firmware"}.Encode();
     Send("");
-    EXPECT_EQ(mStore->Status(), "Payload rejected: no firmware header");
+    EXPECT_EQ(mStore->State().lastStatus, "Payload rejected: no firmware header");
     Send(std::string(5000, 'x'));
-    EXPECT_EQ(mStore->Status(), "Payload rejected: no firmware header");
+    EXPECT_EQ(mStore->State().lastStatus, "Payload rejected: no firmware header");
     Send(Payload{.family = "Other", .body = "b"}.Encode());
     EXPECT_EQ(
-        mStore->Status(),
+        mStore->State().lastStatus,
         "Payload rejected: it is for device family \"Other\", but this device is \"MirskoSim\"");
     Send(good + "!");
-    EXPECT_EQ(mStore->Status(), "Payload rejected: the body has 13 bytes, but the header says 12");
+    EXPECT_EQ(mStore->State().lastStatus,
+              "Payload rejected: the body has 13 bytes, but the header says 12");
     Send(good.substr(0, good.size() - 1));
-    EXPECT_EQ(mStore->Status(), "Payload rejected: the body has 11 bytes, but the header says 12");
+    EXPECT_EQ(mStore->State().lastStatus,
+              "Payload rejected: the body has 11 bytes, but the header says 12");
     Send(good.substr(0, good.size() - 1) + "!");
-    EXPECT_EQ(mStore->Status(), "Payload rejected: body CRC mismatch");
+    EXPECT_EQ(mStore->State().lastStatus, "Payload rejected: body CRC mismatch");
     EXPECT_EQ(StoredBytes(), "old firmware");
-    EXPECT_EQ(mStore->StoredVersion(), (FirmwareVersion{2, 1}));
+    EXPECT_EQ(mStore->State().stored, (FirmwareVersion{2, 1}));
     EXPECT_EQ(mEvents.Count("payload_rejected"), 6U);
 }
 
@@ -164,7 +167,7 @@ TEST_F(FirmwareStoreTest, TakesChunksAgainAtTheSamePlaceButNoGaps) {
     EXPECT_FALSE(upload->Write(~std::uint64_t{0}, AsBytes("x")));
     EXPECT_EQ(upload->Size(), payload.size());
     upload->Finish();
-    EXPECT_THAT(mStore->Status(), StartsWith("Firmware applied: "));
+    EXPECT_THAT(mStore->State().lastStatus, StartsWith("Firmware applied: "));
     EXPECT_EQ(StoredBytes(), payload.substr(64));
 }
 
@@ -186,7 +189,7 @@ TEST_F(FirmwareStoreTest, HasOneUploadAtATimeAndSaysWhenOneWasDropped) {
     EXPECT_EQ(why, "Another transfer is in progress");
     ASSERT_TRUE(upload->Write(0, AsBytes("abc")));
     upload.reset();
-    EXPECT_EQ(mStore->Status(), "Transfer incomplete: 3 bytes received");
+    EXPECT_EQ(mStore->State().lastStatus, "Transfer incomplete: 3 bytes received");
     EXPECT_NE(mStore->BeginUpload(why), nullptr);
 }
 
@@ -194,13 +197,13 @@ TEST_F(FirmwareStoreTest, IsBusyWhileItFlashes) {
     mOptions.flashTime = std::chrono::milliseconds(100);
     Open();
     Send(Payload{.body = "abc"}.Encode());
-    EXPECT_EQ(mStore->Status(), "Flash currently being written in background");
-    EXPECT_EQ(mStore->StoredVersion(), (FirmwareVersion{1, 0}));
+    EXPECT_EQ(mStore->State().lastStatus, "Flash currently being written in background");
+    EXPECT_EQ(mStore->State().stored, (FirmwareVersion{1, 0}));
     std::string why;
     EXPECT_EQ(mStore->BeginUpload(why), nullptr);
     EXPECT_EQ(why, FirmwareStore::kBusyStatus);
-    ASSERT_TRUE(WaitUntil([this] { return !mStore->IsFlashing(); }));
-    EXPECT_EQ(mStore->Status(), "Firmware applied: MirskoSim 2.1");
+    ASSERT_TRUE(WaitUntil([this] { return !mStore->State().flashing.has_value(); }));
+    EXPECT_EQ(mStore->State().lastStatus, "Firmware applied: MirskoSim 2.1");
     EXPECT_EQ(StoredBytes(), "abc");
 }
 
@@ -212,8 +215,8 @@ TEST_F(FirmwareStoreTest, KeepsTheOldFirmwareWhenPowerIsCutWhileFlashing) {
     Send(Payload{.majorNumber = 3, .body = "new"}.Encode());
     mStore->PowerOff(false);
     mStore->PowerOn();
-    EXPECT_EQ(mStore->RunningVersion(), (FirmwareVersion{2, 1}));
-    EXPECT_EQ(mStore->Status(), "Flash write interrupted, firmware 2.1 kept");
+    EXPECT_EQ(mStore->State().running, (FirmwareVersion{2, 1}));
+    EXPECT_EQ(mStore->State().lastStatus, "Flash write interrupted, firmware 2.1 kept");
     EXPECT_EQ(StoredBytes(), "old");
 }
 
@@ -222,9 +225,9 @@ TEST_F(FirmwareStoreTest, KeepsTheOldFirmwareWhenTheProgramEndsWhileFlashing) {
     Open();
     Send(Payload{.body = "new"}.Encode());
     Open();
-    EXPECT_EQ(mStore->StoredVersion(), (FirmwareVersion{1, 0}));
-    EXPECT_EQ(mStore->Status(), "Flash write interrupted, firmware 1.0 kept");
-    EXPECT_FALSE(mStore->IsFlashing());
+    EXPECT_EQ(mStore->State().stored, (FirmwareVersion{1, 0}));
+    EXPECT_EQ(mStore->State().lastStatus, "Flash write interrupted, firmware 1.0 kept");
+    EXPECT_FALSE(mStore->State().flashing.has_value());
 }
 
 TEST_F(FirmwareStoreTest, CountsAnImageThatWasWhollyInTheFlashWhenItWasKilled) {
@@ -238,16 +241,17 @@ TEST_F(FirmwareStoreTest, CountsAnImageThatWasWhollyInTheFlashWhenItWasKilled) {
     state->flashing = FirmwareImage{{5, 6}, 3, BitwiseCrc32("new")};
     ASSERT_TRUE(state->Save(mOptions.folder / "state.json"));
     Open();
-    EXPECT_EQ(mStore->StoredVersion(), (FirmwareVersion{5, 6}));
-    EXPECT_EQ(mStore->Status(), "Firmware applied: MirskoSim 5.6");
+    EXPECT_EQ(mStore->State().stored, (FirmwareVersion{5, 6}));
+    EXPECT_EQ(mStore->State().lastStatus, "Firmware applied: MirskoSim 5.6");
 }
 
 TEST_F(FirmwareStoreTest, FailsTheFlashingAsAFault) {
     mOptions.failFlash = true;
     Open();
     Send(Payload{.body = "abc"}.Encode());
-    EXPECT_EQ(mStore->Status(), "Flash write failed: verification error, firmware 1.0 kept");
-    EXPECT_EQ(mStore->StoredVersion(), (FirmwareVersion{1, 0}));
+    EXPECT_EQ(mStore->State().lastStatus,
+              "Flash write failed: verification error, firmware 1.0 kept");
+    EXPECT_EQ(mStore->State().stored, (FirmwareVersion{1, 0}));
     EXPECT_EQ(mEvents.Count("flash_failed"), 1U);
 }
 
@@ -255,7 +259,7 @@ TEST_F(FirmwareStoreTest, MisjudgesTheCrcAsAFault) {
     mOptions.misjudgeBodyCrc = true;
     Open();
     Send(Payload{.body = "abc"}.Encode());
-    EXPECT_EQ(mStore->Status(), "Payload rejected: body CRC mismatch");
+    EXPECT_EQ(mStore->State().lastStatus, "Payload rejected: body CRC mismatch");
 }
 
 TEST_F(FirmwareStoreTest, RefusesAFolderWithABrokenState) {

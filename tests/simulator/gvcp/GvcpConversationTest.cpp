@@ -70,7 +70,7 @@ TEST_F(GvcpConversationTest, DropsAnUploadWithTheControlOfItsApplication) {
     EXPECT_EQ(Read(block + simulator::features::kStatus), "00000081000400000000");
     mNow += std::chrono::seconds(3);
     mHandler->Tick(mNow);
-    EXPECT_EQ(mFirmware->Status(), "Transfer incomplete: 0 bytes received");
+    EXPECT_EQ(mFirmware->State().lastStatus, "Transfer incomplete: 0 bytes received");
 }
 
 TEST_F(GvcpConversationTest, GivesARepeatedCommandTheSameAnswerAndDoesNotCarryItOutAgain) {

@@ -109,7 +109,7 @@ class FileLayoutTest : public testing::TestWithParam<Bus> {
             done += taken;
         }
         Succeed(steps, kClose);
-        EXPECT_EQ(mFirmware->Status(), "Firmware applied: MirskoSim 2.1");
+        EXPECT_EQ(mFirmware->State().lastStatus, "Firmware applied: MirskoSim 2.1");
 
         steps.select(kStatusTxt);
         Succeed(steps, kOpen, 0);
@@ -122,7 +122,7 @@ class FileLayoutTest : public testing::TestWithParam<Bus> {
             ASSERT_EQ(mChannel->Read(steps.buffer, 16, part), 0U);
             status += part.substr(0, taken);
         }
-        EXPECT_EQ(status, mFirmware->Status());
+        EXPECT_EQ(status, mFirmware->State().lastStatus);
         Succeed(steps, kClose);
         steps.execute(kClose, 0);
         EXPECT_FALSE(steps.succeeded()) << "nothing is open";
@@ -267,7 +267,7 @@ TEST_P(FileLayoutTest, UpdatesThroughBitFields) {
     EXPECT_EQ(Get(0xffffe4), 4096U);
     EXPECT_EQ(Get(0xffffe8), 4096U);
     EXPECT_EQ(TryPut(0xfffffc, 0), DeviceChannel::kWriteProtect);
-    const std::uint64_t size = mFirmware->Status().size();
+    const std::uint64_t size = mFirmware->State().lastStatus.size();
     Put(0x10300, kStatusTxt);
     EXPECT_EQ(Get(0xfffff8), usb ? size << 5U : size);
     steps.execute(kOpen, 0);
@@ -392,7 +392,7 @@ TEST_P(FileLayoutTest, UpdatesThroughAReadOnlyOffset) {
     Update(steps);
     EXPECT_EQ(TryPut(0x10400, 0), DeviceChannel::kWriteProtect);
     EXPECT_EQ(TryGet(0x10310), DeviceChannel::kInvalidAddress);
-    EXPECT_EQ(Get(0x10414), mFirmware->Status().size());
+    EXPECT_EQ(Get(0x10414), mFirmware->State().lastStatus.size());
     steps.select(kStatusTxt);
     Succeed(steps, kOpen, 0);
     Put(0x10314, 4);
@@ -426,7 +426,7 @@ TEST_P(FileLayoutTest, UpdatesThroughWideRegisters) {
     steps.result = [&] { return Get(base + 0x28); };
     steps.buffer = base + 0x1000000;
     Update(steps);
-    EXPECT_EQ(Get(base + 0x30, 8), mFirmware->Status().size());
+    EXPECT_EQ(Get(base + 0x30, 8), mFirmware->State().lastStatus.size());
     for (const std::uint64_t half : {base + 0x10, base + 0x14, base + 0x18, base + 0x1c}) {
         EXPECT_EQ(TryPut(half, 1), DeviceChannel::kBadAlignment);
         EXPECT_EQ(TryGet(half), DeviceChannel::kBadAlignment);
@@ -439,8 +439,8 @@ TEST_P(FileLayoutTest, UpdatesThroughWideRegisters) {
 }
 
 TEST_P(FileLayoutTest, RefusesWhatARegisterDoesNotAllow) {
-    for (const RegisterLayout layout : simulator::AllLayouts()) {
-        SCOPED_TRACE(NameOf(layout));
+    for (const RegisterLayout layout : simulator::kLayoutNames.Values()) {
+        SCOPED_TRACE(simulator::kLayoutNames.NameOf(layout));
         Make(layout);
         EXPECT_EQ(TryPut(0x10000, 0), DeviceChannel::kWriteProtect) << "the vendor's name";
         EXPECT_EQ(TryPut(0x100000, 0), DeviceChannel::kWriteProtect) << "the description";
@@ -493,9 +493,9 @@ INSTANTIATE_TEST_SUITE_P(Every, FileLayoutTest, testing::Values(Bus::kGigEVision
 INSTANTIATE_TEST_SUITE_P(The, GigEVisionLayoutTest, testing::Values(Bus::kGigEVision), BusName);
 
 TEST(RegisterLayoutTest, HasANameForEachLayout) {
-    EXPECT_EQ(simulator::AllLayouts().size(), 10U);
-    for (const RegisterLayout layout : simulator::AllLayouts()) {
-        EXPECT_EQ(simulator::LayoutNamed(NameOf(layout)), layout);
+    EXPECT_EQ(simulator::kLayoutNames.Values().size(), 10U);
+    for (const RegisterLayout layout : simulator::kLayoutNames.Values()) {
+        EXPECT_EQ(simulator::LayoutNamed(simulator::kLayoutNames.NameOf(layout)), layout);
     }
     EXPECT_EQ(simulator::LayoutNamed("selector-dependent"), RegisterLayout::kSelectorDependent);
     EXPECT_FALSE(simulator::LayoutNamed("odd").has_value());

@@ -169,10 +169,10 @@ TEST_F(FeatureRegistersTest, SetsTheDeviceIdAndRefusesOneThatIsNotPrintable) {
     std::vector<std::uint8_t> name(64);
     name[0] = 'n';
     EXPECT_EQ(mMemory.WriteMemory(features::kUserId, name), MemoryStatus::kOk);
-    EXPECT_EQ(mFirmware->DeviceId(), "n");
+    EXPECT_EQ(mFirmware->State().deviceId, "n");
     name[1] = 7;
     EXPECT_EQ(mMemory.WriteMemory(features::kUserId, name), MemoryStatus::kInvalidParameter);
-    EXPECT_EQ(mFirmware->DeviceId(), "n");
+    EXPECT_EQ(mFirmware->State().deviceId, "n");
 }
 
 TEST_F(FeatureRegistersTest, ResetsWhenTheCommandValueIsWrittenOnly) {

@@ -99,7 +99,7 @@ TEST_F(FileAccessTest, TakesMultiplesOfTheIncrementAndDropsThePaddingOfThePayloa
     EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 68, AsBytes(" char???")).result, 4U) << "half";
     EXPECT_EQ(files.Write(File::kRemoteUpdateDfw, 72, AsBytes("r???")).result, 4U);
     EXPECT_EQ(files.Close(File::kRemoteUpdateDfw).status, Status::kSuccess);
-    EXPECT_EQ(mFirmware->Status(), "Firmware applied: MirskoSim 2.1");
+    EXPECT_EQ(mFirmware->State().lastStatus, "Firmware applied: MirskoSim 2.1");
     EXPECT_EQ(mFirmware->State().stored.Text(), "2.1");
 }
 

@@ -93,7 +93,7 @@ TEST_F(U3vFunctionTest, TellsTheUserDefinedNameThatItHasNow) {
     ASSERT_TRUE(mFirmware->SetDeviceId("left-eye"));
     EXPECT_EQ(UserName(), "left-eye");
     (void)Write(0x184, std::string("right-eye") + std::string(55, '\0'));
-    EXPECT_EQ(mFirmware->DeviceId(), "right-eye");
+    EXPECT_EQ(mFirmware->State().deviceId, "right-eye");
     EXPECT_EQ(UserName(), "right-eye");
 }
 

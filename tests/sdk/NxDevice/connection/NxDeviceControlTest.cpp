@@ -98,7 +98,7 @@ TEST_F(NxDeviceControlTest, EndsAWriteToADeviceThatAnotherApplicationTookOver) {
                 testing::MatchesRegex("Cannot write the device's file RemoteUpdateDfw at byte "
                                       "[0-9]+ of 1048640: Lost control of 127.0.0.1 on lo: another "
                                       "application took control \\(GVCP ACCESS_DENIED 0x8006\\)"));
-    EXPECT_EQ(simulated->Firmware().Status().find("Firmware applied"), std::string::npos);
+    EXPECT_EQ(simulated->Firmware().State().lastStatus.find("Firmware applied"), std::string::npos);
 }
 
 TEST_F(NxDeviceControlTest, SaysWithinFiveSecondsThatTheDeviceFellMuteWhileConnecting) {

@@ -66,9 +66,9 @@ class NxDeviceTest : public testing::Test {
         return written;
     }
     void ExpectUpdated() {
-        EXPECT_TRUE(WaitUntil([this] { return !simulated->Firmware().IsFlashing(); }));
+        EXPECT_TRUE(WaitUntil([this] { return !simulated->Firmware().State().flashing; }));
         EXPECT_TRUE(ReadFile(simulated->Firmware().Folder() / "firmware.bin") == body)
-            << simulated->Firmware().Status();
+            << simulated->Firmware().State().lastStatus;
     }
     std::uint64_t Commands() {
         std::uint64_t sum = 0;

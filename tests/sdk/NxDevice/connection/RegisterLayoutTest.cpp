@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LayoutCost{RegisterLayout::kLocalSelectors, 1024, false, 6, false},
                     LayoutCost{RegisterLayout::kCommandRegister, 1024, false, 5, false}),
     [](const auto& cost) {
-        std::string name = NameOf(cost.param.layout);
+        std::string name = simulator::kLayoutNames.NameOf(cost.param.layout);
         std::erase(name, '-');
         return name + std::to_string(cost.param.bufferSize) +
                (cost.param.commandsSwap ? "Swapped" : "") +

@@ -36,7 +36,7 @@ class ScriptedPipe : public UsbPipe {
         Log& operator=(const Log&) = delete;
 
         std::vector<Bytes> commands;
-        std::vector<Milliseconds> patience;  ///< of every Receive
+        std::vector<Milliseconds> timeouts;  ///< of every Receive
         int clearedStalls = 0;
         std::deque<int> sendErrors;
         std::deque<Answer> answers;
@@ -57,7 +57,7 @@ class ScriptedPipe : public UsbPipe {
     }
 
     int Receive(std::span<std::byte> buffer, Milliseconds timeout, std::size_t& length) override {
-        mLog.patience.push_back(timeout);
+        mLog.timeouts.push_back(timeout);
         length = 0;
         if (mLog.answers.empty()) {
             return LIBUSB_ERROR_TIMEOUT;

@@ -129,7 +129,7 @@ TEST_F(U3vChannelTest, TakesWhatAKilledProgramLeftInTheDeviceBeforeTheFirstComma
     EXPECT_EQ(mLog.clearedStalls, 1);
     EXPECT_EQ(mLog.answers.size(), 1U);
     EXPECT_TRUE(mLog.commands.empty());
-    EXPECT_LT(mLog.patience.back(), std::chrono::milliseconds(100));
+    EXPECT_LT(mLog.timeouts.back(), std::chrono::milliseconds(100));
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
     EXPECT_EQ(mLog.commands.size(), 1U);
 }
@@ -163,16 +163,16 @@ TEST_F(U3vChannelTest, StartsNotWithADeviceThatWasUnplugged) {
 TEST_F(U3vChannelTest, WaitsLongerWhenTheDeviceAnnouncesIt) {
     mLog.answers = {ScriptedPipe::Pending(20000), ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
-    ASSERT_EQ(mLog.patience.size(), 2U);
-    EXPECT_LE(mLog.patience[0].count(), 5000);
-    EXPECT_GT(mLog.patience[1].count(), 20000);
+    ASSERT_EQ(mLog.timeouts.size(), 2U);
+    EXPECT_LE(mLog.timeouts[0].count(), 5000);
+    EXPECT_GT(mLog.timeouts[1].count(), 20000);
     EXPECT_EQ(mLog.commands.size(), 1U);
 }
 
 TEST_F(U3vChannelTest, NeverWaitsForMoreThanAMinuteWhateverIsAnnounced) {
     mLog.answers = {ScriptedPipe::Pending(65535), ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
-    EXPECT_LE(mLog.patience[1].count(), 60000);
+    EXPECT_LE(mLog.timeouts[1].count(), 60000);
 }
 
 TEST_F(U3vChannelTest, WaitsAsLongAsTheDeviceSaysThatItTakesWithinBounds) {
@@ -184,8 +184,8 @@ TEST_F(U3vChannelTest, WaitsAsLongAsTheDeviceSaysThatItTakesWithinBounds) {
         mChannel.SetResponseTime(std::chrono::milliseconds(time.announced));
         mLog.answers = {ScriptedPipe::WriteAck(4)};
         EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
-        EXPECT_GE(mLog.patience.back().count(), time.least) << time.announced;
-        EXPECT_LE(mLog.patience.back().count(), time.most) << time.announced;
+        EXPECT_GE(mLog.timeouts.back().count(), time.least) << time.announced;
+        EXPECT_LE(mLog.timeouts.back().count(), time.most) << time.announced;
     }
 }
 
@@ -293,7 +293,7 @@ TEST_F(U3vChannelTest, SendsAShortWriteOnceMoreWhenNoAcknowledgeShowsThatItArriv
     mLog.sendErrors = {LIBUSB_ERROR_IO};
     mLog.answers = {ScriptedPipe::Error(LIBUSB_ERROR_TIMEOUT), ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
-    EXPECT_GT(mLog.patience.at(0).count(), 4900) << "as long as for any command";
+    EXPECT_GT(mLog.timeouts.at(0).count(), 4900) << "as long as for any command";
     EXPECT_EQ(mLog.commands.size(), 1U);
     EXPECT_EQ(mLog.clearedStalls, 1);
 
@@ -355,6 +355,6 @@ TEST_F(U3vChannelTest, WaitsNoLongerThanTheDeadlineOfAConnection) {
     mChannel.SetDeadline(U3vChannel::Clock::now() + std::chrono::milliseconds(700));
     mLog.answers = {ScriptedPipe::Pending(20000), ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mChannel.Write(0, Bytes(4)).IsOK());
-    EXPECT_LE(mLog.patience[0].count(), 700);
-    EXPECT_LE(mLog.patience[1].count(), 700);
+    EXPECT_LE(mLog.timeouts[0].count(), 700);
+    EXPECT_LE(mLog.timeouts[1].count(), 700);
 }

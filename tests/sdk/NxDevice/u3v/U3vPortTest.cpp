@@ -108,17 +108,17 @@ TEST_F(U3vPortTest, WaitsAsLongAsTheDeviceAnnounces) {
     ASSERT_TRUE(Start(Number(12000, 4)).IsOK());
     mLog.answers = {ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
-    EXPECT_GT(mLog.patience.back().count(), 12000);
+    EXPECT_GT(mLog.timeouts.back().count(), 12000);
 }
 
 TEST_F(U3vPortTest, AsksForTheResponseTimeFirstAndWaitsAsLongForWhatFollows) {
     ASSERT_TRUE(Start(Number(12000, 4)).IsOK());
     EXPECT_THAT(Asked(), testing::ElementsAre("1cc+4", "1d0+8", "1d8+8", "2014+4", "2018+4"));
     // Taking what another program left in the device comes before.
-    ASSERT_EQ(mLog.patience.size(), 6U);
-    EXPECT_LE(mLog.patience[1].count(), 2000);
-    for (std::size_t i = 2; i < mLog.patience.size(); ++i) {
-        EXPECT_GT(mLog.patience[i].count(), 12000) << i;
+    ASSERT_EQ(mLog.timeouts.size(), 6U);
+    EXPECT_LE(mLog.timeouts[1].count(), 2000);
+    for (std::size_t i = 2; i < mLog.timeouts.size(); ++i) {
+        EXPECT_GT(mLog.timeouts[i].count(), 12000) << i;
     }
 }
 
@@ -126,7 +126,7 @@ TEST_F(U3vPortTest, StartsWithADeviceThatDoesNotTellItsResponseTime) {
     ASSERT_TRUE(Start(ScriptedPipe::Ack(0x0801, {}, 0x8003)).IsOK());
     mLog.answers = {ScriptedPipe::WriteAck(4)};
     EXPECT_TRUE(mPort.WriteMemory(0, Bytes(4)).IsOK());
-    EXPECT_LE(mLog.patience.back().count(), 5000);
+    EXPECT_LE(mLog.timeouts.back().count(), 5000);
 }
 
 TEST_F(U3vPortTest, WritesAnEightByteRegisterWithOneCommandAndItsNeighboursWithOthers) {
@@ -169,14 +169,14 @@ TEST_F(U3vPortTest, TellsByAProbeThatTheDeviceIsGone) {
     EXPECT_FALSE(mPort.IsAlive());
 }
 
-TEST_F(U3vPortTest, ProbesWithThePatienceThatTheDeviceAsksFor) {
+TEST_F(U3vPortTest, ProbesWithTheTimeoutThatTheDeviceAsksFor) {
     ASSERT_TRUE(Start(Number(12000, 4)).IsOK());
-    mLog.patience.clear();
+    mLog.timeouts.clear();
     mLog.answers = {ScriptedPipe::Pending(3000), Number(0x2000, 8)};
     EXPECT_TRUE(mPort.Probe().IsOK());
-    ASSERT_EQ(mLog.patience.size(), 2U);
-    EXPECT_GT(mLog.patience[0].count(), 12000);
-    EXPECT_GT(mLog.patience[1].count(), 12000);
+    ASSERT_EQ(mLog.timeouts.size(), 2U);
+    EXPECT_GT(mLog.timeouts[0].count(), 12000);
+    EXPECT_GT(mLog.timeouts[1].count(), 12000);
 }
 
 TEST_F(U3vPortTest, LivesOnWhenAProbeIsRefused) {

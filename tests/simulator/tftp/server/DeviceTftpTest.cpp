@@ -79,7 +79,7 @@ TEST_F(DeviceTftpTest, TakesAFirmwareAndTellsItsVerdict) {
     Start();
     EXPECT_EQ(Write(Payload{.body = std::string(5000, 'x')}.Encode()), TftpPacket::Ack(10));
     EXPECT_EQ(ReadStatus(), "Firmware applied: MirskoSim 2.1");
-    EXPECT_EQ(store->StoredVersion().Text(), "2.1");
+    EXPECT_EQ(store->State().stored.Text(), "2.1");
     ASSERT_TRUE(WaitUntil([this] { return events.Count("tftp") == 2; }));
 }
 
@@ -92,7 +92,7 @@ TEST_F(DeviceTftpTest, AcknowledgesABadPayloadAndTellsItsVerdict) {
 TEST_F(DeviceTftpTest, TakesADeviceIdRecord) {
     Start();
     EXPECT_EQ(Write(Payload{.kind = 2, .body = "left camera"}.Encode()), TftpPacket::Ack(1));
-    EXPECT_EQ(store->DeviceId(), "left camera");
+    EXPECT_EQ(store->State().deviceId, "left camera");
 }
 
 TEST_F(DeviceTftpTest, KnowsTwoFilesAndTheirDirections) {
@@ -131,7 +131,7 @@ TEST_F(DeviceTftpTest, ALateCopyOfARequestLeavesTheStatusAlone) {
     client.Send(device->Port(),
                 TftpPacket::Request(TftpOpcode::kWriteRequest, "RemoteUpdateDfw", "octet", {}));
     ASSERT_TRUE(WaitUntil([this] { return events.Count("tftp") == 2; }));
-    EXPECT_EQ(store->Status(), "Firmware applied: MirskoSim 2.1");
+    EXPECT_EQ(store->State().lastStatus, "Firmware applied: MirskoSim 2.1");
 }
 
 TEST_F(DeviceTftpTest, ABrokenTransferLeavesTheOldFirmware) {
@@ -145,9 +145,9 @@ TEST_F(DeviceTftpTest, ABrokenTransferLeavesTheOldFirmware) {
     client.Send(client.From(), DataPacket(1, std::string(512, 'x')));
     ASSERT_TRUE(WaitUntil([this] { return events.Count("tftp") == 1; }));
     ASSERT_TRUE(WaitUntil([this] {
-        return store->Status() == "Transfer incomplete: 512 bytes received";
-    })) << store->Status();
-    EXPECT_EQ(store->StoredVersion().Text(), "1.0");
+        return store->State().lastStatus == "Transfer incomplete: 512 bytes received";
+    })) << store->State().lastStatus;
+    EXPECT_EQ(store->State().stored.Text(), "1.0");
 }
 
 TEST_F(DeviceTftpTest, HoldsTheStatusBackWhileTheFlashIsWritten) {

@@ -134,7 +134,7 @@ TEST_F(TftpReadSessionTest, RefusesWhatCannotBeOpened) {
 TEST_F(TftpReadSessionTest, LetsTheClientWaitForAFileThatIsNotReady) {
     files.notYet = "file";
     EXPECT_THAT(Begin(), IsEmpty());
-    session->MeetRepeatedRequest(now);
+    session->MeetRepeatedRequest();
     EXPECT_THAT(session->TakeOutgoing(), IsEmpty());
     EXPECT_THAT(Expire(), IsEmpty());
     files.notYet.clear();

@@ -248,7 +248,7 @@ TEST_F(TftpWriteSessionTest, DoesNotTakeTheOtherKindOfRolloverForANewBlock) {
 TEST_F(TftpWriteSessionTest, AnswersARepeatedRequestAgain) {
     Begin({{"blksize", "1024"}});
     const Datagrams answer = session->TakeOutgoing();
-    session->MeetRepeatedRequest(now);
+    session->MeetRepeatedRequest();
     EXPECT_EQ(session->TakeOutgoing(), answer);
 }
 
