@@ -139,6 +139,19 @@ TEST_F(FirmwareDispatchTest, ABareExtensionThatDoesNotExistGivesStatus101) {
     std::filesystem::current_path("/");
 }
 
+TEST_F(FirmwareDispatchTest, AnEmptyFileIsLeftToTheTransfer) {
+    const std::string path = folder.Write("empty.dfw", "");
+    ExpectFileAccessUpdate(script, "cam", path);
+    EXPECT_EQ(Run("Camera", path).exitStatus, 0);
+}
+
+TEST_F(FirmwareDispatchTest, AFolderThatCanBeOpenedIsLeftToTheTransfer) {
+    const std::string path = (folder.Path() / "folder.dfw").string();
+    std::filesystem::create_directory(path);
+    ExpectFileAccessUpdate(script, "cam", path);
+    EXPECT_EQ(Run("Camera", path).exitStatus, 0);
+}
+
 TEST_F(FirmwareDispatchTest, NoresetAndDeviceIdReachTheJob) {
     const std::string path = folder.Write("fw.dfw", "x");
     ExpectProbe(script, "cam");

@@ -74,6 +74,31 @@ TEST_F(PackageArchiveTest, StoredDeflatedAndZip64ArchivesOfInfoZipAreRead) {
     EXPECT_THAT(LeftBehind(), testing::IsEmpty());
 }
 
+TEST_F(PackageArchiveTest, AMemberWhoseSizesFollowItIsRead) {
+    constexpr std::size_t kFlags = 6;  // of a local header
+    constexpr char kSizesFollow = 8;
+    const std::string content = RandomBytes(300'000, 5) + std::string(300'000, 'z');
+    for (const char* option : {"-0", "-9"}) {
+        fs::remove(Archive());
+        Zip({option, "-fd"}, content);
+        ASSERT_EQ(ReadFile(Archive()).at(kFlags) & kSizesFollow, kSizesFollow);
+        EXPECT_EQ(Unpack(Archive()), content) << option;
+    }
+}
+
+TEST_F(PackageArchiveTest, ANameWithTwoDotsOrBackslashesIsATextLikeAnyOther) {
+    for (const char* name :
+         {"../a.dfw", "../../etc/a.dfw", "/etc/a.dfw", "fw\\a.dfw", "..\\a.dfw"}) {
+        const std::string archive = folder.Write("fw.zip", MakeZip({{name, "payload"}}));
+        EXPECT_EQ(Unpack(archive), "payload") << name;
+        EXPECT_EQ(Unpack(archive, name), "payload") << name;
+        EXPECT_THAT(reader->ExtractFile(name), testing::MatchesRegex("/tmp/dfw-[A-Za-z0-9]{6}"));
+    }
+    EXPECT_THAT(LeftBehind(), testing::IsEmpty());
+    EXPECT_FALSE(fs::exists("/etc/a.dfw"));
+    EXPECT_FALSE(fs::exists("/a.dfw"));
+}
+
 TEST_F(PackageArchiveTest, AStoredMemberIsUnpacked) {
     const std::string content = RandomBytes(1'000'003, 2);
     EXPECT_EQ(UnpackBytes(MakeZip({{"a.dfw", content}})), content);

@@ -198,6 +198,28 @@ TEST_F(ThreadGenICamTest, ARecordFailsWithTheFirstFailingCall) {
     EXPECT_EQ(worker->SendBuffer(record, 2).GetCode(), 0x10dU);
 }
 
+TEST_F(ThreadGenICamTest, ARecordOfWhichLessWasWrittenCountsAsSent) {
+    Transfer();
+    unsigned char record[] = {'i', 'd'};
+    script.Expect("NxGenFile::Open RemoteUpdateDfw write");
+    script.Expect("NxGenFile::Write id").Takes(1);
+    script.Expect("NxGenFile::Close");
+    EXPECT_TRUE(worker->SendBuffer(record, 2).IsOK());
+}
+
+TEST_F(ThreadGenICamTest, TheStatusFileIsClosedDuringEachPause) {
+    Transfer();
+    script.Expect("NxGenFile::Open StatusTxt read");
+    script.Expect("NxGenFile::Read 1024").Gives(kBusy);
+    for (int i = 0; i < 60; ++i) {
+        ExpectReRead(kBusy);
+    }
+    script.Expect("NxGenFile::Close");
+    script.onSleep = [this] { EXPECT_EQ(script.Log().back(), "NxGenFile::Close"); };
+    EXPECT_TRUE(worker->GetStatus(status).IsOK());
+    EXPECT_EQ(script.Sleeps().size(), 60U);
+}
+
 TEST_F(ThreadGenICamTest, TheLabelFollowsThePhases) {
     script.progress = {{0, 4096}, {0, 4096}, {2048, 4096}, {4096, 4096}};
     EXPECT_EQ(Label(), kConnecting);
