@@ -5,6 +5,7 @@
 
 #include "TemporaryFolder.h"
 #include "UpdaterRun.h"
+#include "ZipBuilder.h"
 
 namespace {
 
@@ -85,6 +86,16 @@ TEST_F(FirmwareDispatchTest, APathWithoutTagIsNotRestricted) {
 TEST_F(FirmwareDispatchTest, TheModelNameIsAskedForAfreshForEachComparison) {
     ExpectRefused("Camera", "zelka_qrm_lanx_fk02_tc3mn03_128kd zelka_qrm_h_fk02.dfw");
     EXPECT_EQ(script.CountOf("NxDeviceInfo::GetModelName"), 3U);
+}
+
+TEST_F(FirmwareDispatchTest, APackagesMembersAreReadFromItsArchive) {
+    const std::string path =
+        folder.Write("fw.zip", MakeZip({{"Manifest.xml", "<Manifest/>"}, {"a.dfw", "payload"}}));
+    script.Expect("NxDevice::CreateAndConnect record cam");
+    script.Expect("GenFUParser::Build <Manifest/>").Fails(7, "not now");
+    const UpdaterOutcome outcome = Run("Camera", path);
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.err, "not now\n");
 }
 
 TEST_F(FirmwareDispatchTest, NoRestrictionAppliesToAPackage) {

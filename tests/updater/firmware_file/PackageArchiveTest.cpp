@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <miniz.h>
 
+#include "PackageArchive.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
 #include "ZipBuilder.h"
@@ -192,6 +193,38 @@ TEST_F(PackageArchiveTest, AFolderThatMatchesFirstFails) {
     marked.externalAttributes = kDosDirectory;
     EXPECT_EQ(UnpackBytes(MakeZip({marked, {"b/a.dfw", "payload"}})), "none");
     EXPECT_THAT(LeftBehind(), testing::ElementsAre("", ""));
+}
+
+TEST_F(PackageArchiveTest, SaysWhatItsDirectorySaysOfEachMember) {
+    ZipMember encrypted = {"secret", "xyz", ZipMember::kStored, false, kEncrypted};
+    folder.Write("fw.zip", MakeZip({{"b/a.dfw", std::string(1000, 'x'), ZipMember::kDeflated},
+                                    {"folder/", ""},
+                                    encrypted}));
+    const PackageArchive archive(Archive());
+    EXPECT_TRUE(archive.IsOpen());
+    ASSERT_EQ(archive.Count(), 3U);
+    const auto payload = archive.At(0);
+    ASSERT_TRUE(payload.has_value());
+    EXPECT_EQ(payload->name, "b/a.dfw");
+    EXPECT_EQ(payload->size, 1000U);
+    EXPECT_LT(payload->compressedSize, 1000U);
+    EXPECT_FALSE(payload->isFolder);
+    EXPECT_TRUE(payload->isSupported);
+    EXPECT_TRUE(archive.At(1)->isFolder);
+    EXPECT_FALSE(archive.At(2)->isSupported);
+    EXPECT_FALSE(archive.At(3).has_value());
+    EXPECT_EQ(archive.Find("a.dfw"), 0U);
+    EXPECT_FALSE(archive.Find("b.dfw").has_value());
+    EXPECT_FALSE(archive.Extract(3, (folder.Path() / "out").string()));
+    EXPECT_FALSE(fs::exists(folder.Path() / "out"));
+}
+
+TEST_F(PackageArchiveTest, HasNoMembersWhereThereIsNoArchive) {
+    const PackageArchive archive(Archive());
+    EXPECT_FALSE(archive.IsOpen());
+    EXPECT_EQ(archive.Count(), 0U);
+    EXPECT_FALSE(archive.At(0).has_value());
+    EXPECT_FALSE(archive.Find("").has_value());
 }
 
 TEST_F(PackageArchiveTest, ADamagedMemberDoesNotDisturbAnother) {
