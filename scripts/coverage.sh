@@ -16,7 +16,7 @@ build=build/coverage
 cmake --preset dev -B "$build" -D CMAKE_BUILD_TYPE=None -D MIRSKO_WARNINGS_AS_ERRORS=OFF \
     -D CMAKE_CXX_FLAGS="${CXXFLAGS:-} -O0 -w --coverage -fprofile-update=atomic" >/dev/null
 log=$build/log
-nice cmake --build "$build" --target tests/updater/all tests/sdk/all >"$log" || {
+cmake --build "$build" --target tests/updater/all tests/sdk/all >"$log" || {
     tail -n 60 "$log"
     exit 1
 }

@@ -26,8 +26,9 @@ inline unsigned char* Reached() {
     static unsigned char* const reached = [] {
         const char* const path = std::getenv("MUTANTS_REACHED");
         const int file = path != nullptr ? open(path, O_RDWR | O_CLOEXEC) : -1;
-        void* const map = file < 0 ? MAP_FAILED
-                                   : mmap(nullptr, kMost, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        void* const map = file < 0
+                              ? MAP_FAILED
+                              : mmap(nullptr, kMost, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         if (file >= 0) {
             close(file);
         }

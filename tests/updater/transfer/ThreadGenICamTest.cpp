@@ -32,6 +32,14 @@ class ThreadGenICamTest : public testing::Test {
         script.Expect("NxGenFile::Open StatusTxt read");
         script.Expect("NxGenFile::Read 1024").Gives(text);
     }
+    void ExpectBusyToTheEnd() {
+        script.Expect("NxGenFile::Open StatusTxt read");
+        script.Expect("NxGenFile::Read 1024").Gives(kBusy);
+        for (int i = 0; i < 60; ++i) {
+            ExpectReRead(kBusy);
+        }
+        script.Expect("NxGenFile::Close");
+    }
     std::string Label() { return worker->GetLabel().GetAscii(); }
 
     Script script;
@@ -65,12 +73,7 @@ TEST_F(ThreadGenICamTest, RunsAllSixtyReReadsOnceTheBusyPhraseWasSeen) {
 
 TEST_F(ThreadGenICamTest, IsOkWhenTheDeviceIsStillBusyAfterAllReReads) {
     Transfer();
-    script.Expect("NxGenFile::Open StatusTxt read");
-    script.Expect("NxGenFile::Read 1024").Gives(kBusy);
-    for (int i = 0; i < 60; ++i) {
-        ExpectReRead(kBusy);
-    }
-    script.Expect("NxGenFile::Close");
+    ExpectBusyToTheEnd();
     EXPECT_TRUE(worker->GetStatus(status).IsOK());
     EXPECT_STREQ(status.GetAscii(), kBusy);
     EXPECT_EQ(script.Sleeps().size(), 60U);
@@ -209,12 +212,7 @@ TEST_F(ThreadGenICamTest, ARecordOfWhichLessWasWrittenCountsAsSent) {
 
 TEST_F(ThreadGenICamTest, TheStatusFileIsClosedDuringEachPause) {
     Transfer();
-    script.Expect("NxGenFile::Open StatusTxt read");
-    script.Expect("NxGenFile::Read 1024").Gives(kBusy);
-    for (int i = 0; i < 60; ++i) {
-        ExpectReRead(kBusy);
-    }
-    script.Expect("NxGenFile::Close");
+    ExpectBusyToTheEnd();
     script.onSleep = [this] { EXPECT_EQ(script.Log().back(), "NxGenFile::Close"); };
     EXPECT_TRUE(worker->GetStatus(status).IsOK());
     EXPECT_EQ(script.Sleeps().size(), 60U);

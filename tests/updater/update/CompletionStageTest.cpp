@@ -17,6 +17,15 @@ class CompletionStageTest : public testing::Test {
         ExpectTftpTransfer(script, "cam", "payload.dfw");
         ExpectTftpStatus(script, "cam", status);
     }
+    /// Expects a transfer during which the job's own Reset succeeds.
+    void ExpectTransferWithResetMeanwhile() {
+        update.job.resetAfterUpdate = false;
+        script.fileAccess = false;
+        ExpectProbe(script, "cam");
+        script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
+        script.Expect("NxTftpClient::SendFile payload.dfw").LastsUntilSleep(1);
+        script.onSleep = [this] { EXPECT_EQ(update.job.Reset().GetCode(), 0U); };
+    }
     void ExpectTftpId() {
         script.Expect("NxDfwPayload::GetDeviceIdRecord payload.dfw cam-b 4096").Gives("ID");
         script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
@@ -126,14 +135,9 @@ TEST_F(CompletionStageTest, AResetAfterTheWorkerIsGoneIsRefusedWithCode16) {
 }
 
 TEST_F(CompletionStageTest, AResetWhileAWorkerIsThereIsItsOwnReset) {
-    update.job.resetAfterUpdate = false;
-    script.fileAccess = false;
-    ExpectProbe(script, "cam");
-    script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
-    script.Expect("NxTftpClient::SendFile payload.dfw").LastsUntilSleep(1);
+    ExpectTransferWithResetMeanwhile();
     ExpectTftpReset(script, "cam", "payload.dfw");
     ExpectTftpStatus(script, "cam", "Firmware applied: 2");
-    script.onSleep = [this] { EXPECT_EQ(update.job.Reset().GetCode(), 0U); };
     EXPECT_TRUE(update.Run().succeeded);
 }
 
@@ -149,14 +153,9 @@ TEST_F(CompletionStageTest, TheWorkerIsKeptUntilThePauseAfterItsResetIsOver) {
 }
 
 TEST_F(CompletionStageTest, TheFailureOfAResetWhileAWorkerIsThereIsNotPassedOn) {
-    update.job.resetAfterUpdate = false;
-    script.fileAccess = false;
-    ExpectProbe(script, "cam");
-    script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
-    script.Expect("NxTftpClient::SendFile payload.dfw").LastsUntilSleep(1);
+    ExpectTransferWithResetMeanwhile();
     script.Expect("NxDfwPayload::GetResetRecord payload.dfw 4096").Fails(0x10f, "no header");
     ExpectTftpStatus(script, "cam", "Firmware applied: 2");
-    script.onSleep = [this] { EXPECT_EQ(update.job.Reset().GetCode(), 0U); };
     EXPECT_TRUE(update.Run().succeeded);
 }
 
