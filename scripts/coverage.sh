@@ -21,7 +21,9 @@ cmake --build "$build" --target tests/updater/all tests/sdk/all >"$log" || {
     exit 1
 }
 find "$build" -name '*.gcda' -delete
-ctest --test-dir "$build" --parallel 8 --label-regex '^(updater|sdk)$' "$@" >"$log" || {
+# Tests that measure their own time and memory mean nothing in such a build.
+ctest --test-dir "$build" --parallel 8 --label-regex '^(updater|sdk)$' \
+    --exclude-regex '(Hostile|Archived)DescriptionTest' "$@" >"$log" || {
     tail -n 20 "$log"
     echo "Tests failed; lines that they would have run count as not run." >&2
 }

@@ -42,6 +42,12 @@ def copy_tree(root, tree):
                    input=listed, cwd=root, check=True)
 
 
+def lines_of(path):
+    with contextlib.suppress(FileNotFoundError), open(path) as file:
+        return set(file.read().splitlines())
+    return set()
+
+
 def build(root, tree, log, paths):
     """Builds all mutants; those that no compiler can switch at run time are left out."""
     binary = os.path.join(tree, "build", "dev")
@@ -52,13 +58,14 @@ def build(root, tree, log, paths):
         commands = {entry["file"].replace(tree, root): entry["command"].replace(tree, root)
                     for entry in json.load(file)}
     sources, mutants = schemata.find(root, commands, paths)
-    dropped = 0
+    left_out = lines_of(f"{binary}.left-out")
+    mutants = [mutant for mutant in mutants if mutant.key not in left_out]
     while True:
         schemata.write(tree, sources, mutants)
         begin = os.path.getsize(log)
         command = ["cmake", "--build", binary, "-j2", "--target", *PROGRAMS, "--", "-k", "0"]
         if run(command, log).returncode == 0:
-            return mutants, dropped
+            return mutants, len(left_out)
         with open(log) as file:
             file.seek(begin)
             said = file.read()
@@ -69,7 +76,9 @@ def build(root, tree, log, paths):
                 if errors[m.file].isdisjoint(range(*sources[m.file].lines(m)))]
         if len(kept) == len(mutants):
             sys.exit(f"the mutated tree does not build, see {log}")
-        dropped += len(mutants) - len(kept)
+        left_out |= {mutant.key for mutant in mutants} - {mutant.key for mutant in kept}
+        with open(f"{binary}.left-out", "w") as file:
+            print(*sorted(left_out), sep="\n", file=file)
         mutants = kept
 
 
@@ -213,8 +222,7 @@ def main():
     chosen = [mutant for mutant in chosen if mutant.key not in known]
     remembered = os.path.join(work, "survivors")
     if options.survivors:
-        with open(remembered) as file:
-            before = set(file.read().splitlines())
+        before = lines_of(remembered)
         chosen = [mutant for mutant in chosen if mutant.key in before]
     if options.sample is not None and options.sample < len(chosen):
         chosen = random.Random(options.seed).sample(chosen, options.sample)
