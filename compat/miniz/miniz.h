@@ -2,9 +2,10 @@
 
 #include <cstdint>
 
-/// The five operations of miniz that read a zip archive, for a system without miniz: the same names
-/// and the same outcomes. Archives follow PKWARE APPNOTE 6.3, zip64 included; zlib inflates.
-/// docs/building.md names what still differs, and why no other zip library is used.
+/// The five operations of miniz that read a zip archive, for a system without miniz: the same
+/// names, the same linkage and the same outcomes. Archives follow PKWARE APPNOTE 6.3, zip64
+/// included; zlib inflates. docs/building.md names what still differs, and why no other zip library
+/// is used.
 
 using mz_bool = int;
 using mz_uint = unsigned int;
@@ -33,6 +34,8 @@ struct mz_zip_archive_file_stat {
     char m_filename[MZ_ZIP_MAX_ARCHIVE_FILENAME_SIZE] = {};
 };
 
+extern "C" {
+
 /// @param flags 0
 /// @return false if there is no such file or it is not a zip archive; then there is nothing to end
 mz_bool mz_zip_reader_init_file(mz_zip_archive* archive, const char* path, mz_uint32 flags);
@@ -48,3 +51,5 @@ mz_bool mz_zip_reader_file_stat(mz_zip_archive* archive, mz_uint index,
 mz_bool mz_zip_reader_extract_to_file(mz_zip_archive* archive, mz_uint index,
                                       const char* destination, mz_uint flags);
 mz_bool mz_zip_reader_end(mz_zip_archive* archive);
+
+}  // extern "C"

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <limits>
 #include <string>
 
 #include <NxBase/NxResult.h>
@@ -24,6 +25,7 @@ struct ExpectedCall {
     std::function<void()> action;
     Run run;
     std::size_t heldUntilSleep = 0;
+    long mostWritten = std::numeric_limits<long>::max();
 
     /// Fails with that code and description (or message).
     ExpectedCall& Fails(unsigned int code, const std::string& description = "it failed") {
@@ -33,6 +35,11 @@ struct ExpectedCall {
     /// Hands out these bytes: what is read, or the record that is built.
     ExpectedCall& Gives(const std::string& bytes) {
         data = bytes;
+        return *this;
+    }
+    /// For "NxGenFile::Write": reports at most that many bytes as written.
+    ExpectedCall& Takes(long bytes) {
+        mostWritten = bytes;
         return *this;
     }
     ExpectedCall& Does(std::function<void()> what) {

@@ -41,7 +41,7 @@ NxResult NxGenFile::WriteFrom(const NxString& localPath) {
 NxResult NxGenFile::Write(const unsigned char* data, long length, long& written) {
     const std::string bytes(reinterpret_cast<const char*>(data), static_cast<std::size_t>(length));
     const ExpectedCall step = Script::Active().Take("NxGenFile::Write " + bytes);
-    written = step.result.IsOK() ? length : 0;
+    written = step.result.IsOK() ? std::min(length, step.mostWritten) : 0;
     return step.result;
 }
 

@@ -5,6 +5,7 @@
 
 #include "TemporaryFolder.h"
 #include "UpdaterRun.h"
+#include "ZipBuilder.h"
 
 namespace {
 
@@ -87,6 +88,16 @@ TEST_F(FirmwareDispatchTest, TheModelNameIsAskedForAfreshForEachComparison) {
     EXPECT_EQ(script.CountOf("NxDeviceInfo::GetModelName"), 3U);
 }
 
+TEST_F(FirmwareDispatchTest, APackagesMembersAreReadFromItsArchive) {
+    const std::string path =
+        folder.Write("fw.zip", MakeZip({{"Manifest.xml", "<Manifest/>"}, {"a.dfw", "payload"}}));
+    script.Expect("NxDevice::CreateAndConnect record cam");
+    script.Expect("GenFUParser::Build <Manifest/>").Fails(7, "not now");
+    const UpdaterOutcome outcome = Run("Camera", path);
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.err, "not now\n");
+}
+
 TEST_F(FirmwareDispatchTest, NoRestrictionAppliesToAPackage) {
     for (const char* name : {"zelka_qrm_h_fk02.zip", "zelka_qrm_lanx_fk02_tc3mn03_128kd.zip"}) {
         script.Expect("NxDevice::CreateAndConnect record cam").Fails(0x103, "no answer");
@@ -137,6 +148,19 @@ TEST_F(FirmwareDispatchTest, ABareExtensionThatDoesNotExistGivesStatus101) {
     std::filesystem::current_path(folder.Path());
     EXPECT_EQ(Run("Camera", "dfw").exitStatus, 101);
     std::filesystem::current_path("/");
+}
+
+TEST_F(FirmwareDispatchTest, AnEmptyFileIsLeftToTheTransfer) {
+    const std::string path = folder.Write("empty.dfw", "");
+    ExpectFileAccessUpdate(script, "cam", path);
+    EXPECT_EQ(Run("Camera", path).exitStatus, 0);
+}
+
+TEST_F(FirmwareDispatchTest, AFolderThatCanBeOpenedIsLeftToTheTransfer) {
+    const std::string path = (folder.Path() / "folder.dfw").string();
+    std::filesystem::create_directory(path);
+    ExpectFileAccessUpdate(script, "cam", path);
+    EXPECT_EQ(Run("Camera", path).exitStatus, 0);
 }
 
 TEST_F(FirmwareDispatchTest, NoresetAndDeviceIdReachTheJob) {

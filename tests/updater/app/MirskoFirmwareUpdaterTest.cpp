@@ -1,6 +1,11 @@
+#include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+
+#include <sys/mount.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -37,6 +42,27 @@ bool IsOpen(const std::string& path) {
         }
     }
     return false;
+}
+
+std::ptrdiff_t OpenFiles() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return std::distance(begin(files), end(files));
+}
+
+/// What a run opens, and nothing else, in the place of a standard stream that is closed.
+std::filesystem::path StandInFor(int stream) {
+    (void)std::fflush(nullptr);
+    const int kept = dup(stream);
+    close(stream);
+    const auto before = OpenFiles();
+    EXPECT_EQ(RunMain({"--help"}).exitStatus, 0);
+    EXPECT_EQ(OpenFiles(), before + 1);
+    std::error_code error;
+    const std::string place = "/proc/self/fd/" + std::to_string(stream);
+    std::filesystem::path found = std::filesystem::read_symlink(place, error);
+    dup2(kept, stream);
+    close(kept);
+    return found;
 }
 
 class MirskoFirmwareUpdaterTest : public testing::Test {
@@ -205,4 +231,40 @@ TEST_F(MirskoFirmwareUpdaterTest, InitInstanceReturnsTheJobsResult) {
         EXPECT_FALSE(application.InitInstance(1, argv));
         EXPECT_EQ(application.ExitInstance(), 100);
     }
+}
+
+TEST_F(MirskoFirmwareUpdaterTest, InitInstanceReturnsFalseWhereNoJobRan) {
+    script.interfaces = {Usb({UsbCamera("B", "u3v:1")})};
+    const RecordedStream out(std::cout);
+    const std::string refused = folder.Write("zelka_qrm_h_fk02.dfw", "x");
+    for (const char* argument : {"--help", "no such file.dfw", "--noreset", refused.c_str()}) {
+        const char* argv[] = {"updater", "--u3v", argument};
+        MirskoFirmwareUpdaterApp application;
+        EXPECT_FALSE(application.InitInstance(3, argv)) << argument;
+    }
+}
+
+TEST_F(MirskoFirmwareUpdaterTest, AReaderThatGoesAwayDoesNotEndTheProcess) {
+    const auto before = std::signal(SIGPIPE, SIG_DFL);
+    EXPECT_EQ(RunMain({"--help"}).exitStatus, 0);
+    EXPECT_EQ(std::signal(SIGPIPE, before), SIG_IGN);
+}
+
+TEST_F(MirskoFirmwareUpdaterTest, EachClosedStandardStreamIsReplacedByOneThatHoldsNothing) {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        EXPECT_EQ(StandInFor(stream), "/dev/null") << stream;
+    }
+}
+
+TEST_F(MirskoFirmwareUpdaterTest, AnOpenStandardStreamIsLeftAsItIs) {
+    const auto before = OpenFiles();
+    EXPECT_EQ(RunMain({"--help"}).exitStatus, 0);
+    EXPECT_EQ(OpenFiles(), before);
+}
+
+TEST_F(MirskoFirmwareUpdaterTest, AClosedStandardStreamIsReplacedEvenWithoutADevNull) {
+    // In a mount namespace of its own (see tests/isolated.sh).
+    ASSERT_EQ(mount("tmpfs", "/dev", "tmpfs", 0, "size=1m"), 0);
+    EXPECT_EQ(StandInFor(STDIN_FILENO), "/");
+    ASSERT_EQ(umount2("/dev", MNT_DETACH), 0);
 }

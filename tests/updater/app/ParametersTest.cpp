@@ -191,6 +191,8 @@ TEST(ParametersTest, AnOptionThatNeedsAValueWithoutEqualsSignAsksForHelp) {
 TEST(ParametersTest, TheFirstCharacterOfAnOptionIsNeverLookedAt) {
     EXPECT_TRUE(Parse({"x-u3v"}).u3v);
     EXPECT_EQ(Text(Parse({"/-deviceid=7"}).deviceId), "7");
+    EXPECT_EQ(Text(Parse({"=-deviceid=7"}).deviceId), "7");
+    EXPECT_EQ(Text(Parse({"=-localinterface=7"}).localInterface), "7");
 }
 
 TEST(ParametersTest, TheLastOfRepeatedOptionsWins) {

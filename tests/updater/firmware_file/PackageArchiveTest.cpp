@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <miniz.h>
 
+#include "PackageArchive.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
 #include "ZipBuilder.h"
@@ -72,6 +73,31 @@ TEST_F(PackageArchiveTest, StoredDeflatedAndZip64ArchivesOfInfoZipAreRead) {
         EXPECT_EQ(Unpack(Archive()), content) << option;
     }
     EXPECT_THAT(LeftBehind(), testing::IsEmpty());
+}
+
+TEST_F(PackageArchiveTest, AMemberWhoseSizesFollowItIsRead) {
+    constexpr std::size_t kFlags = 6;  // of a local header
+    constexpr char kSizesFollow = 8;
+    const std::string content = RandomBytes(300'000, 5) + std::string(300'000, 'z');
+    for (const char* option : {"-0", "-9"}) {
+        fs::remove(Archive());
+        Zip({option, "-fd"}, content);
+        ASSERT_EQ(ReadFile(Archive()).at(kFlags) & kSizesFollow, kSizesFollow);
+        EXPECT_EQ(Unpack(Archive()), content) << option;
+    }
+}
+
+TEST_F(PackageArchiveTest, ANameWithTwoDotsOrBackslashesIsATextLikeAnyOther) {
+    for (const char* name :
+         {"../a.dfw", "../../etc/a.dfw", "/etc/a.dfw", "fw\\a.dfw", "..\\a.dfw"}) {
+        const std::string archive = folder.Write("fw.zip", MakeZip({{name, "payload"}}));
+        EXPECT_EQ(Unpack(archive), "payload") << name;
+        EXPECT_EQ(Unpack(archive, name), "payload") << name;
+        EXPECT_THAT(reader->ExtractFile(name), testing::MatchesRegex("/tmp/dfw-[A-Za-z0-9]{6}"));
+    }
+    EXPECT_THAT(LeftBehind(), testing::IsEmpty());
+    EXPECT_FALSE(fs::exists("/etc/a.dfw"));
+    EXPECT_FALSE(fs::exists("/a.dfw"));
 }
 
 TEST_F(PackageArchiveTest, AStoredMemberIsUnpacked) {
@@ -167,6 +193,38 @@ TEST_F(PackageArchiveTest, AFolderThatMatchesFirstFails) {
     marked.externalAttributes = kDosDirectory;
     EXPECT_EQ(UnpackBytes(MakeZip({marked, {"b/a.dfw", "payload"}})), "none");
     EXPECT_THAT(LeftBehind(), testing::ElementsAre("", ""));
+}
+
+TEST_F(PackageArchiveTest, SaysWhatItsDirectorySaysOfEachMember) {
+    ZipMember encrypted = {"secret", "xyz", ZipMember::kStored, false, kEncrypted};
+    folder.Write("fw.zip", MakeZip({{"b/a.dfw", std::string(1000, 'x'), ZipMember::kDeflated},
+                                    {"folder/", ""},
+                                    encrypted}));
+    const PackageArchive archive(Archive());
+    EXPECT_TRUE(archive.IsOpen());
+    ASSERT_EQ(archive.Count(), 3U);
+    const auto payload = archive.At(0);
+    ASSERT_TRUE(payload.has_value());
+    EXPECT_EQ(payload->name, "b/a.dfw");
+    EXPECT_EQ(payload->size, 1000U);
+    EXPECT_LT(payload->compressedSize, 1000U);
+    EXPECT_FALSE(payload->isFolder);
+    EXPECT_TRUE(payload->isSupported);
+    EXPECT_TRUE(archive.At(1)->isFolder);
+    EXPECT_FALSE(archive.At(2)->isSupported);
+    EXPECT_FALSE(archive.At(3).has_value());
+    EXPECT_EQ(archive.Find("a.dfw"), 0U);
+    EXPECT_FALSE(archive.Find("b.dfw").has_value());
+    EXPECT_FALSE(archive.Extract(3, (folder.Path() / "out").string()));
+    EXPECT_FALSE(fs::exists(folder.Path() / "out"));
+}
+
+TEST_F(PackageArchiveTest, HasNoMembersWhereThereIsNoArchive) {
+    const PackageArchive archive(Archive());
+    EXPECT_FALSE(archive.IsOpen());
+    EXPECT_EQ(archive.Count(), 0U);
+    EXPECT_FALSE(archive.At(0).has_value());
+    EXPECT_FALSE(archive.Find("").has_value());
 }
 
 TEST_F(PackageArchiveTest, ADamagedMemberDoesNotDisturbAnother) {

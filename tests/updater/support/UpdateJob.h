@@ -19,6 +19,9 @@ class ProbeReader : public NxFwFileReader {
 
     [[nodiscard]] std::string ExtractFile(const std::string& name) override {
         asked.push_back(name);
+        if (onExtract) {
+            onExtract();
+        }
         if (name == "Manifest.xml") {
             return manifestPath;
         }
@@ -28,6 +31,7 @@ class ProbeReader : public NxFwFileReader {
     std::vector<std::string> asked;
     std::string manifestPath;
     bool hasMembers = true;
+    std::function<void()> onExtract;
 };
 
 /// What one run of an update job left.

@@ -32,6 +32,14 @@ class ThreadGenICamTest : public testing::Test {
         script.Expect("NxGenFile::Open StatusTxt read");
         script.Expect("NxGenFile::Read 1024").Gives(text);
     }
+    void ExpectBusyToTheEnd() {
+        script.Expect("NxGenFile::Open StatusTxt read");
+        script.Expect("NxGenFile::Read 1024").Gives(kBusy);
+        for (int i = 0; i < 60; ++i) {
+            ExpectReRead(kBusy);
+        }
+        script.Expect("NxGenFile::Close");
+    }
     std::string Label() { return worker->GetLabel().GetAscii(); }
 
     Script script;
@@ -65,12 +73,7 @@ TEST_F(ThreadGenICamTest, RunsAllSixtyReReadsOnceTheBusyPhraseWasSeen) {
 
 TEST_F(ThreadGenICamTest, IsOkWhenTheDeviceIsStillBusyAfterAllReReads) {
     Transfer();
-    script.Expect("NxGenFile::Open StatusTxt read");
-    script.Expect("NxGenFile::Read 1024").Gives(kBusy);
-    for (int i = 0; i < 60; ++i) {
-        ExpectReRead(kBusy);
-    }
-    script.Expect("NxGenFile::Close");
+    ExpectBusyToTheEnd();
     EXPECT_TRUE(worker->GetStatus(status).IsOK());
     EXPECT_STREQ(status.GetAscii(), kBusy);
     EXPECT_EQ(script.Sleeps().size(), 60U);
@@ -196,6 +199,23 @@ TEST_F(ThreadGenICamTest, ARecordFailsWithTheFirstFailingCall) {
     script.Expect("NxGenFile::Open RemoteUpdateDfw write");
     script.Expect("NxGenFile::Write id").Fails(0x10d);
     EXPECT_EQ(worker->SendBuffer(record, 2).GetCode(), 0x10dU);
+}
+
+TEST_F(ThreadGenICamTest, ARecordOfWhichLessWasWrittenCountsAsSent) {
+    Transfer();
+    unsigned char record[] = {'i', 'd'};
+    script.Expect("NxGenFile::Open RemoteUpdateDfw write");
+    script.Expect("NxGenFile::Write id").Takes(1);
+    script.Expect("NxGenFile::Close");
+    EXPECT_TRUE(worker->SendBuffer(record, 2).IsOK());
+}
+
+TEST_F(ThreadGenICamTest, TheStatusFileIsClosedDuringEachPause) {
+    Transfer();
+    ExpectBusyToTheEnd();
+    script.onSleep = [this] { EXPECT_EQ(script.Log().back(), "NxGenFile::Close"); };
+    EXPECT_TRUE(worker->GetStatus(status).IsOK());
+    EXPECT_EQ(script.Sleeps().size(), 60U);
 }
 
 TEST_F(ThreadGenICamTest, TheLabelFollowsThePhases) {

@@ -1,6 +1,11 @@
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <future>
-
 #include <system_error>
+
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -9,6 +14,13 @@
 #include "Script.h"
 
 namespace {
+
+// Whether a thread waits for something, by its place below /proc.
+bool IsAsleep(const std::filesystem::path& task) {
+    std::string line;
+    std::getline(std::ifstream(task / "stat"), line);
+    return line.find(") S ") != std::string::npos;
+}
 
 class ThreadTest : public testing::Test {
   protected:
@@ -132,6 +144,13 @@ TEST_F(ThreadTest, AStatusThatCannotBeReadHandsTheFailureBack) {
     const NxResult result = worker.Validate();
     EXPECT_EQ(result.GetCode(), 0x103U);
     EXPECT_STREQ(result.GetDescription().GetAscii(), "no answer");
+}
+
+TEST_F(ThreadTest, WhatWasReadOfAStatusBeforeAFailureIsKept) {
+    worker.statusText = "Flash currently being written in background";
+    worker.statusResult = NxResult(0x103, "no answer");
+    EXPECT_FALSE(worker.Validate().IsOK());
+    EXPECT_EQ(worker.mStatus.GetAscii(), worker.statusText);
 }
 
 TEST_F(ThreadTest, ResetWithoutSupportGivesCode26AndSendsNothing) {
@@ -259,6 +278,31 @@ TEST_F(ThreadTest, DeletingAWorkerJoinsItsThread) {
     std::unique_ptr<Thread> asBase = std::move(another);
     asBase.reset();
     EXPECT_TRUE(ran);
+}
+
+TEST_F(ThreadTest, DeletingAWorkerWaitsForTheEndOfItsThread) {
+    static std::atomic<bool> ended;
+    ended = false;
+    const std::filesystem::path deleter = "/proc/self/task/" + std::to_string(gettid());
+    // Ends with the thread, after the worker is complete: once the deleting thread waits for it.
+    struct Remnant {
+        std::filesystem::path waiter;
+        ~Remnant() {
+            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+            while (!IsAsleep(waiter) && std::chrono::steady_clock::now() < end) {
+                std::this_thread::yield();
+            }
+            ended = true;
+        }
+    };
+    auto another = std::make_unique<ProbeThread>();
+    another->run = [&deleter](ProbeThread&) { static thread_local Remnant remnant{deleter}; };
+    another->Start();
+    while (!another->IsComplete()) {
+        std::this_thread::yield();
+    }
+    another.reset();
+    EXPECT_TRUE(ended);
 }
 
 TEST_F(ThreadTest, HookRunsTheWorkerItIsGivenAndMarksItComplete) {

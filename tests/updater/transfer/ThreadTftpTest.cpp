@@ -50,6 +50,17 @@ TEST_F(ThreadTftpTest, AFailedInitIsTheOutcomeAndNothingIsSent) {
     EXPECT_EQ(worker.GetProgress(), 0);
 }
 
+TEST_F(ThreadTftpTest, AfterAFailedInitTheClientStillSendsRecords) {
+    script.Expect("NxTftpClient::Init cam RemoteUpdateDfw").Fails(0x100, "malformed");
+    worker.Run();
+    EXPECT_EQ(script.clients, 1);
+    unsigned char record[] = {'i', 'd'};
+    script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
+    script.Expect("NxTftpClient::SendData id");
+    EXPECT_TRUE(worker.SendBuffer(record, 2).IsOK());
+    EXPECT_EQ(script.CountOf("NxTftpClient::NxTftpClient"), 1U);
+}
+
 TEST_F(ThreadTftpTest, AFailedSendIsTheOutcome) {
     script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
     script.Expect("NxTftpClient::SendFile fw.dfw").Fails(0x10e, "disk full");

@@ -17,6 +17,15 @@ class CompletionStageTest : public testing::Test {
         ExpectTftpTransfer(script, "cam", "payload.dfw");
         ExpectTftpStatus(script, "cam", status);
     }
+    /// Expects a transfer during which the job's own Reset succeeds.
+    void ExpectTransferWithResetMeanwhile() {
+        update.job.resetAfterUpdate = false;
+        script.fileAccess = false;
+        ExpectProbe(script, "cam");
+        script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
+        script.Expect("NxTftpClient::SendFile payload.dfw").LastsUntilSleep(1);
+        script.onSleep = [this] { EXPECT_EQ(update.job.Reset().GetCode(), 0U); };
+    }
     void ExpectTftpId() {
         script.Expect("NxDfwPayload::GetDeviceIdRecord payload.dfw cam-b 4096").Gives("ID");
         script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
@@ -126,13 +135,37 @@ TEST_F(CompletionStageTest, AResetAfterTheWorkerIsGoneIsRefusedWithCode16) {
 }
 
 TEST_F(CompletionStageTest, AResetWhileAWorkerIsThereIsItsOwnReset) {
-    update.job.resetAfterUpdate = false;
-    script.fileAccess = false;
-    ExpectProbe(script, "cam");
-    script.Expect("NxTftpClient::Init cam RemoteUpdateDfw");
-    script.Expect("NxTftpClient::SendFile payload.dfw").LastsUntilSleep(1);
+    ExpectTransferWithResetMeanwhile();
     ExpectTftpReset(script, "cam", "payload.dfw");
     ExpectTftpStatus(script, "cam", "Firmware applied: 2");
-    script.onSleep = [this] { EXPECT_EQ(update.job.Reset().GetCode(), 0U); };
     EXPECT_TRUE(update.Run().succeeded);
+}
+
+TEST_F(CompletionStageTest, TheWorkerIsKeptUntilThePauseAfterItsResetIsOver) {
+    ExpectTftp("Firmware applied: 2");
+    ExpectTftpReset(script, "cam", "payload.dfw");
+    script.onSleep = [this] {
+        EXPECT_EQ(script.CountOf("NxTftpClient::SendData RESET"), 1U);
+        EXPECT_EQ(script.clients, 1);
+    };
+    EXPECT_TRUE(update.Run().succeeded);
+    EXPECT_EQ(script.Sleeps().size(), 1U);
+}
+
+TEST_F(CompletionStageTest, TheFailureOfAResetWhileAWorkerIsThereIsNotPassedOn) {
+    ExpectTransferWithResetMeanwhile();
+    script.Expect("NxDfwPayload::GetResetRecord payload.dfw 4096").Fails(0x10f, "no header");
+    ExpectTftpStatus(script, "cam", "Firmware applied: 2");
+    EXPECT_TRUE(update.Run().succeeded);
+}
+
+TEST_F(CompletionStageTest, TheDeviceIdIsSentEvenWhereTheTransferCouldNotBegin) {
+    update.job.newDeviceId = "cam-b";
+    script.fileAccess = false;
+    ExpectProbe(script, "cam");
+    script.Expect("NxTftpClient::Init cam RemoteUpdateDfw").Fails(0x100, "malformed");
+    ExpectTftpId();
+    const JobOutcome outcome = update.Run();
+    EXPECT_EQ(outcome.out, "Starting update...\n\nSetting new device ID\nUpdate failed.\n");
+    EXPECT_EQ(outcome.err, "malformed\nWriting payload file to device failed!\n");
 }

@@ -236,3 +236,22 @@ TEST_F(PackageStageTest, AResetAfterAWriteGivesCode16ThoughTheWriteDidReset) {
     ExpectFree();
     EXPECT_EQ(update.Run().err, "step 2 (DeviceReset) failed\n");
 }
+
+TEST_F(PackageStageTest, TheConnectionIsFreedBeforeTheRunsMessageIsShown) {
+    ExpectRun([](Updater&) { return Result(25, "No update in this package is for Camera"); });
+    const RecordedStream err(std::cerr);
+    script.Expect("NxDevice::Free cam").Does([&err] { EXPECT_EQ(err.Text(), ""); });
+    EXPECT_FALSE(update.job.OnInitDialog());
+    EXPECT_EQ(err.Text(), "No update in this package is for Camera\n");
+}
+
+TEST_F(PackageStageTest, TheManifestIsUnpackedBeforeTheModelIsMade) {
+    std::size_t models = 1;
+    update.reader->onExtract = [this, &models] {
+        models = script.CountOf("GenFUControl::GenFUControl");
+    };
+    ExpectRun([](Updater&) { return Result(); });
+    ExpectFree();
+    EXPECT_TRUE(update.Run().succeeded);
+    EXPECT_EQ(models, 0U);
+}

@@ -1,6 +1,8 @@
 // The stage of an update job that looks at the device and chooses the transport.
 #include <gmock/gmock.h>
 
+#include <NxSystem/NxDeviceInfo.h>
+
 #include "UpdateJob.h"
 #include "UpdaterRun.h"
 
@@ -170,4 +172,23 @@ TEST_F(TransportChoiceTest, TheProbesConnectionIsReleasedBeforeTheWorkerConnects
         .Does([&update] { EXPECT_EQ(update.script.connections, 0); })
         .Fails(0x104, "refused");
     EXPECT_EQ(update.Run().err, "refused\nWriting payload file to device failed!\n");
+}
+
+TEST_F(TransportChoiceTest, DirectModeWritesTheReadersFileForTheModelOfDiscovery) {
+    class RecordedJob : public MirskoFirmwareUpdaterDlg {
+      public:
+        using MirskoFirmwareUpdaterDlg::MirskoFirmwareUpdaterDlg;
+        NyUtilsLib::Result Write(const std::string& fileName, const std::string& word) override {
+            written.push_back(fileName + " " + word);
+            return NyUtilsLib::Result();
+        }
+        std::vector<std::string> written;
+    };
+    const Script script;
+    const std::unique_ptr<NxDeviceInfo> device = MakeDeviceInfo(Device(Kind::kGigEVision));
+    NxString path("payload.dfw");
+    RecordedJob job(std::make_shared<ProbeReader>("the readers.dfw"), true, device.get(), path,
+                    true);
+    EXPECT_TRUE(job.OnInitDialog());
+    EXPECT_THAT(job.written, testing::ElementsAre("the readers.dfw Camera"));
 }

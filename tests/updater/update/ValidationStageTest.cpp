@@ -57,6 +57,17 @@ TEST_F(ValidationStageTest, AStatusThatCannotBeReadIsShownAsFarAsItIsKnown) {
               std::string("Status error: \n<flush>") + kWriteFailed + "<flush>");
 }
 
+TEST_F(ValidationStageTest, AStatusThatCannotBeReadAgainIsShownAsItWasBefore) {
+    ExpectProbe(script, "cam");
+    ExpectFileAccessTransfer(script, "cam", "payload.dfw");
+    ExpectFileAccessStatus(script, "Flash currently being written in background");
+    script.Expect("NxGenFile::Open StatusTxt read").Fails(0x105, "control lost");
+    script.Expect("NxDevice::Free cam");
+    EXPECT_EQ(
+        update.Run().err,
+        std::string("Status error: Flash currently being written in background\n") + kWriteFailed);
+}
+
 TEST_F(ValidationStageTest, TheMinuteOfABusyDeviceIsWaitedOut) {
     ExpectProbe(script, "cam");
     ExpectFileAccessTransfer(script, "cam", "payload.dfw");
