@@ -150,9 +150,17 @@ void FirmwareStore::DropUpload(std::uint64_t size) {
     Save();
 }
 
-void FirmwareStore::PayloadGrew(std::uint64_t total) {
-    if (mListener != nullptr) {
-        mListener->PayloadGrew(total);
+void FirmwareStore::PayloadGrew(const FirmwareUpload& upload) {
+    if (mListener == nullptr) {
+        return;
+    }
+    mListener->PayloadGrew(upload.Size());
+    std::string ignored;
+    const std::optional<PayloadHeader> header = PayloadHeader::Parse(upload.mHead, ignored);
+    if (header && header->kind != PayloadHeader::Kind::kFirmware &&
+        upload.Size() >= PayloadHeader::kSize + header->bodyLength) {
+        mListener->Reached(header->kind == PayloadHeader::Kind::kReset ? FaultMoment::kReset
+                                                                       : FaultMoment::kDeviceId);
     }
 }
 
@@ -270,6 +278,13 @@ void FirmwareStore::RunFlasher() {
 std::string FirmwareStore::Status() const {
     const std::lock_guard lock(mMutex);
     return mState.lastStatus;
+}
+
+std::string FirmwareStore::HandOutStatus() const {
+    if (mListener != nullptr) {
+        mListener->Reached(FaultMoment::kStatus);
+    }
+    return Status();
 }
 
 FirmwareVersion FirmwareStore::RunningVersion() const {

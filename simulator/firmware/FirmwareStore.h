@@ -14,6 +14,7 @@
 #include "FirmwareUpload.h"
 #include "PayloadHeader.h"
 #include "simulator/device/EventLog.h"
+#include "simulator/device/PlannedFault.h"
 
 namespace simulator {
 
@@ -24,6 +25,8 @@ class FirmwareListener {
     virtual ~FirmwareListener() = default;
     /// The payload now has `total` bytes.
     virtual void PayloadGrew(std::uint64_t total) = 0;
+    /// The status text is requested, or a record has arrived and will be carried out next.
+    virtual void Reached(FaultMoment moment) = 0;
     /// A reset record has come; the answer to its sender is still to be sent.
     virtual void ResetRequested() = 0;
 };
@@ -73,6 +76,8 @@ class FirmwareStore {
 
     /// The device's own account of the last transfer, at most 1000 bytes.
     [[nodiscard]] std::string Status() const;
+    /// The same, for an application that asks for it.
+    [[nodiscard]] std::string HandOutStatus() const;
 
     [[nodiscard]] FirmwareVersion RunningVersion() const;
     [[nodiscard]] FirmwareVersion StoredVersion() const;
@@ -102,7 +107,7 @@ class FirmwareStore {
     // What an upload calls.
     void EndUpload(FirmwareUpload& upload);
     void DropUpload(std::uint64_t size);
-    void PayloadGrew(std::uint64_t total);
+    void PayloadGrew(const FirmwareUpload& upload);
 
     // Under the lock.
     [[nodiscard]] bool Judge(FirmwareUpload& upload);

@@ -45,7 +45,7 @@ bool FirmwareUpload::Write(std::uint64_t offset, ConstBytes bytes) {
     }
     mSequentialCrc.Add(bytes);
     mSize = std::max(mSize, end);
-    mStore.PayloadGrew(mSize);
+    mStore.PayloadGrew(*this);
     return true;
 }
 

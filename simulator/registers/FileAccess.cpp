@@ -21,7 +21,7 @@ FileAccess::Outcome FileAccess::Open(File file, OpenMode mode) {
         return Fail(Status::kDenied, "a file is already open");
     }
     if (file == File::kStatusTxt && mode == OpenMode::kRead) {
-        mStatus = mFirmware.Status();
+        mStatus = mFirmware.HandOutStatus();
         mStatusOpen = true;
         return {};
     }

@@ -106,7 +106,7 @@ TftpFiles::ForReading DeviceTftpFiles::OpenForReading(const std::string& name) {
     if (mHoldStatus && mStore.IsFlashing()) {
         return TftpNotYet{};
     }
-    std::string status = mStore.Status();
+    std::string status = mStore.HandOutStatus();
     status.resize(std::max<std::size_t>(status.size(), mStatusSize), '.');
     return std::make_unique<TextSource>(std::move(status));
 }

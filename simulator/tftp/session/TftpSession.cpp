@@ -33,6 +33,12 @@ std::vector<TftpSession::Bytes> TftpSession::TakeOutgoing() {
     return std::exchange(mOutgoing, {});
 }
 
+void TftpSession::NoteAnswered() const {
+    if (mContext.packetAnswered && (mContext.muted == nullptr || !*mContext.muted)) {
+        mContext.packetAnswered();
+    }
+}
+
 void TftpSession::Abandon(const std::string& why) {
     if (!IsSettled()) {
         End(why);
