@@ -9,11 +9,12 @@ namespace simulator {
 
 namespace {
 
-constexpr NameTable<DeviceFault, 6> kKinds{{{
+constexpr NameTable<DeviceFault, 7> kKinds{{{
     {DeviceFault::kMute, "mute"},
     {DeviceFault::kVanish, "vanish"},
     {DeviceFault::kReboot, "reboot"},
     {DeviceFault::kPause, "pause"},
+    {DeviceFault::kFail, "fail"},
     {DeviceFault::kLoseControl, "lose-control"},
     {DeviceFault::kStall, "stall"},
 }}};

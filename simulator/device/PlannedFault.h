@@ -12,6 +12,7 @@ enum class DeviceFault {
     kVanish,       ///< unplugged
     kReboot,       ///< as after a watchdog
     kPause,        ///< nothing is done for two seconds, e.g. while a flash sector is erased
+    kFail,         ///< the file operation under way reports a failure (TFTP: an ERROR)
     kLoseControl,  ///< GigE Vision: another application takes control and keeps it
     kStall         ///< USB3 Vision: the control endpoints stall
 };

@@ -132,6 +132,10 @@ void SimulatedDevice::Suffer(const std::vector<DeviceFault>& faults) {
             mControlLost = true;
             continue;
         }
+        if (fault == DeviceFault::kFail) {
+            mFirmware->FailOperation();
+            continue;
+        }
         if (fault == DeviceFault::kPause) {
             // What the service does not receive meanwhile waits in its socket.
             (void)Pause(kFaultPause);

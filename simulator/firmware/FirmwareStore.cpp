@@ -150,9 +150,9 @@ void FirmwareStore::DropUpload(std::uint64_t size) {
     Save();
 }
 
-void FirmwareStore::PayloadGrew(const FirmwareUpload& upload) {
+bool FirmwareStore::PayloadGrew(const FirmwareUpload& upload) {
     if (mListener == nullptr) {
-        return;
+        return true;
     }
     mListener->PayloadGrew(upload.Size());
     std::string ignored;
@@ -162,6 +162,7 @@ void FirmwareStore::PayloadGrew(const FirmwareUpload& upload) {
         mListener->Reached(header->kind == PayloadHeader::Kind::kReset ? FaultMoment::kReset
                                                                        : FaultMoment::kDeviceId);
     }
+    return !mFailing.exchange(false);
 }
 
 bool FirmwareStore::Judge(FirmwareUpload& upload) {
@@ -280,11 +281,11 @@ std::string FirmwareStore::Status() const {
     return mState.lastStatus;
 }
 
-std::string FirmwareStore::HandOutStatus() const {
+std::optional<std::string> FirmwareStore::HandOutStatus() {
     if (mListener != nullptr) {
         mListener->Reached(FaultMoment::kStatus);
     }
-    return Status();
+    return mFailing.exchange(false) ? std::nullopt : std::optional(Status());
 }
 
 FirmwareVersion FirmwareStore::RunningVersion() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -76,8 +77,10 @@ class FirmwareStore {
 
     /// The device's own account of the last transfer, at most 1000 bytes.
     [[nodiscard]] std::string Status() const;
-    /// The same, for an application that asks for it.
-    [[nodiscard]] std::string HandOutStatus() const;
+    /// The same, for an application that asks for it; nothing when FailOperation was called.
+    [[nodiscard]] std::optional<std::string> HandOutStatus();
+    /// A fault: the write or the request for the status that is under way fails, else the next one.
+    void FailOperation() { mFailing = true; }
 
     [[nodiscard]] FirmwareVersion RunningVersion() const;
     [[nodiscard]] FirmwareVersion StoredVersion() const;
@@ -107,7 +110,8 @@ class FirmwareStore {
     // What an upload calls.
     void EndUpload(FirmwareUpload& upload);
     void DropUpload(std::uint64_t size);
-    void PayloadGrew(const FirmwareUpload& upload);
+    /// @return false when the write is to fail
+    [[nodiscard]] bool PayloadGrew(const FirmwareUpload& upload);
 
     // Under the lock.
     [[nodiscard]] bool Judge(FirmwareUpload& upload);
@@ -129,6 +133,7 @@ class FirmwareStore {
     EventLog& mEvents;
     const bool mTemporary;
     FirmwareListener* mListener = nullptr;
+    std::atomic<bool> mFailing{false};
 
     mutable std::mutex mMutex;  // guards what follows
     std::condition_variable mFlashChanged;

@@ -224,6 +224,9 @@ void U3vFunction::Suffer(const std::vector<DeviceFault>& faults) {
             case DeviceFault::kPause:
                 mPauseEnd = Clock::now() + kFaultPause;
                 break;
+            case DeviceFault::kFail:
+                mFirmware.FailOperation();
+                break;
             case DeviceFault::kStall:
                 mStalled = true;
                 break;

@@ -63,6 +63,9 @@ class DeathTable {
                 for (const char* const kind : {"mute", "vanish", "reboot", "pause"}) {
                     Add(transport, kind, moment, Expected(transport, kind, moment.name));
                 }
+                if (moment.name != "connect") {  // no file operation yet
+                    Add(transport, "fail", moment, Expected(transport, "fail", moment.name));
+                }
                 if (!IsTftp(transport)) {
                     const char* const kind = IsUsb(transport) ? "stall" : "lose-control";
                     Add(transport, kind, moment, Expected(transport, kind, moment.name));
@@ -90,6 +93,16 @@ class DeathTable {
         // The device confirmed its firmware before these, and what becomes of them is not reported.
         if (moment == "device ID" || moment == "reset") {
             return {Outcome::kComplete, remedy};
+        }
+        if (kind == "fail" && moment == "last block" && !IsTftp(transport)) {
+            return {Outcome::kFailedNew};  // it has all bytes when the file is closed
+        }
+        if (kind == "fail" && moment == "status") {
+            // A refused open is tried again, in case an earlier program left the file open.
+            return {IsTftp(transport) ? Outcome::kFailedNew : Outcome::kComplete};
+        }
+        if (kind == "fail") {
+            return {Outcome::kFailedOld};
         }
         if (moment == "status") {
             const bool again = IsTftp(transport) && kind == "reboot";

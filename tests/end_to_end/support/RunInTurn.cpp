@@ -3,8 +3,6 @@
 // another form feed. A command that finds no camera (status 100) is run again, after a vertical
 // tab, for at most 20 seconds: a camera that restarts is away for a while.
 #include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -13,23 +11,12 @@
 #include <string>
 #include <vector>
 
-extern char** environ;
+#include "ChildCommand.h"
 
 namespace {
 
-constexpr int kFailed = 125;
 constexpr int kNoCamera = 100;
 constexpr std::chrono::seconds kCameraLimit{20};
-
-int Run(char** command) {
-    pid_t child = 0;
-    int status = 0;
-    if (posix_spawnp(&child, command[0], nullptr, nullptr, command, environ) != 0 ||
-        waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-        return kFailed;
-    }
-    return WEXITSTATUS(status);
-}
 
 bool Write(const std::string& text) {
     return dprintf(STDOUT_FILENO, "%s", text.c_str()) > 0 &&
@@ -48,17 +35,17 @@ int main(int argumentCount, char** arguments) {
             commands.push_back(arguments + i);
         }
     }
-    int status = kFailed;
+    int status = kNotRun;
     for (char** const command : commands) {
         const auto start = Clock::now();
-        while ((status = Run(command)) == kNoCamera && Clock::now() < start + kCameraLimit) {
+        while ((status = RunToEnd(command)) == kNoCamera && Clock::now() < start + kCameraLimit) {
             (void)poll(nullptr, 0, 100);
             (void)Write("\v");
         }
         const auto time =
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
         if (!Write("\f" + std::to_string(time.count()) + "\f")) {
-            return kFailed;
+            return kNotRun;
         }
     }
     return status;

@@ -133,6 +133,21 @@ TEST_F(FirmwareStoreTest, TellsItsListenerOfRecordsAndOfWhoAsksForTheStatus) {
               (std::vector{FaultMoment::kDeviceId, FaultMoment::kStatus, FaultMoment::kReset}));
 }
 
+TEST_F(FirmwareStoreTest, FailsOneOperationAsAFault) {
+    Open();
+    Listener listener;
+    mStore->SetListener(&listener);
+    mStore->FailOperation();
+    EXPECT_EQ(mStore->HandOutStatus(), std::nullopt);
+    EXPECT_EQ(mStore->HandOutStatus(), "");
+    std::string why;
+    const auto upload = mStore->BeginUpload(why);
+    const std::vector<std::uint8_t> bytes(100);
+    mStore->FailOperation();
+    EXPECT_FALSE(upload->Write(0, bytes));
+    EXPECT_TRUE(upload->Write(0, bytes));
+}
+
 TEST_F(FirmwareStoreTest, AsksForAResetOnAResetRecord) {
     Open();
     Listener listener;
