@@ -200,7 +200,8 @@ void AddFaults(OptionGroup group, DeviceOptions& device) {
                 }
             },
             "KIND@MOMENT",
-            "A fault that strikes once: mute, vanish, reboot, pause (2 s), fail, lose-control or stall; "
+            "A fault that strikes once: mute, vanish, reboot, pause (2 s), fail, lose-control or "
+            "stall; "
             "at byte=N of a payload, after command=N (TFTP: packet), or at status, device-id or "
             "reset. Can be repeated")
         ->expected(1)
