@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include <fcntl.h>
@@ -79,6 +81,13 @@ const NxDeviceInfo* FirstDeviceOf(const Interface& interface) {
 // business: the result of an update comes from the device, whoever reads the output.
 void IgnoreReadersThatGoAway() {
     (void)std::signal(SIGPIPE, SIG_IGN);
+}
+
+// There is nothing to go on with, and the exception's own name helps nobody.
+[[noreturn]] void SayThatMemoryIsOut() {
+    static constexpr std::string_view kLine = "Out of memory\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kLine.data(), kLine.size());
+    std::abort();
 }
 
 // Whoever closes a standard stream leaves its number to the next socket or file, into which the
@@ -220,6 +229,7 @@ bool MirskoFirmwareUpdaterApp::RunUpdate(const Parameters& parameters, const NxD
 int main(int argc, char** argv) {
     IgnoreReadersThatGoAway();
     OccupyStandardStreams();
+    std::set_new_handler(SayThatMemoryIsOut);
     MirskoFirmwareUpdaterApp application;
     (void)application.InitInstance(argc, const_cast<const char**>(argv));
     return application.ExitInstance();

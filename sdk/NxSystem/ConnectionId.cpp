@@ -1,5 +1,7 @@
 #include <internal/NxSystem/ConnectionId.h>
 
+#include <string_view>
+
 #include <net/if.h>
 
 #include <NxBase/Ascii.h>
@@ -14,8 +16,15 @@ const std::string kUsbPrefix = "u3v:";
 // The GUID is 12 characters: vendor and device number in hexadecimal (USB3 Vision 1.0, section 4).
 constexpr std::size_t kLongestGuid = 64;
 
-bool IsName(const std::string& text, std::size_t longest) {
-    return !text.empty() && text.size() <= longest && Ascii::IsGraphic(text);
+bool IsGuid(const std::string& text) {
+    return !text.empty() && text.size() <= kLongestGuid && Ascii::IsGraphic(text);
+}
+
+// Any that Linux takes: users name interfaces in their own letters, too.
+bool IsInterfaceName(const std::string& text) {
+    constexpr std::string_view kRefused("/: \t\n\v\f\r\0", 9);
+    return !text.empty() && text.size() < IFNAMSIZ && text != "." && text != ".." &&
+           text.find_first_of(kRefused) == std::string::npos;
 }
 
 NxResult Malformed(const std::string& text) {
@@ -32,7 +41,7 @@ NxResult ConnectionId::Parse(const NxString& text, ConnectionId& id) {
     if (given.starts_with(kUsbPrefix)) {
         parsed.kind = Kind::kUsb;
         parsed.guid = given.substr(kUsbPrefix.size());
-        if (!IsName(parsed.guid, kLongestGuid)) {
+        if (!IsGuid(parsed.guid)) {
             return Malformed(given);
         }
     } else {
@@ -42,7 +51,7 @@ NxResult ConnectionId::Parse(const NxString& text, ConnectionId& id) {
         }
         if (separator != std::string::npos) {
             parsed.interfaceName = given.substr(separator + 1);
-            if (!IsName(parsed.interfaceName, IFNAMSIZ - 1)) {
+            if (!IsInterfaceName(parsed.interfaceName)) {
                 return Malformed(given);
             }
         }

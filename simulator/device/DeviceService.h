@@ -25,6 +25,8 @@ struct DeviceContext {
     const std::atomic<bool>& controlLost;  ///< once set, another application has control
     std::function<void()>
         resetRequested;  ///< reboots the device soon after; may be called anywhere
+    /// To be called after each command, once its answer was sent; discovery does not count.
+    std::function<void()> commandAnswered;
 };
 
 /// A server that runs while the device is on, e.g. for GVCP or TFTP. Started and stopped by the

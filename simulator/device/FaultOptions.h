@@ -3,7 +3,9 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
+#include "PlannedFault.h"
 #include "simulator/network/DatagramFaults.h"
 #include "simulator/tftp/session/TftpFaults.h"
 
@@ -33,6 +35,8 @@ struct FaultOptions {
     std::optional<std::uint64_t> vanishAtByte;  ///< unplugged
     /// GigE Vision: another application takes control over and keeps it.
     std::optional<std::uint64_t> loseControlAtByte;
+    /// More of the kind, at other moments too.
+    std::vector<PlannedFault> planned;
 };
 
 }  // namespace simulator

@@ -51,8 +51,13 @@ bool SimulatedDevice::OpenFirmware(std::string& why) {
 
 void SimulatedDevice::MakeServices() {
     mServices.clear();
-    const DeviceContext context{mOptions, *mFirmware,   mEvents,
-                                mMuted,   mControlLost, [this] { ResetRequested(); }};
+    const DeviceContext context{mOptions,
+                                *mFirmware,
+                                mEvents,
+                                mMuted,
+                                mControlLost,
+                                [this] { ResetRequested(); },
+                                [this] { Reached(FaultMoment::kCommand); }};
     if (mOptions.serveTftp) {
         // Before GVCP: a device that answers discovery takes firmware at once.
         mServices.push_back(std::make_unique<DeviceTftp>(context));
@@ -114,15 +119,32 @@ void SimulatedDevice::PowerOff(bool reset) {
 }
 
 void SimulatedDevice::PayloadGrew(std::uint64_t total) {
-    for (const PayloadFault fault : mFaults.Strike(total)) {
-        if (fault == PayloadFault::kLoseControl) {
+    Suffer(mFaults.StrikeAtByte(total));
+}
+
+void SimulatedDevice::Reached(FaultMoment moment) {
+    Suffer(mFaults.StrikeAt(moment));
+}
+
+void SimulatedDevice::Suffer(const std::vector<DeviceFault>& faults) {
+    for (const DeviceFault fault : faults) {
+        if (fault == DeviceFault::kLoseControl) {
             mControlLost = true;
             continue;
         }
+        if (fault == DeviceFault::kFail) {
+            mFirmware->FailOperation();
+            continue;
+        }
+        if (fault == DeviceFault::kPause) {
+            // What the service does not receive meanwhile waits in its socket.
+            (void)Pause(kFaultPause);
+            continue;
+        }
         mMuted = true;  // first: power-on ends it
-        if (fault == PayloadFault::kReboot) {
+        if (fault == DeviceFault::kReboot) {
             Ask(Request::kReboot);
-        } else if (fault == PayloadFault::kVanish) {
+        } else if (fault == DeviceFault::kVanish) {
             Ask(Request::kVanish);
         }
     }

@@ -8,10 +8,10 @@
 #include <thread>
 #include <vector>
 
+#include "DeviceFaults.h"
 #include "DeviceProfile.h"
 #include "DeviceService.h"
 #include "EventLog.h"
-#include "PayloadFaults.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/gvcp/CommandCounters.h"
 
@@ -52,6 +52,7 @@ class SimulatedDevice : private FirmwareListener {
     enum class Request { kNone, kReset, kReboot, kVanish, kStop };
 
     void PayloadGrew(std::uint64_t total) override;
+    void Reached(FaultMoment moment) override;
     void ResetRequested() override;
 
     [[nodiscard]] bool OpenFirmware(std::string& why);
@@ -59,6 +60,7 @@ class SimulatedDevice : private FirmwareListener {
     [[nodiscard]] bool PowerOn(std::string& why);
     void PowerOff(bool reset);
     void Ask(Request request);
+    void Suffer(const std::vector<DeviceFault>& faults);
     void RunPower();
     /// @return false when the device is to stop meanwhile
     [[nodiscard]] bool Pause(std::chrono::milliseconds time);
@@ -69,7 +71,7 @@ class SimulatedDevice : private FirmwareListener {
     std::unique_ptr<FirmwareStore> mFirmware;
     std::atomic<bool> mMuted{false};
     std::atomic<bool> mControlLost{false};
-    PayloadFaults mFaults{mOptions.faults, mEvents};
+    DeviceFaults mFaults{mOptions.faults, mEvents};
 
     std::vector<std::unique_ptr<DeviceService>> mServices;  // started and stopped in Start, Stop
                                                             // and, between them, by mPower

@@ -150,10 +150,19 @@ void FirmwareStore::DropUpload(std::uint64_t size) {
     Save();
 }
 
-void FirmwareStore::PayloadGrew(std::uint64_t total) {
-    if (mListener != nullptr) {
-        mListener->PayloadGrew(total);
+bool FirmwareStore::PayloadGrew(const FirmwareUpload& upload) {
+    if (mListener == nullptr) {
+        return true;
     }
+    mListener->PayloadGrew(upload.Size());
+    std::string ignored;
+    const std::optional<PayloadHeader> header = PayloadHeader::Parse(upload.mHead, ignored);
+    if (header && header->kind != PayloadHeader::Kind::kFirmware &&
+        upload.Size() >= PayloadHeader::kSize + header->bodyLength) {
+        mListener->Reached(header->kind == PayloadHeader::Kind::kReset ? FaultMoment::kReset
+                                                                       : FaultMoment::kDeviceId);
+    }
+    return !mFailing.exchange(false);
 }
 
 bool FirmwareStore::Judge(FirmwareUpload& upload) {
@@ -265,6 +274,13 @@ void FirmwareStore::RunFlasher() {
             Save();
         }
     }
+}
+
+std::optional<std::string> FirmwareStore::HandOutStatus() {
+    if (mListener != nullptr) {
+        mListener->Reached(FaultMoment::kStatus);
+    }
+    return mFailing.exchange(false) ? std::nullopt : std::optional(State().lastStatus);
 }
 
 FirmwareState FirmwareStore::State() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -14,6 +15,7 @@
 #include "FirmwareUpload.h"
 #include "PayloadHeader.h"
 #include "simulator/device/EventLog.h"
+#include "simulator/device/PlannedFault.h"
 
 namespace simulator {
 
@@ -24,6 +26,8 @@ class FirmwareListener {
     virtual ~FirmwareListener() = default;
     /// The payload now has `total` bytes.
     virtual void PayloadGrew(std::uint64_t total) = 0;
+    /// The status text is requested, or a record has arrived and will be carried out next.
+    virtual void Reached(FaultMoment moment) = 0;
     /// A reset record has come; the answer to its sender is still to be sent.
     virtual void ResetRequested() = 0;
 };
@@ -71,6 +75,12 @@ class FirmwareStore {
     /// @param[out] why one line, set when null is returned: another upload or flashing is under way
     [[nodiscard]] std::unique_ptr<FirmwareUpload> BeginUpload(std::string& why);
 
+    /// The device's own account of the last transfer, for an application that asks for it; nothing when
+    /// FailOperation was called.
+    [[nodiscard]] std::optional<std::string> HandOutStatus();
+    /// A fault: the write or the request for the status that is under way fails, else the next one.
+    void FailOperation() { mFailing = true; }
+
     /// A copy of all that state.json holds.
     [[nodiscard]] FirmwareState State() const;
     /// Where state.json and firmware.bin are.
@@ -94,7 +104,8 @@ class FirmwareStore {
     // What an upload calls.
     void EndUpload(FirmwareUpload& upload);
     void DropUpload(std::uint64_t size);
-    void PayloadGrew(std::uint64_t total);
+    /// @return false when the write is to fail
+    [[nodiscard]] bool PayloadGrew(const FirmwareUpload& upload);
 
     // Under the lock.
     [[nodiscard]] bool Judge(FirmwareUpload& upload);
@@ -116,6 +127,7 @@ class FirmwareStore {
     EventLog& mEvents;
     const bool mTemporary;
     FirmwareListener* mListener = nullptr;
+    std::atomic<bool> mFailing{false};
 
     mutable std::mutex mMutex;  // guards what follows
     std::condition_variable mFlashChanged;

@@ -45,8 +45,7 @@ bool FirmwareUpload::Write(std::uint64_t offset, ConstBytes bytes) {
     }
     mSequentialCrc.Add(bytes);
     mSize = std::max(mSize, end);
-    mStore.PayloadGrew(mSize);
-    return true;
+    return mStore.PayloadGrew(*this);
 }
 
 bool FirmwareUpload::WriteBody(std::uint64_t offset, ConstBytes bytes) const {

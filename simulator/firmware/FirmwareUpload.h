@@ -22,7 +22,8 @@ class FirmwareUpload {
 
     /// Puts bytes at an offset, over what is there already. A bus that sends in order passes
     /// `Size()`; one that repeats a chunk may write it again at the same place.
-    /// @return false when it would leave a gap, exceed the flash, or the disk is full
+    /// @return false when it would leave a gap, exceed the flash, or the disk is full, and as a
+    /// fault
     [[nodiscard]] bool Write(std::uint64_t offset, ConstBytes bytes);
 
     /// Number of bytes so far.

@@ -147,6 +147,7 @@ void GvcpService::Serve(const Datagram& datagram) {
         mHandler->GiveControlAway();
     }
     if (!reply) {
+        NoteAnswered(datagram);
         return;
     }
     if (IsDiscovery(datagram.bytes) && mContext.options.faults.discoveryDelay.count() > 0) {
@@ -162,6 +163,16 @@ void GvcpService::Serve(const Datagram& datagram) {
     }
     Send({datagram.peer, std::move(reply->acknowledge)});
     mHandler->NoteAcknowledged(datagram.peer, Clock::now());
+    NoteAnswered(datagram);
+}
+
+void GvcpService::NoteAnswered(const Datagram& datagram) {
+    if (!IsDiscovery(datagram.bytes) && !mContext.muted) {
+        mContext.commandAnswered();
+        if (mContext.controlLost) {
+            mHandler->GiveControlAway();
+        }
+    }
 }
 
 void GvcpService::Send(Datagram datagram) {

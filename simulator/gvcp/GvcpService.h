@@ -34,6 +34,7 @@ class GvcpService final : public DeviceService {
     void Drain(const BoundSocket& socket);
     [[nodiscard]] bool IsSwallowed(const Datagram& datagram);
     void Serve(const Datagram& datagram);
+    void NoteAnswered(const Datagram& datagram);
     void Send(Datagram datagram);
     void SendDue();
     [[nodiscard]] Clock::time_point NextEvent() const;

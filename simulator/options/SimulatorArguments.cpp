@@ -6,6 +6,7 @@
 #include <chrono>
 #include <map>
 #include <optional>
+#include <vector>
 
 #include "AccessArguments.h"
 #include "HelpFormatter.h"
@@ -14,10 +15,12 @@
 
 using simulator::DatagramFaults;
 using simulator::DescriptionShape;
+using simulator::DeviceFault;
 using simulator::DeviceOptions;
 using simulator::FaultOptions;
 using simulator::FirmwareStore;
 using simulator::FirmwareVersion;
+using simulator::PlannedFault;
 using simulator::Profile;
 using simulator::RegisterLayout;
 
@@ -57,6 +60,14 @@ std::string WhyMisplaced(const CLI::App& app, const DeviceOptions& device, bool 
         if (usb && device.description.contains(shape)) {
             return std::string("the description quirk ") + simulator::kShapeNames.NameOf(shape) +
                    " is for GigE Vision devices only: USB3 Vision has no URLs";
+        }
+    }
+    for (const PlannedFault& fault : device.faults.planned) {
+        if (usb && fault.kind == DeviceFault::kLoseControl) {
+            return "the fault lose-control is for GigE Vision devices only";
+        }
+        if (!usb && fault.kind == DeviceFault::kStall) {
+            return "the fault stall needs --u3v";
         }
     }
     for (const CLI::Option* const option : app.get_options()) {
@@ -175,6 +186,28 @@ void AddFaults(OptionGroup group, DeviceOptions& device) {
               "Unplug the device after this many payload bytes");
     group.Add("--lose-control-at", faults.loseControlAtByte, "BYTE",
               "Another application takes control after this many payload bytes (GigE Vision only)");
+    group
+        .Call<std::vector<std::string>>(
+            "--fault",
+            [&faults](const std::vector<std::string>& texts) {
+                for (const std::string& text : texts) {
+                    const std::optional<PlannedFault> fault = PlannedFault::Parse(text);
+                    if (!fault) {
+                        throw CLI::ValidationError("--fault",
+                                                   text + " is not of the form KIND@MOMENT");
+                    }
+                    faults.planned.push_back(*fault);
+                }
+            },
+            "KIND@MOMENT",
+            "A fault that strikes once: mute, vanish, reboot, pause (2 s), fail, lose-control or "
+            "stall; "
+            "at byte=N of a payload, after command=N (TFTP: packet), or at status, device-id or "
+            "reset. Can be repeated")
+        ->expected(1)
+        // Else the "--" before COMMAND would be taken for the end of a list.
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     group.Add("--mute-after", faults.muteAfterCommands, "N",
               "Stop replying after N GVCP commands, not counting discovery");
     group.AddTime("--discovery-delay", faults.discoveryDelay, "Delay before each discovery reply");

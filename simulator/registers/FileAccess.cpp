@@ -21,7 +21,11 @@ FileAccess::Outcome FileAccess::Open(File file, OpenMode mode) {
         return Fail(Status::kDenied, "a file is already open");
     }
     if (file == File::kStatusTxt && mode == OpenMode::kRead) {
-        mStatus = mFirmware.State().lastStatus;
+        const std::optional<std::string> status = mFirmware.HandOutStatus();
+        if (!status) {
+            return Fail(Status::kFailure, "the status cannot be read");
+        }
+        mStatus = *status;
         mStatusOpen = true;
         return {};
     }

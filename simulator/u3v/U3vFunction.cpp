@@ -75,7 +75,7 @@ U3vTexts U3vFunction::TextsOf(const DeviceOptions& device, const FirmwareStore& 
 }
 
 U3vFunction::U3vFunction(const DeviceOptions& device, const U3vOptions& options,
-                         FirmwareStore& firmware, EventLog& events, PayloadFaults& faults,
+                         FirmwareStore& firmware, EventLog& events, DeviceFaults& faults,
                          Vanished vanished)
     : mDevice(device),
       mOptions(options),
@@ -170,6 +170,9 @@ UsbFunction::Transfer U3vFunction::In(std::uint8_t endpoint, std::vector<std::ui
     }
     bytes = std::move(mAnswers.front().bytes);
     mAnswers.pop_front();
+    if (LoadLittle<std::uint16_t>(bytes, 6) != kPendingAck) {
+        Reached(FaultMoment::kCommand);
+    }
     if (mAnswers.empty() && mResetting) {
         Vanish(Departure::kReset);
     }
@@ -199,18 +202,35 @@ void U3vFunction::PayloadGrew(std::uint64_t total) {
         mStalled = true;
         mEvents.Add("usb_stalled", {{"byte", total}});
     }
-    for (const PayloadFault fault : mFaults.Strike(total)) {
+    Suffer(mFaults.StrikeAtByte(total));
+}
+
+void U3vFunction::Reached(FaultMoment moment) {
+    Suffer(mFaults.StrikeAt(moment));
+}
+
+void U3vFunction::Suffer(const std::vector<DeviceFault>& faults) {
+    for (const DeviceFault fault : faults) {
         switch (fault) {
-            case PayloadFault::kMute:
+            case DeviceFault::kMute:
                 mMute = true;
                 break;
-            case PayloadFault::kReboot:
+            case DeviceFault::kReboot:
                 Vanish(Departure::kReboot);
                 break;
-            case PayloadFault::kVanish:
+            case DeviceFault::kVanish:
                 Vanish(Departure::kUnplugged);
                 break;
-            case PayloadFault::kLoseControl:  // of GigE Vision only
+            case DeviceFault::kPause:
+                mPauseEnd = Clock::now() + kFaultPause;
+                break;
+            case DeviceFault::kFail:
+                mFirmware.FailOperation();
+                break;
+            case DeviceFault::kStall:
+                mStalled = true;
+                break;
+            case DeviceFault::kLoseControl:  // of GigE Vision only
                 break;
         }
     }
@@ -263,7 +283,7 @@ std::uint16_t U3vFunction::Write(ConstBytes command, std::vector<std::uint8_t>& 
 void U3vFunction::Schedule(const Command& command, std::uint16_t status,
                            const std::vector<std::uint8_t>& payload) {
     const auto ackCode = static_cast<std::uint16_t>(command.code + 1);
-    Clock::time_point ready = Clock::now() + mDevice.latency;
+    Clock::time_point ready = std::max(Clock::now(), mPauseEnd) + mDevice.latency;
     milliseconds occupied = mFeatures->TakeOccupiedTime();
     if (mOptions.pendingEvery != 0 && mCommands % mOptions.pendingEvery == 0) {
         occupied += std::max(mOptions.pendingTime, mOptions.responseTime + milliseconds(1));

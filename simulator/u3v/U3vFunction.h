@@ -11,9 +11,9 @@
 #include "U3vOptions.h"
 #include "UsbDescriptors.h"
 #include "UsbFunction.h"
+#include "simulator/device/DeviceFaults.h"
 #include "simulator/device/DeviceProfile.h"
 #include "simulator/device/EventLog.h"
-#include "simulator/device/PayloadFaults.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/registers/DeviceMemory.h"
 #include "simulator/registers/FeatureRegisters.h"
@@ -35,7 +35,7 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     /// @param faults the device's, over all its times of being plugged in; outlives this object
     /// @param vanished called once, on the thread that uses this object
     U3vFunction(const DeviceOptions& device, const U3vOptions& options, FirmwareStore& firmware,
-                EventLog& events, PayloadFaults& faults, Vanished vanished);
+                EventLog& events, DeviceFaults& faults, Vanished vanished);
 
     [[nodiscard]] static U3vTexts TextsOf(const DeviceOptions& device,
                                           const FirmwareStore& firmware);
@@ -50,6 +50,7 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     [[nodiscard]] bool IsPresent() const override { return mPresent; }
 
     void PayloadGrew(std::uint64_t total) override;
+    void Reached(FaultMoment moment) override;
     void ResetRequested() override;
 
   private:
@@ -71,13 +72,14 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
                   const std::vector<std::uint8_t>& payload);
     [[nodiscard]] Transfer Arrive();
     void NoteRepetition(ConstBytes packet);
+    void Suffer(const std::vector<DeviceFault>& faults);
     void Vanish(Departure departure);
 
     const DeviceOptions& mDevice;
     const U3vOptions mOptions;
     FirmwareStore& mFirmware;
     EventLog& mEvents;
-    PayloadFaults& mFaults;
+    DeviceFaults& mFaults;
     const Vanished mVanished;
 
     DeviceMemory mMemory;
@@ -89,6 +91,7 @@ class U3vFunction : public UsbFunction, public FirmwareListener {
     bool mMute = false;
     bool mStalled = false;
     bool mResetting = false;
+    Clock::time_point mPauseEnd{};           // no ack before that
     std::uint64_t mSent = 0;                 // commands, also those that did not arrive
     std::uint64_t mCommands = 0;             // that arrived
     std::vector<std::uint8_t> mLastCommand;  // without its id

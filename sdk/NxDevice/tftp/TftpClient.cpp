@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <NxBase/NxResultCodes.h>
+#include <NxBase/PrintableText.h>
 #include <internal/NxBase/ReturnIfFailed.h>
 #include <internal/NxSystem/NetworkInterface.h>
 #include <internal/NxSystem/UdpSocket.h>
@@ -159,6 +160,7 @@ TftpOptions TftpClient::WantedOptions() const {
 }
 
 std::string TftpClient::ServerName() const {
+    // Warnings are printed as they are.
     return FormatAddress(mServer.address) +
-           (mServer.interfaceName.empty() ? "" : " on " + mServer.interfaceName);
+           (mServer.interfaceName.empty() ? "" : " on " + PrintableText(mServer.interfaceName));
 }

@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <libusb.h>
+#include <unistd.h>
 
 #include <NxBase/NxResultCodes.h>
 
@@ -106,6 +110,23 @@ bool AskForGuid(const std::string& guid, U3vTextTime time, std::vector<Camera>& 
     return false;
 }
 
+// libusb leaves a device out of its list when it cannot open the device's files.
+NxResult NotFound(const std::string& guid) {
+    constexpr std::size_t kFilesAtOnce = 4;
+    std::vector<int> files;
+    while (files.size() < kFilesAtOnce && (files.empty() || files.back() >= 0)) {
+        files.push_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    }
+    const int error = files.back() < 0 ? errno : 0;
+    for (const int file : files) {
+        (void)close(file);
+    }
+    return error == 0 ? NxResult(kNxDeviceGone, "No USB3 Vision device " + guid +
+                                                    " is connected; check its cable and power")
+                      : NxResult(kNxAccessDenied, "Cannot look for USB3 Vision device " + guid +
+                                                      ": " + std::strerror(error));
+}
+
 /// @param guid the device's, or '@' and its USB port, for which no device has to be asked
 NxResult FindCamera(const UsbContext& usb, const std::string& guid, Camera& found) {
     std::vector<Camera> cameras = FindCameras(usb);
@@ -115,8 +136,7 @@ NxResult FindCamera(const UsbContext& usb, const std::string& guid, Camera& foun
             return NxResult();
         }
     }
-    NxResult failure(kNxDeviceGone,
-                     "No USB3 Vision device " + guid + " is connected; check its cable and power");
+    NxResult failure = NotFound(guid);
     // A device may be late for once, as when it has just been plugged in.
     if (AskForGuid(guid, U3vTextTime(cameras.size()), cameras, found, failure) ||
         AskForGuid(guid, U3vTextTime(cameras.size(), kSecondAsking), cameras, found, failure)) {

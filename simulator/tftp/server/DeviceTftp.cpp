@@ -38,6 +38,6 @@ DeviceTftp::DeviceTftp(const DeviceContext& context)
       mServer(
           mFiles, context.options.tftp, context.options.faults.tftp,
           [&events = context.events](const TftpTransfer& transfer) { Record(events, transfer); },
-          &context.muted, context.options.faults.seed) {}
+          &context.muted, context.options.faults.seed, context.commandAnswered) {}
 
 }  // namespace simulator

@@ -106,9 +106,12 @@ TftpFiles::ForReading DeviceTftpFiles::OpenForReading(const std::string& name) {
     if (mHoldStatus && mStore.State().flashing) {
         return TftpNotYet{};
     }
-    std::string status = mStore.State().lastStatus;
-    status.resize(std::max<std::size_t>(status.size(), mStatusSize), '.');
-    return std::make_unique<TextSource>(std::move(status));
+    std::optional<std::string> status = mStore.HandOutStatus();
+    if (!status) {
+        return TftpError{TftpErrorCode::kNotDefined, "The status cannot be read"};
+    }
+    status->resize(std::max<std::size_t>(status->size(), mStatusSize), '.');
+    return std::make_unique<TextSource>(*std::move(status));
 }
 
 }  // namespace simulator

@@ -26,6 +26,7 @@ TftpConnection::TftpConnection(BoundSocket socket, std::optional<BoundSocket> st
       mBegun(now) {
     mSession->Start(now);
     Flush(now);
+    mSession->NoteAnswered();
 }
 
 void TftpConnection::Advance(Time now) {
@@ -53,6 +54,7 @@ void TftpConnection::Deliver(const std::vector<Datagram>& arrived, Time now) {
         if (const std::optional<TftpPacket> packet = TftpPacket::Parse(datagram.bytes)) {
             mSession->Receive(*packet, now);
             Flush(now);
+            mSession->NoteAnswered();
         }
     }
 }

@@ -33,13 +33,15 @@ std::string Advice(int error) {
 }  // namespace
 
 TftpServer::TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
-                       TftpObserver observer, const std::atomic<bool>* muted, std::uint32_t seed)
+                       TftpObserver observer, const std::atomic<bool>* muted, std::uint32_t seed,
+                       std::function<void()> packetAnswered)
     : mFiles(files),
       mSettings(settings),
       mFaults(faults),
       mObserver(std::move(observer)),
       mMuted(muted),
-      mSeed(seed) {}
+      mSeed(seed),
+      mPacketAnswered(std::move(packetAnswered)) {}
 
 TftpServer::~TftpServer() {
     Stop();
@@ -132,8 +134,8 @@ void TftpServer::Answer(Datagram request, Time now) {
         return;
     }
     // Half of the buffer: what waits in it is charged more than its own bytes.
-    const TftpSession::Context context{mFiles, mSettings, mFaults, socket.ReceiveBuffer() / 2,
-                                       mMuted};
+    const TftpSession::Context context{mFiles, mSettings,      mFaults, socket.ReceiveBuffer() / 2,
+                                       mMuted, mPacketAnswered};
     std::unique_ptr<TftpSession> session = DispatchTftpRequest(context, request.bytes);
     if (session == nullptr) {
         return;

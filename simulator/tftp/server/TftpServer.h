@@ -24,9 +24,10 @@ class TftpServer {
     /// @param observer called for every transfer that has ended; may be empty
     /// @param muted while set, nothing is sent; may be null, must outlive the server
     /// @param seed of the faults that are drawn
+    /// @param packetAnswered called after each packet of a client's was handled; may be empty
     TftpServer(TftpFiles& files, const TftpSettings& settings, const TftpFaults& faults,
                TftpObserver observer, const std::atomic<bool>* muted = nullptr,
-               std::uint32_t seed = 1);
+               std::uint32_t seed = 1, std::function<void()> packetAnswered = {});
     ~TftpServer();
 
     /// Returns once requests are answered.
@@ -59,6 +60,7 @@ class TftpServer {
     const TftpObserver mObserver;
     const std::atomic<bool>* const mMuted;
     const std::uint32_t mSeed;
+    const std::function<void()> mPacketAnswered;
 
     std::string mInterfaceName;
     std::uint32_t mAddress = 0;

@@ -56,6 +56,12 @@ bool TftpSession::MayRepeat(Time now) {
     return true;
 }
 
+void TftpSession::NoteAnswered() const {
+    if (mContext.packetAnswered && (mContext.muted == nullptr || !*mContext.muted)) {
+        mContext.packetAnswered();
+    }
+}
+
 void TftpSession::Abandon(const std::string& why) {
     if (!IsSettled()) {
         End(why);

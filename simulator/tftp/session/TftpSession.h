@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,8 +30,9 @@ class TftpSession {
         TftpFiles& files;
         TftpSettings settings;
         TftpFaults faults;
-        unsigned int receiveBuffer = 1U << 18U;    ///< bytes
-        const std::atomic<bool>* muted = nullptr;  ///< while set, nothing is sent; may be null
+        unsigned int receiveBuffer = 1U << 18U;     ///< bytes
+        const std::atomic<bool>* muted = nullptr;   ///< while set, nothing is sent; may be null
+        std::function<void()> packetAnswered = {};  ///< called after each packet; may be empty
     };
 
     TftpSession(const Context& context, const TftpPacket& request);
@@ -57,6 +59,8 @@ class TftpSession {
     /// The datagrams to be sent now, in order; each is handed out once.
     [[nodiscard]] std::vector<Bytes> TakeOutgoing();
     [[nodiscard]] const TftpTransfer& Transfer() const { return mTransfer; }
+    /// What a packet of the client's, the request included, had to be answered with is on its way.
+    void NoteAnswered() const;
     /// Ends the session for a reason that lies outside it.
     void Abandon(const std::string& why);
 

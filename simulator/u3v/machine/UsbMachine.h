@@ -11,9 +11,9 @@
 
 #include "MockedCommand.h"
 #include "UsbTestBed.h"
+#include "simulator/device/DeviceFaults.h"
 #include "simulator/device/DeviceProfile.h"
 #include "simulator/device/EventLog.h"
-#include "simulator/device/PayloadFaults.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/u3v/U3vFunction.h"
 #include "simulator/u3v/U3vOptions.h"
@@ -58,7 +58,7 @@ class UsbMachine {
         std::string place;
         DeviceOptions options;
         std::unique_ptr<FirmwareStore> firmware;
-        std::optional<PayloadFaults> faults;
+        std::optional<DeviceFaults> faults;
         // The last is plugged in; programs may still have the earlier ones open.
         std::vector<std::unique_ptr<U3vFunction>> functions;
         Clock::time_point returns = Clock::time_point::max();

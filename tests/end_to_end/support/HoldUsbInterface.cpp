@@ -1,16 +1,13 @@
 // hold_usb_interface COMMAND…: runs a command while this program holds the control interface of the
 // first USB3 Vision camera, as a viewer that was left open does. Ends with the command's status.
 #include <libusb.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <cstdio>
 
-extern char** environ;
+#include "ChildCommand.h"
 
 namespace {
 
-constexpr int kFailed = 125;
 constexpr int kControlInterface = 0;
 
 bool IsCamera(libusb_device* device) {
@@ -33,28 +30,18 @@ libusb_device_handle* OpenCamera(libusb_context* context) {
     return handle;
 }
 
-int Run(char** command) {
-    pid_t child = 0;
-    int status = 0;
-    if (posix_spawnp(&child, command[0], nullptr, nullptr, command, environ) != 0 ||
-        waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-        return kFailed;
-    }
-    return WEXITSTATUS(status);
-}
-
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
     libusb_context* context = nullptr;
     if (argumentCount < 2 || libusb_init(&context) != 0) {
-        return kFailed;
+        return kNotRun;
     }
-    int status = kFailed;
+    int status = kNotRun;
     if (libusb_device_handle* handle = OpenCamera(context); handle != nullptr) {
         const int claimed = libusb_claim_interface(handle, kControlInterface);
         if (claimed == 0) {
-            status = Run(arguments + 1);
+            status = RunToEnd(arguments + 1);
             (void)libusb_release_interface(handle, kControlInterface);
         } else {
             std::fprintf(stderr, "hold_usb_interface: %s\n", libusb_error_name(claimed));

@@ -5,8 +5,13 @@
 #include <fstream>
 #include <utility>
 
-SimulatedCamera::SimulatedCamera(std::vector<std::string> options, const NetworkPair* network)
+SimulatedCamera::SimulatedCamera(std::vector<std::string> options, const NetworkPair* network,
+                                 const std::function<void(const std::filesystem::path&)>& prepare)
     : mOptions(std::move(options)), mNetwork(network) {
+    if (prepare) {
+        std::filesystem::create_directories(mFolder.Path() / "state");
+        prepare(mFolder.Path() / "state");
+    }
     Start();
 }
 

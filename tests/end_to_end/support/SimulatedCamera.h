@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -16,8 +18,9 @@ class SimulatedCamera {
   public:
     /// Starts it and waits until it serves.
     /// @param network when given, it runs on the far side of that network
-    explicit SimulatedCamera(std::vector<std::string> options,
-                             const NetworkPair* network = nullptr);
+    /// @param prepare when given, puts what earlier updates left into the state folder
+    explicit SimulatedCamera(std::vector<std::string> options, const NetworkPair* network = nullptr,
+                             const std::function<void(const std::filesystem::path&)>& prepare = {});
     /// Switches it off.
     ~SimulatedCamera();
     SimulatedCamera(const SimulatedCamera&) = delete;
@@ -25,6 +28,8 @@ class SimulatedCamera {
 
     /// Switches it off and on again, with the same options.
     void PowerCycle();
+    /// Options of mirsko-simulator from the next PowerCycle on.
+    void SetOptions(std::vector<std::string> options) { mOptions = std::move(options); }
     /// Ends the program; a test failure when it does not end as it should, or has complained.
     ProcessResult PowerOff();
     [[nodiscard]] Process& Program() { return *mProcess; }

@@ -20,6 +20,16 @@ TEST(ConnectionIdTest, LetsTheInterfaceBeAbsent) {
     EXPECT_EQ(id.Format(), "10.0.0.1");
 }
 
+TEST(ConnectionIdTest, TakesAnyNameThatLinuxGivesAnInterface) {
+    for (const std::string name :
+         {"k\xc3\xa4mera", "\xff\xfe", "\x1b[2J", "-n", "a%b", "...", "fifteen-letters"}) {
+        ConnectionId id;
+        ASSERT_TRUE(ConnectionId::Parse("10.0.0.1%" + name, id).IsOK()) << name;
+        EXPECT_EQ(id.interfaceName, name);
+        EXPECT_EQ(id.Format(), "10.0.0.1%" + name);
+    }
+}
+
 TEST(ConnectionIdTest, TakesAUsbGuid) {
     ConnectionId id;
     ASSERT_TRUE(ConnectionId::Parse("u3v:FFF000000001", id).IsOK());
@@ -29,9 +39,11 @@ TEST(ConnectionIdTest, TakesAUsbGuid) {
 }
 
 TEST(ConnectionIdTest, RefusesEverythingElse) {
-    for (const char* text : {"", "%", "%eth1", "192.168.1", "192.168.1.256", "192.168.1.20%",
-                             "192.168.1.20 %eth1", "192.168.1.20%a name",
-                             "192.168.1.20%averyveryverylongname", "camera", "u3v:", "u3v:a b"}) {
+    for (const char* text :
+         {"", "%", "%eth1", "192.168.1", "192.168.1.256", "192.168.1.20%", "192.168.1.20 %eth1",
+          "192.168.1.20%a name", "192.168.1.20%averyveryverylongname",
+          "192.168.1.20%sixteen--letters", "192.168.1.20%a/b", "192.168.1.20%a:b", "192.168.1.20%.",
+          "192.168.1.20%..", "192.168.1.20%a\n", "camera", "u3v:", "u3v:a b"}) {
         ConnectionId id;
         id.guid = "untouched";
         const NxResult result = ConnectionId::Parse(text, id);

@@ -61,9 +61,11 @@ class FirmwareStoreTest : public testing::Test {
 class Listener : public FirmwareListener {
   public:
     void PayloadGrew(std::uint64_t total) override { mTotals.push_back(total); }
+    void Reached(simulator::FaultMoment moment) override { mMoments.push_back(moment); }
     void ResetRequested() override { ++mResets; }
 
     std::vector<std::uint64_t> mTotals;
+    std::vector<simulator::FaultMoment> mMoments;
     int mResets = 0;
 };
 
@@ -116,6 +118,35 @@ TEST_F(FirmwareStoreTest, TakesADeviceIdRecordOfUpTo63PrintableCharacters) {
     }
     EXPECT_EQ(mStore->State().deviceId, std::string(63, 'i'));
     EXPECT_FALSE(std::filesystem::exists(mOptions.folder / "firmware.bin"));
+}
+
+TEST_F(FirmwareStoreTest, TellsItsListenerOfRecordsAndOfWhoAsksForTheStatus) {
+    using simulator::FaultMoment;
+    Open();
+    Listener listener;
+    mStore->SetListener(&listener);
+    Send(Payload{.body = "abc"}.Encode());
+    EXPECT_THAT(listener.mMoments, testing::IsEmpty());
+    Send(Payload{.kind = 2, .body = "left camera"}.Encode());
+    EXPECT_EQ(mStore->HandOutStatus(), mStore->Status());
+    Send(Payload{.kind = 3}.Encode());
+    EXPECT_EQ(listener.mMoments,
+              (std::vector{FaultMoment::kDeviceId, FaultMoment::kStatus, FaultMoment::kReset}));
+}
+
+TEST_F(FirmwareStoreTest, FailsOneOperationAsAFault) {
+    Open();
+    Listener listener;
+    mStore->SetListener(&listener);
+    mStore->FailOperation();
+    EXPECT_EQ(mStore->HandOutStatus(), std::nullopt);
+    EXPECT_EQ(mStore->HandOutStatus(), "");
+    std::string why;
+    const auto upload = mStore->BeginUpload(why);
+    const std::vector<std::uint8_t> bytes(100);
+    mStore->FailOperation();
+    EXPECT_FALSE(upload->Write(0, bytes));
+    EXPECT_TRUE(upload->Write(0, bytes));
 }
 
 TEST_F(FirmwareStoreTest, AsksForAResetOnAResetRecord) {

@@ -243,6 +243,9 @@ TEST_F(SimulatorProgramTest, RefusesOptionsThatWouldHaveNoEffect) {
                   "the description quirk " + shape +
                       " is for GigE Vision devices only: USB3 Vision has no URLs\n");
     }
+    EXPECT_EQ(refusal({"--fault", "lose-control@status", "--u3v", "--", "true"}),
+              "the fault lose-control is for GigE Vision devices only\n");
+    EXPECT_EQ(refusal({"--fault", "stall@status"}), "the fault stall needs --u3v\n");
     EXPECT_EQ(refusal({"--plug", "2-1"}), "--plug needs --u3v\n");
     EXPECT_EQ(refusal({"--interface-busy"}), "--interface-busy needs --u3v\n");
 }

@@ -115,7 +115,7 @@ class U3vDeviceChannel : public DeviceChannel {
     }
 
     simulator::U3vOptions mOptions;
-    simulator::PayloadFaults mFaults;
+    simulator::DeviceFaults mFaults;
     simulator::U3vFunction mFunction;
     unsigned int mId = 0;
 };

@@ -31,8 +31,11 @@ class U3vFunctionTest : public testing::Test {
 
     void PlugIn() {
         mDepartures.clear();
+        if (!mFaults) {
+            mFaults.emplace(mDevice.faults, mEvents);
+        }
         mFunction = std::make_unique<U3vFunction>(
-            mDevice, mOptions, *mFirmware, mEvents, mFaults,
+            mDevice, mOptions, *mFirmware, mEvents, *mFaults,
             [this](Departure departure) { mDepartures.push_back(departure); });
     }
 
@@ -79,7 +82,7 @@ class U3vFunctionTest : public testing::Test {
     simulator::U3vOptions mOptions;
     simulator::EventLog mEvents;
     std::unique_ptr<simulator::FirmwareStore> mFirmware;
-    simulator::PayloadFaults mFaults{mDevice.faults, mEvents};
+    std::optional<simulator::DeviceFaults> mFaults;  // of all times of being plugged in
     std::vector<Departure> mDepartures;
     std::unique_ptr<U3vFunction> mFunction;
     unsigned int mId = 0;
@@ -103,6 +106,22 @@ TEST_F(U3vFunctionTest, FallsMuteAtTheByteOnlyOnce) {
     EXPECT_FALSE(SendSomeBytes());
     PlugIn();
     EXPECT_TRUE(SendSomeBytes());
+    EXPECT_EQ(mEvents.Count("fault"), 1U);
+}
+
+TEST_F(U3vFunctionTest, IsUnpluggedOnceTheAckOfTheCommandWasFetched) {
+    mDevice.faults.planned.push_back(simulator::PlannedFault::Parse("vanish@command=2").value());
+    PlugIn();
+    EXPECT_EQ(UserName(), "");
+    EXPECT_TRUE(mDepartures.empty());
+    EXPECT_EQ(UserName(), "");
+    EXPECT_EQ(mDepartures, std::vector{Departure::kUnplugged});
+}
+
+TEST_F(U3vFunctionTest, StallsAtTheMoment) {
+    mDevice.faults.planned.push_back(simulator::PlannedFault::Parse("stall@byte=16").value());
+    PlugIn();
+    EXPECT_FALSE(SendSomeBytes());
     EXPECT_EQ(mEvents.Count("fault"), 1U);
 }
 

@@ -23,7 +23,8 @@ class DeviceTftpTest : public testing::Test {
         options.tftp.port = 0;
         store = FirmwareStore::Open(options.firmware, events, why);
         ASSERT_NE(store, nullptr) << why;
-        const DeviceContext context{options, *store, events, muted, controlLost, [] {}};
+        const DeviceContext context{
+            options, *store, events, muted, controlLost, [] {}, [this] { ++answered; }};
         device = std::make_unique<DeviceTftp>(context);
         ASSERT_TRUE(device->Start({}, why)) << why;
     }
@@ -70,6 +71,7 @@ class DeviceTftpTest : public testing::Test {
     DeviceOptions options;
     std::atomic<bool> muted{false};
     std::atomic<bool> controlLost{false};
+    std::atomic<unsigned int> answered{0};  // packets
     std::unique_ptr<FirmwareStore> store;
     std::unique_ptr<DeviceTftp> device;
     RawClient client;
@@ -81,6 +83,12 @@ TEST_F(DeviceTftpTest, TakesAFirmwareAndTellsItsVerdict) {
     EXPECT_EQ(ReadStatus(), "Firmware applied: MirskoSim 2.1");
     EXPECT_EQ(store->State().stored.Text(), "2.1");
     ASSERT_TRUE(WaitUntil([this] { return events.Count("tftp") == 2; }));
+}
+
+TEST_F(DeviceTftpTest, CountsEachPacketThatItAnswered) {
+    Start();
+    EXPECT_EQ(Write(Payload{.body = std::string(1000, 'x')}.Encode()), TftpPacket::Ack(3));
+    EXPECT_TRUE(WaitUntil([this] { return answered == 4; }));
 }
 
 TEST_F(DeviceTftpTest, AcknowledgesABadPayloadAndTellsItsVerdict) {
