@@ -30,7 +30,7 @@ set(MIRSKO_ARROWS_mirsko-package firmware_file NxDevice NxGenICam NxBase NyUtils
 set(MIRSKO_ROOM_ARROWS_NyUtilsLib/. "")
 set(MIRSKO_ROOM_ARROWS_NxBase/. "")
 set(MIRSKO_ROOM_ARROWS_NxSystem/. network usb)
-set(MIRSKO_ROOM_ARROWS_NxSystem/network .)
+set(MIRSKO_ROOM_ARROWS_NxSystem/network "")
 set(MIRSKO_ROOM_ARROWS_NxSystem/usb "")
 set(MIRSKO_ROOM_ARROWS_NxGenICam/. file_access node_map)
 set(MIRSKO_ROOM_ARROWS_NxGenICam/file_access node_map)
