@@ -48,6 +48,22 @@ NxString NxDeviceInfo::GetMACAddress() const {
     return mImpl->mac;
 }
 
+NxString NxDeviceInfo::GetSubnetMask() const {
+    return mImpl->mask;
+}
+
+NxString NxDeviceInfo::GetGateway() const {
+    return mImpl->gateway;
+}
+
+NxDeviceInfo::Access NxDeviceInfo::GetAccess() const {
+    return mImpl->access;
+}
+
+NxString NxDeviceInfo::GetAccessReason() const {
+    return mImpl->accessReason;
+}
+
 NxDeviceInfoGEV::NxDeviceInfoGEV(std::unique_ptr<Impl> impl) : NxDeviceInfo(std::move(impl)) {}
 
 NxDeviceInfoGEV::~NxDeviceInfoGEV() = default;

@@ -16,4 +16,8 @@ class NxDeviceInfo::Impl {
     std::string userName;
     std::string address;
     std::string mac;
+    std::string mask;
+    std::string gateway;
+    Access access = Access::kUnknown;
+    std::string accessReason;
 };

@@ -39,6 +39,18 @@ NxString NxNetworkAdapter::GetIPAddress() const {
     return GetImpl().address;
 }
 
+NxString NxNetworkAdapter::GetSubnetMask() const {
+    return GetImpl().mask;
+}
+
+NxNetworkAdapter::State NxNetworkAdapter::GetState() const {
+    return GetImpl().state;
+}
+
+bool NxNetworkAdapter::MissesOtherSubnets() const {
+    return GetImpl().missesOtherSubnets;
+}
+
 NxUSBHostController::NxUSBHostController(std::unique_ptr<Impl> impl)
     : NxInterface(std::move(impl)) {}
 

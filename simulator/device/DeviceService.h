@@ -4,12 +4,16 @@
 #include <functional>
 #include <string>
 
+#include "IpSettings.h"
+
 namespace simulator {
 
 /// Where a device is on the network.
 struct NetworkPlace {
     std::string address = "127.0.0.1";  ///< IPv4, dotted
     std::string interfaceName = "lo";   ///< every socket is bound to it (SO_BINDTODEVICE)
+    std::uint32_t mask = 0;             ///< host byte order; 0: that of the interface
+    std::uint32_t gateway = 0;          ///< host byte order
 };
 
 struct DeviceOptions;
@@ -27,6 +31,9 @@ struct DeviceContext {
         resetRequested;  ///< reboots the device soon after; may be called anywhere
     /// To be called after each command, once its answer was sent; discovery does not count.
     std::function<void()> commandAnswered;
+    IpSettings* ip = nullptr;  ///< null: only for services that do not need it
+    /// Restarts the services soon after, at that address; at that of power-on if it is 0.
+    std::function<void(const IpAddress&)> moveRequested = {};
 };
 
 /// A server that runs while the device is on, e.g. for GVCP or TFTP. Started and stopped by the

@@ -46,6 +46,7 @@ bool SimulatedDevice::OpenFirmware(std::string& why) {
         return false;
     }
     mFirmware->SetListener(this);
+    mIp.emplace(mFirmware->Folder());
     return true;
 }
 
@@ -57,7 +58,15 @@ void SimulatedDevice::MakeServices() {
                                 mMuted,
                                 mControlLost,
                                 [this] { ResetRequested(); },
-                                [this] { Reached(FaultMoment::kCommand); }};
+                                [this] { Reached(FaultMoment::kCommand); },
+                                &*mIp,
+                                [this](const IpAddress& address) {
+                                    {
+                                        const std::lock_guard lock(mMutex);
+                                        mForced = address;
+                                    }
+                                    Ask(Request::kMove);
+                                }};
     if (mOptions.serveTftp) {
         // Before GVCP: a device that answers discovery takes firmware at once.
         mServices.push_back(std::make_unique<DeviceTftp>(context));
@@ -96,16 +105,59 @@ bool SimulatedDevice::PowerOn(std::string& why) {
     mFirmware->PowerOn();
     mMuted = false;
     mControlLost = false;
+    return StartServices(PlaceAtPowerOn(), why);
+}
+
+NetworkPlace SimulatedDevice::PlaceAt(const IpAddress& address) const {
+    return {FormatAddress(address.address), mOptions.place.interfaceName, address.mask,
+            address.gateway};
+}
+
+NetworkPlace SimulatedDevice::PlaceAtPowerOn() const {
+    return mIp->UsesPersistent() ? PlaceAt(mIp->Persistent()) : mOptions.place;
+}
+
+bool SimulatedDevice::StartServices(const NetworkPlace& place, std::string& why) {
+    mHostAddress.reset();
+    // An address that is given at the start is the host's own.
+    if (place.mask != 0 &&
+        !mHostAddress.emplace().Take(place.interfaceName, ParseAddress(place.address).value_or(0),
+                                     place.mask, why)) {
+        return false;
+    }
     for (auto started = mServices.begin(); started != mServices.end(); ++started) {
-        if (!(*started)->Start(mOptions.place, why)) {
+        if (!(*started)->Start(place, why)) {
             while (started != mServices.begin()) {
                 (*--started)->Stop();
             }
             return false;
         }
     }
+    mPlace = place;
     mServing = true;
     return true;
+}
+
+void SimulatedDevice::Move() {
+    IpAddress forced;
+    {
+        const std::lock_guard lock(mMutex);
+        forced = mForced;
+    }
+    mServing = false;
+    for (const auto& service : mServices) {
+        service->Stop();
+    }
+    const NetworkPlace before = mPlace;
+    std::string why;
+    if (StartServices(forced.address == 0 ? PlaceAtPowerOn() : PlaceAt(forced), why)) {
+        mEvents.Add("address_forced", {{"address", mPlace.address}});
+        return;
+    }
+    mEvents.Add("address_refused", {{"why", why}});
+    if (!StartServices(before, why)) {
+        mEvents.Add("start_failed", {{"why", why}});
+    }
 }
 
 void SimulatedDevice::PowerOff(bool reset) {
@@ -179,6 +231,12 @@ void SimulatedDevice::RunPower() {
                 return;
             }
             mRequest = Request::kNone;
+        }
+        if (request == Request::kMove) {
+            if (mServing) {
+                Move();
+            }
+            continue;
         }
         if (request == Request::kReset && !Pause(kResetDelay)) {
             return;

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -12,8 +13,10 @@
 #include "DeviceProfile.h"
 #include "DeviceService.h"
 #include "EventLog.h"
+#include "IpSettings.h"
 #include "simulator/firmware/FirmwareStore.h"
 #include "simulator/gvcp/CommandCounters.h"
+#include "simulator/network/HostAddress.h"
 
 namespace simulator {
 
@@ -49,7 +52,7 @@ class SimulatedDevice : private FirmwareListener {
     [[nodiscard]] CommandCounters::Counts GvcpCounts() const { return mGvcpCounters.All(); }
 
   private:
-    enum class Request { kNone, kReset, kReboot, kVanish, kStop };
+    enum class Request { kNone, kMove, kReset, kReboot, kVanish, kStop };
 
     void PayloadGrew(std::uint64_t total) override;
     void Reached(FaultMoment moment) override;
@@ -58,6 +61,10 @@ class SimulatedDevice : private FirmwareListener {
     [[nodiscard]] bool OpenFirmware(std::string& why);
     void MakeServices();
     [[nodiscard]] bool PowerOn(std::string& why);
+    [[nodiscard]] bool StartServices(const NetworkPlace& place, std::string& why);
+    void Move();
+    [[nodiscard]] NetworkPlace PlaceAtPowerOn() const;
+    [[nodiscard]] NetworkPlace PlaceAt(const IpAddress& address) const;
     void PowerOff(bool reset);
     void Ask(Request request);
     void Suffer(const std::vector<DeviceFault>& faults);
@@ -69,6 +76,9 @@ class SimulatedDevice : private FirmwareListener {
     EventLog mEvents;
     CommandCounters mGvcpCounters;
     std::unique_ptr<FirmwareStore> mFirmware;
+    std::optional<IpSettings> mIp;  // like the next two, used while no service runs
+    std::optional<HostAddress> mHostAddress;
+    NetworkPlace mPlace;  // where it is
     std::atomic<bool> mMuted{false};
     std::atomic<bool> mControlLost{false};
     DeviceFaults mFaults{mOptions.faults, mEvents};
@@ -77,9 +87,10 @@ class SimulatedDevice : private FirmwareListener {
                                                             // and, between them, by mPower
     std::atomic<bool> mServing{false};
 
-    std::mutex mMutex;  // guards mRequest
+    std::mutex mMutex;  // guards mRequest and mForced
     std::condition_variable mRequested;
     Request mRequest = Request::kNone;
+    IpAddress mForced;
     std::thread mPower;  // reboots the device; runs from Start to Stop
 };
 

@@ -75,8 +75,8 @@ class FirmwareStore {
     /// @param[out] why one line, set when null is returned: another upload or flashing is under way
     [[nodiscard]] std::unique_ptr<FirmwareUpload> BeginUpload(std::string& why);
 
-    /// The device's own account of the last transfer, for an application that asks for it; nothing when
-    /// FailOperation was called.
+    /// The device's own account of the last transfer, for an application that asks for it; nothing
+    /// when FailOperation was called.
     [[nodiscard]] std::optional<std::string> HandOutStatus();
     /// A fault: the write or the request for the status that is under way fails, else the next one.
     void FailOperation() { mFailing = true; }

@@ -1,6 +1,8 @@
 #include "GvcpBootstrap.h"
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "simulator/description/StoredDescription.h"
 #include "simulator/registers/FeatureAddresses.h"
@@ -21,6 +23,7 @@ constexpr std::uint32_t kIpCapability = 0x010;
 constexpr std::uint32_t kIpConfiguration = 0x014;
 constexpr std::uint32_t kCurrentAddress = 0x024;
 constexpr std::uint32_t kCurrentMask = 0x034;
+constexpr std::uint32_t kCurrentGateway = 0x044;
 constexpr std::uint32_t kManufacturerName = 0x048;
 constexpr std::uint32_t kModelName = 0x068;
 constexpr std::uint32_t kDeviceVersion = 0x088;
@@ -30,6 +33,9 @@ constexpr std::uint32_t kUserName = 0x0e8;
 constexpr std::uint32_t kFirstUrl = 0x200;
 constexpr std::uint32_t kSecondUrl = 0x400;
 constexpr std::uint32_t kInterfaceCount = 0x600;
+constexpr std::uint32_t kPersistentAddress = 0x64c;
+constexpr std::uint32_t kPersistentMask = 0x65c;
+constexpr std::uint32_t kPersistentGateway = 0x66c;
 constexpr std::uint32_t kLinkSpeed = 0x670;
 constexpr std::uint32_t kCapability = 0x934;
 constexpr std::uint32_t kHeartbeat = 0x938;
@@ -52,31 +58,27 @@ constexpr std::uint32_t kPendingMilliseconds = 200;
 }  // namespace
 
 GvcpBootstrap::GvcpBootstrap(DeviceMemory& memory, const DeviceOptions& options,
-                             FirmwareStore& firmware, std::uint32_t address, std::uint32_t mask)
+                             FirmwareStore& firmware, const IpAddress& where, IpSettings& ip)
     : mRegisters(memory.Add<RegisterRegion>(0, kRegionSize, std::endian::big)),
-      mFirmware(firmware) {
-    SetIdentity(options, address, mask);
+      mFirmware(firmware),
+      mIp(ip) {
+    SetIdentity(options);
+    SetAddress(where);
     if (options.profile != Profile::kLoader) {
         SetCapabilities(options);
         SetDescription(memory, options);
     }
 }
 
-void GvcpBootstrap::SetIdentity(const DeviceOptions& options, std::uint32_t address,
-                                std::uint32_t mask) {
+void GvcpBootstrap::SetIdentity(const DeviceOptions& options) {
     constexpr std::uint32_t kUtf8 = 1;
     const std::uint32_t bigEndian =
         RegisterOrder(options.layout, Bus::kGigEVision) == std::endian::big ? 1U << 31U : 0;
-    constexpr std::uint32_t kLinkLocalAndDhcp = 0x6U;
     const std::uint64_t mac = ParseMac(options.mac).value_or(0);
     mRegisters.SetNumber(kVersion, 0x00020000U);
     mRegisters.SetNumber(kDeviceMode, bigEndian | kUtf8);
     mRegisters.SetNumber(kMacHigh, static_cast<std::uint32_t>(mac >> 32U));
     mRegisters.SetNumber(kMacLow, static_cast<std::uint32_t>(mac));
-    mRegisters.SetNumber(kIpCapability, kLinkLocalAndDhcp);
-    mRegisters.SetNumber(kIpConfiguration, kLinkLocalAndDhcp);
-    mRegisters.SetNumber(kCurrentAddress, address);
-    mRegisters.SetNumber(kCurrentMask, mask);
     mRegisters.SetText(kManufacturerName, kTextSize, options.vendor);
     mRegisters.SetText(kModelName, kTextSize, options.model);
     mRegisters.SetText(
@@ -90,6 +92,33 @@ void GvcpBootstrap::SetIdentity(const DeviceOptions& options, std::uint32_t addr
     mRegisters.DefineText(
         kUserName, kShortTextSize, [this] { return mFirmware.State().deviceId; },
         [this](const std::string& id) { return mFirmware.SetDeviceId(id); });
+}
+
+void GvcpBootstrap::SetAddress(const IpAddress& where) {
+    mRegisters.SetNumber(kIpCapability,
+                         IpSettings::kPersistentIp | IpSettings::kDhcp | IpSettings::kLinkLocal);
+    mRegisters.SetNumber(kCurrentAddress, where.address);
+    mRegisters.SetNumber(kCurrentMask, where.mask);
+    mRegisters.SetNumber(kCurrentGateway, where.gateway);
+    const std::array<std::pair<std::uint32_t, std::uint32_t>, 4> settings{
+        {{kIpConfiguration, mIp.GetConfiguration()},
+         {kPersistentAddress, mIp.Persistent().address},
+         {kPersistentMask, mIp.Persistent().mask},
+         {kPersistentGateway, mIp.Persistent().gateway}}};
+    for (const auto& [address, value] : settings) {
+        mRegisters.Define(address, 4, Access::kReadWrite,
+                          {nullptr, [this] { return StoreIpSettings(); }});
+        mRegisters.SetNumber(address, value);
+    }
+}
+
+MemoryStatus GvcpBootstrap::StoreIpSettings() {
+    const bool isStored =
+        mIp.Set(mRegisters.GetNumber(kIpConfiguration),
+                {mRegisters.GetNumber(kPersistentAddress), mRegisters.GetNumber(kPersistentMask),
+                 mRegisters.GetNumber(kPersistentGateway)});
+    mRegisters.SetNumber(kIpConfiguration, mIp.GetConfiguration());
+    return isStored ? MemoryStatus::kOk : MemoryStatus::kAccessDenied;
 }
 
 void GvcpBootstrap::SetCapabilities(const DeviceOptions& options) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "simulator/device/DeviceProfile.h"
+#include "simulator/device/IpSettings.h"
 #include "simulator/registers/DeviceMemory.h"
 #include "simulator/registers/RegisterRegion.h"
 
@@ -18,9 +19,10 @@ class GvcpBootstrap {
     static constexpr std::size_t kDiscoverySize = 0xf8;
 
     /// Adds its regions to the memory, which must outlive this object.
-    /// @param place where the device turned out to be; the mask in host byte order
+    /// @param where where the device turned out to be
+    /// @param ip outlives this object
     GvcpBootstrap(DeviceMemory& memory, const DeviceOptions& options, FirmwareStore& firmware,
-                  std::uint32_t address, std::uint32_t mask);
+                  const IpAddress& where, IpSettings& ip);
 
     /// The payload of a DISCOVERY ack.
     [[nodiscard]] std::vector<std::uint8_t> DiscoveryPayload();
@@ -34,12 +36,15 @@ class GvcpBootstrap {
     void ShowControl(std::uint32_t privilege, std::uint32_t address, std::uint16_t port);
 
   private:
-    void SetIdentity(const DeviceOptions& options, std::uint32_t address, std::uint32_t mask);
+    void SetIdentity(const DeviceOptions& options);
+    void SetAddress(const IpAddress& where);
+    [[nodiscard]] MemoryStatus StoreIpSettings();
     void SetCapabilities(const DeviceOptions& options);
     void SetDescription(DeviceMemory& memory, const DeviceOptions& options);
 
     RegisterRegion& mRegisters;
     FirmwareStore& mFirmware;
+    IpSettings& mIp;
 };
 
 }  // namespace simulator

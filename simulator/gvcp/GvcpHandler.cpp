@@ -25,11 +25,11 @@ Packet WriteAcknowledge(std::uint16_t status, std::uint16_t command, std::uint16
 
 GvcpHandler::GvcpHandler(const DeviceOptions& options, FirmwareStore& firmware, EventLog& events,
                          CommandCounters& counters, std::function<void()> resetRequested,
-                         std::uint32_t address, std::uint32_t mask)
+                         const IpAddress& where, IpSettings& ip)
     : mOptions(options),
       mEvents(events),
       mCounters(counters),
-      mBootstrap(mMemory, options, firmware, address, mask),
+      mBootstrap(mMemory, options, firmware, where, ip),
       mFeatures(mMemory, options, firmware, events, Bus::kGigEVision,
                 {std::move(resetRequested),
                  [this](const std::string& what, nlohmann::json fields) {
@@ -54,9 +54,8 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
                          gvcp::Acknowledge(gvcp::kSuccess, request.command, request.id,
                                            mBootstrap.DiscoveryPayload())};
     }
-    // Nothing is streamed, so nothing is resent; and the address is the host's.
-    if (mOptions.profile == Profile::kLoader || request.command == gvcp::kPacketResend ||
-        request.command == gvcp::kForceIp) {
+    // Nothing is streamed, so nothing is resent.
+    if (mOptions.profile == Profile::kLoader || request.command == gvcp::kPacketResend) {
         CountCommand(request);
         return std::nullopt;
     }
@@ -64,7 +63,13 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
         CountCommand(request);
         GvcpReply refusal;
         refusal.acknowledge = gvcp::Acknowledge(gvcp::kInvalidHeader, request.command, request.id);
-        return acknowledge ? std::optional(refusal) : std::nullopt;
+        // A FORCEIP_CMD may be for another device.
+        return acknowledge && request.command != gvcp::kForceIp ? std::optional(refusal)
+                                                                : std::nullopt;
+    }
+    if (request.command == gvcp::kForceIp) {
+        std::optional<GvcpReply> reply = ForceIp(request);
+        return acknowledge || (reply && reply->moveTo) ? reply : std::nullopt;
     }
     mControl.Heard(peer, now);
     if (const Packet* const answered = mAnswered.Find(peer, request.id, now)) {
@@ -75,6 +80,33 @@ std::optional<GvcpReply> GvcpHandler::Handle(const Peer& peer, ConstBytes datagr
     }
     const GvcpReply reply = Answer(request);
     return acknowledge ? std::optional(reply) : std::nullopt;
+}
+
+// GigE Vision 2.0, section 16.2: silently ignored by every device but the one with that MAC
+// address, and while an application is in control.
+std::optional<GvcpReply> GvcpHandler::ForceIp(const Request& request) {
+    constexpr std::size_t kSize = 56;
+    constexpr std::uint64_t kMacMask = 0xffff'ffff'ffffU;
+    CountCommand(request);
+    if (request.payload.size() != kSize ||
+        (LoadBig<std::uint64_t>(request.payload, 0) & kMacMask) != ParseMac(mOptions.mac)) {
+        return std::nullopt;
+    }
+    if (mControl.Holder()) {
+        mEvents.Add("force_ip_ignored", {{"why", "an application is in control"}});
+        return std::nullopt;
+    }
+    const IpAddress wanted{LoadBig<std::uint32_t>(request.payload, 20),
+                           LoadBig<std::uint32_t>(request.payload, 36),
+                           LoadBig<std::uint32_t>(request.payload, 52)};
+    GvcpReply reply;
+    if (wanted.address != 0 && !wanted.IsUsable()) {
+        reply.acknowledge = gvcp::Acknowledge(gvcp::kInvalidParameter, request.command, request.id);
+        return reply;
+    }
+    reply.acknowledge = gvcp::Acknowledge(gvcp::kSuccess, request.command, request.id);
+    reply.moveTo = wanted;
+    return reply;
 }
 
 GvcpReply GvcpHandler::Answer(const Request& request) {

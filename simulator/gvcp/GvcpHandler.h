@@ -23,6 +23,8 @@ struct GvcpReply {
     std::vector<std::vector<std::uint8_t>> first;  ///< sent at once, e.g. PENDING_ACK
     std::chrono::microseconds delay{0};            ///< before the ack
     std::vector<std::uint8_t> acknowledge;
+    /// Where the device is to be before it acknowledges; address 0: where it is at power-on.
+    std::optional<IpAddress> moveTo = {};
 };
 
 /// A GigE Vision device's answers to GVCP datagrams, without sockets: given what came from whom and
@@ -31,10 +33,11 @@ class GvcpHandler {
   public:
     using Clock = ControlPrivilege::Clock;
 
-    /// @param address,mask where the device is, host byte order
+    /// @param where where the device is
+    /// @param ip outlives this object
     GvcpHandler(const DeviceOptions& options, FirmwareStore& firmware, EventLog& events,
                 CommandCounters& counters, std::function<void()> resetRequested,
-                std::uint32_t address, std::uint32_t mask);
+                const IpAddress& where, IpSettings& ip);
 
     /// @return nothing when the datagram is not to be answered
     [[nodiscard]] std::optional<GvcpReply> Handle(const Peer& peer, ConstBytes datagram,
@@ -62,6 +65,7 @@ class GvcpHandler {
         Clock::time_point now;
     };
 
+    [[nodiscard]] std::optional<GvcpReply> ForceIp(const Request& request);
     [[nodiscard]] GvcpReply Answer(const Request& request);
     [[nodiscard]] std::vector<std::uint8_t> Carry(const Request& request);
     [[nodiscard]] std::vector<std::uint8_t> ReadRegisters(const Request& request);

@@ -14,6 +14,7 @@ namespace gvcp {
 inline constexpr std::uint16_t kPort = 3956;
 inline constexpr std::uint8_t kKey = 0x42;
 inline constexpr std::uint8_t kAcknowledgeFlag = 0x01;
+inline constexpr std::uint8_t kBroadcastAckFlag = 0x10;  ///< the ack may be broadcast
 inline constexpr std::size_t kHeaderSize = 8;
 inline constexpr std::size_t kMaxPayload = 540;                     ///< bytes behind the header
 inline constexpr std::uint32_t kFirstManufacturerAddress = 0xa000;  ///< below: bootstrap

@@ -13,9 +13,18 @@ namespace {
 
 constexpr std::uint32_t kLimitedBroadcast = 0xffffffffU;
 
+bool IsCommand(const std::vector<std::uint8_t>& bytes, gvcp::Command command) {
+    return bytes.size() >= gvcp::kHeaderSize && LoadBig<std::uint16_t>(bytes, 2) == command;
+}
+
 bool IsDiscovery(const std::vector<std::uint8_t>& bytes) {
-    return bytes.size() >= gvcp::kHeaderSize &&
-           LoadBig<std::uint16_t>(bytes, 2) == gvcp::kDiscovery;
+    return IsCommand(bytes, gvcp::kDiscovery);
+}
+
+IpAddress WhereIs(const NetworkPlace& place) {
+    const std::uint32_t address = ParseAddress(place.address).value_or(0);
+    return {address, place.mask != 0 ? place.mask : FindSubnet(place.interfaceName, address).mask,
+            place.gateway};
 }
 
 }  // namespace
@@ -38,15 +47,21 @@ bool GvcpService::Start(const NetworkPlace& place, std::string& why) {
         return false;
     }
     const DeviceOptions& options = mContext.options;
-    const std::uint32_t address = ParseAddress(place.address).value_or(0);
+    mWhere = WhereIs(place);
     mReceived.emplace(options.faults.received, options.faults.seed);
     mSent.emplace(options.faults.sent, ~options.faults.seed);
     mHandler = std::make_unique<GvcpHandler>(options, mContext.firmware, mContext.events, mCounters,
-                                             mContext.resetRequested, address,
-                                             FindSubnet(place.interfaceName, address).mask);
+                                             mContext.resetRequested, mWhere, *mContext.ip);
     mCommands = 0;
     mDiscoveries = 0;
     mLate.clear();
+    if (mForceIpCommand) {
+        const Datagram command = std::move(*mForceIpCommand);
+        mForceIpCommand.reset();
+        mHasMoved = true;
+        Serve(command);
+        mHasMoved = false;
+    }
     mThread = std::thread(&GvcpService::Run, this);
     return true;
 }
@@ -54,7 +69,9 @@ bool GvcpService::Start(const NetworkPlace& place, std::string& why) {
 bool GvcpService::OpenSockets(const NetworkPlace& place, std::string& why) {
     const std::uint32_t address = ParseAddress(place.address).value_or(0);
     std::vector<std::uint32_t> broadcasts{kLimitedBroadcast};
-    const std::uint32_t directed = FindSubnet(place.interfaceName, address).broadcast;
+    const std::uint32_t directed = place.mask != 0
+                                       ? address | ~place.mask
+                                       : FindSubnet(place.interfaceName, address).broadcast;
     if (directed != kLimitedBroadcast && directed != address) {
         broadcasts.push_back(directed);
     }
@@ -112,8 +129,9 @@ void GvcpService::Drain(const BoundSocket& socket) {
         if (!datagram) {
             return;
         }
-        // Only discovery may be broadcast; other commands are for one device.
-        if (&socket != &mSockets.front() && !IsDiscovery(datagram->bytes)) {
+        // Only these may be broadcast; other commands are for one device.
+        if (&socket != &mSockets.front() && !IsDiscovery(datagram->bytes) &&
+            !IsCommand(datagram->bytes, gvcp::kForceIp)) {
             continue;
         }
         for (const Datagram& arrived : mReceived->Pass(std::move(*datagram), Clock::now())) {
@@ -150,9 +168,13 @@ void GvcpService::Serve(const Datagram& datagram) {
         NoteAnswered(datagram);
         return;
     }
+    if (reply->moveTo && !Move(datagram, *reply->moveTo)) {
+        return;
+    }
+    const Peer receiver = AckReceiver(datagram);
     if (IsDiscovery(datagram.bytes) && mContext.options.faults.discoveryDelay.count() > 0) {
         mLate.emplace_back(Clock::now() + mContext.options.faults.discoveryDelay,
-                           Datagram{datagram.peer, std::move(reply->acknowledge)});
+                           Datagram{receiver, std::move(reply->acknowledge)});
         return;
     }
     for (std::vector<std::uint8_t>& packet : reply->first) {
@@ -161,7 +183,7 @@ void GvcpService::Serve(const Datagram& datagram) {
     if (reply->delay.count() > 0 && !mWake->Wait({}, Clock::now() + reply->delay)) {
         return;
     }
-    Send({datagram.peer, std::move(reply->acknowledge)});
+    Send({receiver, std::move(reply->acknowledge)});
     mHandler->NoteAcknowledged(datagram.peer, Clock::now());
     NoteAnswered(datagram);
 }
@@ -183,6 +205,21 @@ void GvcpService::Send(Datagram datagram) {
     for (const Datagram& leaving : mSent->Pass(std::move(datagram), Clock::now())) {
         mSockets.front().Send(leaving);
     }
+}
+
+Peer GvcpService::AckReceiver(const Datagram& command) const {
+    const bool isOutside = ((command.peer.address ^ mWhere.address) & mWhere.mask) != 0;
+    const bool mayBroadcast = (command.bytes[1] & gvcp::kBroadcastAckFlag) != 0;
+    return isOutside && mayBroadcast ? Peer{kLimitedBroadcast, command.peer.port} : command.peer;
+}
+
+bool GvcpService::Move(const Datagram& command, const IpAddress& wanted) {
+    const bool isThere = wanted == mWhere || (mHasMoved && wanted.address == 0);
+    if (!isThere && !mHasMoved) {
+        mForceIpCommand = command;
+        mContext.moveRequested(wanted);
+    }
+    return isThere && (command.bytes[1] & gvcp::kAcknowledgeFlag) != 0;
 }
 
 void GvcpService::SendDue() {

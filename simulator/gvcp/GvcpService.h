@@ -36,12 +36,20 @@ class GvcpService final : public DeviceService {
     void Serve(const Datagram& datagram);
     void NoteAnswered(const Datagram& datagram);
     void Send(Datagram datagram);
+    /// Who gets the ack: everybody, if the application allows it and is not in the device's subnet.
+    [[nodiscard]] Peer AckReceiver(const Datagram& command) const;
+    /// Has the device move to where a FORCEIP_CMD wants it.
+    /// @return whether it is there, and the command is to be acknowledged
+    [[nodiscard]] bool Move(const Datagram& command, const IpAddress& wanted);
     void SendDue();
     [[nodiscard]] Clock::time_point NextEvent() const;
 
     const DeviceContext mContext;
     CommandCounters& mCounters;
     std::vector<BoundSocket> mSockets;  // the first has the device's own address
+    IpAddress mWhere;
+    std::optional<Datagram> mForceIpCommand;  // to be acknowledged once the device has moved
+    bool mHasMoved = false;                   // just now, for that command
     std::optional<FaultyLine> mReceived;
     std::optional<FaultyLine> mSent;
     std::unique_ptr<GvcpHandler> mHandler;

@@ -64,6 +64,7 @@ bool BoundSocket::Open(const std::string& interfaceName, std::uint32_t address, 
     if (shared && setsockopt(mDescriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0) {
         return fail("share");
     }
+    (void)setsockopt(mDescriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof(on));
     (void)setsockopt(mDescriptor, SOL_SOCKET, SO_RCVBUF, &kWantedReceiveBuffer,
                      sizeof(kWantedReceiveBuffer));
     if (!interfaceName.empty() &&

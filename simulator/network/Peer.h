@@ -29,5 +29,7 @@ struct Datagram {
 /// @param text dotted, e.g. "192.168.1.20"
 /// @return host byte order; nothing when it is not an IPv4 address
 [[nodiscard]] std::optional<std::uint32_t> ParseAddress(const std::string& text);
+/// "192.168.1.20" of host byte order.
+[[nodiscard]] std::string FormatAddress(std::uint32_t address);
 
 }  // namespace simulator

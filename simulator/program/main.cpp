@@ -9,6 +9,7 @@
 #include "simulator/device/SimulatedDevice.h"
 #include "simulator/firmware/FirmwareState.h"
 #include "simulator/options/SimulatorArguments.h"
+#include "simulator/u3v/machine/BedGuard.h"
 
 namespace {
 
@@ -70,6 +71,9 @@ int RunCommand(const SimulatorArguments& arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+    if (simulator::BedGuard::IsAskedFor(argumentCount, arguments)) {
+        return simulator::BedGuard::Run(argumentCount, arguments);
+    }
     SimulatorArguments parsed;
     switch (parsed.Parse(argumentCount, arguments)) {
         case SimulatorArguments::Outcome::kDone:

@@ -60,8 +60,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
 
     EventLog events;
     CommandCounters counters;
+    simulator::IpSettings ip(SharedFirmware().Folder());
     GvcpHandler handler(
-        options, SharedFirmware(), events, counters, [] {}, 0x7f000001, 0xff000000);
+        options, SharedFirmware(), events, counters, [] {}, {0x7f000001, 0xff000000, 0}, ip);
     GvcpHandler::Clock::time_point now{};
     while (input.size() >= kFrameSize) {
         const Peer peer{0x7f000001, static_cast<std::uint16_t>(1000 + (input[0] & 3U))};

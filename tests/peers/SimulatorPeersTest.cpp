@@ -233,3 +233,25 @@ TEST(SimulatorPeersTest, IsUpdatedInGvcpThatWiresharkFindsNoFaultWith) {
         }
     }
 }
+
+TEST(SimulatorPeersTest, ForcesAddressesByPacketsThatWiresharkKnows) {
+    Recording recording;
+    const auto device = SimulatedDevice::Builder().serveTftp(false).build();
+    std::string why;
+    ASSERT_TRUE(device->Start(why)) << why;
+    const ProcessResult result = Process::Run(
+        {Program("mirsko-devices"), "force-ip", "02:4d:53:00:00:01", "127.0.0.9/8", "127.0.0.254"});
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    recording.Stop();
+    EXPECT_EQ(recording.Count("_ws.malformed || !gvcp"), 0U);
+    std::vector<std::string> fields{"-Y", "gvcp.cmd.command == 0x0004", "-T", "fields"};
+    for (const char* field : {"ip.dst", "gvcp.cmd.flag.allowbroadcastacq",
+                              "gvcp.cmd.forceip.macaddress", "gvcp.cmd.forceip.ip",
+                              "gvcp.cmd.forceip.subnetmask", "gvcp.cmd.forceip.defaultgateway"}) {
+        fields.insert(fields.end(), {"-e", field});
+    }
+    EXPECT_THAT(recording.Dissect(fields),
+                testing::StartsWith("255.255.255.255\t1\t02:4d:53:00:00:01\t127.0.0.9\t"
+                                    "255.0.0.0\t127.0.0.254\n"));
+    EXPECT_GE(recording.Count("gvcp.ack == 0x0005 && ip.src == 127.0.0.9"), 1U);
+}

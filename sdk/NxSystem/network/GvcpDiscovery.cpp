@@ -4,14 +4,20 @@
 #include <array>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/random.h>
+#include <sys/socket.h>
 
 #include <internal/NxSystem/UdpSocket.h>
+
+#include "BroadcastAcks.h"
 
 namespace {
 
@@ -38,6 +44,7 @@ class Answers {
 
     [[nodiscard]] const std::string& InterfaceName() const { return mFound.interface.name; }
     void NoteAsked() { mFound.asked = true; }
+    void NoteMissesOtherSubnets() { mFound.missesOtherSubnets = true; }
     // A device answers each command, and each of the interface's addresses.
     void Keep(const GvcpDiscoveryAck& ack, std::uint32_t sender) {
         if (mFound.devices.size() < kMostDevices && mSeen.emplace(sender, ack.mac).second) {
@@ -54,11 +61,21 @@ class Answers {
 // Asks from one address of an interface.
 class Search {
   public:
-    Search(Answers& answers, std::uint32_t localAddress) : mAnswers(answers) {
+    Search(Answers& answers, std::uint32_t localAddress, DiscoveryRange range) : mAnswers(answers) {
         mIsOpen = mSocket.Open(answers.InterfaceName(), localAddress).IsOK();
+        if (mIsOpen && range == DiscoveryRange::kOtherSubnets) {
+            mBroadcasts.emplace(answers.InterfaceName(), LocalPort(mSocket));
+            if (mBroadcasts->MissesOtherSubnets()) {
+                mAnswers.NoteMissesOtherSubnets();
+            }
+        }
     }
 
-    [[nodiscard]] int Descriptor() const { return mIsOpen ? mSocket.Descriptor() : -1; }
+    [[nodiscard]] std::array<int, 3> Descriptors() const {
+        return {mIsOpen ? mSocket.Descriptor() : -1,
+                mBroadcasts ? mBroadcasts->Descriptors()[0] : -1,
+                mBroadcasts ? mBroadcasts->Descriptors()[1] : -1};
+    }
 
     void Ask(std::uint16_t requestId) {
         if (!mIsOpen) {
@@ -66,7 +83,8 @@ class Search {
         }
         mFirstRequestId = mFirstRequestId == 0 ? requestId : mFirstRequestId;
         mLastRequestId = requestId;
-        if (mSocket.Send(kEverybody, MakeDiscoveryCommand(requestId)).IsOK()) {
+        const auto command = MakeDiscoveryCommand(requestId, mBroadcasts.has_value());
+        if (mSocket.Send(kEverybody, command).IsOK()) {
             mAnswers.NoteAsked();
         }
     }
@@ -82,44 +100,54 @@ class Search {
                 timedOut) {
                 return;
             }
-            const auto ack = GvcpDiscoveryAck::Parse(std::span(datagram).first(length));
-            if (ack && mFirstRequestId != 0 && ack->requestId >= mFirstRequestId &&
-                ack->requestId <= mLastRequestId) {
-                mAnswers.Keep(*ack, sender.address);
-            }
+            Take(std::span(datagram).first(length), sender.address);
+        }
+    }
+
+    // After all others' own acks: what can be reached comes first.
+    void CollectBroadcasts() {
+        if (mBroadcasts) {
+            mBroadcasts->Collect([this](std::span<const std::byte> ack, std::uint32_t sender) {
+                Take(ack, sender);
+            });
         }
     }
 
   private:
+    void Take(std::span<const std::byte> datagram, std::uint32_t sender) {
+        const auto ack = GvcpDiscoveryAck::Parse(datagram);
+        if (ack && mFirstRequestId != 0 && ack->requestId >= mFirstRequestId &&
+            ack->requestId <= mLastRequestId) {
+            mAnswers.Keep(*ack, sender);
+        }
+    }
+
     Answers& mAnswers;
     UdpSocket mSocket;
+    std::optional<BroadcastAcks> mBroadcasts;
     bool mIsOpen = false;
     std::uint16_t mFirstRequestId = 0;  // 0: nothing was asked
     std::uint16_t mLastRequestId = 0;
 };
 
-// Any that leaves room for one per command and is not 0, so that answers to a search before, or
-// made up ones, are not taken.
-std::uint16_t DrawRequestId() {
-    std::uint16_t drawn = 0;
-    if (getrandom(&drawn, sizeof drawn, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof drawn)) {
-        drawn = static_cast<std::uint16_t>(Clock::now().time_since_epoch().count());
-    }
-    return static_cast<std::uint16_t>(1 + drawn % (0xFFFF - kSendTimes.size()));
-}
-
 void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point until) {
     std::vector<pollfd> entries;
     for (const auto& search : searches) {
-        entries.push_back({search->Descriptor(), POLLIN, 0});
+        for (const int descriptor : search->Descriptors()) {
+            entries.push_back({descriptor, POLLIN, 0});
+        }
     }
     for (;;) {
         const auto remaining =
             std::max(std::chrono::ceil<milliseconds>(until - Clock::now()), milliseconds(0));
         const int ready = poll(entries.data(), entries.size(), static_cast<int>(remaining.count()));
-        for (std::size_t i = 0; ready > 0 && i < entries.size(); ++i) {
-            if (entries[i].revents != 0) {
+        constexpr std::size_t kEach = 3;
+        for (std::size_t i = 0; ready > 0 && i < searches.size(); ++i) {
+            if (entries[i * kEach].revents != 0) {
                 searches[i]->Collect();
+            }
+            if (entries[i * kEach + 1].revents != 0 || entries[i * kEach + 2].revents != 0) {
+                searches[i]->CollectBroadcasts();
             }
         }
         // Not before a last look: a computer that is busy elsewhere may come back too late.
@@ -131,7 +159,22 @@ void Listen(std::vector<std::unique_ptr<Search>>& searches, Clock::time_point un
 
 }  // namespace
 
-std::vector<DiscoveredInterface> DiscoverGvcpDevices() {
+std::uint16_t DrawGvcpRequestId() {
+    std::uint16_t drawn = 0;
+    if (getrandom(&drawn, sizeof drawn, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof drawn)) {
+        drawn = static_cast<std::uint16_t>(Clock::now().time_since_epoch().count());
+    }
+    return static_cast<std::uint16_t>(1 + drawn % (0xFFFF - kSendTimes.size()));
+}
+
+std::uint16_t LocalPort(const UdpSocket& socket) {
+    sockaddr_in local{};
+    socklen_t size = sizeof local;
+    (void)getsockname(socket.Descriptor(), reinterpret_cast<sockaddr*>(&local), &size);
+    return ntohs(local.sin_port);
+}
+
+std::vector<DiscoveredInterface> DiscoverGvcpDevices(DiscoveryRange range) {
     std::vector<std::unique_ptr<Answers>> interfaces;
     std::vector<std::unique_ptr<Search>> searches;
     for (NetworkInterface& interface : ListNetworkInterfaces()) {
@@ -141,10 +184,10 @@ std::vector<DiscoveredInterface> DiscoverGvcpDevices() {
             interfaces.push_back(std::make_unique<Answers>(std::move(interface)));
             known = interfaces.end() - 1;
         }
-        searches.push_back(std::make_unique<Search>(**known, address));
+        searches.push_back(std::make_unique<Search>(**known, address, range));
     }
     const auto start = Clock::now();
-    std::uint16_t requestId = DrawRequestId();
+    std::uint16_t requestId = DrawGvcpRequestId();
     for (const milliseconds sendTime : kSendTimes) {
         Listen(searches, start + sendTime);
         for (const auto& search : searches) {

@@ -20,8 +20,25 @@ struct DiscoveredInterface {
     NetworkInterface interface;
     std::vector<DiscoveredDevice> devices;
     bool asked = false;  ///< false when no discovery command could be sent there
+    /// Devices in other subnets cannot be found here: the system drops their acks.
+    bool missesOtherSubnets = false;
+};
+
+/// How far discovery looks.
+enum class DiscoveryRange {
+    kUsable,       ///< what answers to the interface's own address
+    kOtherSubnets  ///< also devices that can only broadcast their acks
 };
 
 /// Asks all network interfaces at once with several DISCOVERY_CMDs each, and listens for one
 /// second: a device may take its time to answer, and datagrams get lost.
-std::vector<DiscoveredInterface> DiscoverGvcpDevices();
+std::vector<DiscoveredInterface> DiscoverGvcpDevices(
+    DiscoveryRange range = DiscoveryRange::kUsable);
+
+/// An ID that leaves room for a few more after it, and is neither 0 nor foreseeable, so that acks
+/// of earlier commands, or forged ones, are not taken.
+std::uint16_t DrawGvcpRequestId();
+
+class UdpSocket;
+/// The port that an open socket is bound to.
+std::uint16_t LocalPort(const UdpSocket& socket);

@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::byte kKey{0x42};
 constexpr std::byte kAcknowledgeRequired{0x01};
+constexpr std::byte kBroadcastAllowed{0x10};
 constexpr std::uint16_t kDiscoveryCommand = 0x0002;
 constexpr std::uint16_t kDiscoveryAck = 0x0003;
 constexpr std::size_t kHeaderSize = 8;
@@ -43,6 +44,8 @@ std::optional<GvcpDiscoveryAck> GvcpDiscoveryAck::Parse(std::span<const std::byt
     std::transform(body.begin() + 0x0a, body.begin() + 0x10, ack.mac.begin(),
                    [](std::byte byte) { return std::to_integer<std::uint8_t>(byte); });
     ack.address = ByteOrder::LoadBig32(body.data() + 0x24);
+    ack.mask = ByteOrder::LoadBig32(body.data() + 0x34);
+    ack.gateway = ByteOrder::LoadBig32(body.data() + 0x44);
     ack.manufacturer = Text(body.subspan(0x48, 32));
     ack.model = Text(body.subspan(0x68, 32));
     ack.version = Text(body.subspan(0x88, 32));
@@ -52,8 +55,9 @@ std::optional<GvcpDiscoveryAck> GvcpDiscoveryAck::Parse(std::span<const std::byt
     return ack;
 }
 
-std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId) {
-    std::array<std::byte, 8> command{kKey, kAcknowledgeRequired};
+std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId, bool mayBroadcast) {
+    std::array<std::byte, 8> command{
+        kKey, mayBroadcast ? kAcknowledgeRequired | kBroadcastAllowed : kAcknowledgeRequired};
     ByteOrder::StoreBig16(command.data() + 2, kDiscoveryCommand);
     ByteOrder::StoreBig16(command.data() + 6, requestId);
     return command;

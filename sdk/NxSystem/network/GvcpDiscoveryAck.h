@@ -11,7 +11,9 @@
 struct GvcpDiscoveryAck {
     std::uint16_t requestId = 0;
     std::array<std::uint8_t, 6> mac{};
-    std::uint32_t address = 0;  ///< host byte order
+    std::uint32_t address = 0;  ///< host byte order, like the next two
+    std::uint32_t mask = 0;
+    std::uint32_t gateway = 0;
     std::string manufacturer;
     std::string model;
     std::string version;
@@ -28,4 +30,5 @@ struct GvcpDiscoveryAck {
 };
 
 /// A DISCOVERY_CMD (GigE Vision 2.0, section 16.1.1).
-std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId);
+/// @param mayBroadcast a device in another subnet may broadcast its ack
+std::array<std::byte, 8> MakeDiscoveryCommand(std::uint16_t requestId, bool mayBroadcast = false);

@@ -1,6 +1,7 @@
 #include <internal/NxSystem/NetworkInterface.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -96,6 +97,24 @@ bool ParseAddress(const std::string& text, std::uint32_t& address) {
         return false;
     }
     address = ntohl(parsed.s_addr);
+    return true;
+}
+
+bool ParseMac(const std::string& text, std::array<std::uint8_t, 6>& mac) {
+    constexpr std::size_t kLength = 17;
+    if (text.size() != kLength) {
+        return false;
+    }
+    for (std::size_t i = 0; i < mac.size(); ++i) {
+        const std::size_t at = i * 3;
+        unsigned int byte = 0;
+        const auto [end, error] = std::from_chars(text.data() + at, text.data() + at + 2, byte, 16);
+        if (error != std::errc() || end != text.data() + at + 2 ||
+            (i > 0 && text[at - 1] != ':' && text[at - 1] != '-')) {
+            return false;
+        }
+        mac[i] = static_cast<std::uint8_t>(byte);
+    }
     return true;
 }
 

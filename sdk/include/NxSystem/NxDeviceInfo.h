@@ -28,6 +28,24 @@ class NX_API NxDeviceInfo {
     [[nodiscard]] NxString GetIPAddress() const;
     /// Six hexadecimal pairs joined by ':'; empty for a USB3 Vision device.
     [[nodiscard]] NxString GetMACAddress() const;
+    /// As the device reports it, dotted decimal; empty for a USB3 Vision device.
+    [[nodiscard]] NxString GetSubnetMask() const;
+    /// As the device reports it, "0.0.0.0" for none; empty for a USB3 Vision device.
+    [[nodiscard]] NxString GetGateway() const;
+
+    /// Whether a program can work with the device now.
+    enum class Access {
+        kUnknown,      ///< not asked, or a boot loader, which cannot be asked
+        kFree,         ///< nothing is in the way
+        kInUse,        ///< another program controls it
+        kDenied,       ///< the system does not let this user open it
+        kNoReply,      ///< it answers discovery, but not commands
+        kOtherSubnet,  ///< its address is outside its interface's subnets
+    };
+    /// kUnknown unless NxSystem::FindAll found the device.
+    [[nodiscard]] Access GetAccess() const;
+    /// What is in the way, one line; empty for kUnknown and kFree.
+    [[nodiscard]] NxString GetAccessReason() const;
 
   protected:
     explicit NxDeviceInfo(std::unique_ptr<Impl> impl);

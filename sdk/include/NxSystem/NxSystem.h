@@ -23,6 +23,14 @@ class NX_API NxSystem {
     /// Identification"). Interfaces that cannot be asked are listed without devices.
     /// @return kNxSocket when none could be asked
     NxResult Find();
+    /// For diagnosis: as Find, and also lists interfaces that cannot be used, and devices outside
+    /// their interface's subnets; asks each device who controls it, without taking control; and
+    /// asks USB3 Vision devices again for texts that came too late. Takes two seconds, and up to
+    /// five more for slow USB3 Vision devices.
+    ///
+    /// Opens USB3 Vision devices and claims their control interface for a moment.
+    /// @return as Find
+    NxResult FindAll();
 
     /// Interfaces of the last Find: network adapters first, then USB host controllers.
     [[nodiscard]] unsigned int GetInterfaceCount() const;

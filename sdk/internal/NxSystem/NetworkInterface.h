@@ -24,5 +24,7 @@ NX_API std::vector<NetworkInterface> ListNetworkInterfaces();
 NX_API std::string FormatAddress(std::uint32_t address);
 /// Dotted decimal, exactly four numbers; false when it is anything else.
 NX_API bool ParseAddress(const std::string& text, std::uint32_t& address);
+/// Six hexadecimal pairs joined by ':' or '-'; false when it is anything else.
+NX_API bool ParseMac(const std::string& text, std::array<std::uint8_t, 6>& mac);
 /// "00:11:22:ab:cd:ef"
 NX_API std::string FormatMac(const std::array<std::uint8_t, 6>& mac);

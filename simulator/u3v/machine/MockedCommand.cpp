@@ -2,11 +2,8 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <sstream>
+#include <utility>
 
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -16,6 +13,9 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "BedGuard.h"
+#include "ProgramFile.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): unistd.h's needs _GNU_SOURCE
 
@@ -40,86 +40,25 @@ void DropOverride() {
     }
 }
 
-std::string FindProgram(const std::string& name) {
-    if (name.find('/') != std::string::npos) {
-        return name;
-    }
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(path == nullptr ? "/usr/bin:/bin" : path);
-    for (std::string file; std::getline(folders, file, ':');) {
-        file.append("/").append(name);
-        if (access(file.c_str(), X_OK) == 0) {
-            return file;
-        }
-    }
-    return name;
+/// Found even after its file was replaced; for other processes as well.
+std::string ThisProgram() {
+    return "/proc/" + std::to_string(getpid()) + "/exe";
 }
 
-std::string OutputOf(std::vector<std::string> command) {
-    std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0) {
-        return "";
-    }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, ends[0]);
-    posix_spawn_file_actions_addclose(&actions, ends[1]);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    std::vector<char*> arguments;
-    for (std::string& argument : command) {
-        arguments.push_back(argument.data());
-    }
-    arguments.push_back(nullptr);
-    pid_t id = -1;
-    const int error = posix_spawnp(&id, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
+/// What is written to the pipe until its other ends are closed.
+std::string ReadAll(int pipeEnd) {
     std::string text;
-    std::array<char, 4096> buffer{};
+    std::array<char, 1024> buffer{};
     ssize_t length = 0;
-    while (error == 0 && (length = read(ends[0], buffer.data(), buffer.size())) > 0) {
+    while ((length = read(pipeEnd, buffer.data(), buffer.size())) > 0) {
         text.append(buffer.data(), static_cast<std::size_t>(length));
-    }
-    close(ends[0]);
-    if (error == 0) {
-        (void)waitpid(id, nullptr, 0);
     }
     return text;
 }
 
-}  // namespace
-
-std::string MockedCommand::PreloadFor(const std::string& program) {
-    std::string preload;
-    std::istringstream libraries(OutputOf({"ldd", FindProgram(program)}));
-    for (std::string line; std::getline(libraries, line);) {
-        std::istringstream words(line);
-        std::string name;
-        std::string arrow;
-        std::string path;
-        words >> name >> arrow >> path;
-        for (const char* runtime : {"libasan.so", "libtsan.so", "libubsan.so", "libclang_rt."}) {
-            if (name.rfind(runtime, 0) == 0 && !path.empty() && path[0] == '/') {
-                preload += path + ":";
-            }
-        }
-    }
-    preload += kPreload;
-    const char* inherited = std::getenv("LD_PRELOAD");
-    return inherited == nullptr || *inherited == '\0' ? preload : preload + ":" + inherited;
-}
-
-bool MockedCommand::Start(const std::vector<std::string>& command, bool withoutOverride,
-                          std::string& why) {
-    const std::string preload = "LD_PRELOAD=" + PreloadFor(command[0]);
-    std::vector<std::string> settings = {preload};
-    for (char** setting = environ; *setting != nullptr; ++setting) {
-        if (std::strncmp(*setting, "LD_PRELOAD=", 11) != 0) {
-            settings.emplace_back(*setting);
-        }
-    }
-    std::vector<std::string> arguments = command;
+/// Starts this program again. @return an error number, 0 when it was started
+int SpawnGuard(std::vector<std::string> arguments, std::vector<std::string> settings, int report,
+               pid_t& id) {
     std::vector<char*> argumentPointers;
     std::vector<char*> settingPointers;
     for (std::string& argument : arguments) {
@@ -130,25 +69,68 @@ bool MockedCommand::Start(const std::vector<std::string>& command, bool withoutO
     }
     argumentPointers.push_back(nullptr);
     settingPointers.push_back(nullptr);
-
-    if (withoutOverride) {
-        DropOverride();
-    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, report, report);  // so that it stays open
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t none;
     sigemptyset(&none);
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    const int error = posix_spawnp(&mId, argumentPointers[0], nullptr, &attributes,
-                                   argumentPointers.data(), settingPointers.data());
+    const int error = posix_spawn(&id, ThisProgram().c_str(), &actions, &attributes,
+                                  argumentPointers.data(), settingPointers.data());
     posix_spawnattr_destroy(&attributes);
-    if (error != 0) {
-        mId = -1;
-        why = "cannot start " + command[0] + ": " + std::strerror(error);
+    posix_spawn_file_actions_destroy(&actions);
+    return error;
+}
+
+}  // namespace
+
+bool MockedCommand::Start(const std::string& bed, const std::vector<std::string>& command,
+                          bool withoutOverride, std::string& why) {
+    const ProgramFile program(command[0]);
+    if (!program.Obstacle().empty()) {
+        why = "cannot start " + program.Obstacle();
         return false;
     }
-    return true;
+    const ProgramFile guard(ThisProgram());
+    const std::string preload = program.PreloadOf(kPreload);
+    const std::string guardPreload = guard.PreloadOf(kPreload);
+    if (!guard.Loads(kPreload, guardPreload) || !program.Loads(kPreload, preload)) {
+        why = "cannot start " + command[0] + ": " + kPreload +
+              " cannot be preloaded into it, and it would run on this computer's real USB; install "
+              "the package umockdev";
+        return false;
+    }
+    std::vector<std::string> settings = {"LD_PRELOAD=" + guardPreload};
+    for (char** setting = environ; *setting != nullptr; ++setting) {
+        if (std::strncmp(*setting, "LD_PRELOAD=", 11) != 0) {
+            settings.emplace_back(*setting);
+        }
+    }
+    if (withoutOverride) {
+        DropOverride();
+    }
+    std::array<int, 2> report{};
+    if (pipe2(report.data(), O_CLOEXEC) != 0) {
+        why = "cannot start " + command[0] + ": " + std::strerror(errno);
+        return false;
+    }
+    const int error =
+        SpawnGuard(BedGuard::CommandLine(bed, report[1], preload, program.Path(), command),
+                   std::move(settings), report[1], mId);
+    close(report[1]);
+    why = error != 0 ? "cannot start " + command[0] + ": " + std::strerror(error)
+                     : ReadAll(report[0]);
+    close(report[0]);
+    if (error == 0 && !why.empty()) {
+        (void)waitpid(mId, nullptr, 0);
+    }
+    if (!why.empty()) {
+        mId = -1;
+    }
+    return why.empty();
 }
 
 bool MockedCommand::HasEnded() {

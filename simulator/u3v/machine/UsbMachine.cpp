@@ -85,8 +85,8 @@ bool UsbMachine::Run(int& status, std::string& why) {
     mWakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 
     MockedCommand command;
-    const bool started =
-        PlugInAll(why) && command.Start(mOptions.command, mOptions.accessDenied, why);
+    const bool started = PlugInAll(why) && command.Start(mBed->Folder(), mOptions.command,
+                                                         mOptions.accessDenied, why);
     while (started && !command.HasEnded()) {
         std::array<pollfd, 2> events = {{{signals, POLLIN, 0}, {mWakeUp, POLLIN, 0}}};
         (void)poll(events.data(), events.size(), NextReturn());

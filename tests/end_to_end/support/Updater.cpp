@@ -52,12 +52,12 @@ std::string DeviceField(const std::string& field) {
     const ProcessResult result = Process::Run({Program("mirsko-devices"), "--json"});
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.err, "");
-    const auto interfaces = nlohmann::json::parse(result.out, nullptr, false);
-    if (interfaces.is_discarded()) {
+    const auto inventory = nlohmann::json::parse(result.out, nullptr, false);
+    if (inventory.is_discarded()) {
         ADD_FAILURE() << result.out << result.err;
         return {};
     }
-    for (const auto& interface : interfaces) {
+    for (const auto& interface : inventory["interfaces"]) {
         for (const auto& device : interface["devices"]) {
             return device.value(field, "");
         }

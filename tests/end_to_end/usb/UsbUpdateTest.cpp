@@ -25,7 +25,8 @@ void ExpectSuccess(const ProcessResult& result) {
 std::string VersionsOf(UsbCamera& camera) {
     const ProcessResult result = camera.Run({Program("mirsko-devices"), "--json"});
     std::string versions;
-    for (const auto& interface : nlohmann::json::parse(result.out)) {
+    const auto inventory = nlohmann::json::parse(result.out);
+    for (const auto& interface : inventory["interfaces"]) {
         for (const auto& device : interface["devices"]) {
             versions += device.value("version", "?") + " ";
         }
@@ -108,7 +109,8 @@ TEST(UsbUpdateTest, ListsBothBusesOfAControllerAsOne) {
     UsbCamera camera({"--controllers", "2", "--plug", "3-1", "--plug", "4-1", "--plug", "1-2"});
     const ProcessResult result = camera.Run({Program("mirsko-devices"), "--json"});
     std::vector<std::string> found;
-    for (const auto& interface : nlohmann::json::parse(result.out)) {
+    const auto inventory = nlohmann::json::parse(result.out);
+    for (const auto& interface : inventory["interfaces"]) {
         if (interface["kind"] != "network adapter") {
             std::string line = interface["name"];
             for (const auto& device : interface["devices"]) {

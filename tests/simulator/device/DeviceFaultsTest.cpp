@@ -108,7 +108,7 @@ TEST(DeviceFaultsTest, LosesARecordThatHasArrivedWithItsPower) {
     EXPECT_TRUE(client.Upload(kPayload, 512));
     EXPECT_FALSE(client.Upload(Payload{.kind = 2, .body = "new-id"}.Encode(), 512));
     EXPECT_TRUE(WaitUntil([&] { return device->Events().Count("power_on") == 2; }));
-    EXPECT_EQ(device->Firmware().DeviceId(), "");
+    EXPECT_EQ(device->Firmware().State().deviceId, "");
     EXPECT_EQ(device->Firmware().State().lastStatus.rfind("Transfer incomplete: ", 0), 0U);
 }
 

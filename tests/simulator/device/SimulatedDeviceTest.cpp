@@ -61,6 +61,48 @@ TEST(SimulatedDeviceTest, AnswersDiscoveryByUnicastAndBothBroadcasts) {
     EXPECT_THAT(Discover(client, "255.255.255.255"), SizeIs(0));
 }
 
+TEST(SimulatedDeviceTest, TakesAForcedAddressUntilItIsSwitchedOff) {
+    const auto device = SimulatedDevice::Builder().serveTftp(false).build();
+    Start(*device);
+    GvcpClient client;
+    const std::string zeros(24, '0');
+    const auto force = [&zeros](const std::string& address) {
+        return "4201000400380007"
+               "0000024d53000001" +
+               zeros + address + zeros + "ff000000" + zeros + "00000000";
+    };
+    client.SendTo("255.255.255.255", force("7f000009"));
+    EXPECT_EQ(client.Receive(), "0000000500000007");
+    EXPECT_THAT(Discover(client, "127.0.0.1"), SizeIs(0));
+    EXPECT_THAT(Discover(client, "127.0.0.9"), SizeIs(1));
+    EXPECT_EQ(GvcpClient("127.0.0.9").Read(0x24), 0x7f000009U);
+    // An address that this host cannot have.
+    client.SendTo("255.255.255.255", force("00000009"));
+    EXPECT_TRUE(WaitUntil([&] { return device->Events().Count("address_refused") == 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return device->IsServing(); }));
+    EXPECT_THAT(Discover(client, "127.0.0.9"), SizeIs(1));
+    device->Stop();
+    Start(*device);
+    EXPECT_THAT(Discover(client, "127.0.0.1"), SizeIs(1));
+}
+
+TEST(SimulatedDeviceTest, StartsWithItsPersistentAddress) {
+    const TemporaryFolder folder;
+    const auto device =
+        SimulatedDevice::Builder().serveTftp(false).stateFolder(folder.Path()).build();
+    Start(*device);
+    {
+        GvcpClient client;
+        for (const auto& [address, value] :
+             {std::pair{0xa00U, 2U}, {0x64cU, 0x7f000008U}, {0x65cU, 0xff000000U}, {0x14U, 5U}}) {
+            ASSERT_EQ(client.Write(address, value), 0U);
+        }
+    }
+    device->Stop();
+    Start(*device);
+    EXPECT_EQ(GvcpClient("127.0.0.8").Read(0x24), 0x7f000008U);
+}
+
 TEST(SimulatedDeviceTest, TakesNothingButDiscoveryFromABroadcast) {
     const auto device = SimulatedDevice::Builder().build();
     Start(*device);

@@ -128,7 +128,7 @@ TEST_F(FirmwareStoreTest, TellsItsListenerOfRecordsAndOfWhoAsksForTheStatus) {
     Send(Payload{.body = "abc"}.Encode());
     EXPECT_THAT(listener.mMoments, testing::IsEmpty());
     Send(Payload{.kind = 2, .body = "left camera"}.Encode());
-    EXPECT_EQ(mStore->HandOutStatus(), mStore->Status());
+    EXPECT_EQ(mStore->HandOutStatus(), mStore->State().lastStatus);
     Send(Payload{.kind = 3}.Encode());
     EXPECT_EQ(listener.mMoments,
               (std::vector{FaultMoment::kDeviceId, FaultMoment::kStatus, FaultMoment::kReset}));

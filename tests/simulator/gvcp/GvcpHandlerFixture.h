@@ -33,7 +33,8 @@ class GvcpHandlerTest : public testing::Test {
         mFirmware = simulator::FirmwareStore::Open(mOptions.firmware, mEvents, why);
         ASSERT_NE(mFirmware, nullptr) << why;
         mHandler = std::make_unique<simulator::GvcpHandler>(
-            mOptions, *mFirmware, mEvents, mCounters, [this] { ++mResets; }, kAddress, kMask);
+            mOptions, *mFirmware, mEvents, mCounters, [this] { ++mResets; },
+            simulator::IpAddress{kAddress, kMask, 0}, mIp.emplace(mFirmware->Folder()));
     }
 
     std::optional<simulator::GvcpReply> Handle(const std::string& hex,
@@ -72,6 +73,7 @@ class GvcpHandlerTest : public testing::Test {
     simulator::EventLog mEvents;
     simulator::CommandCounters mCounters;
     std::unique_ptr<simulator::FirmwareStore> mFirmware;
+    std::optional<simulator::IpSettings> mIp;
     std::unique_ptr<simulator::GvcpHandler> mHandler;
     simulator::GvcpHandler::Clock::time_point mNow = simulator::GvcpHandler::Clock::now();
     std::uint16_t mId = 0x1000;

@@ -31,7 +31,7 @@ TEST_F(GvcpHandlerTest, AnswersDiscoveryWithTheBootstrapRegisters) {
         "80000001"
         "0000024d"
         "53000001"
-        "00000006"
+        "00000007"
         "00000006" +
         zeros.substr(0, 24) + "c0a80114" + zeros.substr(0, 24) + "ffffff00" + zeros.substr(0, 24) +
         "00000000" + Padded("Mirsko", 32) + Padded("Simulated Camera", 32) + Padded("1.0", 32) +

@@ -32,7 +32,8 @@ class GvcpDeviceChannel : public DeviceChannel {
     GvcpDeviceChannel(const simulator::DeviceOptions& options, simulator::FirmwareStore& firmware,
                       simulator::EventLog& events)
         : mHandler(
-              options, firmware, events, mCounters, [] {}, 0x7f000001, 0xff000000) {
+              options, firmware, events, mCounters, [] {},
+              simulator::IpAddress{0x7f000001, 0xff000000, 0}, mIp) {
         (void)Ask("0082", "00000a0000000002");
     }
 
@@ -67,6 +68,7 @@ class GvcpDeviceChannel : public DeviceChannel {
         return static_cast<std::uint32_t>(std::stoul(answer.substr(0, 4), nullptr, 16));
     }
 
+    simulator::IpSettings mIp{{}};
     simulator::CommandCounters mCounters;
     simulator::GvcpHandler mHandler;
     std::chrono::microseconds mDelay{0};

@@ -66,6 +66,37 @@ TEST_F(UsbDiscoveryTest, GivesADeviceTheTimeThatTheOthersDoNotNeed) {
     EXPECT_THAT(FindNames(), testing::Contains("GUID9"));
 }
 
+TEST_F(UsbDiscoveryTest, AsksAgainForTextsThatCameTooLate) {
+    PlugIn(2, milliseconds(5));
+    mUsb.devices[0].late = 1;
+    const std::vector<UsbController> once = ListUsbControllers();
+    ASSERT_EQ(once.size(), 1U);
+    EXPECT_EQ(once[0].devices[0].GetName(), "@250-1");
+    EXPECT_THAT(once[0].access, testing::IsEmpty());
+
+    mUsb.devices[0].late = 1;
+    const std::vector<UsbController> tried = ListAndTryUsbControllers();
+    ASSERT_EQ(tried.size(), 1U);
+    ASSERT_EQ(tried[0].devices.size(), 2U);
+    EXPECT_EQ(tried[0].devices[0].GetName(), "GUID1");
+    EXPECT_EQ(tried[0].devices[0].version, "1.0");
+    EXPECT_EQ(tried[0].devices[1].GetName(), "GUID2");
+    ASSERT_EQ(tried[0].access.size(), 2U);
+    EXPECT_THAT(tried[0].access[0].GetDescription().GetAscii(),
+                testing::HasSubstr("another program holds its control interface"));
+}
+
+TEST_F(UsbDiscoveryTest, SaysOfADeviceThatStaysSilentThatItDoesNotRespond) {
+    PlugIn(9, milliseconds(100000));
+    const std::vector<UsbController> tried = ListAndTryUsbControllers();
+    ASSERT_EQ(tried.size(), 1U);
+    ASSERT_EQ(tried[0].access.size(), 9U);
+    for (const NxResult& access : tried[0].access) {
+        EXPECT_EQ(access.GetCode(), kNxTimeout);
+    }
+    EXPECT_LE(mUsb.clock.GetPassed(), kWindow + milliseconds(5000));
+}
+
 TEST_F(UsbDiscoveryTest, ConnectsWithinFiveSecondsBehindDevicesThatDoNotAnswer) {
     PlugIn(8, milliseconds(100000));
     PlugIn(1, milliseconds(10));
