@@ -1,3 +1,5 @@
+#include <nlohmann/json.hpp>
+
 #include <NxDevice/NxDfwPayload.h>
 
 #include "PackageArchive.h"
@@ -269,7 +271,11 @@ TEST_F(CheckCommandTest, ComparesModelTagsWithTheConditions) {
         mFolder.Write("p.zip", MakeZip({{"Manifest.xml", manifest}, {name, GoodPayload()}}));
         Expect({"check", "@p.zip"}, status, text, "");
     };
-    findings("zELKA-QRm-LanX-FK02-TC3MN03-128kD", 0, "@p.zip: no problems found\n");
+    findings(
+        "zELKA-QRm-LanX-FK02-TC3MN03-128kD", 1,
+        "warning: update 1: the model name \"zELKA-QRm-LanX-FK02-TC3MN03-128kD\" has 33 "
+        "bytes; a GigE Vision device reports at most 32, so only a USB3 Vision device can have "
+        "it\n");
     findings("M", 1,
              "warning: " + name +
                  ": named for zELKA-QRm-LanX-FK02-TC3MN03-128kD, but the "
@@ -319,4 +325,53 @@ TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {
     mFolder.Write("p.ZIP", MakeZip(Members()));
     Expect({"check", "@p.ZIP"}, 1,
            "warning: @p.ZIP: the updater accepts only packages whose name ends in \".zip\"\n", "");
+}
+
+TEST_F(CheckCommandTest, WarnsOfModelNamesThatNoGigEVisionDeviceReports) {
+    const std::string longest(32, 'M');
+    mFolder.Write(
+        "p.zip", MakeZip(Members(WithCondition("<Condition Feature=\"DeviceModelName\">" + longest +
+                                               "|M|N\\." + longest + "</Condition>"))));
+    Expect({"check", "@p.zip"}, 1,
+           "warning: update 1: the model name \"N." + longest +
+               "\" has 34 bytes; a GigE Vision device reports at most 32, so only a USB3 Vision "
+               "device can have it\n",
+           "");
+    mFolder.Write("q.zip", MakeZip(Members(WithCondition(
+                               "<Condition Feature=\"DeviceModelName\">M{40}|.*</Condition>"))));
+    Expect({"check", "@q.zip"}, 0, "@q.zip: no problems found\n", "");
+}
+
+TEST_F(CheckCommandTest, AcceptsWarningsByNameButNoErrors) {
+    mFolder.Write("p.zip", MakeZip(Members(GoodManifest(), "raw image")));
+    const std::string text =
+        "a.dfw: no payload header; the updater transfers it as is, but cannot set a device ID or "
+        "reset the device over TFTP\n";
+    Expect({"check", "@p.zip"}, 1, "warning: " + text, "");
+    Expect({"check", "--accept", "member-name", "@p.zip"}, 1, "warning: " + text, "");
+    Expect({"check", "--accept", "member-name", "--accept", "no-header", "@p.zip"}, 0,
+           "accepted: " + text + "@p.zip: no problems found\n", "");
+    const ProcessResult unknown = Run({"check", "--accept", "everything", "@p.zip"});
+    EXPECT_EQ(unknown.exitStatus, 2);
+    EXPECT_EQ(unknown.out, "");
+    mFolder.Write("b.dfw", GoodPayload().substr(0, 70));
+    EXPECT_EQ(Run({"check", "--accept", "no-header", "@b.dfw"}).exitStatus, 1);
+}
+
+TEST_F(CheckCommandTest, PrintsItsFindingsAsJson) {
+    mFolder.Write("p.zip",
+                  MakeZip(Members(GoodManifest(Upload("a.dfw") + Upload("b.dfw")), "raw image")));
+    const ProcessResult result = Run({"check", "--json", "--accept", "no-header", "@p.zip"});
+    EXPECT_EQ(result.exitStatus, 1);
+    const nlohmann::json report = nlohmann::json::parse(result.out);
+    EXPECT_EQ(report["format"], 1);
+    EXPECT_EQ(report["file"], Path("p.zip"));
+    EXPECT_EQ(report["ok"], false);
+    ASSERT_EQ(report["findings"].size(), 2U);
+    EXPECT_EQ(report["findings"][0]["severity"], "warning");
+    EXPECT_EQ(report["findings"][0]["name"], "no-header");
+    EXPECT_EQ(report["findings"][0]["accepted"], true);
+    EXPECT_EQ(report["findings"][1]["severity"], "error");
+    EXPECT_EQ(report["findings"][1]["text"], "b.dfw: not in the package");
+    EXPECT_EQ(report["findings"][1]["accepted"], false);
 }

@@ -150,3 +150,49 @@ TEST_F(CreateCommandTest, AsksForWhatIsMissing) {
     EXPECT_EQ(Run({"create"}).exitStatus, 2);
     EXPECT_TRUE(Files().empty());
 }
+
+TEST_F(CreateCommandTest, RefusesATransportThatTheUpdaterDoesNotKnow) {
+    mFolder.Write("a.dfw", GoodPayload());
+    const ProcessResult result = Run({"create", "--model=M", "--upload=tftp=@a.dfw", "@p.zip"});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_NE(result.err.find("unknown transport \"tftp\"; expected TFTP or GenICam"),
+              std::string::npos)
+        << result.err;
+    mFolder.Write("Manifest.xml", GoodManifest(Upload("a.dfw", "Genicam")));
+    Expect({"create", "--manifest", "@Manifest.xml", "@p.zip"}, 1, "",
+           "mirsko-package: procedure \"p\", step 1, FileUpload: unknown transport \"Genicam\"; "
+           "expected TFTP or GenICam\n");
+    EXPECT_FALSE(Exists("p.zip"));
+}
+
+TEST_F(CreateCommandTest, RefusesAPayloadThatTheDeviceWouldReject) {
+    std::string payload = GoodPayload();
+    payload.back() = static_cast<char>(payload.back() ^ 1);
+    mFolder.Write("a.dfw", payload);
+    const ProcessResult damaged = Run({"create", "--model=M", "--upload=TFTP=@a.dfw", "@p.zip"});
+    EXPECT_EQ(damaged.exitStatus, 1);
+    EXPECT_NE(damaged.err.find(Path("a.dfw")), std::string::npos) << damaged.err;
+    mFolder.Write("a.dfw", GoodPayload().substr(0, 70));
+    Expect({"create", "--model=M", "--upload=TFTP=@a.dfw", "@p.zip"}, 1, "",
+           "mirsko-package: @a.dfw is not a firmware payload: its body has 6 bytes, but its header "
+           "says 8\n");
+    EXPECT_FALSE(Exists("p.zip"));
+}
+
+TEST_F(CreateCommandTest, RefusesANameThatTheUpdaterTakesForAnOption) {
+    mFolder.Write("a.dfw", GoodPayload());
+    const ProcessResult result = Run({"create", "--model=M", "--upload=TFTP=@a.dfw", "@x-3.1.zip"});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_NE(result.err.find("the updater takes \"x-3.1.zip\" for an option"), std::string::npos)
+        << result.err;
+    EXPECT_FALSE(Exists("x-3.1.zip"));
+}
+
+TEST_F(CreateCommandTest, NotesAModelNameThatNoGigEVisionDeviceReports) {
+    mFolder.Write("a.dfw", GoodPayload());
+    const std::string model(33, 'M');
+    Expect({"create", "--model", model, "--upload=TFTP=@a.dfw", "@p.zip"}, 0, "@p.zip: 2 members\n",
+           "mirsko-package: the model name \"" + model +
+               "\" has 33 bytes; a GigE Vision device reports at most 32, so only a USB3 Vision "
+               "device can have it\n");
+}

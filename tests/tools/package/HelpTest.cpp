@@ -37,7 +37,7 @@ TEST_F(HelpTest, OfEachSubcommandNamesItsOptionsAndArguments) {
     ExpectHelp({"create", "--help"},
                {"--manifest", "--model", "--upload", "--description", "--version", "PACKAGE"});
     ExpectHelp({"info", "--help"}, {"--json", "FILE"});
-    ExpectHelp({"check", "--help"}, {"--model", "FILE"});
+    ExpectHelp({"check", "--help"}, {"--model", "--accept WARNING", "--json", "FILE"});
     ExpectHelp({"import", "--help"}, {"--transport", "--language", "--drop-reset", "--ca",
                                       "--ignore-signature", "UPDATE", "PACKAGE"});
 }

@@ -19,18 +19,26 @@ class InfoCommandTest : public PackageTool {
         mFolder.Write("p.zip", MakeZip({{"Manifest.xml", manifest}, {"a.dfw", GoodPayload()}}));
         mFolder.Write("a.dfw", GoodPayload());
     }
+
+    /// As info prints it, by the system's own program.
+    [[nodiscard]] std::string Sha256(const std::string& file) const {
+        return "SHA-256 " + Process::Run({"sha256sum", Path(file)}).out.substr(0, 64) + "\n";
+    }
 };
 
 TEST_F(InfoCommandTest, ShowsAPayload) {
     Expect({"info", "@a.dfw"}, 0,
-           "firmware for family SIMCAM, version 2.1, 8 bytes, CRC d5ecd7c4\n", "");
+           "firmware for family SIMCAM, version 2.1, 8 bytes, CRC d5ecd7c4\n" + Sha256("a.dfw"),
+           "");
 }
 
 TEST_F(InfoCommandTest, ShowsAPayloadAsJson) {
     const ProcessResult result = Run({"info", "--json", "@a.dfw"});
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(Json::parse(result.out),
-              Json::parse(R"({"kind": "payload", "content": "firmware", "family": "SIMCAM",
+    Json payload = Json::parse(result.out);
+    EXPECT_EQ("SHA-256 " + payload.value("sha256", "") + "\n", Sha256("a.dfw"));
+    payload.erase("sha256");
+    EXPECT_EQ(payload, Json::parse(R"({"kind": "payload", "content": "firmware", "family": "SIMCAM",
                               "version": "2.1", "bodyLength": 8, "bodyCrc": "d5ecd7c4"})"));
 }
 
@@ -52,7 +60,8 @@ TEST_F(InfoCommandTest, ShowsAPackage) {
                "update by procedure \"p\":\n"
                "  Description: d\n"
                "  Version: 2.1\n"
-               "  if DeviceModelName matches M\n",
+               "  if DeviceModelName matches M\n" +
+               Sha256("p.zip"),
            "");
 }
 

@@ -6,6 +6,7 @@
 
 #include "../archive/MemberHeader.h"
 #include "../archive/TemporaryFile.h"
+#include "ModelLength.h"
 #include "ModelProbe.h"
 #include "ModelTags.h"
 #include "PayloadCheck.h"
@@ -49,7 +50,7 @@ std::vector<Finding> PackageCheck::Run() {
         CheckUpdate(update, ++number);
     }
     for (const std::string& limit : UpdaterLimits(model)) {
-        Warn(limit);
+        Warn(WarningName::kUpdaterLimit, limit);
     }
     for (const std::string& name : model.FileNames()) {
         CheckFile(name);
@@ -61,11 +62,13 @@ std::vector<Finding> PackageCheck::Run() {
 void PackageCheck::CheckManifestMember() {
     const std::string& name = mPackage.GetArchive().Members()[mPackage.ManifestMember()].name;
     if (name != "Manifest.xml") {
-        Warn("the updater uses the member " + Quoted(name) +
-             " as the manifest, because it is the first whose name contains \"Manifest.xml\"");
+        Warn(WarningName::kManifestMember,
+             "the updater uses the member " + Quoted(name) +
+                 " as the manifest, because it is the first whose name contains \"Manifest.xml\"");
     }
     if (mPackage.ManifestIsCut()) {
-        Warn("Manifest.xml contains a zero byte; the updater reads only up to it");
+        Warn(WarningName::kManifestCut,
+             "Manifest.xml contains a zero byte; the updater reads only up to it");
     }
 }
 
@@ -74,7 +77,8 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
     if (std::none_of(updates.begin(), updates.end(), [&procedure](const PackageUpdate& update) {
             return update.procedureId == procedure.id;
         })) {
-        Warn("procedure " + Quoted(procedure.id) + ": not used by any update");
+        Warn(WarningName::kUnusedProcedure,
+             "procedure " + Quoted(procedure.id) + ": not used by any update");
     }
     std::size_t number = 0;
     bool resetBefore = false;
@@ -82,14 +86,16 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
         const std::string place = PlaceOfStep(procedure, ++number, step.kind);
         if (step.kind == Kind::kFileUpload) {
             if (resetBefore) {
-                Warn(place +
-                     "after the preceding TFTP upload the updater resets the device (unless given "
-                     "--noreset), and it may still be restarting");
+                Warn(WarningName::kReset, place +
+                                              "after the preceding TFTP upload the updater resets "
+                                              "the device (unless given "
+                                              "--noreset), and it may still be restarting");
             }
             resetBefore = step.transport == "TFTP";
             if (step.transport != "TFTP" && step.transport != "GenICam") {
-                Warn(place + "the updater treats the transport " + Quoted(step.transport) +
-                     " as GenICam file access");
+                Warn(WarningName::kTransport, place + "the updater treats the transport " +
+                                                  Quoted(step.transport) +
+                                                  " as GenICam file access");
             }
         }
     }
@@ -97,10 +103,18 @@ void PackageCheck::CheckProcedure(const PackageProcedure& procedure) {
 
 void PackageCheck::CheckUpdate(const PackageUpdate& update, std::size_t number) {
     const std::string place = "update " + std::to_string(number) + ": ";
+    for (const PackageCondition& condition : update.conditions) {
+        for (const std::string& model : ExactNames(condition.pattern)) {
+            const std::string problem = ModelLengthProblem(model);
+            if (condition.featureName == "DeviceModelName" && !problem.empty()) {
+                Warn(WarningName::kModelLength, place + problem);
+            }
+        }
+    }
     for (const char* const expected : {"Description", "Version"}) {
         if (std::none_of(update.infos.begin(), update.infos.end(),
                          [expected](const PackageInfo& info) { return info.name == expected; })) {
-            Warn(place + "the info \"" + expected + "\" is missing");
+            Warn(WarningName::kMissingInfo, place + "the info \"" + expected + "\" is missing");
         }
     }
 }
@@ -121,7 +135,8 @@ void PackageCheck::CheckFile(const std::string& name) {
         Error(name + ": the updater uses the member " + Quoted(stored) +
               " for it, because that is the first whose name contains " + Quoted(name));
     } else if (stored != name) {
-        Warn(name + ": the updater uses the member " + Quoted(stored) + " for it");
+        Warn(WarningName::kMemberName,
+             name + ": the updater uses the member " + Quoted(stored) + " for it");
     }
     CheckMember(*member);
 }
@@ -176,9 +191,10 @@ void PackageCheck::CheckModelTag(const std::string& fileName) {
             const bool meant = Holds(tag.models, model);
             if (uploaded && !meant) {
                 // The updater itself looks at the names of plain payloads only.
-                Warn(fileName + UploadedToOthers(tag, model == kAnyModel ? "any model" : model));
+                Warn(WarningName::kModelTag,
+                     fileName + UploadedToOthers(tag, model == kAnyModel ? "any model" : model));
             } else if (meant && !uploaded) {
-                Warn(fileName + NotUploadedTo(model));
+                Warn(WarningName::kModelTag, fileName + NotUploadedTo(model));
             }
         }
     }
@@ -188,6 +204,6 @@ void PackageCheck::Error(const std::string& text) {
     mFindings.push_back(ErrorFinding(text));
 }
 
-void PackageCheck::Warn(const std::string& text) {
-    mFindings.push_back(WarningFinding(text));
+void PackageCheck::Warn(std::string_view name, const std::string& text) {
+    mFindings.push_back(WarningFinding(name, text));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "../model/Package.h"
@@ -22,7 +23,7 @@ class PackageCheck {
     void CheckMember(std::size_t member);
     void CheckModelTag(const std::string& fileName);
     void Error(const std::string& text);
-    void Warn(const std::string& text);
+    void Warn(std::string_view name, const std::string& text);
 
     const Package& mPackage;
     std::vector<Finding> mFindings;

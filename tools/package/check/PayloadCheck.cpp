@@ -16,7 +16,8 @@ bool BeginsLikeAPayload(const std::string& path) {
 
 std::vector<Finding> CheckPayload(const std::string& path, const std::string& name) {
     if (!BeginsLikeAPayload(path)) {
-        return {WarningFinding(name + ": no payload header; the updater transfers it as is, but "
+        return {WarningFinding(WarningName::kNoHeader,
+                               name + ": no payload header; the updater transfers it as is, but "
                                       "cannot set a device ID or reset the device over TFTP")};
     }
     NxDfwHeader header;

@@ -1,5 +1,6 @@
 #include "CheckCommand.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include <NxBase/PrintableText.h>
@@ -9,6 +10,7 @@
 #include "../check/PackageCheck.h"
 #include "../check/PayloadCheck.h"
 #include "../model/Package.h"
+#include "Description.h"
 #include "FileKind.h"
 
 CLI::App* CheckCommand::Declare(CLI::App& program) {
@@ -17,6 +19,17 @@ CLI::App* CheckCommand::Declare(CLI::App& program) {
     options
         ->add_option("--model", mModels, "Also require an update for this model; may be repeated")
         ->option_text("NAME");
+    options
+        ->add_option("--accept", mAccepted,
+                     "Name of a warning that is not a problem; may be repeated")
+        ->option_text("WARNING")
+        ->allow_extra_args(false)
+        ->check([](const std::string& name) {
+            return std::ranges::find(WarningName::kAll, name) != WarningName::kAll.end()
+                       ? std::string()
+                       : "\"" + name + "\" is not the name of a warning";
+        });
+    options->add_flag("--json", mAsJson, "Print a JSON object instead of text");
     AddArgument(*options, "FILE", mFile, "A \".dfw\" payload or a package");
     return options;
 }
@@ -24,14 +37,42 @@ CLI::App* CheckCommand::Declare(CLI::App& program) {
 int CheckCommand::Run() {
     const std::vector<Finding> findings =
         IsPayloadPath(mFile) ? CheckPlainPayload() : CheckPackage();
+    const bool isGood = std::ranges::all_of(
+        findings, [this](const Finding& finding) { return IsAccepted(finding); });
+    if (mAsJson) {
+        PrintJson(findings, isGood);
+    } else {
+        Print(findings);
+        if (isGood) {
+            std::cout << mFile << ": no problems found\n";
+        }
+    }
+    return isGood ? kDone : kFailed;
+}
+
+bool CheckCommand::IsAccepted(const Finding& finding) const {
+    return !finding.isError && std::ranges::find(mAccepted, finding.name) != mAccepted.end();
+}
+
+void CheckCommand::Print(const std::vector<Finding>& findings) const {
     for (const Finding& finding : findings) {
-        std::cout << (finding.isError ? "error: " : "warning: ")
+        std::cout << (finding.isError       ? "error: "
+                      : IsAccepted(finding) ? "accepted: "
+                                            : "warning: ")
                   << PrintableText(finding.text, kLongestLine) << '\n';
     }
-    if (findings.empty()) {
-        std::cout << mFile << ": no problems found\n";
+}
+
+void CheckCommand::PrintJson(const std::vector<Finding>& findings, bool isGood) const {
+    Json list = Json::array();
+    for (const Finding& finding : findings) {
+        list.push_back({{"severity", finding.isError ? "error" : "warning"},
+                        {"name", finding.name},
+                        {"text", PrintableText(finding.text, kLongestLine)},
+                        {"accepted", IsAccepted(finding)}});
     }
-    return findings.empty() ? kDone : kFailed;
+    const Json report{{"format", 1}, {"file", mFile}, {"ok", isGood}, {"findings", list}};
+    std::cout << report.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 std::vector<Finding> CheckCommand::CheckPackage() const {
@@ -43,7 +84,11 @@ std::vector<Finding> CheckCommand::CheckPackage() const {
     std::vector<Finding> findings = PackageCheck(package).Run();
     if (!IsPackagePath(mFile)) {
         findings.push_back(WarningFinding(
+            WarningName::kFileName,
             mFile + ": the updater accepts only packages whose name ends in \".zip\""));
+    }
+    if (const std::string why = WhyNotAnArgument(mFile); !why.empty()) {
+        findings.push_back(WarningFinding(WarningName::kFileName, why));
     }
     for (const std::string& model : mModels) {
         ModelProbe probe(model);

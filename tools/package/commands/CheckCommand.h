@@ -13,9 +13,14 @@ class CheckCommand : public Command {
     int Run() override;
 
   private:
+    [[nodiscard]] bool IsAccepted(const Finding& finding) const;
+    void Print(const std::vector<Finding>& findings) const;
+    void PrintJson(const std::vector<Finding>& findings, bool isGood) const;
     [[nodiscard]] std::vector<Finding> CheckPackage() const;
     [[nodiscard]] std::vector<Finding> CheckPlainPayload() const;
 
     std::string mFile;
     std::vector<std::string> mModels;
+    std::vector<std::string> mAccepted;  // names of warnings
+    bool mAsJson = false;
 };

@@ -17,7 +17,7 @@ void Command::AddPackage(CLI::App& options, std::string& package) {
     AddArgument(options, "PACKAGE", package, "The \".zip\" file to write")
         ->check([](const std::string& text) {
             return IsPackagePath(text)
-                       ? std::string()
+                       ? WhyNotAnArgument(text)
                        : "expected a package name that ends in \".zip\", not \"" + text + "\"";
         });
 }

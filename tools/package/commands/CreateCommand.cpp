@@ -8,17 +8,30 @@
 #include <NxGenICam/GenFUParser.h>
 
 #include "../archive/ArchiveWriter.h"
+#include "../check/ModelLength.h"
+#include "../check/PayloadCheck.h"
+#include "../check/UpdaterLimits.h"
 #include "../model/ExactPattern.h"
 #include "../model/ManifestText.h"
 #include "../model/PackageModelBuilder.h"
 
 namespace {
 
+bool IsTransport(const std::string& word) {
+    return word == "TFTP" || word == "GenICam";
+}
+
+std::string UnknownTransport(const std::string& word) {
+    return "unknown transport \"" + word + "\"; expected TFTP or GenICam";
+}
+
 std::string CheckUploadOption(const std::string& text) {
     const std::size_t equals = text.find('=');
-    return equals == std::string::npos || equals == 0 || equals + 1 == text.size()
-               ? "expected TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"" + text + "\""
-               : "";
+    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
+        return "expected TRANSPORT=FILE, e.g. TFTP=camera.dfw, not \"" + text + "\"";
+    }
+    const std::string transport = text.substr(0, equals);
+    return IsTransport(transport) ? "" : UnknownTransport(transport);
 }
 
 bool IsFile(const std::string& path) {
@@ -84,6 +97,16 @@ int CreateCommand::CreateFromManifest() {
     if (result.GetCode() != 0) {
         return Fail(result.GetMessage());
     }
+    for (const PackageProcedure& procedure : builder.GetModel().procedures) {
+        std::size_t number = 0;
+        for (const PackageStep& step : procedure.steps) {
+            ++number;
+            if (step.kind == PackageStep::Kind::kFileUpload && !IsTransport(step.transport)) {
+                return Fail(PlaceOfStep(procedure, number, step.kind) +
+                            UnknownTransport(step.transport));
+            }
+        }
+    }
     const std::filesystem::path folder = std::filesystem::path(mManifest).parent_path();
     Files files;
     for (const std::string& name : builder.GetModel().FileNames()) {
@@ -106,6 +129,11 @@ int CreateCommand::CreateFromOptions() {
             return Fail("two files are named \"" + step.fileName + "\"");
         }
         procedure.steps.push_back(step);
+    }
+    for (const std::string& model : mModels) {
+        if (const std::string problem = ModelLengthProblem(model); !problem.empty()) {
+            Note(problem);
+        }
     }
     PackageUpdate update{procedure.id, {}, {{"DeviceModelName", ExactPattern(mModels)}}};
     if (!mDescription.empty()) {
@@ -131,6 +159,11 @@ int CreateCommand::Write(const std::string& manifest, const Files& files) {
         }
         if (IsSameFile(path, mPackage)) {
             return Fail(mPackage + " is itself one of the files to pack");
+        }
+        for (const Finding& finding : CheckPayload(path, path)) {
+            if (finding.isError) {
+                return Fail(finding.text);
+            }
         }
         writer.AddFile(name, path);
     }

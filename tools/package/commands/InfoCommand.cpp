@@ -1,8 +1,16 @@
 #include "InfoCommand.h"
 
+#include <array>
+#include <fstream>
 #include <iostream>
+#include <memory>
 #include <sstream>
+#include <vector>
 
+#include <openssl/evp.h>
+
+#include <NxBase/Hexadecimal.h>
+#include <NxBase/NxResultCodes.h>
 #include <NxBase/PrintableText.h>
 #include <NxDevice/NxDfwPayload.h>
 
@@ -24,6 +32,31 @@ void Print(const Json& description, const std::string& text, bool asJson) {
     }
 }
 
+// Of the whole file, for comparing it with a published one.
+NxResult HashFile(const std::string& path, std::string& hash) {
+    const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(EVP_MD_CTX_new(),
+                                                                     EVP_MD_CTX_free);
+    std::ifstream file(path, std::ios::binary);
+    bool isGood = file.is_open() && context != nullptr &&
+                  EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1;
+    std::vector<char> buffer(1U << 16U);
+    while (isGood && file) {
+        file.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+        isGood = !file.bad() && EVP_DigestUpdate(context.get(), buffer.data(),
+                                                 static_cast<std::size_t>(file.gcount())) == 1;
+    }
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned int length = 0;
+    if (!isGood || EVP_DigestFinal_ex(context.get(), digest.data(), &length) != 1) {
+        return NxResult(kNxLocalFile, path + ": cannot be read");
+    }
+    hash.clear();
+    for (unsigned int i = 0; i < length; ++i) {
+        hash += HexDigits(digest[i], 2);
+    }
+    return NxResult();
+}
+
 }  // namespace
 
 CLI::App* InfoCommand::Declare(CLI::App& program) {
@@ -35,6 +68,16 @@ CLI::App* InfoCommand::Declare(CLI::App& program) {
 }
 
 int InfoCommand::Run() {
+    std::string hash;
+    const NxResult hashed = HashFile(mFile, hash);
+    const auto print = [&](Json description, const std::string& text) {
+        if (!hashed.IsOK()) {
+            return Fail(hashed.GetDescription().GetAscii());
+        }
+        description["sha256"] = hash;
+        Print(description, text + "\nSHA-256 " + hash, mAsJson);
+        return kDone;
+    };
     if (IsPayloadPath(mFile)) {
         NxDfwHeader header;
         const NxResult result = NxDfwPayload::ReadHeader(mFile, header);
@@ -42,8 +85,7 @@ int InfoCommand::Run() {
             return Fail(result.GetDescription().GetAscii());
         }
         const Json payload = DescribePayload(header);
-        Print(payload, PayloadText(payload), mAsJson);
-        return kDone;
+        return print(payload, PayloadText(payload));
     }
     Package package;
     const std::string error = package.Open(mFile);
@@ -51,6 +93,7 @@ int InfoCommand::Run() {
         return Fail(mFile + ": " + error);
     }
     const Json description = DescribePackage(package);
-    Print(description, PackageText(description), mAsJson);
-    return kDone;
+    std::string text = PackageText(description);
+    text.pop_back();  // the line feed
+    return print(description, text);
 }
