@@ -130,6 +130,9 @@ function(mirsko_test name)
     elseif(arg_LABEL STREQUAL "sdk")
         set(cost 1)
     endif()
+    if(MIRSKO_SANITIZE)
+        set(arg_SERIAL OFF)  # there nothing is measured
+    endif()
     # A timeout ends what hangs; it does not measure speed.
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 TEST_PREFIX "${arg_LABEL}/"
                          PROPERTIES LABELS ${arg_LABEL} TIMEOUT 600 COST ${cost}

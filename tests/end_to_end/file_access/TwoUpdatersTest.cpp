@@ -63,7 +63,7 @@ class TwoUpdatersTest : public testing::Test {
 };
 
 TEST_F(TwoUpdatersTest, TheSecondNeitherTakesPartInAFileAccessNorGoesByTftp) {
-    SimulatedCamera camera({"--profile", "file-access", "--latency", "4000"});
+    SimulatedCamera camera({"--profile", "file-access", "--latency", "10000"});
     Process first(Command(Payload("first.dfw", mFirst)));
     ASSERT_TRUE(
         WaitUntil([&] { return first.OutputSoFar().find("transferred") != std::string::npos; }));
@@ -77,7 +77,7 @@ TEST_F(TwoUpdatersTest, TheSecondNeitherTakesPartInAFileAccessNorGoesByTftp) {
 }
 
 TEST_F(TwoUpdatersTest, TheSecondPackageEndsBeforeAnythingIsSent) {
-    SimulatedCamera camera({"--profile", "file-access", "--latency", "4000"});
+    SimulatedCamera camera({"--profile", "file-access", "--latency", "10000"});
     Process first(Command(Payload("first.dfw", mFirst)));
     ASSERT_TRUE(
         WaitUntil([&] { return first.OutputSoFar().find("transferred") != std::string::npos; }));

@@ -8,9 +8,17 @@
 #include "PayloadBuilder.h"
 #include "Process.h"
 
-/// Runs the real updater with these arguments.
+/// What users are made to wait before a failure is told; longer with a sanitizer, which takes its
+/// own time.
+#ifdef MIRSKO_SANITIZED
+inline constexpr std::chrono::seconds kSoon(60);
+#else
+inline constexpr std::chrono::seconds kSoon(15);
+#endif
+
+/// Runs the real updater with these arguments. The limit only ends what hangs.
 ProcessResult RunUpdater(std::vector<std::string> arguments,
-                         std::chrono::milliseconds limit = std::chrono::milliseconds(60000));
+                         std::chrono::milliseconds limit = std::chrono::minutes(4));
 
 /// The option that selects the devices on loopback.
 inline const std::string kLoopback = "--localinterface=00:00:00:00:00:00";
