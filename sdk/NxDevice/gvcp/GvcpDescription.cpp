@@ -27,7 +27,7 @@ constexpr std::uint32_t kSecondUrl = 0x0400;
 constexpr std::size_t kUrlSize = 512;
 
 constexpr milliseconds kGrace{5000};
-constexpr std::size_t kSlowestBytesPerSecond = 16U * 1024;
+constexpr std::size_t kSlowestBytesPerSecond = std::size_t{16} * 1024;
 constexpr std::size_t kLongestShown = 80;
 
 std::string Quote(const std::string& url) {

@@ -27,7 +27,8 @@ constexpr const char* kPreload = "libumockdev-preload.so.0";
 
 /// The superuser opens files whatever their permissions say; a program started after this does not.
 void DropOverride() {
-    for (const unsigned long capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+    static constexpr std::array<unsigned long, 2> kOverrides{CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH};
+    for (const unsigned long capability : kOverrides) {
         // Refused to those who have not got the capability in the first place.
         (void)prctl(PR_CAPBSET_DROP, capability, 0, 0, 0);
         (void)prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_LOWER, capability, 0, 0);

@@ -68,7 +68,7 @@ std::string LoaderOf(const std::string& file) {
             std::string loader(segment.p_filesz, '\0');
             stream.seekg(static_cast<std::streamoff>(segment.p_offset));
             stream.read(loader.data(), static_cast<std::streamsize>(loader.size()));
-            return loader.c_str();  // without the zero byte at its end
+            return loader.substr(0, loader.find('\0'));
         }
     }
     return "";
