@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 [ ! -x scripts/fetch-peers.sh ] || scripts/fetch-peers.sh
 
-scripts/lint.sh --tidy
+scripts/lint.sh
 presets=("$@")
 [ ${#presets[@]} -gt 0 ] || presets=(dev asan tsan)
 
@@ -37,24 +37,22 @@ build() {
     return 1
 }
 
-# Most tests wait rather than compute, so the next preset is built at low priority during the tests.
+# Most tests wait rather than compute, so the next preset is built at low priority during the tests;
+# clang-tidy runs during the last.
 echo "== ${presets[0]}: build"
 build "${presets[0]}"
 for i in "${!presets[@]}"; do
     next=${presets[i + 1]:-}
-    if [ -n "$next" ]; then
-        # A process group to be ended as a whole, but no session: between sessions Linux shares the
-        # processors evenly, whatever their priorities.
-        set -m
-        env TMPDIR="$logs" logs="$logs" nice -n 19 bash -c "$(declare -f build); build $next" &
-        building=$!
-        set +m
-    fi
+    # A process group to be ended as a whole, but no session: between sessions Linux shares the
+    # processors evenly, whatever their priorities.
+    set -m
+    env TMPDIR="$logs" logs="$logs" nice -n 19 bash -c \
+        "$(declare -f build); if [ -n '$next' ]; then build '$next'; else scripts/lint.sh --tidy; fi" &
+    building=$!
+    set +m
     echo "== ${presets[i]}: tests"
     ctest --preset "${presets[i]}" --parallel 8
-    if [ -n "$next" ]; then
-        echo "== $next: build"
-        wait "$building"
-        building=
-    fi
+    [ -z "$next" ] || echo "== $next: build"
+    wait "$building"
+    building=
 done

@@ -180,6 +180,9 @@ void SimulatedDevice::Reached(FaultMoment moment) {
 
 void SimulatedDevice::Suffer(const std::vector<DeviceFault>& faults) {
     for (const DeviceFault fault : faults) {
+        if (fault == DeviceFault::kStall) {
+            continue;  // a USB device's own
+        }
         if (fault == DeviceFault::kLoseControl) {
             mControlLost = true;
             continue;

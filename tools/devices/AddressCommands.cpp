@@ -131,7 +131,7 @@ std::string OwnerOf(const NxSystem& system, const std::string& address, const st
 
 std::string NotFound(const std::string& mac) {
     return "No GigE Vision device with the MAC address " + mac +
-           " answers; mirsko-devices lists the devices";
+           " answers; mirsko-devices --json lists their addresses";
 }
 
 std::string NotAnAddress(const std::string& text) {

@@ -107,8 +107,7 @@ std::string DeviceTable(const Json& inventory) {
     std::string text = Align(rows) + "\n" + Counted(devices, "device") + ", " +
                        Counted(interfaces.size(), "interface") + " (" + std::to_string(usable) +
                        " usable)\n";
-    const std::string notes = reasons;
-    text += notes.empty() ? "" : "\n" + notes;
+    text += reasons.empty() ? "" : "\n" + reasons;
     const Json& findings = inventory["findings"];
     text += findings.empty() ? "" : "\n";
     for (const Json& finding : findings) {

@@ -1,5 +1,5 @@
 // Lists the interfaces of this computer and the devices on each: what to pass to the updater, and
-// what is in its way.
+// what prevents an update.
 #include <chrono>
 #include <iostream>
 #include <string>
@@ -112,7 +112,7 @@ void AddAddressCommand(CLI::App& app, const char* name, const char* description,
 int main(int argc, char** argv) {
     CLI::App app(
         "Lists this computer's interfaces and the devices on each, with the option that makes the "
-        "updater use that interface, and notes what is in its way.\n"
+        "updater use that interface, and reports what prevents an update.\n"
         "Exit status: 0 the list is complete, 1 no interface could be searched, the device waited "
         "for was not found, or the address could not be set, 2 usage error.",
         "mirsko-devices");
@@ -142,8 +142,8 @@ int main(int argc, char** argv) {
                       "subnet it is in now",
                       request, "ADDRESS/MASK", status, ForceIp);
     AddAddressCommand(app, "persistent-ip",
-                      "Store the address that a GigE Vision device takes whenever it starts; "
-                      "\"off\" instead of ADDRESS/MASK: by DHCP or link-local",
+                      "Store the address that a GigE Vision device uses from its next start on; "
+                      "\"off\": it obtains one by DHCP or link-local",
                       request, "ADDRESS/MASK", status, StorePersistentIp);
     try {
         app.parse(argc, argv);

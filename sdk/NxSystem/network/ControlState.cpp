@@ -34,7 +34,11 @@ class Question {
   public:
     explicit Question(const ControlQuestion& question)
         : mDevice{question.address, kGvcpPort},
-          mIsOpen(mSocket.Open(question.interfaceName, 0).IsOK()) {}
+          mIsOpen(mSocket.Open(question.interfaceName, 0).IsOK()) {
+        if (!mIsOpen) {
+            mState.kind = ControlState::Kind::kRefused;  // not asked, so not silent
+        }
+    }
 
     [[nodiscard]] int Descriptor() const { return mIsOpen ? mSocket.Descriptor() : -1; }
     [[nodiscard]] bool IsAnswered() const {
@@ -59,8 +63,12 @@ class Question {
         std::size_t length = 0;
         Endpoint sender;
         bool timedOut = false;
-        while (mSocket.Receive(datagram, Clock::time_point(), length, sender, timedOut).IsOK() &&
-               !timedOut) {
+        for (int i = 0; i < UdpSocket::kMostAtOnce; ++i) {
+            const NxResult result =
+                mSocket.Receive(datagram, Clock::time_point(), length, sender, timedOut);
+            if (!result.IsOK() || timedOut) {
+                return;
+            }
             if (sender == mDevice) {
                 Take(std::span(datagram).first(length));
             }
@@ -105,7 +113,9 @@ bool AreAnswered(const Questions& questions) {
 void Listen(const Questions& questions, Clock::time_point until) {
     std::vector<pollfd> entries;
     for (const auto& question : questions) {
-        entries.push_back({question->Descriptor(), POLLIN, 0});
+        if (question->Descriptor() >= 0) {
+            entries.push_back({question->Descriptor(), POLLIN, 0});
+        }
     }
     while (!AreAnswered(questions)) {
         const auto remaining =

@@ -77,9 +77,11 @@ std::optional<std::uint16_t> Await(UdpSocket& socket, const BroadcastAcks& broad
         std::size_t length = 0;
         Endpoint sender;
         bool timedOut = false;
-        while (!status &&
-               socket.Receive(datagram, Clock::time_point(), length, sender, timedOut).IsOK() &&
-               !timedOut) {
+        for (int i = 0;
+             i < UdpSocket::kMostAtOnce && !status &&
+             socket.Receive(datagram, Clock::time_point(), length, sender, timedOut).IsOK() &&
+             !timedOut;
+             ++i) {
             status = StatusOf(std::span(datagram).first(length), id);
         }
         broadcasts.Collect([&status, id](std::span<const std::byte> ack, std::uint32_t) {

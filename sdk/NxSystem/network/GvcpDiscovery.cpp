@@ -35,7 +35,6 @@ constexpr milliseconds kWindow(1000);
 
 // More devices than any subnet of cameras holds; bounds what a flood of answers can make us keep.
 constexpr std::size_t kMostDevices = 4096;
-constexpr int kMostDatagramsAtOnce = 1000;
 
 // What answered on one interface, however many addresses it has.
 class Answers {
@@ -92,7 +91,7 @@ class Search {
     // Takes what has arrived, but leaves the other interfaces their turn.
     void Collect() {
         std::array<std::byte, 1500> datagram{};
-        for (int i = 0; i < kMostDatagramsAtOnce; ++i) {
+        for (int i = 0; i < UdpSocket::kMostAtOnce; ++i) {
             std::size_t length = 0;
             Endpoint sender;
             bool timedOut = false;

@@ -7,6 +7,10 @@
 /// A UDP socket of this computer, on a port of the system's choice.
 class NX_API UdpSocket : public DatagramSocket {
   public:
+    /// As many as are taken before something else is looked at: a sender may be faster than this
+    /// computer reads.
+    static constexpr int kMostAtOnce = 1000;
+
     UdpSocket();
     ~UdpSocket() override;
     UdpSocket(const UdpSocket&) = delete;

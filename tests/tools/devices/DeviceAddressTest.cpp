@@ -132,7 +132,7 @@ TEST_F(DeviceAddressTest, SaysWhyACameraCannotHaveAnAddress) {
               "\"here\" is not the address of a gateway, such as 192.168.1.1\n");
     EXPECT_EQ(refusal({"02:4d:53:00:00:09", "192.168.1.20/24"}),
               "No GigE Vision device with the MAC address 02:4d:53:00:00:09 answers; "
-              "mirsko-devices lists the devices\n");
+              "mirsko-devices --json lists their addresses\n");
     EXPECT_EQ(refusal({kMac, "192.168.1.1/24"}),
               "192.168.1.1 is already the address of this computer's cam0\n");
     EXPECT_FALSE(mCamera->HasEvent("address_forced"));

@@ -68,10 +68,10 @@ CLI::App* InfoCommand::Declare(CLI::App& program) {
 }
 
 int InfoCommand::Run() {
-    std::string hash;
-    const NxResult hashed = HashFile(mFile, hash);
+    // Once the file is known to be one: what is read whole has an end.
     const auto print = [&](Json description, const std::string& text) {
-        if (!hashed.IsOK()) {
+        std::string hash;
+        if (const NxResult hashed = HashFile(mFile, hash); !hashed.IsOK()) {
             return Fail(hashed.GetDescription().GetAscii());
         }
         description["sha256"] = hash;
