@@ -150,6 +150,7 @@ TEST_F(DevicesTest, SaysThatAnotherProgramControlsACamera) {
     for (const std::uint32_t privilege : {2U, 1U}) {
         GvcpClient other;
         ASSERT_EQ(other.Write(0xa00, privilege), 0U);
+        ASSERT_EQ(other.Write(0x938, 60000), 0U);  // ms without a heartbeat
         const json inventory = Inventory(ListDevices({"--json"}));
         EXPECT_EQ(inventory["interfaces"][0]["devices"][0]["access"], "in use");
         EXPECT_THAT(TextOf(inventory, "in-use"), AllOf(HasSubstr("another program controls it"),
@@ -188,6 +189,7 @@ TEST_F(DevicesTest, ReportsEachChangeUntilItIsInterrupted) {
         EXPECT_TRUE(reports("appeared"));
         GvcpClient other;
         ASSERT_EQ(other.Write(0xa00, 2), 0U);
+        ASSERT_EQ(other.Write(0x938, 60000), 0U);  // ms without a heartbeat
         EXPECT_TRUE(reports("changed"));
     }
     EXPECT_TRUE(reports("disappeared"));
