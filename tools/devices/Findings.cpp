@@ -124,7 +124,7 @@ void LookForFilters(const Json& interfaces, Findings& findings) {
             name != "lo" && !interface.value("seesOtherSubnets", true)) {
             findings.Add("other-subnets-hidden", name, "",
                          "cameras outside the subnet of " + name +
-                             " cannot be seen because of rp_filter; run mirsko-devices as root to "
+                             " may not be seen because of rp_filter; run mirsko-devices as root to "
                              "find them");
         }
     }

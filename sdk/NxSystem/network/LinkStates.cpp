@@ -37,7 +37,7 @@ std::vector<LinkState> ListLinkStates() {
 }
 
 bool DropsOtherSubnets(const std::string& interfaceName) {
-    // The stricter one of the two counts.
+    // The larger one of the two counts; 2 drops only what no route leads back to.
     for (const std::string& name : {std::string("all"), interfaceName}) {
         std::ifstream file("/proc/sys/net/ipv4/conf/" + name + "/rp_filter");
         int mode = 0;

@@ -16,5 +16,5 @@ struct LinkState {
 /// Every Ethernet interface, and loopback, whether up or not, in the system's order.
 std::vector<LinkState> ListLinkStates();
 
-/// True if the system drops what comes from outside the interface's subnets (rp_filter).
+/// True if the system may drop what comes from outside the interface's subnets (rp_filter).
 bool DropsOtherSubnets(const std::string& interfaceName);

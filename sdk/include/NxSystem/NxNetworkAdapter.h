@@ -21,7 +21,8 @@ class NX_API NxNetworkAdapter : public NxInterface {
     enum class State { kUsable, kNoLink, kNoAddress, kDown };
     /// Whether devices can be reached through it. kUsable unless NxSystem::FindAll listed it.
     [[nodiscard]] State GetState() const;
-    /// True if NxSystem::FindAll could not see devices in other subnets here: the system drops what
-    /// they send (rp_filter), and this process may not read it from the interface (CAP_NET_RAW).
+    /// True if NxSystem::FindAll may have missed devices in other subnets here: the system may drop
+    /// what they send (rp_filter), and this process may not read it from the interface
+    /// (CAP_NET_RAW).
     [[nodiscard]] bool MissesOtherSubnets() const;
 };
