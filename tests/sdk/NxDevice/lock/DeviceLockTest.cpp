@@ -112,7 +112,9 @@ TEST_F(DeviceLockTest, ARefusalLeavesNothingTaken) {
 
 TEST_F(DeviceLockTest, NoConnectionIdLeadsOutOfTheFolder) {
     Lock lock;
-    ASSERT_TRUE(Acquire("192.168.1.20%../../../x", lock).IsOK());
+    ConnectionId id = Id("192.168.1.20%eth1");
+    id.interfaceName = "../../../x";  // which no interface can be named
+    ASSERT_TRUE(DeviceLock::Acquire(id, lock).IsOK());
     ASSERT_EQ(LockFiles().size(), 1U);
     const std::string name = std::filesystem::path(LockFiles().front()).filename();
     EXPECT_EQ(name.substr(name.find("192")), "192.168.1.20%.._.._.._x.lock");
