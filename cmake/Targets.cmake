@@ -141,7 +141,7 @@ endfunction()
 
 # mirsko_fuzz_target(<name> SOURCES … LIBRARIES … [MAX_LENGTH <bytes>])
 # A source with LLVMFuzzerTestOneInput. With MIRSKO_BUILD_FUZZERS a libFuzzer program, else a CTest
-# test that runs every file of tests/fuzz/corpus/<name>/. docs/fuzzing.md describes both.
+# test that runs every file of tests/fuzz/corpus/<name>/. docs/test-quality.md describes both.
 function(mirsko_fuzz_target name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "MAX_LENGTH" "SOURCES;LIBRARIES")
     set(folder ${PROJECT_SOURCE_DIR}/tests/fuzz)

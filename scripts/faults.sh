@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the fault matrix: every transport with every fault at every moment, and death after every
-# command of a session, each cell in namespaces of its own. Prints one line per cell and a summary.
+# command of a session, each cell in its own namespaces. Prints one line per cell and a summary.
 #   scripts/faults.sh [REGEX]     only the cells whose name matches, e.g. '^TFTP_.*_at_status'
 # PRESET (default dev) names the build, JOBS (default 24: cells mostly wait) how many run at a time.
 # Exit status: 1 if a cell is not as expected.

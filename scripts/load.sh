@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the load tests in full and prints their figures: 64 cameras behind 64 interfaces, updated by 64
-# updaters at once; 500 updates of one camera by one process, on each transport; updates while 100,000
-# stray datagrams a second arrive.
+# updaters at once; 500 updates of one camera by one process, on each transport; updates under 120,000
+# stray datagrams a second (at least 100,000 required).
 #   scripts/load.sh
 # PRESET (default dev) names the build. Exit status: 1 if a figure is missed.
 set -euo pipefail
