@@ -23,7 +23,8 @@ enum class FaultMoment {
     kCommand,   ///< so many commands (TFTP: packets) were answered, over all buses, without
                 ///< discovery
     kStatus,    ///< the status text is requested; the request is not answered
-    kDeviceId,  ///< a device-ID record has arrived, but is neither confirmed nor carried out
+    kDeviceId,  ///< a device-ID record has arrived, but is not confirmed; by file access, it is not
+                ///< carried out either
     kReset      ///< the same with a reset record
 };
 
