@@ -30,10 +30,10 @@ bool SimulatedDevice::Start(std::string& why) {
         return false;
     }
     MakeServices();
+    mRequest = Request::kNone;  // before the services run, which make requests
     if (!PowerOn(why)) {
         return false;
     }
-    mRequest = Request::kNone;
     mPower = std::thread(&SimulatedDevice::RunPower, this);
     return true;
 }
