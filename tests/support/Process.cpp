@@ -9,6 +9,8 @@
 
 #include <array>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 extern char** environ;
 
@@ -107,6 +109,22 @@ void Process::Signal(int signal) const {
 std::string Process::OutputSoFar() {
     const std::lock_guard lock(mOutputMutex);
     return mResult.out;
+}
+
+std::string Process::Threads() const {
+    std::string threads;
+    std::error_code ignored;
+    const std::string folder = "/proc/" + std::to_string(mId) + "/task";
+    for (const auto& task : std::filesystem::directory_iterator(folder, ignored)) {
+        threads += "thread " + task.path().filename().string();
+        for (const char* const name : {"wchan", "syscall", "stat"}) {
+            std::string text;
+            std::getline(std::ifstream(task.path() / name), text);
+            threads.append(" | ").append(text);
+        }
+        threads += "\n";
+    }
+    return threads;
 }
 
 ProcessResult Process::Wait(Milliseconds limit) {

@@ -38,10 +38,12 @@ class Process {
     void Signal(int signal) const;
     /// What it has written to its standard output up to now.
     [[nodiscard]] std::string OutputSoFar();
+    /// What each of its threads waits for in the kernel, a line each: for a test's failure.
+    [[nodiscard]] std::string Threads() const;
     /// Waits for its end; past the limit it is killed and marked as timed out.
     ProcessResult Wait(Milliseconds limit);
     /// SIGTERM, then Wait.
-    ProcessResult Terminate(Milliseconds limit = Milliseconds(10000));
+    ProcessResult Terminate(Milliseconds limit = Milliseconds(60000));
 
     static ProcessResult Run(std::vector<std::string> command,
                              Milliseconds limit = Milliseconds(60000),
@@ -64,4 +66,4 @@ std::string Program(const std::string& name);
 
 /// Asks every 5 ms until the condition holds; false when the limit is reached first.
 bool WaitUntil(const std::function<bool()>& condition,
-               std::chrono::milliseconds limit = std::chrono::milliseconds(20000));
+               std::chrono::milliseconds limit = std::chrono::milliseconds(60000));

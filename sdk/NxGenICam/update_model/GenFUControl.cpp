@@ -164,7 +164,7 @@ Result GenFUControl::AddDeviceReset() {
 Result GenFUControl::AddUpdate(const std::string& procedureId) {
     const std::size_t procedure = mImpl->FindProcedure(procedureId);
     if (procedure == mImpl->procedures.size()) {
-        return Refuse("there is no procedure with the id " + Quoted(procedureId));
+        return Refuse("unknown procedure id " + Quoted(procedureId));
     }
     mImpl->updates.push_back({procedure, {}});
     return {};

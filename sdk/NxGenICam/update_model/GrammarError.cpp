@@ -130,7 +130,7 @@ std::string GrammarError::Describe() const {
 std::string GrammarError::DescribeIdentity() const {
     if (mNode == nullptr) {
         // A reference: mValue is "['id']".
-        return "there is no <Procedure> with the id " +
+        return "unknown procedure id " +
                Quoted(mValue.size() > 4 ? mValue.substr(2, mValue.size() - 4) : mValue);
     }
     const bool isProcedure = Name(*mNode) == "Procedure";

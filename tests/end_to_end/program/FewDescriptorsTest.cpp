@@ -38,12 +38,6 @@ void ExpectAClearEnd(const ProcessResult& result) {
 
 class FewDescriptorsTest : public testing::Test {
   protected:
-    void SetUp() override {
-#ifdef MIRSKO_SANITIZED
-        GTEST_SKIP() << "a sanitizer's own checks need descriptors, too";
-#endif
-    }
-
     std::string PackageFor(const std::string& transport) {
         return mFolder.Write(transport + ".zip",
                              MakeZip({{"Manifest.xml", MakeManifest(Upload("fw.dfw", transport))},

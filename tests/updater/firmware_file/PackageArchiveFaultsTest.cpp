@@ -16,7 +16,7 @@ class PackageArchiveFaultsTest : public testing::Test {
   protected:
     ~PackageArchiveFaultsTest() override { unreadable.clear(); }
 
-    /// Unpacks "a.dfw" and gives its bytes; "none" where there is no path.
+    /// Unpacks "a.dfw". @return its bytes; "none" if ExtractFile returned no path
     [[nodiscard]] std::string Unpack(const std::vector<ZipMember>& members) const {
         ZipFwFileReader reader("", folder.Write("fw.zip", MakeZip(members)));
         const std::string path = reader.ExtractFile("a.dfw");

@@ -28,7 +28,7 @@ class PackageArchiveTest : public testing::Test {
   protected:
     [[nodiscard]] std::string Archive() const { return (folder.Path() / "fw.zip").string(); }
 
-    /// Unpacks "a.dfw" and gives its bytes; "none" where there is no path.
+    /// Unpacks "a.dfw". @return its bytes; "none" if ExtractFile returned no path
     std::string Unpack(const std::string& archive, const std::string& name = "a.dfw") {
         reader = std::make_unique<ZipFwFileReader>("", archive);
         const std::string path = reader->ExtractFile(name);

@@ -180,7 +180,7 @@ TEST_F(NxDeviceControlTest, DownloadsTheDescriptionAgainAfterTheDeviceWasRestart
     StartAndConnect(Builder().rebootTime(milliseconds(50)));
     const std::uint64_t whole = simulated->GvcpCounts()["READMEM"];
     simulated->Reboot();
-    EXPECT_TRUE(WaitUntil([this] { return !simulated->IsServing(); }));
+    EXPECT_TRUE(WaitUntil([this] { return simulated->Events().Count("power_on") == 2; }));
     EXPECT_TRUE(WaitUntil([this] { return simulated->IsServing(); }));
     NxDevice::Free(device);
     device = Connect();

@@ -219,7 +219,7 @@ TEST_F(GenFUControlTest, RefusesPiecesWithoutTheirWhole) {
     EXPECT_EQ(mControl.AddDeviceReset().GetMessage(), "a step must belong to a procedure");
     EXPECT_EQ(mControl.AddInfo("a", "b").GetMessage(), "an <Info> must belong to an update");
     EXPECT_EQ(mControl.AddCondition("a", "b").GetMessage(), "a condition must belong to an update");
-    EXPECT_EQ(mControl.AddUpdate("p").GetMessage(), "there is no procedure with the id \"p\"");
+    EXPECT_EQ(mControl.AddUpdate("p").GetMessage(), "unknown procedure id \"p\"");
     EXPECT_EQ(mControl.AddProcedure("p").GetCode(), 0U);
     EXPECT_EQ(mControl.AddProcedure("p").GetMessage(), "duplicate procedure id \"p\"");
     EXPECT_EQ(mControl.AddFeatureAssert("a", "(", "m").GetMessage(),

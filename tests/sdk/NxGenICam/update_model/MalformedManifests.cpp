@@ -222,7 +222,7 @@ std::vector<ManifestCase> MalformedManifests() {
         {"PatternOfSpaces", With(">x<", ">   <"),
          "4: <AssertPattern> is \"   \", but must be 1 to 512 characters, no control characters"},
         {"UpdateOfNoProcedure", With("ProcedureId=\"p\"", "ProcedureId=\"q\""),
-         "8: there is no <Procedure> with the id \"q\""},
+         "8: unknown procedure id \"q\""},
         {"UpdateWithoutProcedureId", With(" ProcedureId=\"p\"", ""), "8: Element 'Update'"},
         {"UpdateWithoutCondition",
          With("<Condition Feature=\"DeviceModelName\">X</Condition>\n", ""),
