@@ -185,8 +185,7 @@ TEST(SimulatedDeviceTest, TakesFirmwareByFileAccessAndRunsItAfterTheNextStart) {
 }
 
 TEST(SimulatedDeviceTest, RebootsOnDeviceResetAndComesBackWithNewFirmware) {
-    const auto device =
-        SimulatedDevice::Builder().rebootTime(std::chrono::seconds(1)).build();
+    const auto device = SimulatedDevice::Builder().rebootTime(std::chrono::seconds(1)).build();
     Start(*device);
     GvcpClient client;
     ASSERT_TRUE(client.Upload(Payload{.body = "new"}.Encode(), 4096));
