@@ -1,6 +1,7 @@
 #include "IpSettings.h"
 
 #include <fstream>
+#include <limits>
 
 #include <nlohmann/json.hpp>
 
@@ -25,7 +26,10 @@ IpSettings::IpSettings(const std::filesystem::path& folder)
     }
     const auto number = [&json](const char* name, std::uint32_t otherwise) {
         const auto at = json.find(name);
-        return at != json.end() && at->is_number_unsigned() ? at->get<std::uint32_t>() : otherwise;
+        return at != json.end() && at->is_number_unsigned() &&
+                       at->get<std::uint64_t>() <= std::numeric_limits<std::uint32_t>::max()
+                   ? at->get<std::uint32_t>()
+                   : otherwise;
     };
     mConfiguration = number("configuration", mConfiguration);
     mPersistent = {number("address", 0), number("mask", 0), number("gateway", 0)};

@@ -1,12 +1,16 @@
 #include "AddressCommands.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <iostream>
+#include <memory>
 #include <optional>
 
 #include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <netinet/ether.h>
 
 #include <NxDevice/NxPersistentIp.h>
 #include <NxSystem/NxDeviceInfo.h>
@@ -20,6 +24,7 @@ namespace {
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
+constexpr int kWrongUse = 2;
 constexpr int kSearches = 4;
 
 struct Address {
@@ -29,9 +34,9 @@ struct Address {
     int prefix = 0;
 };
 
-int Fail(const std::string& why) {
+int Fail(const std::string& why, int status = kFailed) {
     std::cerr << why << '\n';
-    return kFailed;
+    return status;
 }
 
 std::optional<std::uint32_t> Number(const std::string& text) {
@@ -73,11 +78,47 @@ std::optional<Address> Parse(const std::string& text) {
     return isHost ? std::optional(address) : std::nullopt;
 }
 
+std::string Quoted(const std::string& text) {
+    return '"' + text + '"';
+}
+
 std::string Normalized(std::string mac) {
     std::ranges::replace(mac, '-', ':');
     std::ranges::transform(mac, mac.begin(),
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return mac;
+}
+
+// Empty when it can be sent to a device. @param wanted empty: the address is none
+std::string WhyNotUsable(const AddressRequest& request, const std::optional<Address>& wanted) {
+    ether_addr mac{};
+    if (ether_aton_r(Normalized(request.mac).c_str(), &mac) == nullptr) {
+        return Quoted(request.mac) + " is not a MAC address, such as 02:4d:53:00:00:01";
+    }
+    if (!wanted) {
+        return Quoted(request.address) +
+               " is not an address for a device and its mask, such as 192.168.1.20/24";
+    }
+    return Number(request.gateway)
+               ? ""
+               : Quoted(request.gateway) + " is not the address of a gateway, such as 192.168.1.1";
+}
+
+// The interface of this computer that has the address; empty for none.
+std::string InterfaceWith(const std::string& address) {
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) {
+        return "";
+    }
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> all(first, freeifaddrs);
+    for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
+        if (entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET &&
+            Format(ntohl(reinterpret_cast<const sockaddr_in*>(entry->ifa_addr)->sin_addr.s_addr)) ==
+                address) {
+            return entry->ifa_name;
+        }
+    }
+    return "";
 }
 
 // A device, on one of the interfaces that lead to it.
@@ -110,15 +151,12 @@ Found Find(const NxSystem& system, const std::string& mac, std::uint32_t wanted)
 
 // Who has that address: this computer, or another device; empty: nobody that was found.
 std::string OwnerOf(const NxSystem& system, const std::string& address, const std::string& mac) {
+    if (const std::string interface = InterfaceWith(address); !interface.empty()) {
+        return "this computer's " + interface;
+    }
     for (unsigned int i = 0; i < system.GetInterfaceCount(); ++i) {
         const auto* adapter = dynamic_cast<const NxNetworkAdapter*>(system.GetInterface(i));
-        if (adapter == nullptr) {
-            continue;
-        }
-        if (adapter->GetIPAddress().GetAscii() == address) {
-            return std::string("this computer's ") + adapter->GetName().GetAscii();
-        }
-        for (unsigned int j = 0; j < adapter->GetDeviceCount(); ++j) {
+        for (unsigned int j = 0; adapter != nullptr && j < adapter->GetDeviceCount(); ++j) {
             const NxDeviceInfo* device = adapter->GetDeviceInfo(j);
             if (device->GetIPAddress().GetAscii() == address &&
                 device->GetMACAddress().GetAscii() != mac) {
@@ -134,18 +172,10 @@ std::string NotFound(const std::string& mac) {
            " answers; mirsko-devices --json lists their addresses";
 }
 
-std::string NotAnAddress(const std::string& text) {
-    return "\"" + text + "\" is not an address for a device and its mask, such as 192.168.1.20/24";
-}
-
 /// Looks up the device and checks that it may have the address.
 /// @param wanted null: none is given to it
 /// @return why it cannot be done, empty when it can
-std::string Prepare(NxSystem& system, const std::string& mac, const Address* wanted,
-                    const std::string& gateway, Found& found) {
-    if (!Number(gateway)) {
-        return "\"" + gateway + "\" is not the address of a gateway, such as 192.168.1.1";
-    }
+std::string Prepare(NxSystem& system, const std::string& mac, const Address* wanted, Found& found) {
     (void)system.FindAll();
     found = Find(system, mac, wanted == nullptr ? 0 : wanted->number);
     if (found.device == nullptr) {
@@ -155,30 +185,30 @@ std::string Prepare(NxSystem& system, const std::string& mac, const Address* wan
     return owner.empty() ? "" : wanted->text + " is already the address of " + owner;
 }
 
-bool HasAddress(const std::string& mac, const std::string& address) {
+// The device's access once it answers with that address; nothing if it does not.
+std::optional<NxDeviceInfo::Access> AccessAt(const std::string& mac, const std::string& address) {
     for (int i = 0; i < kSearches; ++i) {
         NxSystem system;
         (void)system.FindAll();
         const Found found = Find(system, mac, 0);
         if (found.device != nullptr && found.device->GetIPAddress().GetAscii() == address) {
-            return true;
+            return found.device->GetAccess();
         }
     }
-    return false;
+    return std::nullopt;
 }
 
 }  // namespace
 
 int ForceIp(const AddressRequest& request) {
     const auto wanted = Parse(request.address);
-    if (!wanted) {
-        return Fail(NotAnAddress(request.address));
+    if (const std::string why = WhyNotUsable(request, wanted); !why.empty()) {
+        return Fail(why, kWrongUse);
     }
     const std::string mac = Normalized(request.mac);
     NxSystem system;
     Found found;
-    if (const std::string why = Prepare(system, mac, &*wanted, request.gateway, found);
-        !why.empty()) {
+    if (const std::string why = Prepare(system, mac, &*wanted, found); !why.empty()) {
         return Fail(why);
     }
     const std::string interface = found.adapter->GetName().GetAscii();
@@ -187,14 +217,15 @@ int ForceIp(const AddressRequest& request) {
     if (!result.IsOK()) {
         return Fail(result.GetDescription().GetAscii());
     }
-    if (!HasAddress(mac, wanted->text)) {
+    const auto access = AccessAt(mac, wanted->text);
+    if (!access) {
         return Fail("The device " + mac + " acknowledged the address " + wanted->text +
                     ", but does not answer with it");
     }
     std::cout << mac << " has the address " << wanted->text << '/' << wanted->prefix << " on "
               << interface << " until it restarts\n";
-    if (!IsInSubnet(*found.adapter, wanted->number)) {
-        std::cout << "Note: this address is outside the subnet of "
+    if (*access == NxDeviceInfo::Access::kOtherSubnet) {
+        std::cout << "Note: this address is outside the subnets of "
                   << interface << ", so this computer cannot work with the device\n";
     }
     return std::cout.flush() ? kDone : kFailed;
@@ -203,14 +234,13 @@ int ForceIp(const AddressRequest& request) {
 int StorePersistentIp(const AddressRequest& request) {
     const bool isOff = request.address == "off";
     const auto wanted = isOff ? Address() : Parse(request.address);
-    if (!wanted) {
-        return Fail(NotAnAddress(request.address));
+    if (const std::string why = WhyNotUsable(request, wanted); !why.empty()) {
+        return Fail(why, kWrongUse);
     }
     const std::string mac = Normalized(request.mac);
     NxSystem system;
     Found found;
-    if (const std::string why =
-            Prepare(system, mac, isOff ? nullptr : &*wanted, request.gateway, found);
+    if (const std::string why = Prepare(system, mac, isOff ? nullptr : &*wanted, found);
         !why.empty()) {
         return Fail(why);
     }

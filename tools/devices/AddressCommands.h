@@ -10,7 +10,7 @@ struct AddressRequest {
 };
 
 /// Gives a device another address until it restarts, and looks whether it has it.
-/// @return the exit status: 0 it has, 1 it has not (the reason is on standard error)
+/// @return the exit status: 0 it has, 1 it has not, 2 usage error (the reason is on standard error)
 [[nodiscard]] int ForceIp(const AddressRequest& request);
 
 /// Stores the address that a device takes whenever it starts, or disables it.

@@ -25,6 +25,7 @@ namespace {
 constexpr int kMostInterpreters = 5;
 constexpr std::size_t kLongestPath = 4096;
 
+// Empty if there is none: a file of that name in the current folder is not what a shell would run.
 std::string FindProgram(const std::string& name) {
     if (name.find('/') != std::string::npos) {
         return name;
@@ -39,7 +40,7 @@ std::string FindProgram(const std::string& name) {
             return file;
         }
     }
-    return name;
+    return "";
 }
 
 // A program that gains rights when it is started is started without LD_PRELOAD.
@@ -127,7 +128,8 @@ std::string FileName(const std::string& path) {
 }  // namespace
 
 ProgramFile::ProgramFile(const std::string& name)
-    : mPath(FindProgram(name)), mObstacle(Examine(mPath, kMostInterpreters)) {}
+    : mPath(FindProgram(name)),
+      mObstacle(mPath.empty() ? name + ": command not found" : Examine(mPath, kMostInterpreters)) {}
 
 std::string ProgramFile::Examine(const std::string& file, int depth) {
     std::ifstream stream(file, std::ios::binary);

@@ -120,6 +120,7 @@ TEST_F(BedGuardTest, RunsNoScriptWhoseInterpreterWouldSeeTheRealUsb) {
 
 TEST_F(BedGuardTest, RunsNothingThatIsNotAProgram) {
     ExpectNothingRun(Simulate({File("none")}), File("none") + ": No such file or directory");
+    ExpectNothingRun(Simulate({"no-such-program"}), "no-such-program: command not found");
     ExpectNothingRun(Simulate({mFolder.Path()}), " is not a program of this computer's kind");
     const std::string text = mFolder.Write("text", "touch " + File("ran"));
     ASSERT_EQ(chmod(text.c_str(), 0755), 0);

@@ -115,27 +115,42 @@ TEST_F(DeviceAddressTest, GivesACameraInAnotherSubnetAnAddressUntilItRestarts) {
 }
 
 TEST_F(DeviceAddressTest, SaysWhyACameraCannotHaveAnAddress) {
-    const auto refusal = [](std::vector<std::string> arguments) {
+    ASSERT_EQ(Process::Run({"ip", "address", "add", "172.16.5.1/24", "dev", "cam0"}).exitStatus, 0);
+    const auto refusal = [](std::vector<std::string> arguments, int status) {
         arguments.insert(arguments.begin(), "force-ip");
         const ProcessResult result = Devices(std::move(arguments));
-        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_EQ(result.exitStatus, status);
         EXPECT_EQ(result.out, "");
         return result.err;
     };
     for (const char* wrong : {"192.168.1.20", "192.168.1.0/24", "192.168.1.255/24", "224.0.0.1/24",
                               "192.168.1.20/33", "192.168.1.20/255.0.255.0", "192.168.1/24"}) {
-        EXPECT_EQ(refusal({kMac, wrong}), "\"" + std::string(wrong) +
-                                              "\" is not an address for a device and its mask, "
-                                              "such as 192.168.1.20/24\n");
+        EXPECT_EQ(refusal({kMac, wrong}, 2), "\"" + std::string(wrong) +
+                                                 "\" is not an address for a device and its mask, "
+                                                 "such as 192.168.1.20/24\n");
     }
-    EXPECT_EQ(refusal({kMac, "192.168.1.20/24", "here"}),
+    EXPECT_EQ(refusal({"02:4d:53", "192.168.1.20/24"}, 2),
+              "\"02:4d:53\" is not a MAC address, such as 02:4d:53:00:00:01\n");
+    EXPECT_EQ(refusal({kMac, "192.168.1.20/24", "here"}, 2),
               "\"here\" is not the address of a gateway, such as 192.168.1.1\n");
-    EXPECT_EQ(refusal({"02:4d:53:00:00:09", "192.168.1.20/24"}),
+    EXPECT_EQ(refusal({"02:4d:53:00:00:09", "192.168.1.20/24"}, 1),
               "No GigE Vision device with the MAC address 02:4d:53:00:00:09 answers; "
               "mirsko-devices --json lists their addresses\n");
-    EXPECT_EQ(refusal({kMac, "192.168.1.1/24"}),
-              "192.168.1.1 is already the address of this computer's cam0\n");
+    for (const std::string own : {"192.168.1.1", "172.16.5.1"}) {
+        EXPECT_EQ(refusal({kMac, own + "/24"}, 1),
+                  own + " is already the address of this computer's cam0\n");
+    }
     EXPECT_FALSE(mCamera->HasEvent("address_forced"));
+}
+
+TEST_F(DeviceAddressTest, KnowsEverySubnetOfAnInterface) {
+    Filter("0");
+    ASSERT_EQ(Process::Run({"ip", "address", "add", "172.16.5.1/24", "dev", "cam0"}).exitStatus, 0);
+    EXPECT_EQ(Devices({"force-ip", kMac, "172.16.5.20/24"}).out,
+              "02:4d:53:00:00:01 has the address 172.16.5.20/24 on cam0 until it restarts\n");
+    EXPECT_THAT(Devices({"force-ip", kMac, "172.16.6.20/24"}).out,
+                HasSubstr("\nNote: this address is outside the subnets of cam0, so this computer "
+                          "cannot work with the device\n"));
 }
 
 TEST_F(DeviceAddressTest, SaysThatACameraIgnoresItWhileAnotherProgramIsInControl) {
