@@ -13,7 +13,7 @@ if [ "${1:-}" != --isolated ]; then
 fi
 size=${2:-256}
 rounds=${3:-5}
-program=$PWD/build/release/bin/bench-tftp
+program=$PWD/build/bench/bin/bench-tftp
 [ -x "$program" ] || { echo "Build the release preset first" >&2; exit 1; }
 peers=$PWD/build/peers
 

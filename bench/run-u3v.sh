@@ -8,7 +8,7 @@
 #   bench/run-u3v.sh [MEBIBYTES]
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bin=build/release/bin
+bin=build/bench/bin
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 guid=$("$bin/mirsko-simulator" --u3v -- "$bin/mirsko-devices" | grep --only-matching 'u3v:[0-9A-F]*')

@@ -17,7 +17,7 @@ case $#,$mode in
     ;;
 esac
 
-scripts/install-deps.sh
+scripts/install-deps.sh build demo
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 echo "Building… (a few minutes the first time)"

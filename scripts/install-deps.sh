@@ -1,12 +1,21 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages of scripts/packages.txt with apt, as root or through sudo. If none is
 # missing, does nothing and needs neither.
+#   scripts/install-deps.sh [GROUP…]        default: every group of the file
 set -euo pipefail
 cd "$(dirname "$0")"
 
 missing=()
-while read -r package _; do
-    case $package in '' | '#'*) continue ;; esac
+group=
+while read -r package rest; do
+    case $package in
+    '') continue ;;
+    '#')
+        group=$rest
+        continue
+        ;;
+    esac
+    [ $# = 0 ] || [[ " $* " == *" $group "* ]] || continue
     state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
     [ "$state" = installed ] || missing+=("$package")
 done <packages.txt
