@@ -4,12 +4,15 @@
 #include <cctype>
 #include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <new>
 #include <string_view>
+#include <typeinfo>
 
+#include <cxxabi.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -83,9 +86,13 @@ void IgnoreReadersThatGoAway() {
     (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
-// There is nothing to go on with, and the exception's own name helps nobody.
-[[noreturn]] void SayThatMemoryIsOut() {
+// For an exception that ends the program: the name of std::bad_alloc would help nobody.
+[[noreturn]] void EndWithItsReason() {
     static constexpr std::string_view kLine = "Out of memory\n";
+    const std::type_info* const exception = abi::__cxa_current_exception_type();
+    if (exception == nullptr || *exception != typeid(std::bad_alloc)) {
+        __gnu_cxx::__verbose_terminate_handler();
+    }
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, kLine.data(), kLine.size());
     std::abort();
 }
@@ -229,7 +236,7 @@ bool MirskoFirmwareUpdaterApp::RunUpdate(const Parameters& parameters, const NxD
 int main(int argc, char** argv) {
     IgnoreReadersThatGoAway();
     OccupyStandardStreams();
-    std::set_new_handler(SayThatMemoryIsOut);
+    std::set_terminate(EndWithItsReason);
     MirskoFirmwareUpdaterApp application;
     (void)application.InitInstance(argc, const_cast<const char**>(argv));
     return application.ExitInstance();

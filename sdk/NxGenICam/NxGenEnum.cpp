@@ -8,7 +8,7 @@
 #include "EnumImpl.h"
 
 NxResult NxGenEnum::Impl::FindEntry(const std::string& name, NodeMap::Id& node) const {
-    NxResult result = mNodes.FindEntry(mEnumeration, name, node);
+    NxResult result = mNodes.FindEntry(mEnumeration, name, NodeRights::Scope::kEver, node);
     if (!result.IsOK() && Name() == "FileSelector") {
         mNodes.Port().NoteNoFileAccess(result.GetDescription().GetAscii());
     }

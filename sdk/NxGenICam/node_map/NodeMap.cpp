@@ -209,7 +209,7 @@ NxResult NodeMap::WriteEntry(const std::string& name, const std::string& entry) 
     }
     Id found = NodeTable::kNone;
     std::int64_t value = 0;
-    NX_RETURN_IF_FAILED(FindEntry(node, entry, found));
+    NX_RETURN_IF_FAILED(FindEntry(node, entry, NodeRights::Scope::kNow, found));
     NX_RETURN_IF_FAILED(Access().Integer(found, value));
     return SetInteger(node, value);
 }
@@ -240,7 +240,8 @@ NxResult NodeMap::ListEntries(Id enumeration, std::vector<Id>& entries) {
     return {};
 }
 
-NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) {
+NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, NodeRights::Scope scope,
+                            Id& node) {
     NodeValues values = Access();
     bool isKnown = false;
     for (Id candidate = enumeration + 1; candidate <= mTable.LastEntry(enumeration); ++candidate) {
@@ -248,7 +249,7 @@ NxResult NodeMap::FindEntry(Id enumeration, const std::string& entry, Id& node) 
             continue;
         }
         NodeRights rights;
-        NX_RETURN_IF_FAILED(NodeRights::Find(values, candidate, NodeRights::Scope::kNow, rights));
+        NX_RETURN_IF_FAILED(NodeRights::Find(values, candidate, scope, rights));
         if (rights.isImplemented && rights.isAvailable) {
             node = candidate;
             return {};

@@ -70,8 +70,9 @@ class NodeMap {
 
     /// The implemented entries in the order of the XML.
     NxResult ListEntries(Id enumeration, std::vector<Id>& entries);
-    /// @return kNxNoSuchNode when no entry of that symbolic name is implemented and available
-    NxResult FindEntry(Id enumeration, const std::string& entry, Id& node);
+    /// @param scope kNow: only an entry that is available as well
+    /// @return kNxNoSuchNode when no such entry of that symbolic name is implemented
+    NxResult FindEntry(Id enumeration, const std::string& entry, NodeRights::Scope scope, Id& node);
     /// The entry that has that value; kNone without one.
     Id FindEntryByValue(Id enumeration, std::int64_t value);
     /// "RemoteUpdateDfw" of an entry node "EnumEntry_FileSelector_RemoteUpdateDfw".

@@ -23,7 +23,8 @@ class NX_API NxGenParameterArray {
     /// Reads a node as text: string, enumeration, integer, float, boolean.
     /// @return not OK, `value` untouched, when there is no such node or it cannot be read
     NxResult GetStringValue(const NxString& name, NxString& value);
-    /// Null when the node is absent, not implemented or no enumeration. Owned by the node map.
+    /// Null when the node is absent, not implemented or no enumeration, or when the device does not
+    /// tell whether it is implemented. Owned by the node map.
     NxGenEnum* GetEnum(const NxString& name);
 
     /// For the SDK's own libraries.

@@ -122,6 +122,18 @@ TEST_F(NxGenParameterArrayTest, ListsImplementedEntriesInTheOrderOfTheXml) {
     EXPECT_EQ(EntryName("Files", 1), "Hidden");
 }
 
+TEST_F(NxGenParameterArrayTest, FindsAnEntryThatCannotBeSelectedNow) {
+    Load(GenXml::Enumeration("Files",
+                             GenXml::Entry("Busy", 2, "<pIsAvailable>Ready</pIsAvailable>") +
+                                 "<pValue>Reg</pValue>") +
+         GenXml::Register("Reg", 0x100) + GenXml::Register("Ready", 0x104));
+    NxGenEnumEntry entry;
+    EXPECT_TRUE(parameters->GetEnum("Files")->GetEntryByName("Busy", entry).IsOK());
+    NxString name;
+    EXPECT_TRUE(entry.GetName(name).IsOK());
+    EXPECT_STREQ(name.GetAscii(), "Busy");
+}
+
 TEST_F(NxGenParameterArrayTest, ShowsAnEntrysNameWhereItHasNoDisplayName) {
     Load(
         GenXml::Enumeration("Load", GenXml::Entry("A", 0, "<DisplayName>BackupLoad</DisplayName>") +
