@@ -20,7 +20,7 @@ missed=0
 for limits in 1024/1024 1044/1036 4108/4108 16404/16396 65548/65548; do
     command=${limits%/*}
     ack=${limits#*/}
-    # The largest block that Aravis writes without losing it (see docs/usb3-vision.md).
+    # The largest block that Aravis writes without losing it (see docs/protocols/usb3-vision.md).
     block=$((command - 20 < ack - 12 ? command - 20 : ack - 12))
     block=$(((block < 65515 ? block : 65515) & ~3))
     for buffer in 4096 65536; do

@@ -27,7 +27,7 @@ files() {
 # folders [REV]: number and name; those that hold what is not written by hand, or is looked up by name,
 # do not count
 folders() {
-    files "$@" | sed -n 's#/[^/]*$##p' | grep -vE '(^|/)include/|/corpus/|^docs($|/)' |
+    files "$@" | sed -n 's#/[^/]*$##p' | grep -vE '(^|/)include/|/corpus/' |
         sort | uniq -c | sort -k1,1nr -k2 | awk '{ print $1, $2 }'
 }
 

@@ -11,6 +11,6 @@ struct PayloadFields {
     std::uint16_t minorNumber = 1;
 };
 
-/// A whole payload (docs/dfw-payload.md), header and body, by default for simulated cameras.
-/// Encoded here independently, not by the SDK or the simulator under test.
+/// A whole payload (docs/protocols/dfw-payload.md), header and body, by default for simulated
+/// cameras. Encoded here independently, not by the SDK or the simulator under test.
 std::string MakePayload(const std::string& body, const PayloadFields& fields = {});

@@ -8,7 +8,7 @@
 
 #include <NxDevice/NxDfwHeader.h>
 
-/// A payload's header to and from its 64 bytes (docs/dfw-payload.md).
+/// A payload's header to and from its 64 bytes (docs/protocols/dfw-payload.md).
 namespace DfwHeaderCodec {
 
 using Bytes = std::array<std::byte, NxDfwHeader::kSize>;

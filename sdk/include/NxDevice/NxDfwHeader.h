@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// What a payload's header says of it (docs/dfw-payload.md).
+/// What a payload's header says of it (docs/protocols/dfw-payload.md).
 struct NxDfwHeader {
     enum class Kind : std::uint16_t { kFirmware = 1, kDeviceId = 2, kReset = 3 };
 

@@ -6,7 +6,7 @@
 #include <NxDevice/NxDfwHeader.h>
 
 /// Reads and builds ".dfw" payloads: the firmware itself, and the small records that set a
-/// device's ID or reset it (docs/dfw-payload.md).
+/// device's ID or reset it (docs/protocols/dfw-payload.md).
 class NX_API NxDfwPayload {
   public:
     /// Builds the record that gives a device of the payload's family a new device ID.
