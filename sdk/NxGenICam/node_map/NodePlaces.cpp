@@ -13,22 +13,19 @@
 
 namespace {
 
-constexpr int kPlace = 1;  ///< a visit's purpose
 constexpr std::uint64_t kLongestRegister = std::uint64_t{16} << 20U;
 constexpr std::size_t kLongestNumber = 8;
 
 }  // namespace
 
 NxResult NodePlaces::Locate(Id registerNode, Place& place) {
-    const NodeValues::Visit visit(mValues, registerNode, kPlace);
+    const NodeValues::Visit visit(mValues, registerNode, NodeValues::Purpose::kPlace);
     NX_RETURN_IF_FAILED(visit.Result());
     const NodeValues::InPlace inPlace(mValues);
     Place found;
     NX_RETURN_IF_FAILED(FindLength(registerNode, found.length));
-    const Id structure = mValues.Table().Kind(registerNode) == NodeKind::kIntReg
-                             ? mValues.Table().Parent(registerNode)
-                             : NodeTable::kNone;
-    for (const Id owner : {registerNode, structure}) {
+    // An entry lies where its structure does.
+    for (const Id owner : {registerNode, mValues.Table().Parent(registerNode)}) {
         const std::size_t count =
             owner != NodeTable::kNone ? mValues.Table().PropertyCount(owner) : 0;
         for (std::size_t i = 0; i < count; ++i) {
