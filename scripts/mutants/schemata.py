@@ -66,6 +66,8 @@ class Source:
 
     def add(self, cursor, form, alternative, function):
         begin, end = span(cursor)
+        # On one line, so that what the compiler says of those below names their own.
+        alternative = re.sub(r"\s*(//[^\n\"]*)?\n\s*", " ", alternative)
         if begin < end:
             self.sites.setdefault((begin, end, form, alternative), function)
 

@@ -158,6 +158,7 @@ void Reading::OnError(const xmlError& error) {
 }
 
 void Reading::OnStart(const Element& element) {
+    mElement = element;
     // libxml2 keeps each name for as long as it reads.
     if (xmlDictSize(mParser->dict) > kMostNames) {
         Stop("it has more than 20,000 different names");
@@ -165,7 +166,7 @@ void Reading::OnStart(const Element& element) {
         Stop("it has more than 1,000,000 elements");
     } else if (mSkipped + mOpen.size() >= kDeepest) {
         Stop("it has elements nested more than 256 deep");
-    } else if (mElement = element; mSkipped > 0 || !Open()) {
+    } else if (mSkipped > 0 || !Open()) {
         ++mSkipped;
     }
 }
