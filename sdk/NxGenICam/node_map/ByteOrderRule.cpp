@@ -68,13 +68,12 @@ bool Question::MakesSense(Id feature, std::int64_t value) {
         }
         return false;
     }
-    const auto low = mValues.Find(feature, NodeTag::kMin);
-    const auto high = mValues.Find(feature, NodeTag::kMax);
     std::int64_t least = 0;
     std::int64_t most = 0;
     // Without bounds any value makes sense.
-    return !low || !high || !Formula::ParseInteger(low->text, least) ||
-           !Formula::ParseInteger(high->text, most) || (value >= least && value <= most);
+    return !Formula::ParseInteger(mValues.TextOf(feature, NodeTag::kMin), least) ||
+           !Formula::ParseInteger(mValues.TextOf(feature, NodeTag::kMax), most) ||
+           (value >= least && value <= most);
 }
 
 NxResult Question::Ask(Id node, bool& asked) {

@@ -124,7 +124,6 @@ NxResult Reading::Run(std::string_view xml, const char* encoding) {
     events.characters = [](void* self, const xmlChar* text, int length) {
         static_cast<Reading*>(self)->OnText(View(text, text + length));
     };
-    events.cdataBlock = events.characters;
     events.internalSubset = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
         static_cast<Reading*>(self)->Stop("it has a document type declaration");
     };
@@ -152,8 +151,7 @@ void Reading::Stop(const std::string& reason) {
 
 void Reading::OnError(const xmlError& error) {
     if (error.level == XML_ERR_FATAL) {
-        Stop("it is truncated or not well-formed XML (line " +
-             std::to_string(error.line > 0 ? error.line : 1) + ")");
+        Stop("it is truncated or not well-formed XML (line " + std::to_string(error.line) + ")");
     }
 }
 
@@ -285,8 +283,8 @@ void Reading::Close() {
     }
     mOpen.pop_back();
     if (mOpen.empty()) {
+        // Whatever comes after it decides nothing.
         mIsComplete = true;
-        xmlStopParser(mParser);
     }
 }
 
@@ -302,8 +300,8 @@ std::string Reading::Attribute(std::string_view name) const {
 unsigned int Reading::NumberAttribute(std::string_view name, unsigned int otherwise) const {
     const std::string text = Attribute(name);
     unsigned int number = otherwise;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() ? number : otherwise;
+    const char* const end = text.data() + text.size();
+    return std::from_chars(text.data(), end, number).ptr == end ? number : otherwise;
 }
 
 // Names, numbers and formulas are ASCII: all other encodings than Unicode's are read as Latin-1,

@@ -93,6 +93,11 @@ std::optional<NodeTable::Property> NodeValues::Find(Id node, NodeTag tag) {
     return std::nullopt;
 }
 
+std::string_view NodeValues::TextOf(Id node, NodeTag tag) {
+    const auto found = Find(node, tag);
+    return found.has_value() ? found->text : std::string_view();
+}
+
 NxResult NodeValues::Follow(const NodeTable::Property& reference, Id& node) {
     const Id found = reference.inlineNode != NodeTable::kNone ? reference.inlineNode
                                                               : mTable.Find(reference.text);

@@ -64,6 +64,8 @@ class NodeValues {
 
     /// The node's own element, or that of the structure which an entry belongs to.
     std::optional<NodeTable::Property> Find(Id node, NodeTag tag);
+    /// What it says; empty without one.
+    std::string_view TextOf(Id node, NodeTag tag);
     NxResult Follow(const NodeTable::Property& reference, Id& node);
     /// The value of the node that it names.
     NxResult IntegerBehind(const NodeTable::Property& reference, std::int64_t& value);

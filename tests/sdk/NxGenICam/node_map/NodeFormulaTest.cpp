@@ -99,7 +99,7 @@ TEST_F(NodeFormulaTest, SaysOnceWhereAndWhyItFails) {
                   "</Expression>",
                   "X + Y") +
          IntKnife("Absent", Variable("A", "R") + "<Value Name=\"B\">1</Value>", "B") +
-         GenXml::Register("R", 0x100));
+         IntKnife("Next", Variable("B", "R"), "B") + GenXml::Register("R", 0x100));
     const std::string zero = "has a formula that cannot be evaluated: it divides by zero";
     EXPECT_EQ(Why("Zero"), zero);
     EXPECT_EQ(result.GetCode(), kNxNodeAccess);
