@@ -1,5 +1,7 @@
 """Mutants of C++ sources, all in one copy of them: each waits behind a switch (Mutant.h)."""
 import collections
+import ctypes
+import functools
 import json
 import os
 import re
@@ -22,6 +24,26 @@ FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUC
              Kind.FUNCTION_TEMPLATE, Kind.CONVERSION_FUNCTION}
 LOOPS = {Kind.WHILE_STMT, Kind.DO_STMT, Kind.FOR_STMT}
 PLAIN = {Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR}
+# A step whose failure ends the function; what its macro is made of is not changed.
+STEP = re.compile(r"NX_RETURN_IF_FAILED\((.*)\)", re.S)
+
+
+@functools.cache
+def file_location():
+    function = cindex.conf.lib.clang_getFileLocation
+    function.argtypes = [cindex.SourceLocation, ctypes.c_void_p, *[ctypes.POINTER(ctypes.c_uint)] * 3]
+    function.restype = None
+    return function
+
+
+def span(cursor):
+    """Where it begins and ends in its file, also as the argument of a macro."""
+    offsets = []
+    for place in (cursor.extent.start, cursor.extent.end):
+        line, column, offset = ctypes.c_uint(), ctypes.c_uint(), ctypes.c_uint()
+        file_location()(place, None, ctypes.byref(line), ctypes.byref(column), ctypes.byref(offset))
+        offsets.append(offset.value)
+    return tuple(offsets)
 
 
 class Source:
@@ -37,12 +59,17 @@ class Source:
         return self.text[begin:end].decode()
 
     def of(self, cursor):
-        return self.part(cursor.extent.start.offset, cursor.extent.end.offset)
+        return self.part(*span(cursor))
+
+    def between(self, left, right):
+        return self.part(span(left)[1], span(right)[0]).strip()
 
     def add(self, cursor, form, alternative, function):
-        span = (cursor.extent.start.offset, cursor.extent.end.offset)
-        if span[0] < span[1]:
-            self.sites.setdefault((*span, form, alternative), function)
+        begin, end = span(cursor)
+        # On one line, so that what the compiler says of those below names their own.
+        alternative = re.sub(r"\s*(//[^\n\"]*)?\n\s*", " ", alternative)
+        if begin < end:
+            self.sites.setdefault((begin, end, form, alternative), function)
 
     def mutants(self, first):
         """Numbered from `first`; the same text at several places of a function is counted."""
@@ -86,11 +113,9 @@ def written(form, text):
 
 
 def wrap(form, mutants, inner):
-    """`inner`, unless one of these is switched on: S deleted, R returned, C condition, E expression."""
-    if form == "S":
-        return f"if (mutation::Is({mutants[0].id})) {{}} else {inner}"
-    if form == "R":
-        return "".join(f"if (mutation::Is({m.id})) {written(form, m.text)}; else "
+    """`inner`, unless one of these is switched on: S done instead, R returned, C condition, E expression."""
+    if form in "SR":
+        return "".join(f"if (mutation::Is({m.id})) {{ {written(form, m.text)}; }} else "
                        for m in mutants) + inner
     inner = f"static_cast<bool>({inner})" if form == "C" else f"({inner})"
     return "(" + "".join(f"mutation::Is({m.id}) ? ({m.text}) : " for m in mutants) + inner + ")"
@@ -101,7 +126,7 @@ def peel(cursor):
     while cursor.kind in PLAIN:
         children = [child for child in cursor.get_children() if child.kind.is_expression()]
         # The "==" of which C++20 makes "a != b" begins in the middle.
-        begins = [child.extent.start.offset - cursor.extent.start.offset for child in children]
+        begins = [span(child)[0] - span(cursor)[0] for child in children]
         if begins not in ([0], [1]):
             break
         cursor = children[0]
@@ -116,7 +141,7 @@ class Finder:
         self.sources = sources
         self.source = None
 
-    def visit(self, cursor, function="", result=""):
+    def visit(self, cursor, function="", result="", macro=None):
         for child in cursor.get_children():
             file = child.location.file
             if cursor.kind == Kind.TRANSLATION_UNIT:
@@ -126,8 +151,8 @@ class Finder:
             if cursor.kind == Kind.CASE_STMT and child == next(cursor.get_children()):
                 continue
             if cursor.kind in (Kind.VAR_DECL, Kind.FIELD_DECL) and (
-                    child.extent.start.offset < cursor.location.offset or
-                    self.source.text[child.extent.end.offset:].startswith(b"]")):
+                    span(child)[0] < cursor.location.offset or
+                    self.source.text[span(child)[1]:].startswith(b"]")):
                 continue  # of its type
             inside = function
             given = "" if child.kind == Kind.LAMBDA_EXPR else result
@@ -136,14 +161,21 @@ class Finder:
                 given = child.result_type.spelling
                 if child.semantic_parent.kind in (Kind.CLASS_DECL, Kind.STRUCT_DECL):
                     inside = f"{child.semantic_parent.spelling}::{inside}"
-            self.look_at(child, cursor, inside, given)
+            step = STEP.fullmatch(self.source.of(child)) if child.kind == Kind.DO_STMT else None
+            if step is not None:
+                self.source.add(child, "S", "", inside)
+                self.source.add(child, "S", f"(void)({step[1]})", inside)
+                self.visit(child, inside, "", span(child))
+                continue
+            if macro is None or span(child) != macro:
+                self.look_at(child, cursor, inside, given)
             if child.kind != Kind.DECL_REF_EXPR:
-                self.visit(child, inside, given)
+                self.visit(child, inside, given, macro)
 
     def is_constant(self, cursor):
         if cursor.kind == Kind.VAR_DECL or cursor.kind in FUNCTIONS:
-            head = self.source.part(cursor.extent.start.offset,
-                                    max(cursor.location.offset, cursor.extent.start.offset))
+            begin = span(cursor)[0]
+            head = self.source.part(begin, max(cursor.location.offset, begin))
             return re.search(r"\b(constexpr|consteval|constinit)\b", head) is not None
         return False
 
@@ -165,7 +197,7 @@ class Finder:
                 self.look_at_condition(condition, kind in LOOPS, add)
         if kind in (Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPERATOR):
             left, right = list(cursor.get_children())
-            between = self.source.part(left.extent.end.offset, right.extent.start.offset).strip()
+            between = self.source.between(left, right)
             other = BOUNDARY.get(between) or SWAPPED.get(between)
             if other and not (between == "-" and right.type.get_canonical().kind == TypeKind.POINTER):
                 texts = [self.source.of(left), self.source.of(right)]
@@ -216,8 +248,9 @@ class Finder:
         children = list(cursor.get_children())
         if cursor.kind == Kind.FOR_STMT:
             for child in children:
-                around = (self.source.part(0, child.extent.start.offset).rstrip()[-1:] +
-                          self.source.part(child.extent.end.offset, len(self.source.text)).lstrip()[:1])
+                begin, end = span(child)
+                around = (self.source.part(0, begin).rstrip()[-1:] +
+                          self.source.part(end, len(self.source.text)).lstrip()[:1])
                 if around == ";;":
                     return child
             return None
@@ -231,7 +264,7 @@ class Finder:
         text = self.source.of(inner)
         if inner.kind == Kind.BINARY_OPERATOR:
             left, right = list(inner.get_children())
-            between = self.source.part(left.extent.end.offset, right.extent.start.offset).strip()
+            between = self.source.between(left, right)
             if between in ("&&", "||"):
                 self.look_at_condition(left, is_loop, add)
                 self.look_at_condition(right, is_loop, add)

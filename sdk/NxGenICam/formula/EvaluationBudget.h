@@ -21,6 +21,9 @@ struct EvaluationBudget {
         steps = steps < count ? -1 : steps - count;
         return steps >= 0;
     }
+    bool TakeStepsForProperties(std::size_t count) {
+        return TakeStep(static_cast<int>(count / 32));
+    }
     bool TakeStepsFor(std::string_view text) {
         return TakeStep(1 + static_cast<int>(std::min<std::size_t>(text.size(), 1U << 30U) / 64));
     }

@@ -25,13 +25,14 @@ bool IsOfDeviceItself(const NxResult& result) {
            result.GetCode() == kNxBadDescription;
 }
 
-class Question {
+class Questions {
   public:
-    Question(const NodeTable& table, RegisterBus& bus, NodeValues::LocalValues& locals)
+    Questions(const NodeTable& table, RegisterBus& bus, NodeValues::LocalValues& locals)
         : mTable(table), mBus(bus), mValues(table, bus, locals, nullptr) {}
 
-    /// @param asked whether the device was
-    NxResult Ask(Id node, bool& asked);
+    NxResult Ask(Id node);
+    /// How many of them the device was asked.
+    [[nodiscard]] int Count() const { return mCount; }
     [[nodiscard]] int AsDescribed() const { return mAsDescribed; }
     [[nodiscard]] int Reversed() const { return mReversed; }
 
@@ -46,11 +47,12 @@ class Question {
     const NodeTable& mTable;
     RegisterBus& mBus;
     NodeValues mValues;  ///< one for all questions, so that its bounds hold for them all
+    int mCount = 0;
     int mAsDescribed = 0;
     int mReversed = 0;
 };
 
-Id Question::FindRegister(Id feature) {
+Id Questions::FindRegister(Id feature) {
     NodeValues::Source source;
     return mValues.FindSource(feature, source).IsOK() && source.node != NodeTable::kNone &&
                    mTable.Kind(source.node) == NodeKind::kIntReg
@@ -58,7 +60,7 @@ Id Question::FindRegister(Id feature) {
                : NodeTable::kNone;
 }
 
-bool Question::MakesSense(Id feature, std::int64_t value) {
+bool Questions::MakesSense(Id feature, std::int64_t value) {
     if (mTable.Kind(feature) == NodeKind::kEnumeration) {
         for (Id entry = feature + 1; entry <= mTable.LastEntry(feature); ++entry) {
             std::int64_t known = 0;
@@ -68,28 +70,27 @@ bool Question::MakesSense(Id feature, std::int64_t value) {
         }
         return false;
     }
-    const auto low = mValues.Find(feature, NodeTag::kMin);
-    const auto high = mValues.Find(feature, NodeTag::kMax);
     std::int64_t least = 0;
     std::int64_t most = 0;
     // Without bounds any value makes sense.
-    return !low || !high || !Formula::ParseInteger(low->text, least) ||
-           !Formula::ParseInteger(high->text, most) || (value >= least && value <= most);
+    return !Formula::ParseInteger(mValues.TextOf(feature, NodeTag::kMin), least) ||
+           !Formula::ParseInteger(mValues.TextOf(feature, NodeTag::kMax), most) ||
+           (value >= least && value <= most);
 }
 
-NxResult Question::Ask(Id node, bool& asked) {
-    asked = false;
+NxResult Questions::Ask(Id node) {
     const Id found = FindRegister(node);
     NodeValues::Place place;
     RegisterFormat format;
     NodeRights rights;
     if (found == NodeTable::kNone || !NodePlaces(mValues).Locate(found, place, format).IsOK() ||
-        place.length != 4 || (place.address & 0xFFFFFFFFU) < kEndOfBootstrap || format.isField ||
+        place.length != 4 || static_cast<std::uint32_t>(place.address) < kEndOfBootstrap ||
+        format.isField ||
         !NodeRights::Find(mValues, node, NodeRights::Scope::kNow, rights).IsOK() ||
         !rights.MayRead()) {
         return {};
     }
-    asked = true;
+    ++mCount;
     std::array<std::byte, 4> bytes{};
     if (NxResult result = NodePlaces(mValues).ReadNumber(found, place, bytes); !result.IsOK()) {
         return IsOfDeviceItself(result) ? NxResult() : result;
@@ -106,7 +107,7 @@ NxResult Question::Ask(Id node, bool& asked) {
 
 // The register commands of a little-endian device are taken to swap bytes. One whose commands do
 // not has nothing to be turned round.
-NxResult Question::CompareWithMemory(std::uint64_t address, std::span<const std::byte> turned) {
+NxResult Questions::CompareWithMemory(std::uint64_t address, std::span<const std::byte> turned) {
     std::array<std::byte, 4> memory{};
     if (NxResult result = mBus.Port().ReadMemory(address, memory); !result.IsOK()) {
         return IsOfDeviceItself(result) ? NxResult() : result;
@@ -127,21 +128,18 @@ NxResult ByteOrderRule::Settle(const NodeTable& table, RegisterBus& bus,
         // A device without the register is as its description says.
         return IsOfDeviceItself(result) ? NxResult() : result;
     }
-    Question question(table, bus, locals);
-    int questions = 0;
+    Questions questions(table, bus, locals);
     for (const NodeKind kind : {NodeKind::kEnumeration, NodeKind::kInteger}) {
-        for (Id node = 0; node < table.Count() && questions < kMostQuestions &&
-                          question.AsDescribed() + question.Reversed() < kEnoughAnswers;
+        for (Id node = 0; node < table.Count() && questions.Count() < kMostQuestions &&
+                          questions.AsDescribed() + questions.Reversed() < kEnoughAnswers;
              ++node) {
             if (table.Kind(node) != kind) {
                 continue;
             }
-            bool asked = false;
-            NX_RETURN_IF_FAILED(question.Ask(node, asked));
-            questions += asked ? 1 : 0;
+            NX_RETURN_IF_FAILED(questions.Ask(node));
         }
     }
-    if (question.Reversed() > 0 && question.AsDescribed() == 0) {
+    if (questions.Reversed() > 0 && questions.AsDescribed() == 0) {
         bus.Reverse();
     }
     return {};

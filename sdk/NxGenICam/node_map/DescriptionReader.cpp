@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t kLargestDescription = std::size_t{16} << 20U;
 constexpr std::size_t kDeepest = 256;
+constexpr std::size_t kAttributeParts = 5;  // what libxml2 gives of each
 // Cameras have 150.
 constexpr int kMostNames = 20000;
 constexpr std::size_t kMostElements = 1000000;
@@ -101,7 +102,7 @@ class Reading {
     std::size_t mSkipped = 0;  ///< open elements inside one that is of no interest
     std::string mNamespace;
     bool mIsComplete = false;
-    std::string mReason;  ///< of ending early
+    std::string mReason = "it is truncated";  ///< of ending early
 };
 
 NxResult Reading::Run(std::string_view xml, const char* encoding) {
@@ -114,7 +115,8 @@ NxResult Reading::Run(std::string_view xml, const char* encoding) {
             {.name = View(name),
              .space = View(space),
              .isUnbound = prefix != nullptr && space == nullptr,
-             .attributes = {attributes, 5 * static_cast<std::size_t>(attributeCount)}});
+             .attributes = {attributes,
+                            kAttributeParts * static_cast<std::size_t>(attributeCount)}});
     };
     events.endElementNs = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
         static_cast<Reading*>(self)->OnEnd();
@@ -122,7 +124,6 @@ NxResult Reading::Run(std::string_view xml, const char* encoding) {
     events.characters = [](void* self, const xmlChar* text, int length) {
         static_cast<Reading*>(self)->OnText(View(text, text + length));
     };
-    events.cdataBlock = events.characters;
     events.internalSubset = [](void* self, const xmlChar*, const xmlChar*, const xmlChar*) {
         static_cast<Reading*>(self)->Stop("it has a document type declaration");
     };
@@ -140,42 +141,30 @@ NxResult Reading::Run(std::string_view xml, const char* encoding) {
     };
     xmlFreeDoc(xmlCtxtReadIO(mParser, read, nullptr, &xml, nullptr, encoding,
                              XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_IGNORE_ENC));
-    if (mReason.empty() && !mIsComplete) {
-        mReason = "it is truncated";
-    }
-    return mReason.empty() ? NxResult() : Refuse(mReason);
+    return mIsComplete ? NxResult() : Refuse(mReason);
 }
 
 void Reading::Stop(const std::string& reason) {
-    if (mReason.empty() && !mIsComplete) {
-        mReason = reason;
-    }
+    mReason = reason;
     xmlStopParser(mParser);
 }
 
 void Reading::OnError(const xmlError& error) {
     if (error.level == XML_ERR_FATAL) {
-        Stop("it is truncated or not well-formed XML (line " +
-             std::to_string(error.line > 0 ? error.line : 1) + ")");
+        Stop("it is truncated or not well-formed XML (line " + std::to_string(error.line) + ")");
     }
 }
 
 void Reading::OnStart(const Element& element) {
+    mElement = element;
     // libxml2 keeps each name for as long as it reads.
     if (xmlDictSize(mParser->dict) > kMostNames) {
         Stop("it has more than 20,000 different names");
-        return;
-    }
-    if (++mElements > kMostElements) {
+    } else if (++mElements > kMostElements) {
         Stop("it has more than 1,000,000 elements");
-        return;
-    }
-    if (mSkipped + mOpen.size() >= kDeepest) {
+    } else if (mSkipped + mOpen.size() >= kDeepest) {
         Stop("it has elements nested more than 256 deep");
-        return;
-    }
-    mElement = element;
-    if (mSkipped > 0 || !Open()) {
+    } else if (mSkipped > 0 || !Open()) {
         ++mSkipped;
     }
 }
@@ -194,9 +183,9 @@ void Reading::OnText(std::string_view text) {
     }
     if (mOpen.back().text.size() + text.size() > NodeTable::kMostText) {
         Stop(kTooMuch);
-        return;
+    } else {
+        mOpen.back().text += text;
     }
-    mOpen.back().text += text;
 }
 
 bool Reading::Open() {
@@ -270,25 +259,17 @@ bool Reading::StartProperty(NodeTable::Id node, NodeTag tag) {
     frame.what = Frame::What::kProperty;
     frame.node = node;
     frame.tag = tag;
-    switch (tag) {
-        case NodeTag::kPIndex:
-            frame.attribute = Attribute("Offset");
-            if (frame.attribute.empty()) {
-                frame.attribute = Attribute("pOffset");
-                frame.tag = frame.attribute.empty() ? tag : NodeTag::kPIndexWithStep;
-            }
-            break;
-        case NodeTag::kValueIndexed:
-        case NodeTag::kPValueIndexed:
-            frame.attribute = Attribute("Index");
-            break;
-        case NodeTag::kPVariable:
-        case NodeTag::kConstant:
-        case NodeTag::kExpression:
-            frame.attribute = Attribute("Name");
-            break;
-        default:
-            break;
+    if (tag == NodeTag::kPIndex) {
+        frame.attribute = Attribute("Offset");
+        if (frame.attribute.empty()) {
+            frame.attribute = Attribute("pOffset");
+            frame.tag = frame.attribute.empty() ? tag : NodeTag::kPIndexWithStep;
+        }
+    } else if (tag == NodeTag::kValueIndexed || tag == NodeTag::kPValueIndexed) {
+        frame.attribute = Attribute("Index");
+    } else if (tag == NodeTag::kPVariable || tag == NodeTag::kConstant ||
+               tag == NodeTag::kExpression) {
+        frame.attribute = Attribute("Name");
     }
     mOpen.push_back(std::move(frame));
     return true;
@@ -301,16 +282,16 @@ void Reading::Close() {
         Stop(kTooMuch);
     }
     mOpen.pop_back();
-    if (mOpen.empty() && mReason.empty()) {
+    if (mOpen.empty()) {
+        // Whatever comes after it decides nothing.
         mIsComplete = true;
-        xmlStopParser(mParser);
     }
 }
 
 std::string Reading::Attribute(std::string_view name) const {
-    for (std::size_t i = 0; i + 4 < mElement.attributes.size(); i += 5) {
-        if (mElement.attributes[i + 1] == nullptr && View(mElement.attributes[i]) == name) {
-            return std::string(View(mElement.attributes[i + 3], mElement.attributes[i + 4]));
+    for (auto rest = mElement.attributes; !rest.empty(); rest = rest.subspan(kAttributeParts)) {
+        if (rest[1] == nullptr && View(rest[0]) == name) {
+            return std::string(View(rest[3], rest[4]));
         }
     }
     return {};
@@ -319,8 +300,8 @@ std::string Reading::Attribute(std::string_view name) const {
 unsigned int Reading::NumberAttribute(std::string_view name, unsigned int otherwise) const {
     const std::string text = Attribute(name);
     unsigned int number = otherwise;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() ? number : otherwise;
+    const char* const end = text.data() + text.size();
+    return std::from_chars(text.data(), end, number).ptr == end ? number : otherwise;
 }
 
 // Names, numbers and formulas are ASCII: all other encodings than Unicode's are read as Latin-1,

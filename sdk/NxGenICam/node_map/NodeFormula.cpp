@@ -41,7 +41,7 @@ Formula::Variable NodeFormula<Number>::LookUp(std::string_view name, Number& val
     }
     const NodeTable& table = mValues.Table();
     const std::size_t count = table.PropertyCount(mNode);
-    mValues.Budget().TakeStep(static_cast<int>(count / 32));
+    mValues.Budget().TakeStepsForProperties(count);
     for (std::size_t i = 0; i < count; ++i) {
         const NodeTable::Property property = table.PropertyAt(mNode, i);
         if (property.attribute != name) {
@@ -53,7 +53,7 @@ Formula::Variable NodeFormula<Number>::LookUp(std::string_view name, Number& val
         } else if (property.tag == NodeTag::kConstant) {
             result = Constant(property.text, value);
         } else if (property.tag == NodeTag::kExpression) {
-            const NodeValues::Visit visit(mValues, mNode, static_cast<int>(100 + i));
+            const NodeValues::Visit visit(mValues, mNode, NodeValues::Purpose::kExpression, i);
             result = visit.Result().IsOK()
                          ? Formula::Evaluate(property.text, mLookup, mValues.Budget(), value)
                          : visit.Result();

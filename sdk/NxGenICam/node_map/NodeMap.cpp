@@ -16,8 +16,7 @@ namespace {
 // The shortest text that reads back as the same number.
 std::string FormatFloat(double value) {
     char text[40];
-    const auto [end, error] = std::to_chars(std::begin(text), std::end(text), value);
-    return error == std::errc() ? std::string(text, end) : std::string();
+    return {text, std::to_chars(std::begin(text), std::end(text), value).ptr};
 }
 
 }  // namespace

@@ -13,22 +13,19 @@
 
 namespace {
 
-constexpr int kPlace = 1;  ///< a visit's purpose
 constexpr std::uint64_t kLongestRegister = std::uint64_t{16} << 20U;
 constexpr std::size_t kLongestNumber = 8;
 
 }  // namespace
 
 NxResult NodePlaces::Locate(Id registerNode, Place& place) {
-    const NodeValues::Visit visit(mValues, registerNode, kPlace);
+    const NodeValues::Visit visit(mValues, registerNode, NodeValues::Purpose::kPlace);
     NX_RETURN_IF_FAILED(visit.Result());
     const NodeValues::InPlace inPlace(mValues);
     Place found;
     NX_RETURN_IF_FAILED(FindLength(registerNode, found.length));
-    const Id structure = mValues.Table().Kind(registerNode) == NodeKind::kIntReg
-                             ? mValues.Table().Parent(registerNode)
-                             : NodeTable::kNone;
-    for (const Id owner : {registerNode, structure}) {
+    // An entry lies where its structure does.
+    for (const Id owner : {registerNode, mValues.Table().Parent(registerNode)}) {
         const std::size_t count =
             owner != NodeTable::kNone ? mValues.Table().PropertyCount(owner) : 0;
         for (std::size_t i = 0; i < count; ++i) {
@@ -89,21 +86,17 @@ NxResult NodePlaces::FindLength(Id node, std::uint64_t& length) {
 }
 
 NxResult NodePlaces::FindFormat(Id registerNode, const Place& place, RegisterFormat& format) {
-    const auto endianess = mValues.Find(registerNode, NodeTag::kEndianess);
-    const auto sign = mValues.Find(registerNode, NodeTag::kSign);
-    format.isBigEndian = endianess.has_value() && endianess->text == "BigEndian";
-    format.isSigned = sign.has_value() && sign->text == "Signed";
+    format.isBigEndian = mValues.TextOf(registerNode, NodeTag::kEndianess) == "BigEndian";
+    format.isSigned = mValues.TextOf(registerNode, NodeTag::kSign) == "Signed";
     const auto bit = mValues.Find(registerNode, NodeTag::kBit);
-    const auto lsb = mValues.Find(registerNode, NodeTag::kLsb);
-    const auto msb = mValues.Find(registerNode, NodeTag::kMsb);
+    const auto lsb = bit.has_value() ? bit : mValues.Find(registerNode, NodeTag::kLsb);
+    const auto msb = bit.has_value() ? bit : mValues.Find(registerNode, NodeTag::kMsb);
     std::int64_t first = 0;
     std::int64_t last = 0;
-    if (bit.has_value() || lsb.has_value() || msb.has_value()) {
+    if (lsb.has_value() || msb.has_value()) {
         format.isField = true;
-        const std::string_view low = bit.has_value() ? bit->text : lsb.has_value() ? lsb->text : "";
-        const std::string_view high = bit.has_value()   ? bit->text
-                                      : msb.has_value() ? msb->text
-                                                        : "";
+        const std::string_view low = lsb.has_value() ? lsb->text : std::string_view();
+        const std::string_view high = msb.has_value() ? msb->text : std::string_view();
         if (!Formula::ParseInteger(low, first) || !Formula::ParseInteger(high, last) || first < 0 ||
             last < 0 || first > 63 || last > 63) {
             return mValues.Fail(registerNode, "is a bit field outside its register");
@@ -179,8 +172,7 @@ NxResult NodePlaces::ReadNumber(Id registerNode, const Place& place, std::span<s
 
 NxResult NodePlaces::ReadDevice(Id node, const Place& place, std::span<std::byte> bytes,
                                 bool isNumber) {
-    if (const auto mode = mValues.Find(node, NodeTag::kAccessMode);
-        mode.has_value() && mode->text == "WO") {
+    if (mValues.TextOf(node, NodeTag::kAccessMode) == "WO") {
         return mValues.Fail(node, "is write-only");
     }
     bool isOfDevice = false;
@@ -216,8 +208,7 @@ bool NodePlaces::IsSteady(Id registerNode) {
     if (mValues.View()->IsSteady(registerNode)) {
         return true;
     }
-    const auto cachable = mValues.Find(registerNode, NodeTag::kCachable);
-    return mValues.IsInPlace() && !(cachable.has_value() && cachable->text == "NoCache") &&
+    return mValues.IsInPlace() && mValues.TextOf(registerNode, NodeTag::kCachable) != "NoCache" &&
            !mValues.Find(registerNode, NodeTag::kPollingTime) &&
            !mValues.Find(registerNode, NodeTag::kPInvalidator);
 }

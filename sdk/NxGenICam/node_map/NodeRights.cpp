@@ -6,20 +6,18 @@
 
 namespace {
 
-constexpr int kRights = 10;  ///< a visit's purpose
-
 using Id = NodeTable::Id;
 
-NxResult IsTrue(NodeValues& values, Id node, NodeTag tag, bool otherwise, bool& isTrue) {
-    isTrue = otherwise;
+/// @param isTrue as it was where the node has no such element
+NxResult AskIfTrue(NodeValues& values, Id node, NodeTag tag, bool& isTrue) {
     const auto reference = values.Find(node, tag);
     if (!reference.has_value()) {
         return {};
     }
     std::int64_t value = 0;
-    NxResult result = values.IntegerBehind(*reference, value);
+    NX_RETURN_IF_FAILED(values.IntegerBehind(*reference, value));
     isTrue = value != 0;
-    return result;
+    return {};
 }
 
 void Restrict(NodeRights& rights, std::string_view mode) {
@@ -31,9 +29,9 @@ NxResult RestrictAsRegister(NodeValues& values, Id node, NodeRights& rights) {
     const auto mode = values.Find(node, NodeTag::kAccessMode);
     Restrict(rights, mode.has_value() ? mode->text : "RO");
     bool isOfDevice = false;
-    NxResult result = NodePlaces(values).IsOfDevice(node, isOfDevice);
+    NX_RETURN_IF_FAILED(NodePlaces(values).IsOfDevice(node, isOfDevice));
     rights.isAvailable = rights.isAvailable && isOfDevice;
-    return result;
+    return {};
 }
 
 NxResult RestrictAsWhatIsBehind(NodeValues& values, Id node, NodeRights::Scope scope,
@@ -45,13 +43,13 @@ NxResult RestrictAsWhatIsBehind(NodeValues& values, Id node, NodeRights::Scope s
         return {};
     }
     NodeRights behind;
-    NxResult result = NodeRights::Find(values, source.node, scope, behind);
+    NX_RETURN_IF_FAILED(NodeRights::Find(values, source.node, scope, behind));
     rights.isImplemented = rights.isImplemented && behind.isImplemented;
     rights.isAvailable = rights.isAvailable && behind.isAvailable;
     rights.isLocked = rights.isLocked || behind.isLocked;
     rights.isReadable = rights.isReadable && behind.isReadable;
     rights.isWritable = rights.isWritable && behind.isWritable;
-    return result;
+    return {};
 }
 
 NxResult RestrictAsKind(NodeValues& values, Id node, NodeRights::Scope scope, NodeRights& rights) {
@@ -83,28 +81,24 @@ NxResult RestrictAsKind(NodeValues& values, Id node, NodeRights::Scope scope, No
 }  // namespace
 
 NxResult NodeRights::Find(NodeValues& values, NodeTable::Id node, Scope scope, NodeRights& rights) {
-    const NodeValues::Visit visit(values, node, kRights);
+    const NodeValues::Visit visit(values, node, NodeValues::Purpose::kRights);
     NX_RETURN_IF_FAILED(visit.Result());
     NodeRights found;
-    NxResult result = IsTrue(values, node, NodeTag::kPIsImplemented, true, found.isImplemented);
-    if (result.IsOK() && found.isImplemented) {
-        result = RestrictAsKind(values, node, scope, found);
+    NX_RETURN_IF_FAILED(AskIfTrue(values, node, NodeTag::kPIsImplemented, found.isImplemented));
+    if (found.isImplemented) {
+        NX_RETURN_IF_FAILED(RestrictAsKind(values, node, scope, found));
     }
-    if (result.IsOK() && found.isImplemented && scope == Scope::kNow) {
+    if (found.isImplemented && scope == Scope::kNow) {
         bool isAvailable = true;
         bool isLocked = false;
-        result = IsTrue(values, node, NodeTag::kPIsAvailable, true, isAvailable);
-        if (result.IsOK()) {
-            result = IsTrue(values, node, NodeTag::kPIsLocked, false, isLocked);
-        }
+        NX_RETURN_IF_FAILED(AskIfTrue(values, node, NodeTag::kPIsAvailable, isAvailable));
+        NX_RETURN_IF_FAILED(AskIfTrue(values, node, NodeTag::kPIsLocked, isLocked));
         found.isAvailable = found.isAvailable && isAvailable;
         found.isLocked = found.isLocked || isLocked;
     }
     if (const auto imposed = values.Find(node, NodeTag::kImposedAccessMode)) {
         Restrict(found, imposed->text);
     }
-    if (result.IsOK()) {
-        rights = found;
-    }
-    return result;
+    rights = found;
+    return {};
 }

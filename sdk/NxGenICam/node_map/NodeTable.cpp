@@ -105,7 +105,7 @@ NodeTable::NodeTable(std::size_t size) {
 }
 
 bool NodeTable::HasRoomFor(std::size_t bytes) const {
-    return bytes <= kMostText - std::min(kMostText, mTexts.size());
+    return bytes <= kMostText - mTexts.size();
 }
 
 NodeTable::Text NodeTable::Keep(std::string_view text) {
@@ -153,7 +153,6 @@ void NodeTable::Finish() {
         owner.first = owner.count == 0 ? i : owner.first;
         ++owner.count;
     }
-    mByName.clear();
     for (Id node = 0; node < mNodes.size(); ++node) {
         // An entry's name is one within its enumeration.
         if (!Name(node).empty() && mNodes[node].kind != NodeKind::kEnumEntry) {
@@ -165,9 +164,6 @@ void NodeTable::Finish() {
 }
 
 NodeTable::Id NodeTable::Find(std::string_view name) const {
-    if (name.size() > kLongestName) {
-        return kNone;
-    }
     const auto found =
         std::lower_bound(mByName.begin(), mByName.end(), name,
                          [this](Id node, std::string_view wanted) { return Name(node) < wanted; });

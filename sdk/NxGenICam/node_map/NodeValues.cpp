@@ -14,9 +14,6 @@
 
 namespace {
 
-// What a visit is for: reading a value while locating the same node is not a cycle.
-enum Purpose : int { kValue = 0, kBound = 2 };
-
 constexpr std::uint64_t kLongestText = std::uint64_t{1} << 20U;
 
 bool IsIntegerKind(NodeKind kind) {
@@ -49,8 +46,9 @@ NodeValues::NodeValues(const NodeTable& table, RegisterBus& bus, LocalValues& lo
                        RegisterView* view)
     : mTable(table), mBus(bus), mLocals(locals), mView(view) {}
 
-NodeValues::Visit::Visit(NodeValues& values, Id node, int purpose) : mValues(values) {
-    const Visited visited{.node = node, .purpose = purpose};
+NodeValues::Visit::Visit(NodeValues& values, Id node, Purpose purpose, std::size_t part)
+    : mValues(values) {
+    const Visited visited{.node = node, .purpose = purpose, .part = part};
     const bool isCircle =
         std::find(values.mPath.begin(), values.mPath.end(), visited) != values.mPath.end();
     values.mPath.push_back(visited);
@@ -86,13 +84,18 @@ std::optional<NodeTable::Property> NodeValues::Find(Id node, NodeTag tag) {
         for (std::size_t i = 0; i < count; ++i) {
             const NodeTable::Property property = mTable.PropertyAt(owner, i);
             if (property.tag == tag) {
-                mBudget.TakeStep(static_cast<int>(i / 32));
+                mBudget.TakeStepsForProperties(i);
                 return property;
             }
         }
-        mBudget.TakeStep(static_cast<int>(count / 32));
+        mBudget.TakeStepsForProperties(count);
     }
     return std::nullopt;
+}
+
+std::string_view NodeValues::TextOf(Id node, NodeTag tag) {
+    const auto found = Find(node, tag);
+    return found.has_value() ? found->text : std::string_view();
 }
 
 NxResult NodeValues::Follow(const NodeTable::Property& reference, Id& node) {
@@ -162,7 +165,7 @@ NxResult NodeValues::IndexedSource(Id node, const NodeTable::Property& index, So
             chosen = property;
         }
     }
-    mBudget.TakeStep(static_cast<int>(mTable.PropertyCount(node) / 32));
+    mBudget.TakeStepsForProperties(mTable.PropertyCount(node));
     if (!chosen.has_value()) {
         return Fail(node, "has no value for the index " + std::to_string(wanted));
     }
@@ -181,7 +184,7 @@ NxResult NodeValues::Integer(Id node, std::int64_t& value) {
         const char* failure = FormulaArithmetic::Truncate(number, value);
         return failure == nullptr ? NxResult() : Fail(node, "has a value that is too large");
     }
-    const Visit visit(*this, node, kValue);
+    const Visit visit(*this, node, Purpose::kValue);
     NX_RETURN_IF_FAILED(visit.Result());
     if (IsIntegerKind(kind)) {
         return SourceInteger(node, value);
@@ -238,7 +241,7 @@ NxResult NodeValues::Float(Id node, double& value) {
         value = static_cast<double>(number);
         return {};
     }
-    const Visit visit(*this, node, kValue);
+    const Visit visit(*this, node, Purpose::kValue);
     NX_RETURN_IF_FAILED(visit.Result());
     if (kind == NodeKind::kFloatReg) {
         return NodePlaces(*this).Float(node, value);
@@ -297,7 +300,7 @@ NxResult NodeValues::Bound(Id node, NodeTag constant, NodeTag reference, std::in
 }
 
 NxResult NodeValues::Maximum(Id node, std::int64_t& value) {
-    const Visit visit(*this, node, kBound);
+    const Visit visit(*this, node, Purpose::kBound);
     NX_RETURN_IF_FAILED(visit.Result());
     bool has = false;
     NX_RETURN_IF_FAILED(Bound(node, NodeTag::kMax, NodeTag::kPMax, value, has));
@@ -344,7 +347,7 @@ NxResult NodeValues::CommandValue(Id command, std::int64_t& value) {
 }
 
 NxResult NodeValues::Text(Id node, std::string& text) {
-    const Visit visit(*this, node, kValue);
+    const Visit visit(*this, node, Purpose::kValue);
     NX_RETURN_IF_FAILED(visit.Result());
     if (mTable.Kind(node) == NodeKind::kString) {
         Source source;

@@ -64,6 +64,8 @@ class NodeValues {
 
     /// The node's own element, or that of the structure which an entry belongs to.
     std::optional<NodeTable::Property> Find(Id node, NodeTag tag);
+    /// What it says; empty without one.
+    std::string_view TextOf(Id node, NodeTag tag);
     NxResult Follow(const NodeTable::Property& reference, Id& node);
     /// The value of the node that it names.
     NxResult IntegerBehind(const NodeTable::Property& reference, std::int64_t& value);
@@ -86,10 +88,23 @@ class NodeValues {
     /// Whether what is evaluated decides where a register is.
     [[nodiscard]] bool IsInPlace() const { return mPlaces > 0; }
 
+    /// What a node is visited for: reading a value while locating the same node is not a cycle.
+    enum class Purpose {
+        kValue,
+        kBound,
+        kPlace,
+        kRights,
+        kExpression,
+        kSetInteger,
+        kSetFloat,
+        kSetInput,
+    };
+
     /// A node that is being evaluated: fails when it is already, or too deep inside others.
     class Visit {
       public:
-        Visit(NodeValues& values, Id node, int purpose);
+        /// @param part of the node, where it has several for one purpose
+        Visit(NodeValues& values, Id node, Purpose purpose, std::size_t part = 0);
         ~Visit();
         Visit(const Visit&) = delete;
         Visit& operator=(const Visit&) = delete;
@@ -114,8 +129,9 @@ class NodeValues {
 
   private:
     struct Visited {
-        Id node = NodeTable::kNone;
-        int purpose = 0;
+        Id node;
+        Purpose purpose;
+        std::size_t part;
         bool operator==(const Visited&) const = default;
     };
     /// The value that was set in place of the description's; null without one.

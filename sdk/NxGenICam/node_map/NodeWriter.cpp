@@ -10,14 +10,8 @@
 #include "NodePlaces.h"
 #include "formula/FormulaArithmetic.h"
 
-namespace {
-
-constexpr int kWrite = 20;  ///< a visit's purpose
-
-}  // namespace
-
 NxResult NodeWriter::SetInteger(Id node, std::int64_t value) {
-    const NodeValues::Visit visit(mValues, node, kWrite);
+    const NodeValues::Visit visit(mValues, node, NodeValues::Purpose::kSetInteger);
     NX_RETURN_IF_FAILED(visit.Result());
     switch (mValues.Table().Kind(node)) {
         case NodeKind::kInteger:
@@ -56,7 +50,7 @@ NxResult NodeWriter::SetFloat(Id node, double value) {
     if (kind == NodeKind::kFloat) {
         NX_RETURN_IF_FAILED(mValues.FindSource(node, source));
         if (source.node != NodeTable::kNone) {
-            const NodeValues::Visit visit(mValues, node, kWrite + 1);
+            const NodeValues::Visit visit(mValues, node, NodeValues::Purpose::kSetFloat);
             return visit.Result().IsOK() ? SetFloat(source.node, value) : visit.Result();
         }
         if (!source.isLocal) {
@@ -126,7 +120,7 @@ NxResult NodeWriter::SetConverted(Id node, Number value) {
     formula.Set("FROM", value);
     NX_RETURN_IF_FAILED(formula.Evaluate(NodeTag::kFormulaTo, raw));
     NX_RETURN_IF_FAILED(mValues.FindInput(node, input));
-    const NodeValues::Visit visit(mValues, node, kWrite + 2);
+    const NodeValues::Visit visit(mValues, node, NodeValues::Purpose::kSetInput);
     return visit.Result().IsOK() ? Set(input, raw) : visit.Result();
 }
 

@@ -38,8 +38,8 @@ std::string FromUtf16(std::string_view text) {
         const auto second = static_cast<unsigned char>(text[at + 1]);
         units += static_cast<char16_t>(isLittle ? second << 8 | first : first << 8 | second);
     }
-    const bool isMarked = !units.empty() && units.front() == kMark;
-    return Utf8::FromUtf16(std::u16string_view(units).substr(isMarked ? 1 : 0), kNoCharacter);
+    const std::size_t begin = units.starts_with(kMark) ? 1 : 0;
+    return Utf8::FromUtf16(std::u16string_view(units).substr(begin), kNoCharacter);
 }
 
 bool HasUnbearableTag(std::string_view xml) {
@@ -61,13 +61,13 @@ bool HasUnbearableTag(std::string_view xml) {
                     return true;
                 }
                 at = PastEnd(xml, xml.substr(at, 1), at + 1);
-                at = at == kNone ? kNone : xml.find_first_of("\"'>", at);
+                at = xml.find_first_of("\"'>", at);
             }
             if (std::min(at, xml.size()) - begin > kLongestTag) {
                 return true;
             }
         }
-        at = at == kNone ? kNone : xml.find('<', at);
+        at = xml.find('<', at);
     }
     return false;
 }

@@ -137,6 +137,27 @@ TEST_F(ByteOrderRuleTest, AsksNoMoreOnceThreeRegistersDecide) {
     }
 }
 
+TEST_F(ByteOrderRuleTest, AsksEnumerationsFirstAndIntegersNext) {
+    port->StoreBig(kMode, 1);
+    LoadOnly(Features(3, 640, true) +
+             GenXml::Enumeration("Mode", GenXml::Entry("Off", 1) + "<pValue>ModeReg</pValue>") +
+             GenXml::Register("ModeReg", kMode));
+    // It contradicts two of them, and a third one is not needed.
+    EXPECT_EQ(Questions(), 3U);
+    EXPECT_FALSE(map->Bus().Reverses());
+}
+
+TEST_F(ByteOrderRuleTest, AsksNoOtherKindOfFeature) {
+    port->StoreLittle(kWidth, 640);
+    for (const char* kind : {"Boolean", "Command", "Float", "String"}) {
+        const std::string name(kind);
+        LoadOnly("<" + name + " Name=\"F\"><pValue>R</pValue><Min>1</Min><Max>5000</Max></" + name +
+                 ">" + GenXml::Register("R", kWidth));
+        EXPECT_EQ(Questions(), 0U) << kind;
+        EXPECT_FALSE(map->Bus().Reverses());
+    }
+}
+
 TEST_F(ByteOrderRuleTest, AsksFortyRegistersAtMost) {
     LoadOnly(Features(60, 0, false));
     EXPECT_EQ(Questions(), 40U);

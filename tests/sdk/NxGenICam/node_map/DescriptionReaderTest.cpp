@@ -27,6 +27,13 @@ class DescriptionReaderTest : public testing::Test {
     void Load(const std::string& nodes) {
         ASSERT_THAT(Read(kBegin + nodes + kEnd), StrEq(kNothing));
     }
+    static std::string Repeat(const std::string& part, int times) {
+        std::string text;
+        for (int i = 0; i < times; ++i) {
+            text += part;
+        }
+        return text;
+    }
     [[nodiscard]] std::string Property(const std::string& name, NodeTag tag) const {
         const NodeTable::Id node = table.Find(name);
         for (std::size_t i = 0; node != NodeTable::kNone && i < table.PropertyCount(node); ++i) {
@@ -121,7 +128,8 @@ TEST_F(DescriptionReaderTest, ReadsUtf16OfEitherByteOrder) {
 }
 
 TEST_F(DescriptionReaderTest, EndsWithTheRootElement) {
-    for (const char* rest : {"\xFF\xFF<<<", "</x>", "<!DOCTYPE x>", "  <RegisterDescription>"}) {
+    for (const char* rest : {"\xFF\xFF<<<", "</x>", "<!DOCTYPE x>", "  <RegisterDescription>",
+                             "<!-- --><Integer Name=\"B\"/>"}) {
         ASSERT_THAT(Read(kBegin + "<Integer Name=\"A\"/>" + kEnd + rest), StrEq(kNothing)) << rest;
         EXPECT_EQ(table.Count(), 1U);
     }
@@ -178,23 +186,25 @@ TEST_F(DescriptionReaderTest, ReadsTheSchema) {
         "</RegisterDescription>");
     EXPECT_TRUE(schema.IsBelowOneOne());
     schema = {};
-    (void)Read("<RegisterDescription SchemaMinorVersion=\"many\"><Port/></RegisterDescription>");
-    EXPECT_FALSE(schema.IsBelowOneOne());
+    const auto isBelow = [this](const std::string& version) {
+        schema = {};
+        (void)Read("<RegisterDescription " + version + "><Port/></RegisterDescription>");
+        return schema.IsBelowOneOne();
+    };
+    EXPECT_TRUE(isBelow("SchemaMinorVersion=\"0\""));
+    EXPECT_TRUE(isBelow("SchemaMajorVersion=\"0\" SchemaMinorVersion=\"5\""));
+    for (const char* version :
+         {"", "SchemaMinorVersion=\"many\"", "SchemaMinorVersion=\"0x\"", "SchemaMinorVersion=\"\"",
+          "SchemaMinorVersion=\"2\"", "SchemaMajorVersion=\"2\" SchemaMinorVersion=\"0\"",
+          "SchemaMinorVersion=\"99999999999\""}) {
+        EXPECT_FALSE(isBelow(version)) << version;
+    }
 }
 
 TEST_F(DescriptionReaderTest, SaysWhyItRefuses) {
-    const auto repeat = [](const std::string& part, int times) {
-        std::string text;
-        for (int i = 0; i < times; ++i) {
-            text += part;
-        }
-        return text;
-    };
-    std::string names;
     std::string attributes;
-    for (int i = 0; i < 20001; ++i) {
-        names += "<n" + std::to_string(i) + "/>";
-        attributes += i < 101 ? " a" + std::to_string(i) + "=''" : "";
+    for (int i = 0; i < 101; ++i) {
+        attributes += " a" + std::to_string(i) + "=''";
     }
     const std::pair<std::string, const char*> cases[] = {
         {"", "it is empty"},
@@ -205,26 +215,84 @@ TEST_F(DescriptionReaderTest, SaysWhyItRefuses) {
         {kBegin, "it is truncated"},
         {kBegin + "\n<a></b>" + kEnd, "it is truncated or not well-formed XML (line 2)"},
         {kBegin + "&lol;" + kEnd, "it is truncated or not well-formed XML (line 1)"},
-        {kBegin + repeat("<Group>", 256), "it has elements nested more than 256 deep"},
-        {kBegin + repeat("<x/>", 1000001), "it has more than 1,000,000 elements"},
-        {kBegin + names + kEnd, "it has more than 20,000 different names"},
         {kBegin + "<x" + attributes + "/>" + kEnd,
          "it has a tag with more than 100 attributes or 1 MiB"},
         {kBegin + "<x y='" + std::string(1U << 20U, 'y') + "'/>" + kEnd,
          "it has a tag with more than 100 attributes or 1 MiB"},
-        {kBegin + repeat("<Port/>", 100001) + kEnd,
-         "it has more than 100,000 nodes, 300,000 properties or 8 MiB of text"},
-        {kBegin + "<Integer>" + repeat("<Min>1</Min>", 300001) + "</Integer>" + kEnd,
-         "it has more than 100,000 nodes, 300,000 properties or 8 MiB of text"},
-        {kBegin + "<Integer><Min>" + std::string((8U << 20U) + 1, '1') + "</Min></Integer>" + kEnd,
-         "it has more than 100,000 nodes, 300,000 properties or 8 MiB of text"},
     };
     for (const auto& [xml, why] : cases) {
         EXPECT_THAT(Read(xml), HasSubstr(why)) << xml.substr(0, 100);
     }
-    Load(repeat("<Group>", 254) + "<Port/>" + repeat("</Group>", 254));
-    Load("<Port/><!--" + std::string(3U << 20U, '"') + "--><x><![CDATA[<" + repeat("a=''", 200) +
+    Load("<Port/><!--" + std::string(3U << 20U, '"') + "--><x><![CDATA[<" + Repeat("a=''", 200) +
          "]]></x>");
+}
+
+TEST_F(DescriptionReaderTest, ReadsElementsUpToTwoHundredAndFiftySixDeep) {
+    for (const std::string& name : {"Group"s, "x"s}) {
+        const auto nested = [&name](int depth) {
+            return "<Port/>" + Repeat("<" + name + ">", depth) + Repeat("</" + name + ">", depth);
+        };
+        Load(nested(255));
+        EXPECT_THAT(Read(kBegin + nested(256) + kEnd),
+                    StrEq("it has elements nested more than 256 deep"));
+    }
+    const std::string mixed = Repeat("<Group>", 200) + Repeat("<x>", 55);
+    EXPECT_THAT(Read(kBegin + mixed + "</y>"), HasSubstr("not well-formed"));
+    EXPECT_THAT(Read(kBegin + mixed + "<x>"), HasSubstr("256 deep"));
+}
+
+TEST_F(DescriptionReaderTest, ReadsAMillionElements) {
+    const std::string most = "<Port/>" + Repeat("<x/>", 999998);  // and the root
+    Load(most);
+    EXPECT_THAT(Read(kBegin + most + "<x/>" + kEnd), StrEq("it has more than 1,000,000 elements"));
+}
+
+TEST_F(DescriptionReaderTest, ReadsTwentyThousandNames) {
+    std::string names = "<Port/>";
+    for (int i = 0; i < 20001; ++i) {
+        names += "<n" + std::to_string(i) + "/>";
+        if (i == 19900) {
+            Load(names);
+        }
+    }
+    EXPECT_THAT(Read(kBegin + names + kEnd), StrEq("it has more than 20,000 different names"));
+}
+
+TEST_F(DescriptionReaderTest, ReadsSixteenMebibytes) {
+    const std::string text = kBegin + "<Port/>" + kEnd;
+    const std::string rest((16U << 20U) - text.size(), ' ');
+    EXPECT_THAT(Read(text + rest), StrEq(kNothing));
+    EXPECT_THAT(Read(text + rest + " "), StrEq("it is larger than 16 MiB"));
+}
+
+TEST_F(DescriptionReaderTest, RefusesWhatItHasNoRoomFor) {
+    const std::string most = Repeat("<Min/>", 300000);
+    const std::string text(8U << 20U, '1');
+    for (const std::string& nodes :
+         {Repeat("<Port/>", 100001), "<Integer>" + most + "<Min/></Integer>",
+          "<IntReg>" + most + "<IntSwissKnife/></IntReg>",
+          "<Integer><Min>" + text + "1</Min></Integer>",
+          "<Integer><Min>" + text + "</Min><Max>1</Max></Integer>"}) {
+        EXPECT_THAT(Read(kBegin + nodes + kEnd),
+                    StrEq("it has more than 100,000 nodes, 300,000 properties or 8 MiB of text"))
+            << nodes.substr(0, 50);
+    }
+    Load("<Integer><Min>" + text + "</Min></Integer>");
+    Load("<Integer>" + most + "</Integer>");
+}
+
+TEST_F(DescriptionReaderTest, TakesPrefixesForWhatTheyStandFor) {
+    ASSERT_THAT(Read("<g:RegisterDescription xmlns:g=\"urn:genicam\" xmlns:h=\"urn:genicam\">"
+                     "<g:Integer Name=\"A\"/><h:Integer w:Name=\"No\" Name=\"B\"/>"
+                     "<Integer Name=\"C\"/></g:RegisterDescription>"),
+                StrEq(kNothing));
+    EXPECT_EQ(table.Count(), 2U);
+    EXPECT_NE(table.Find("A"), NodeTable::kNone);
+    EXPECT_NE(table.Find("B"), NodeTable::kNone);
+    // Without a namespace, what has an undeclared prefix is foreign all the same.
+    Load("<w:Integer Name=\"A\"/><Integer Name=\"B\"><w:Value>1</w:Value></Integer>");
+    EXPECT_EQ(table.Count(), 1U);
+    EXPECT_EQ(table.PropertyCount(0), 0U);
 }
 
 TEST_F(DescriptionReaderTest, TakesALongNameForNone) {

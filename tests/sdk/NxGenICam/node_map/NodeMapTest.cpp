@@ -1,136 +1,17 @@
 #include "node_map/NodeMap.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <NxBase/NxResultCodes.h>
 
-#include "GenXml.h"
-#include "MemoryPort.h"
-#include "node_map/NodeWriter.h"
+#include "NodeMapFixture.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
 
-class NodeMapTest : public testing::Test {
-  protected:
-    void Load(const std::string& nodes) {
-        result = NodeMap::Load(port, GenXml::Description(nodes), map);
-        ASSERT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
-    }
-    std::string Text(const std::string& name) {
-        std::string text = "untouched";
-        result = map->ReadText(name, text);
-        return text;
-    }
-    NodeRights Rights(const std::string& name, NodeRights::Scope scope = NodeRights::Scope::kNow) {
-        NodeRights rights;
-        result = map->FindRights(map->Table().Find(name), scope, rights);
-        EXPECT_TRUE(result.IsOK()) << result.GetDescription().GetAscii();
-        return rights;
-    }
-    std::string Access(const std::string& name) {
-        const NodeRights rights = Rights(name);
-        return std::string(rights.MayRead() ? "R" : "-") + (rights.MayWrite() ? "W" : "-");
-    }
-    NxResult WriteFloat(const std::string& name, double value) {
-        NodeValues values = map->Access();
-        return NodeWriter(values).SetFloat(map->Table().Find(name), value);
-    }
-
-    std::shared_ptr<MemoryPort> port = std::make_shared<MemoryPort>();
-    std::unique_ptr<NodeMap> map;
-    NxResult result;
-};
-
-class NodeRightsTest : public NodeMapTest {};
-
-TEST_F(NodeRightsTest, FollowTheAccessModeOfTheRegisterBehind) {
-    Load(GenXml::Register("Ro", 0x100, "RO") + GenXml::Register("Wo", 0x104, "WO") +
-         GenXml::Register("Rw", 0x108) + GenXml::Integer("ARo", "<pValue>Ro</pValue>") +
-         GenXml::Integer("AWo", "<pValue>Wo</pValue>") +
-         GenXml::Integer("ARw", "<pValue>ARw2</pValue>") +
-         GenXml::Integer("ARw2", "<pValue>Rw</pValue>") +
-         "<IntReg Name=\"None\"><Address>0x100</Address><Length>4</Length><pPort>Device</pPort>"
-         "</IntReg><IntReg Name=\"Homeless\"><Address>0x100</Address><Length>4</Length>"
-         "<AccessMode>RW</AccessMode></IntReg>");
-    EXPECT_EQ(Access("ARo"), "R-");
-    EXPECT_EQ(Access("AWo"), "-W");
-    EXPECT_EQ(Access("ARw"), "RW");
-    EXPECT_EQ(Access("None"), "R-");
-    EXPECT_EQ(Access("Homeless"), "--");
-}
-
-TEST_F(NodeRightsTest, AreRestrictedByImposedAccessModes) {
-    Load(
-        GenXml::Register("Reg", 0x100) +
-        GenXml::Integer("Ro", "<ImposedAccessMode>RO</ImposedAccessMode><pValue>Reg</pValue>") +
-        GenXml::Integer("Wo", "<ImposedAccessMode>WO</ImposedAccessMode><pValue>Reg</pValue>") +
-        GenXml::Integer("Both", "<ImposedAccessMode>RW</ImposedAccessMode><pValue>Ro</pValue>") +
-        GenXml::Integer("Neither", "<ImposedAccessMode>RO</ImposedAccessMode><pValue>Wo</pValue>"));
-    EXPECT_EQ(Access("Reg"), "RW");
-    EXPECT_EQ(Access("Ro"), "R-");
-    EXPECT_EQ(Access("Wo"), "-W");
-    EXPECT_EQ(Access("Both"), "R-");
-    EXPECT_EQ(Access("Neither"), "--");
-    EXPECT_FALSE(map->WriteInteger("Ro", 1).IsOK());
-    EXPECT_EQ(Text("Wo"), "untouched");
-    EXPECT_THAT(result.GetDescription().GetAscii(), HasSubstr("is write-only"));
-}
-
-TEST_F(NodeRightsTest, ChangeWithLocksAndAvailability) {
-    Load(GenXml::Register("Reg", 0x100, "RW", "<pIsLocked>Lock</pIsLocked>") +
-         GenXml::Integer("A", "<pIsAvailable>There</pIsAvailable><pValue>Reg</pValue>") +
-         GenXml::Integer("Behind", "<pValue>A</pValue>") + GenXml::Register("Lock", 0x200) +
-         GenXml::Register("There", 0x204));
-    EXPECT_EQ(Access("Behind"), "--");
-    EXPECT_THAT(map->WriteInteger("Behind", 1).GetDescription().GetAscii(),
-                HasSubstr("it is not available"));
-    port->StoreBig(0x204, 1);
-    EXPECT_EQ(Access("Behind"), "RW");
-    EXPECT_TRUE(map->WriteInteger("Behind", 5).IsOK());
-    EXPECT_EQ(port->LoadBig(0x100), 5U);
-    port->StoreBig(0x200, 1);
-    EXPECT_EQ(Access("Behind"), "R-");
-    EXPECT_THAT(map->WriteInteger("Behind", 6).GetDescription().GetAscii(),
-                HasSubstr("it is locked"));
-    EXPECT_EQ(port->LoadBig(0x100), 5U);
-    // What may be done some day does not ask.
-    EXPECT_TRUE(Rights("Behind", NodeRights::Scope::kEver).MayWrite());
-}
-
-TEST_F(NodeRightsTest, EndWhereTheDeviceCannotBeAsked) {
-    Load(GenXml::Integer("A", "<pIsAvailable>There</pIsAvailable><Value>1</Value>") +
-         GenXml::Register("There", 0x204));
-    port->failedReads[0x204] = NxResult(kNxTimeout, "nobody answers");
-    EXPECT_EQ(Text("A"), "untouched");
-    EXPECT_EQ(result.GetCode(), kNxTimeout);
-}
-
-TEST_F(NodeRightsTest, OfRegistersThatAreNotTheDevicesOwnAreNone) {
-    port->hasRegisterCommands = false;  // no byte order to be asked for
-    Load(
-        "<Port Name=\"Chunk\"><ChunkID>0x10</ChunkID></Port><IntReg Name=\"A\"><Address>0</Address>"
-        "<Length>4</Length><AccessMode>RW</AccessMode><pPort>Chunk</pPort></IntReg>");
-    EXPECT_EQ(Access("A"), "--");
-    EXPECT_EQ(Text("A"), "untouched");
-    EXPECT_TRUE(port->log.empty());
-}
-
-TEST_F(NodeRightsTest, OfEntriesDecideWhetherTheyMayBeSelected) {
-    Load(GenXml::Enumeration("E", GenXml::Entry("On", 1, "<pIsAvailable>Has</pIsAvailable>") +
-                                      GenXml::Entry("Off", 0) + "<pValue>Reg</pValue>") +
-         GenXml::Register("Reg", 0x100) + GenXml::Register("Has", 0x104));
-    EXPECT_THAT(map->WriteEntry("E", "On").GetDescription().GetAscii(),
-                HasSubstr("has no available entry On in its E"));
-    EXPECT_THAT(map->WriteEntry("E", "Gone").GetDescription().GetAscii(),
-                testing::EndsWith("has no entry Gone in its E"));
-    port->StoreBig(0x104, 1);
-    EXPECT_TRUE(map->WriteEntry("E", "On").IsOK());
-    EXPECT_EQ(port->LoadBig(0x100), 1U);
-}
+class NodeMapTest : public NodeMapFixture {};
 
 TEST_F(NodeMapTest, KeepsValuesThatHaveNoRegister) {
     port->hasRegisterCommands = false;  // no byte order to be asked for
@@ -284,6 +165,156 @@ TEST_F(NodeMapTest, CountsAHugeEnumerationWithinItsBounds) {
     std::vector<NodeMap::Id> found;
     EXPECT_EQ(map->ListEntries(map->Table().Find("E"), found).GetCode(), kNxBadDescription);
     EXPECT_LE(port->log.size(), 1000U);
+}
+
+TEST_F(NodeMapTest, SaysWhyAFeatureCannotBeWritten) {
+    Load(GenXml::Integer("ReadOnly", "<pValue>Ro</pValue>") + GenXml::Register("Ro", 0x100, "RO") +
+         GenXml::Integer("Gone", "<pIsImplemented>Zero</pIsImplemented><Value>1</Value>") +
+         GenXml::Integer("Away", "<pIsAvailable>Zero</pIsAvailable><Value>1</Value>") +
+         GenXml::Integer("Zero", "<Value>0</Value>") +
+         GenXml::Enumeration("E", GenXml::Entry("On", 1) + "<pValue>R</pValue>") +
+         GenXml::Enumeration("Fixed", GenXml::Entry("On", 1) + "<pValue>Ro</pValue>") +
+         GenXml::Register("R", 0x104) + "<Command Name=\"C\"><pValue>Ro</pValue></Command>");
+    const std::string begin = "cannot be written at the moment: it is ";
+    EXPECT_EQ(Why("ReadOnly", map->WriteInteger("ReadOnly", 1)), begin + "read-only");
+    EXPECT_EQ(result.GetCode(), kNxNodeAccess);
+    EXPECT_EQ(Why("C", map->Execute("C")), begin + "read-only");
+    EXPECT_EQ(Why("Fixed", map->WriteEntry("Fixed", "On")), begin + "read-only");
+    EXPECT_EQ(Why("Away"), "is not available at the moment");
+    EXPECT_EQ(Why("Away", map->WriteInteger("Away", 1)), begin + "not available");
+    for (const char* name : {"Gone", "Nonsense"}) {
+        const std::string none = std::string("192.0.2.7 on eth9 has no GenICam feature ") + name;
+        EXPECT_EQ(Why(name, map->WriteInteger(name, 1)), none);
+        EXPECT_EQ(result.GetCode(), kNxNoSuchNode);
+        EXPECT_EQ(Why(name, map->WriteEntry(name, "On")), none);
+    }
+    EXPECT_EQ(Why("Zero", map->WriteEntry("Zero", "On")), "is not an enumeration");
+    EXPECT_EQ(Why("Zero", map->Execute("Zero")), "is not a command");
+    EXPECT_EQ(Why("E", map->WriteEntry("E", "Off")), "192.0.2.7 on eth9 has no entry Off in its E");
+    EXPECT_EQ(result.GetCode(), kNxNoSuchNode);
+    port->failure = NxResult(kNxTimeout, "nobody answers");
+    EXPECT_EQ(map->WriteEntry("E", "On").GetCode(), kNxTimeout);
+}
+
+TEST_F(NodeMapTest, SaysWhyACommandCannotBeExecuted) {
+    Load(
+        "<Command Name=\"Empty\"><pValue>R</pValue></Command>"
+        "<Command Name=\"Wrong\"><pValue>R</pValue><CommandValue>x</CommandValue></Command>"
+        "<Command Name=\"Local\"><Value>0</Value><CommandValue>5</CommandValue></Command>" +
+        GenXml::Register("R", 0x100));
+    EXPECT_EQ(Why("Empty", map->Execute("Empty")), "is a command without a value");
+    EXPECT_EQ(Why("Wrong", map->Execute("Wrong")), "has a malformed number in its description");
+    EXPECT_TRUE(map->Execute("Local").IsOK());
+}
+
+TEST_F(NodeMapTest, ReadsIntegers) {
+    Load(GenXml::Register("R", 0x100) + GenXml::Register("Wo", 0x100, "WO"));
+    port->StoreBig(0x100, 5);
+    std::int64_t value = 0;
+    EXPECT_TRUE(map->ReadInteger("R", value).IsOK());
+    EXPECT_EQ(value, 5);
+    EXPECT_EQ(Why("Wo", map->ReadInteger("Wo", value)), "is write-only");
+    EXPECT_EQ(map->ReadInteger("Nonsense", value).GetCode(), kNxNoSuchNode);
+    port->failedReads[0x100] = NxResult(kNxTimeout, "nobody answers");
+    EXPECT_EQ(map->ReadInteger("R", value).GetCode(), kNxTimeout);
+    EXPECT_EQ(value, 5);
+}
+
+TEST_F(NodeMapTest, FindsFeaturesThatAreImplemented) {
+    Load(GenXml::Integer("A", "<Value>1</Value>") +
+         GenXml::Integer("Gone", "<pIsImplemented>R</pIsImplemented><Value>1</Value>") +
+         GenXml::Integer("Away", "<pIsAvailable>R</pIsAvailable><Value>1</Value>") +
+         GenXml::Register("R", 0x100));
+    const auto find = [this](const std::string& name) {
+        NodeMap::Id node = 99;
+        EXPECT_TRUE(map->Find(name, node).IsOK());
+        return node;
+    };
+    EXPECT_EQ(find("A"), Node("A"));
+    EXPECT_EQ(find("Away"), Node("Away"));
+    EXPECT_EQ(find("Gone"), NodeTable::kNone);
+    EXPECT_EQ(find("Nonsense"), NodeTable::kNone);
+
+    NodeMap::Id node = 99;
+    EXPECT_TRUE(map->Find("A", NodeKind::kFloat, node).IsOK());
+    EXPECT_EQ(node, NodeTable::kNone);
+    EXPECT_TRUE(map->Find("A", NodeKind::kInteger, node).IsOK());
+    EXPECT_EQ(node, Node("A"));
+    EXPECT_TRUE(map->Require("A", node).IsOK());
+    EXPECT_EQ(node, Node("A"));
+    EXPECT_EQ(map->Require("Gone", node).GetCode(), kNxNoSuchNode);
+
+    port->failedReads[0x100] = NxResult(kNxTimeout, "nobody answers");
+    node = 99;
+    EXPECT_EQ(map->Find("Gone", node).GetCode(), kNxTimeout);
+    EXPECT_EQ(map->Find("Gone", NodeKind::kInteger, node).GetCode(), kNxTimeout);
+    EXPECT_EQ(map->Require("Gone", node).GetCode(), kNxTimeout);
+    EXPECT_EQ(node, 99U);
+}
+
+TEST_F(NodeMapTest, FollowsValuesDownToTheirRegisters) {
+    Load(GenXml::Integer("A", "<pValue>B</pValue><pMin>Other</pMin>") +
+         GenXml::Integer("B", "<pValue>R</pValue>") + GenXml::Register("R", 0x100) +
+         GenXml::Integer("C", "<pValue>D</pValue>") + GenXml::Integer("D", "<pValue>C</pValue>") +
+         GenXml::Integer("Local", "<Value>1</Value>") + GenXml::Register("Other", 0x104));
+    EXPECT_THAT(map->FollowValues({"A", "Local", "Nonsense", "C"}),
+                testing::UnorderedElementsAre(Node("A"), Node("B"), Node("R"), Node("Local"),
+                                              Node("C"), Node("D")));
+    EXPECT_TRUE(map->FollowValues({"Nonsense"}).empty());
+}
+
+TEST_F(NodeMapTest, FindsTheEntryThatIsAvailableAmongThoseOfOneName) {
+    Load(GenXml::Enumeration(
+             "E", GenXml::Entry("On", 1, "<pIsAvailable>Zero</pIsAvailable>") +
+                      GenXml::Entry("On", 2, "<pIsImplemented>Zero</pIsImplemented>") +
+                      GenXml::Entry("On", 3) + GenXml::Entry("EnumEntry_E_", 4) +
+                      "<EnumEntry Name=\"Code\"><Symbolic>Shown</Symbolic><Value>5</Value>"
+                      "</EnumEntry>" +
+                      GenXml::Entry("Off", 6, "<pIsImplemented>Zero</pIsImplemented>") +
+                      GenXml::Entry("Hidden", 7, "<pIsAvailable>Zero</pIsAvailable>") +
+                      GenXml::Entry("Silent", 8, "<pIsAvailable>R</pIsAvailable>") +
+                      GenXml::Entry("Last", 9) + "<Value>5</Value>") +
+         GenXml::Integer("Zero", "<Value>0</Value>") + GenXml::Register("R", 0x100));
+    const auto value = [this](const std::string& entry) {
+        std::int64_t number = -1;
+        result = map->WriteEntry("E", entry);
+        EXPECT_TRUE(map->ReadInteger("E", number).IsOK());
+        return number;
+    };
+    EXPECT_EQ(Text("E"), "Shown");
+    EXPECT_EQ(value("On"), 3);
+    EXPECT_EQ(value("Shown"), 5);
+    EXPECT_EQ(value("Last"), 9);
+    EXPECT_EQ(value("Code"), 9);
+    EXPECT_EQ(Why("E", result), "192.0.2.7 on eth9 has no entry Code in its E");
+    (void)value("Off");
+    EXPECT_EQ(Why("E", result), "192.0.2.7 on eth9 has no entry Off in its E");
+    (void)value("Hidden");
+    EXPECT_EQ(Why("E", result), "192.0.2.7 on eth9 has no available entry Hidden in its E");
+    port->failedReads[0x100] = NxResult(kNxTimeout, "nobody answers");
+    (void)value("Silent");
+    EXPECT_EQ(result.GetCode(), kNxTimeout);
+    std::vector<NodeMap::Id> entries;
+    EXPECT_TRUE(map->ListEntries(Node("E"), entries).IsOK());
+    EXPECT_EQ(entries.size(), 7U);
+    EXPECT_EQ(map->SymbolicName(Node("E") + 4), "");
+}
+
+TEST_F(NodeMapTest, NamesTheDeviceWhereTheDescriptionIsOfNoUse) {
+    result = NodeMap::Load(port, "<Other/>", map);
+    EXPECT_EQ(result.GetDescription().GetAscii(),
+              std::string("The GenICam description of 192.0.2.7 on eth9 cannot be used: it is not "
+                          "a register description"));
+    EXPECT_EQ(result.GetCode(), kNxBadDescription);
+    EXPECT_EQ(map, nullptr);
+}
+
+TEST_F(NodeMapTest, ReadsFloatsAsTheShortestTextOfTheNumber) {
+    Load(
+        "<Float Name=\"Tenth\"><Value>0.1</Value></Float>"
+        "<Float Name=\"Least\"><Value>-2.2250738585072014e-308</Value></Float>");
+    EXPECT_EQ(Text("Tenth"), "0.1");
+    EXPECT_EQ(Text("Least"), "-2.2250738585072014e-308");
 }
 
 }  // namespace
