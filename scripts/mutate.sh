@@ -2,7 +2,8 @@
 # Changes one expression or statement at a time and asks whether a test notices:
 #   scripts/mutate.sh [--sample N] [--seed N] [--list] [PATH…]
 # Builds all mutants at once below build/mutants/, and runs for each the tests that reach it. Prints the
-# survivors. Exit status: 1 when fewer than 95 % are killed. docs/test-quality.md describes it.
+# survivors. Exit status: 1 when fewer than 95 % of the updater's or of the node map's are killed.
+# docs/test-quality.md describes it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # Only this script needs it.

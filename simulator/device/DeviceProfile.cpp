@@ -55,6 +55,15 @@ std::optional<std::uint64_t> ParseMac(const std::string& text) {
     return std::stoull(digits, nullptr, 16);
 }
 
+std::string WhyNoGigEVisionModel(const std::string& model) {
+    // The register has 32 bytes, the last of which is zero (GigE Vision 2.0, section 27).
+    constexpr std::size_t kLongest = 31;
+    return model.size() <= kLongest
+               ? ""
+               : "the model name has " + std::to_string(model.size()) +
+                     " bytes; a GigE Vision device reports at most 31 (with --u3v: 63)";
+}
+
 std::string WhyUnusable(const DeviceOptions& options) {
     if (!ParseAddress(options.place.address)) {
         return "\"" + options.place.address + "\" is not an IPv4 address";

@@ -78,6 +78,9 @@ struct DeviceOptions {
 /// The six bytes of "02:4d:53:00:00:01"; nothing for any other text.
 [[nodiscard]] std::optional<std::uint64_t> ParseMac(const std::string& text);
 
+/// @return why no GigE Vision device reports that model name, one line; empty when one can
+[[nodiscard]] std::string WhyNoGigEVisionModel(const std::string& model);
+
 /// @return what is wrong with the options, one line; empty when nothing is
 [[nodiscard]] std::string WhyUnusable(const DeviceOptions& options);
 

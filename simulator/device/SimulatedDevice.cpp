@@ -26,6 +26,9 @@ bool SimulatedDevice::Start(std::string& why) {
         return false;
     }
     why = WhyUnusable(mOptions);
+    if (why.empty()) {
+        why = WhyNoGigEVisionModel(mOptions.model);
+    }
     if (!why.empty() || !OpenFirmware(why)) {
         return false;
     }

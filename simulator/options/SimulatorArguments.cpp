@@ -249,6 +249,9 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
     if (why.empty()) {
         why = usb.Complete();
     }
+    if (why.empty() && !usb.enabled) {
+        why = simulator::WhyNoGigEVisionModel(device.model);
+    }
     if (why.empty()) {
         why = WhyMisplaced(app, device, usb.enabled);
     }

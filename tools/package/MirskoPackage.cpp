@@ -9,6 +9,8 @@
 #include "commands/ImportCommand.h"
 #include "commands/InfoCommand.h"
 #include "commands/PayloadCommand.h"
+#include "signature/SignCommand.h"
+#include "signature/VerifyCommand.h"
 
 int main(int argc, char** argv) {
     CLI::App options(
@@ -30,6 +32,8 @@ int main(int argc, char** argv) {
     add(std::make_unique<InfoCommand>());
     add(std::make_unique<CheckCommand>());
     add(std::make_unique<ImportCommand>());
+    add(std::make_unique<SignCommand>());
+    add(std::make_unique<VerifyCommand>());
 
     try {
         options.parse(argc, argv);

@@ -19,8 +19,6 @@ constexpr std::size_t kLongestNumber = 8;
 }  // namespace
 
 NxResult NodePlaces::Locate(Id registerNode, Place& place) {
-    const NodeValues::Visit visit(mValues, registerNode, NodeValues::Purpose::kPlace);
-    NX_RETURN_IF_FAILED(visit.Result());
     const NodeValues::InPlace inPlace(mValues);
     Place found;
     NX_RETURN_IF_FAILED(FindLength(registerNode, found.length));
@@ -189,12 +187,10 @@ NxResult NodePlaces::ReadDevice(Id node, const Place& place, std::span<std::byte
 
 NxResult NodePlaces::IsOfDevice(Id registerNode, bool& isOfDevice) {
     const auto link = mValues.Find(registerNode, NodeTag::kPPort);
-    if (!link.has_value()) {
-        isOfDevice = false;
-        return {};
+    Id port = registerNode;
+    if (link.has_value()) {
+        NX_RETURN_IF_FAILED(mValues.Follow(*link, port));
     }
-    Id port = NodeTable::kNone;
-    NX_RETURN_IF_FAILED(mValues.Follow(*link, port));
     // Ports with such IDs are of data that comes with images and events.
     isOfDevice = mValues.Table().Kind(port) == NodeKind::kPort &&
                  !mValues.Find(port, NodeTag::kChunkId) &&

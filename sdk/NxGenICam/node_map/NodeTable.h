@@ -95,10 +95,10 @@ class NodeTable {
     static constexpr std::size_t kLongestName = 1000;
 
     struct Property {
-        NodeTag tag = NodeTag::kValue;
+        NodeTag tag;
         std::string_view text;
         std::string_view attribute;
-        Id inlineNode = kNone;  ///< the formula in place of a name
+        Id inlineNode;  ///< the formula in place of a name; kNone
     };
 
     NodeTable() = default;
@@ -133,23 +133,23 @@ class NodeTable {
 
   private:
     struct Text {
-        std::uint32_t begin = 0;
-        std::uint32_t length = 0;
+        std::uint32_t begin;
+        std::uint32_t length;
     };
     struct Node {
-        NodeKind kind = NodeKind::kInteger;
+        NodeKind kind;
         Text name;
-        Id parent = kNone;
+        Id parent;
         std::uint32_t first = 0;
         std::uint32_t count = 0;
         std::uint32_t entries = 0;
     };
     struct Stored {
-        NodeTag tag = NodeTag::kValue;
+        NodeTag tag;
         Text text;
         Text attribute;
-        Id inlineNode = kNone;
-        Id owner = kNone;
+        Id inlineNode;
+        Id owner;
     };
 
     [[nodiscard]] std::string_view View(Text text) const {

@@ -88,11 +88,10 @@ class NodeValues {
     /// Whether what is evaluated decides where a register is.
     [[nodiscard]] bool IsInPlace() const { return mPlaces > 0; }
 
-    /// What a node is visited for: reading a value while locating the same node is not a cycle.
+    /// What a node is visited for: reading a value while setting the same node is not a cycle.
     enum class Purpose {
         kValue,
         kBound,
-        kPlace,
         kRights,
         kExpression,
         kSetInteger,

@@ -133,12 +133,13 @@ NxResult NodeWriter::SetRegister(Id node, std::int64_t value) {
     const auto mode = mValues.Find(node, NodeTag::kAccessMode);
     const bool isReadable = mode.has_value() && mode->text != "WO";
     // The other bits stay as they are; of a register that cannot be read, those just written.
-    if (!format.IsWhole(used.size()) && !isReadable && mValues.View() != nullptr) {
-        mValues.View()->Peek(place.address, used);
-        NX_RETURN_IF_FAILED(mValues.Bus().Arrange(place.address, used));
-    }
-    if (!format.IsWhole(used.size()) && isReadable) {
-        NX_RETURN_IF_FAILED(NodePlaces(mValues).ReadNumber(node, place, used));
+    if (!format.IsWhole(used.size())) {
+        if (isReadable) {
+            NX_RETURN_IF_FAILED(NodePlaces(mValues).ReadNumber(node, place, used));
+        } else if (mValues.View() != nullptr) {
+            mValues.View()->Peek(place.address, used);
+            NX_RETURN_IF_FAILED(mValues.Bus().Arrange(place.address, used));
+        }
     }
     if (!format.Encode(value, used)) {
         return mValues.Fail(node, "is too small for the value " + std::to_string(value));

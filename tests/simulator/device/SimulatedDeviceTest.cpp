@@ -160,6 +160,10 @@ TEST(SimulatedDeviceTest, SaysWhyItCannotStart) {
     EXPECT_FALSE(GvcpOnly().mac("02:00").build()->Start(why));
     EXPECT_FALSE(GvcpOnly().bufferSize(510).build()->Start(why));
     EXPECT_FALSE(GvcpOnly().model("a\n").build()->Start(why));
+    EXPECT_FALSE(GvcpOnly().model(std::string(32, 'M')).build()->Start(why));
+    EXPECT_EQ(why,
+              "the model name has 32 bytes; a GigE Vision device reports at most 31 (with --u3v: "
+              "63)");
     EXPECT_FALSE(GvcpOnly().family("").build()->Start(why));
     FaultOptions faults;
     faults.sent.lossPercent = 101;

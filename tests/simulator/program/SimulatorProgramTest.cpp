@@ -250,6 +250,22 @@ TEST_F(SimulatorProgramTest, RefusesOptionsThatWouldHaveNoEffect) {
     EXPECT_EQ(refusal({"--interface-busy"}), "--interface-busy needs --u3v\n");
 }
 
+TEST_F(SimulatorProgramTest, RefusesModelNamesThatTheBusCannotReport) {
+    const auto run = [](std::size_t length, const std::vector<std::string>& options) {
+        std::vector<std::string> command{Program("mirsko-simulator"), "--model",
+                                         std::string(length, 'M')};
+        command.insert(command.end(), options.begin(), options.end());
+        return Process::Run(command);
+    };
+    const std::vector<std::string> usb{"--u3v", "--", "cat", "/sys/bus/usb/devices/2-1/product"};
+    EXPECT_EQ(run(32, {}).err,
+              "the model name has 32 bytes; a GigE Vision device reports at most 31 (with --u3v: "
+              "63)\n");
+    EXPECT_EQ(run(32, {}).exitStatus, 2);
+    EXPECT_EQ(run(63, usb).out, std::string(63, 'M') + "\n");
+    EXPECT_EQ(run(64, usb).exitStatus, 2);
+}
+
 TEST_F(SimulatorProgramTest, TakesTheProfileU3vForTheOption) {
     const ProcessResult result =
         Process::Run({Program("mirsko-simulator"), "--profile", "u3v", "--", "sh", "-c",

@@ -274,7 +274,7 @@ TEST_F(CheckCommandTest, ComparesModelTagsWithTheConditions) {
     findings(
         "zELKA-QRm-LanX-FK02-TC3MN03-128kD", 1,
         "warning: update 1: the model name \"zELKA-QRm-LanX-FK02-TC3MN03-128kD\" has 33 "
-        "bytes; a GigE Vision device reports at most 32, so only a USB3 Vision device can have "
+        "bytes; a GigE Vision device reports at most 31, so only a USB3 Vision device can have "
         "it\n");
     findings("M", 1,
              "warning: " + name +
@@ -328,13 +328,13 @@ TEST_F(CheckCommandTest, WarnsOfANameThatTheUpdaterDoesNotTake) {
 }
 
 TEST_F(CheckCommandTest, WarnsOfModelNamesThatNoGigEVisionDeviceReports) {
-    const std::string longest(32, 'M');
+    const std::string longest(31, 'M');
     mFolder.Write(
         "p.zip", MakeZip(Members(WithCondition("<Condition Feature=\"DeviceModelName\">" + longest +
-                                               "|M|N\\." + longest + "</Condition>"))));
+                                               "|M|N" + longest + "</Condition>"))));
     Expect({"check", "@p.zip"}, 1,
-           "warning: update 1: the model name \"N." + longest +
-               "\" has 34 bytes; a GigE Vision device reports at most 32, so only a USB3 Vision "
+           "warning: update 1: the model name \"N" + longest +
+               "\" has 32 bytes; a GigE Vision device reports at most 31, so only a USB3 Vision "
                "device can have it\n",
            "");
     mFolder.Write("q.zip", MakeZip(Members(WithCondition(

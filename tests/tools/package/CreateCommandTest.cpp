@@ -190,9 +190,9 @@ TEST_F(CreateCommandTest, RefusesANameThatTheUpdaterTakesForAnOption) {
 
 TEST_F(CreateCommandTest, NotesAModelNameThatNoGigEVisionDeviceReports) {
     mFolder.Write("a.dfw", GoodPayload());
-    const std::string model(33, 'M');
+    const std::string model(32, 'M');
     Expect({"create", "--model", model, "--upload=TFTP=@a.dfw", "@p.zip"}, 0, "@p.zip: 2 members\n",
            "mirsko-package: the model name \"" + model +
-               "\" has 33 bytes; a GigE Vision device reports at most 32, so only a USB3 Vision "
+               "\" has 32 bytes; a GigE Vision device reports at most 31, so only a USB3 Vision "
                "device can have it\n");
 }

@@ -1,73 +1,19 @@
 #include <gmock/gmock.h>
 
 #include "PackageFiles.h"
-#include "PackageTool.h"
+#include "SigningTool.h"
 #include "UpdateFiles.h"
 
 using testing::HasSubstr;
 
 /// Signatures of update files, made by the openssl program with certificates of the test's own.
-class ImportSignatureTest : public PackageTool {
+class ImportSignatureTest : public SigningTool {
   protected:
     void SetUp() override {
         mPackage = MakeZip({{"Control.xml", GoodControlFile("<FileUpload><FileName>a.dfw"
                                                             "</FileName></FileUpload>")},
                             {"a.dfw", GoodPayload()}});
-        OpenSsl({"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                 "-nodes", "-keyout", Path("ca.key"), "-out", Path("ca.pem"), "-subj",
-                 "/CN=Test CA", "-days", "2"});
-    }
-
-    static void OpenSsl(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), "openssl");
-        const ProcessResult result = Process::Run(arguments);
-        ASSERT_EQ(result.exitStatus, 0) << result.err;
-    }
-
-    /// A certificate of the CA for "signer".
-    /// @param extensions lines of an extension file of openssl
-    void MakeSigner(const std::string& extensions = "keyUsage=digitalSignature\n",
-                    const std::vector<std::string>& validity = {"-days", "2"}) {
-        mFolder.Write("signer.ext", extensions);
-        OpenSsl({"req", "-new", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                 "-nodes", "-keyout", Path("signer.key"), "-out", Path("signer.csr"), "-subj",
-                 "/O=A Maker/CN=signer"});
-        std::vector<std::string> sign = {"x509",
-                                         "-req",
-                                         "-in",
-                                         Path("signer.csr"),
-                                         "-CA",
-                                         Path("ca.pem"),
-                                         "-CAkey",
-                                         Path("ca.key"),
-                                         "-CAcreateserial",
-                                         "-extfile",
-                                         Path("signer.ext"),
-                                         "-out",
-                                         Path("signer.pem")};
-        sign.insert(sign.end(), validity.begin(), validity.end());
-        OpenSsl(sign);
-    }
-
-    [[nodiscard]] std::string Sign(const std::string& content,
-                                   const std::vector<std::string>& options = {}) const {
-        mFolder.Write("content", content);
-        std::vector<std::string> arguments = {"cms",
-                                              "-sign",
-                                              "-binary",
-                                              "-outform",
-                                              "DER",
-                                              "-signer",
-                                              Path("signer.pem"),
-                                              "-inkey",
-                                              Path("signer.key"),
-                                              "-in",
-                                              Path("content"),
-                                              "-out",
-                                              Path("signature")};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        OpenSsl(arguments);
-        return ReadFile(Path("signature"));
+        MakeAuthority();
     }
 
     void WriteUpdate(const std::string& signature) const {

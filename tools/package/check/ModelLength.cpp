@@ -2,8 +2,8 @@
 
 namespace {
 
-// The model name register (GigE Vision 2.0, section 27).
-constexpr std::size_t kLongestModel = 32;
+// The model name register has 32 bytes, the last of which is zero (GigE Vision 2.0, section 27).
+constexpr std::size_t kLongestModel = 31;
 
 }  // namespace
 
@@ -11,9 +11,8 @@ std::string ModelLengthProblem(const std::string& model) {
     return model.size() <= kLongestModel
                ? ""
                : "the model name \"" + model + "\" has " + std::to_string(model.size()) +
-                     " bytes; a GigE Vision device reports at most 32, so only a USB3 Vision "
-                     "device "
-                     "can have it";
+                     " bytes; a GigE Vision device reports at most 31, so only a USB3 Vision "
+                     "device can have it";
 }
 
 std::vector<std::string> ExactNames(const std::string& pattern) {

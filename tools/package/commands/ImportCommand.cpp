@@ -10,7 +10,7 @@
 
 #include "../check/UpdaterLimits.h"
 #include "../model/ManifestText.h"
-#include "../update_file/PackageSignature.h"
+#include "../signature/PackageSignature.h"
 
 namespace {
 

@@ -85,8 +85,25 @@ TEST_F(ByteOrderRuleTest, TurnsRegistersThatOnlyMakeSenseTheOtherWayRound) {
     EXPECT_EQ(text, "640");
     EXPECT_TRUE(map->WriteEntry("Mode", "Off").IsOK());
     EXPECT_EQ(port->Load(kMode, 4), std::string("\1\0\0\0", 4));
-    // Settled once for all: what was turned is not turned back.
+    // Settled once for all.
+    port->log.clear();
     EXPECT_TRUE(Turns());
+    EXPECT_TRUE(port->log.empty());
+}
+
+TEST_F(ByteOrderRuleTest, IsSettledBeforeTheFirstValueIsReadOrWritten) {
+    port->StoreLittle(kWidth, 640);
+    Load();
+    std::string text;
+    EXPECT_TRUE(map->ReadText("Width", text).IsOK());
+    EXPECT_EQ(text, "640");
+    Load();
+    EXPECT_TRUE(map->WriteInteger("Width", 641).IsOK());
+    EXPECT_EQ(port->Load(kWidth, 4), std::string("\x81\2\0\0", 4));
+    Load();
+    port->failedReads[kMode] = NxResult(kNxTimeout, "nobody answers");
+    EXPECT_EQ(map->ReadText("Width", text).GetCode(), kNxTimeout);
+    EXPECT_EQ(map->WriteInteger("Width", 1).GetCode(), kNxTimeout);
 }
 
 TEST_F(ByteOrderRuleTest, IsDecidedByAnEnumerationAlone) {

@@ -64,6 +64,9 @@ TEST_F(NodeFormulaTest, KnowsThePropertiesOfItsVariables) {
          IntKnife("Other", Variable("V.Other", "A"), "V.Other") +
          IntKnife("NoMin", Variable("V.Min", "Behind"), "V.Min") +
          IntKnife("NoMax", Variable("V.Max", "Behind"), "V.Max") +
+         GenXml::Integer("Broken", "<Value>1</Value><Min>x</Min><Inc>x</Inc>") +
+         IntKnife("BrokenMin", Variable("V.Min", "Broken"), "V.Min") +
+         IntKnife("BrokenInc", Variable("V.Inc", "Broken"), "V.Inc") +
          IntKnife("Lost", Variable("V.Max", "Nowhere"), "V.Max"));
     EXPECT_EQ(Text("Value"), "5");
     EXPECT_EQ(Text("Enum"), "3");
@@ -80,6 +83,9 @@ TEST_F(NodeFormulaTest, KnowsThePropertiesOfItsVariables) {
     EXPECT_EQ(Why("Other"), of("A", lacks));
     EXPECT_EQ(Why("NoMin"), of("Behind", lacks));
     EXPECT_EQ(Why("NoMax"), of("Behind", "has no maximum"));
+    for (const char* name : {"BrokenMin", "BrokenInc"}) {
+        EXPECT_EQ(Why(name), of("Broken", "has a malformed number in its description"));
+    }
     EXPECT_EQ(Why("Last"), of("Empty", "has an entry without a value"));
     EXPECT_EQ(Why("Lost"),
               "The GenICam description of 192.0.2.7 on eth9 refers to an undefined node "
@@ -99,7 +105,10 @@ TEST_F(NodeFormulaTest, SaysOnceWhereAndWhyItFails) {
                   "</Expression>",
                   "X + Y") +
          IntKnife("Absent", Variable("A", "R") + "<Value Name=\"B\">1</Value>", "B") +
-         IntKnife("Next", Variable("B", "R"), "B") + GenXml::Register("R", 0x100));
+         IntKnife("Next", Variable("B", "R"), "B") +
+         IntKnife("Named", "<ValueIndexed Index=\"B\">1</ValueIndexed>" + Variable("B", "Twice"),
+                  "B") +
+         GenXml::Register("R", 0x100));
     const std::string zero = "has a formula that cannot be evaluated: it divides by zero";
     EXPECT_EQ(Why("Zero"), zero);
     EXPECT_EQ(result.GetCode(), kNxNodeAccess);
@@ -108,6 +117,7 @@ TEST_F(NodeFormulaTest, SaysOnceWhereAndWhyItFails) {
     EXPECT_EQ(Why("Circle"), "depends on itself");
     EXPECT_EQ(result.GetCode(), kNxBadDescription);
     EXPECT_EQ(Text("Twice"), "9");
+    EXPECT_EQ(Text("Named"), "9");
     EXPECT_TRUE(Why("Absent").starts_with("has a formula that cannot be evaluated: "));
     port->failedReads[0x100] = NxResult(kNxTimeout, "nobody answers");
     EXPECT_EQ(Why("Outer"), "nobody answers");

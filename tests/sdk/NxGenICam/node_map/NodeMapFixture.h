@@ -23,6 +23,7 @@ class NodeMapFixture : public testing::Test {
     std::string Text(const std::string& name) {
         std::string text = "untouched";
         result = map->ReadText(name, text);
+        EXPECT_EQ(result.IsOK(), text != "untouched") << name;
         return text;
     }
     /// What a failure says of a feature of the device.

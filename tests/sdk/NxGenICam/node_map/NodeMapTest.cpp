@@ -208,7 +208,8 @@ TEST_F(NodeMapTest, SaysWhyACommandCannotBeExecuted) {
 }
 
 TEST_F(NodeMapTest, ReadsIntegers) {
-    Load(GenXml::Register("R", 0x100) + GenXml::Register("Wo", 0x100, "WO"));
+    Load(GenXml::Register("R", 0x100) + GenXml::Register("Wo", 0x100, "WO") +
+         GenXml::Enumeration("E", GenXml::Entry("On", 0) + "<pValue>R</pValue>"));
     port->StoreBig(0x100, 5);
     std::int64_t value = 0;
     EXPECT_TRUE(map->ReadInteger("R", value).IsOK());
@@ -218,6 +219,7 @@ TEST_F(NodeMapTest, ReadsIntegers) {
     port->failedReads[0x100] = NxResult(kNxTimeout, "nobody answers");
     EXPECT_EQ(map->ReadInteger("R", value).GetCode(), kNxTimeout);
     EXPECT_EQ(value, 5);
+    EXPECT_EQ(Why("E"), "nobody answers");
 }
 
 TEST_F(NodeMapTest, FindsFeaturesThatAreImplemented) {

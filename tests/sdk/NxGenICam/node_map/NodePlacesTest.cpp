@@ -149,7 +149,8 @@ TEST_F(NodePlacesTest, HoldFloatsOfFourOrEightBytes) {
          Reg("Eight", At("0x100", "8"), big, "FloatReg") +
          Reg("Little", At("0x200", "4"), "", "FloatReg") +
          Reg("Two", At("0x100", "2"), big, "FloatReg") +
-         Reg("Field", At("0x100", "4"), "<Bit>64</Bit>", "FloatReg"));
+         Reg("Field", At("0x100", "4"), "<Bit>64</Bit>", "FloatReg") +
+         Reg("Lost", "<pAddress>Nowhere</pAddress><Length>4</Length>", "", "FloatReg"));
     port->Store(0x100, std::string("\xC0\x04\0\0\0\0\0\0", 8));
     port->Store(0x200, std::string("\0\0\x20\x40", 4));
     EXPECT_EQ(Text("Four"), "-2.0625");
@@ -158,6 +159,9 @@ TEST_F(NodePlacesTest, HoldFloatsOfFourOrEightBytes) {
     EXPECT_EQ(Why("Two"), "cannot be a floating-point number: its register has 2 bytes");
     EXPECT_EQ(result.GetCode(), kNxBadDescription);
     EXPECT_EQ(Why("Field"), "is a bit field outside its register");
+    EXPECT_EQ(Why("Lost"),
+              "The GenICam description of 192.0.2.7 on eth9 refers to an undefined node "
+              "\"Nowhere\"");
     port->failedReads[0x200] = NxResult(kNxTimeout, "nobody answers");
     EXPECT_EQ(Why("Little"), "nobody answers");
 }
@@ -191,7 +195,7 @@ TEST_F(NodePlacesTest, AreReadOnlyThroughThePortOfTheDevice) {
 TEST_F(NodePlacesTest, AreReadInWholeWordsByAView) {
     Load(Reg("Middle", At("0x102", "4"), "<Endianess>BigEndian</Endianess>") +
          Reg("Byte", At("0x107", "1")) + Reg("Beside", At("0x104", "2")) +
-         Reg("Far", At("0x109", "7")));
+         Reg("Far", At("0x109", "7")) + Reg("First", At("0x110", "1")));
     port->Store(0x100, std::string("\1\2\3\4\5\6\7\x08\x09\x0A\0\0\0\0\0\0\x0B", 17));
     RegisterView view{{}};
     EXPECT_EQ(Seen("Middle", view), std::to_string(0x03040506));
@@ -203,6 +207,7 @@ TEST_F(NodePlacesTest, AreReadInWholeWordsByAView) {
     EXPECT_EQ(Seen("Far", view), "10");
     EXPECT_THAT(port->log, ElementsAre("READMEM 8", "READMEM 8"));
     EXPECT_EQ(view.Misses(), 2);
+    EXPECT_EQ(Seen("First", view), "11");
     view.Forget();
     port->failure = NxResult(kNxTimeout, "nobody answers");
     EXPECT_EQ(Seen("Byte", view), "nobody answers");
@@ -212,15 +217,23 @@ TEST_F(NodePlacesTest, AreReadInWholeWordsByAView) {
 
 TEST_F(NodePlacesTest, AreReadAloneWhereRegisterCommandsGiveNoPartsOfWords) {
     port->hasRegisterCommands = true;
-    const std::string nodes = Reg("Byte", At("0x101", "1")) + Reg("Whole", At("0x104", "4"));
+    const std::string nodes = Reg("Byte", At("0x101", "1")) + Reg("Whole", At("0x104", "4")) +
+                              GenXml::StringRegister("Text", 0x104, "4");
     ASSERT_TRUE(NodeMap::Load(port, GenXml::Description(nodes, 1, 0), map).IsOK());
     port->StoreBig(0x4, 0x80000000U);
     port->Store(0x101, "\7");
     RegisterView view{{}};
     EXPECT_EQ(Seen("Byte", view), "7");
     EXPECT_EQ(view.Misses(), 0);
+    port->log.clear();
     EXPECT_EQ(Seen("Whole", view), "0");
     EXPECT_EQ(view.Misses(), 1);
+    // The register, and once the device's mode.
+    EXPECT_THAT(port->log, ElementsAre("READREG 1", "READREG 1"));
+    // Texts have no byte order.
+    port->log.clear();
+    EXPECT_EQ(Text("Text"), "");
+    EXPECT_THAT(port->log, ElementsAre("READMEM 4"));
 }
 
 TEST_F(NodePlacesTest, TellAViewOfLittleEndianNumbers) {

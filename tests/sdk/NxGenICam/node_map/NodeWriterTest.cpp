@@ -1,5 +1,7 @@
 #include "node_map/NodeWriter.h"
 
+#include <algorithm>
+
 #include <NxBase/NxResultCodes.h>
 
 #include "NodeMapFixture.h"
@@ -27,9 +29,9 @@ class NodeWriterTest : public NodeMapFixture {
                "</Endianess></FloatReg>";
     }
     static std::string Field(const std::string& name, const std::string& mode,
-                             const std::string& bits) {
-        return "<MaskedIntReg Name=\"" + name +
-               "\"><Address>0x100</Address><Length>4</Length><AccessMode>" + mode +
+                             const std::string& bits, const std::string& address = "0x100") {
+        return "<MaskedIntReg Name=\"" + name + "\"><Address>" + address +
+               "</Address><Length>4</Length><AccessMode>" + mode +
                "</AccessMode><pPort>Device</pPort>" + bits +
                "<Endianess>BigEndian</Endianess></MaskedIntReg>";
     }
@@ -76,7 +78,9 @@ TEST_F(NodeWriterTest, SaysWhyANodeCannotBeSet) {
          "<Boolean Name=\"On\"><Value>1</Value><OnValue>x</OnValue></Boolean>"
          "<Boolean Name=\"Off\"><Value>1</Value><OffValue>x</OffValue></Boolean>" +
          Float("Indexed", "<pIndex>One</pIndex><ValueDefault>5</ValueDefault>") +
-         Float("None", "") + FloatRegister("F3", "3") + FloatRegister("F9", "9") +
+         Float("None", "") + GenXml::Integer("NoInteger", "") +
+         "<IntReg Name=\"Lost\"><pAddress>Nowhere</pAddress><Length>4</Length></IntReg>" +
+         FloatRegister("F3", "3") + FloatRegister("F9", "9") +
          GenXml::Integer("One", "<Value>1</Value>") + GenXml::StringRegister("Text", 0x300, "8"));
     EXPECT_EQ(WhyNot("Knife"), "cannot be set to a number");
     EXPECT_EQ(WhyNot("Text"), "cannot be set to a number");
@@ -88,6 +92,10 @@ TEST_F(NodeWriterTest, SaysWhyANodeCannotBeSet) {
     EXPECT_EQ(WhyNot("Off", 0), "has a malformed number in its description");
     EXPECT_EQ(WhyNoFloat("Indexed"), "is read-only");
     EXPECT_EQ(WhyNoFloat("None"), "has no value");
+    EXPECT_EQ(WhyNot("NoInteger"), "has no value");
+    EXPECT_EQ(WhyNot("Lost"),
+              "The GenICam description of 192.0.2.7 on eth9 refers to an undefined node "
+              "\"Nowhere\"");
     EXPECT_EQ(WhyNoFloat("F3"), "is a floating-point number of an unknown size");
     EXPECT_EQ(WhyNoFloat("F9"), "cannot be a number: its register has 9 bytes");
     // What is malformed is asked for only where it is needed.
@@ -171,24 +179,66 @@ TEST_F(NodeWriterTest, KeepsTheNeighboursOfAFieldOrWritesNothing) {
 }
 
 TEST_F(NodeWriterTest, KeepsWhatWasJustWrittenBesideAFieldThatCannotBeRead) {
-    Load(Field("Low", "WO", "<LSB>31</LSB><MSB>16</MSB>") +
-         Field("High", "WO", "<LSB>15</LSB><MSB>0</MSB>") +
-         Field("Modeless", "", "<LSB>15</LSB><MSB>0</MSB>"));
-    port->StoreBig(0x100, 0xFFFFFFFF);
+    Load(Field("Low", "WO", "<LSB>31</LSB><MSB>16</MSB>", "0xB000") +
+         Field("High", "WO", "<LSB>15</LSB><MSB>0</MSB>", "0xB000"));
+    port->StoreBig(0xB000, 0xFFFFFFFF);
+    std::vector expected{std::byte{0x56}, std::byte{0x78}, std::byte{0x12}, std::byte{0x34}};
     for (const bool reverses : {false, true}) {
         RegisterView view{{}};
         EXPECT_TRUE(map->SetInteger(Node("Low"), 0x1234, &view).IsOK());
         EXPECT_TRUE(map->SetInteger(Node("High"), 0x5678, &view).IsOK());
         const auto writes = view.TakeWrites();
         ASSERT_EQ(writes.size(), 2U);
-        EXPECT_EQ(writes[1].bytes,
-                  (std::vector{std::byte{0x56}, std::byte{0x78}, std::byte{0x12}, std::byte{0x34}}))
-            << reverses;
-        EXPECT_TRUE(port->log.empty());
+        EXPECT_EQ(writes[1].bytes, expected) << reverses;
+        map->Bus().Reverse();
+        std::reverse(expected.begin(), expected.end());
     }
+    EXPECT_TRUE(port->log.empty());
     EXPECT_TRUE(Set("High", 1).IsOK());
-    EXPECT_EQ(port->LoadBig(0x100), 0x00010000U);
+    EXPECT_EQ(port->LoadBig(0xB000), 0x00010000U);
     EXPECT_EQ(port->log.size(), 1U);
+}
+
+TEST_F(NodeWriterTest, WritesNothingWhileTheOrderOfBytesIsUnknown) {
+    const std::string nodes =
+        GenXml::Register("R", 0xB000) + Field("F", "WO", "<LSB>31</LSB><MSB>16</MSB>", "0xB004");
+    ASSERT_TRUE(NodeMap::Load(port, GenXml::Description(nodes, 1, 0), map).IsOK());
+    port->failure = NxResult(kNxTimeout, "nobody answers");
+    EXPECT_EQ(Set("R", 1).GetCode(), kNxTimeout);
+    RegisterView view{{}};
+    EXPECT_EQ(map->SetInteger(Node("F"), 1, &view).GetCode(), kNxTimeout);
+    // Each asked for the device's mode once.
+    EXPECT_EQ(port->log, std::vector<std::string>(2, "READREG 1"));
+    EXPECT_EQ(view.HeldWrites(), 0U);
+}
+
+TEST_F(NodeWriterTest, SetsBooleansToTheirValuesOrToOneAndZero) {
+    Load(
+        "<Boolean Name=\"Plain\"><pValue>R</pValue></Boolean>"
+        "<Boolean Name=\"Named\"><pValue>R</pValue><OnValue>5</OnValue><OffValue>3</OffValue>"
+        "</Boolean>" +
+        GenXml::Register("R", 0x100));
+    const auto set = [this](const std::string& name, std::int64_t value) {
+        EXPECT_TRUE(Set(name, value).IsOK());
+        return port->LoadBig(0x100);
+    };
+    EXPECT_EQ(set("Plain", 1), 1U);
+    EXPECT_EQ(set("Plain", 0), 0U);
+    EXPECT_EQ(set("Plain", -7), 1U);
+    EXPECT_EQ(set("Named", 1), 5U);
+    EXPECT_EQ(set("Named", 0), 3U);
+    EXPECT_EQ(set("Named", 2), 5U);
+}
+
+TEST_F(NodeWriterTest, WritesTheCopiesOfANodeWhereverTheyStand) {
+    Load(GenXml::Integer("A", "<pValueCopy>S</pValueCopy><pValue>R</pValue>") +
+         GenXml::Integer("B", "<pValueCopy>T</pValueCopy><pValue>R</pValue>") +
+         GenXml::Register("R", 0x100) + GenXml::Register("S", 0x104) +
+         GenXml::Register("T", 0x108));
+    EXPECT_TRUE(Set("A", 4).IsOK());
+    EXPECT_EQ(port->LoadBig(0x100), 4U);
+    EXPECT_EQ(port->LoadBig(0x104), 4U);
+    EXPECT_EQ(port->LoadBig(0x108), 0U);
 }
 
 TEST_F(NodeWriterTest, HoldsTheWritesOfAViewBack) {

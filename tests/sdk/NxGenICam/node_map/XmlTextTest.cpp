@@ -19,7 +19,7 @@ TEST(XmlTextTest, RecognisesUtf16ByItsMarkOrItsFirstTag) {
         EXPECT_TRUE(IsUtf16(text));
         EXPECT_FALSE(IsUtf16(" " + text));
     }
-    for (const std::string& text : {""s, "<"s, "<a>"s, "\xEF\xBB\xBF<"s, "\xFE"s}) {
+    for (const std::string& text : {""s, "<"s, "\0a"s, "<a>"s, "\xEF\xBB\xBF<"s, "\xFE"s}) {
         EXPECT_FALSE(IsUtf16(text));
     }
 }
@@ -39,6 +39,7 @@ TEST(XmlTextTest, BearsAHundredAttributes) {
     EXPECT_FALSE(HasUnbearableTag("<a/><x" + Attributes(100) + "/>"));
     EXPECT_TRUE(HasUnbearableTag("<a/><x" + Attributes(101) + "/>"));
     EXPECT_TRUE(HasUnbearableTag("<x" + Attributes(101)));
+    EXPECT_TRUE(HasUnbearableTag("<x a='' b='>'" + Attributes(101) + "/>"));
     // Each tag has its own.
     EXPECT_FALSE(HasUnbearableTag("<x" + Attributes(60) + "><y" + Attributes(60) + "/></x>"));
     EXPECT_FALSE(HasUnbearableTag("'\"'"s + Attributes(200)));
@@ -59,7 +60,8 @@ TEST(XmlTextTest, LooksForTagsOutsideOfCommentsAndTheLikeOnly) {
     const std::string attributes = Attributes(101);
     for (const std::string& nothing :
          {"<!--<x" + attributes + "-->", "<!--><x" + attributes + "-->",
-          "<![CDATA[<x" + attributes + "]]>", "<?x" + attributes + "?>"}) {
+          "<!---><x" + attributes + "-->", "<![CDATA[<x" + attributes + "]]>",
+          "<?x" + attributes + "?>"}) {
         EXPECT_FALSE(HasUnbearableTag("<a>" + nothing + "</a>")) << nothing;
         EXPECT_TRUE(HasUnbearableTag("<a>" + nothing + "<x" + attributes + "/></a>")) << nothing;
     }

@@ -2,13 +2,14 @@
 
 #include <string>
 
-/// The signature of an update file: CMS (RFC 5652), detached, over the bytes of its package.
+/// The signature of a file, or of the package in an update file: CMS (RFC 5652), over its bytes.
 class PackageSignature {
   public:
     enum class Verdict {
-        kTrusted,    ///< it is of these bytes, and its signer is trusted
-        kUntrusted,  ///< it is of these bytes, but who signed them cannot be verified
-        kWrong,      ///< it is not a signature of these bytes
+        kTrusted,        ///< it is of these bytes, and its signer is trusted
+        kUntrusted,      ///< it is of these bytes, but who signed them cannot be verified
+        kWrong,          ///< it is a signature, but not of these bytes
+        kNotASignature,  ///< it is something else
     };
 
     /// @param authorities PEM file of the certificates to trust; empty for those that the system

@@ -1,46 +1,23 @@
 #include "PackageSignature.h"
 
-#include <memory>
 #include <utility>
 
-#include <openssl/bio.h>
-#include <openssl/cms.h>
-#include <openssl/err.h>
-#include <openssl/x509.h>
-#include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
 
-namespace {
+#include "OpenSsl.h"
 
-struct Freer {
-    void operator()(BIO* stream) const { BIO_free_all(stream); }
-    void operator()(CMS_ContentInfo* message) const { CMS_ContentInfo_free(message); }
-    void operator()(X509_STORE* store) const { X509_STORE_free(store); }
-    void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
-    void operator()(STACK_OF(X509) * certificates) const {
-        sk_X509_pop_free(certificates, X509_free);
-    }
-};
+namespace {
 
 /// Certificates that belong to something else.
 struct ListFreer {
     void operator()(STACK_OF(X509) * certificates) const { sk_X509_free(certificates); }
 };
 
-template <typename Type, typename Deleter = Freer>
-using Owned = std::unique_ptr<Type, Deleter>;
-
 /// Forged signatures must not be cheaper than 80 bits: RSA of 1024 bits, no SHA-1 certificates.
 constexpr int kSecurityLevel = 1;
 
-std::string LastError() {
-    const unsigned long code = ERR_peek_last_error();
-    const char* const reason = code != 0 ? ERR_reason_error_string(code) : nullptr;
-    return reason != nullptr ? reason : "unknown reason";
-}
-
 std::string NameOf(const X509* certificate) {
-    const Owned<BIO> text(BIO_new(BIO_s_mem()));
+    const OpenSslOwned<BIO> text(BIO_new(BIO_s_mem()));
     (void)X509_NAME_print_ex(text.get(), X509_get_subject_name(certificate), 0,
                              XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB));
     char* bytes = nullptr;
@@ -58,9 +35,9 @@ bool MaySign(X509* certificate) {
 
 /// @return empty, or why the chain from the certificate to one that is trusted is not complete
 std::string CheckChain(X509_STORE* store, X509* certificate, STACK_OF(X509) * others) {
-    const Owned<X509_STORE_CTX> context(X509_STORE_CTX_new());
+    const OpenSslOwned<X509_STORE_CTX> context(X509_STORE_CTX_new());
     if (!context || X509_STORE_CTX_init(context.get(), store, certificate, others) != 1) {
-        return LastError();
+        return LastOpenSslError();
     }
     X509_VERIFY_PARAM* const rules = X509_STORE_CTX_get0_param(context.get());
     X509_VERIFY_PARAM_set_auth_level(rules, kSecurityLevel);
@@ -79,12 +56,13 @@ PackageSignature::Verdict PackageSignature::Verify(const std::string& signature,
                                                    const std::string& path) {
     mSigners.clear();
     ERR_clear_error();
-    const Owned<BIO> bytes(BIO_new_mem_buf(signature.data(), static_cast<int>(signature.size())));
-    const Owned<CMS_ContentInfo> message(d2i_CMS_bio(bytes.get(), nullptr));
+    const OpenSslOwned<BIO> bytes(
+        BIO_new_mem_buf(signature.data(), static_cast<int>(signature.size())));
+    const OpenSslOwned<CMS_ContentInfo> message(d2i_CMS_bio(bytes.get(), nullptr));
     if (!message || OBJ_obj2nid(CMS_get0_type(message.get())) != NID_pkcs7_signed) {
-        return Judge(Verdict::kWrong, "not a CMS signature");
+        return Judge(Verdict::kNotASignature, "not a CMS signature");
     }
-    const Owned<X509_STORE> store(X509_STORE_new());
+    const OpenSslOwned<X509_STORE> store(X509_STORE_new());
     const bool loaded = mAuthorities.empty()
                             ? X509_STORE_set_default_paths(store.get()) == 1
                             : X509_STORE_load_file(store.get(), mAuthorities.c_str()) == 1;
@@ -92,18 +70,18 @@ PackageSignature::Verdict PackageSignature::Verify(const std::string& signature,
         // Whoever names a certificate means it, though it be no root.
         (void)X509_STORE_set_flags(store.get(), X509_V_FLAG_PARTIAL_CHAIN);
     }
-    const Owned<BIO> content(BIO_new_file(path.c_str(), "rb"));
+    const OpenSslOwned<BIO> content(BIO_new_file(path.c_str(), "rb"));
     if (!content) {
-        return Judge(Verdict::kWrong, LastError());
+        return Judge(Verdict::kWrong, LastOpenSslError());
     }
     ERR_clear_error();
     if (sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(message.get())) < 1 ||
         CMS_verify(message.get(), nullptr, nullptr, content.get(), nullptr,
                    CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
-        return Judge(Verdict::kWrong, LastError());
+        return Judge(Verdict::kWrong, LastOpenSslError());
     }
-    const Owned<STACK_OF(X509), ListFreer> signers(CMS_get0_signers(message.get()));
-    const Owned<STACK_OF(X509)> others(CMS_get1_certs(message.get()));
+    const OpenSslOwned<STACK_OF(X509), ListFreer> signers(CMS_get0_signers(message.get()));
+    const OpenSslOwned<STACK_OF(X509)> others(CMS_get1_certs(message.get()));
     std::string reason;
     for (int index = 0; index < sk_X509_num(signers.get()); ++index) {
         X509* const signer = sk_X509_value(signers.get(), index);
