@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
-# Installs the missing Debian packages of scripts/packages.txt with apt, as root or through sudo. If none is
-# missing, does nothing and needs neither.
+# Installs the missing Debian packages of a list with apt, as root or through sudo. If none is missing, does
+# nothing and needs neither.
+#   scripts/install-deps.sh [LIST]        default: scripts/packages.txt
 set -euo pipefail
-cd "$(dirname "$0")"
+list=${1:-$(dirname "$0")/packages.txt}
 
 missing=()
 while read -r package _; do
     case $package in '' | '#'*) continue ;; esac
     state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
     [ "$state" = installed ] || missing+=("$package")
-done <packages.txt
+done <"$list"
 [ ${#missing[@]} -gt 0 ] || exit 0
 
 as_root=()
