@@ -39,7 +39,11 @@ function(mirsko_sdk_library name)
             set_property(TARGET ${target} PROPERTY INTERFACE_MIRSKO_SDK_KIND real)
         endif()
     endforeach()
-    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} FILE_SET HEADERS)
+    # The public headers are plain C++17.
+    target_compile_features(${name} INTERFACE cxx_std_17)
+    install(TARGETS ${name} EXPORT NxSdk
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT updater NAMELINK_COMPONENT development
+        FILE_SET HEADERS COMPONENT development)
 endfunction()
 
 # mirsko_scripted_sdk(<name> SOURCES …)
@@ -62,15 +66,15 @@ function(mirsko_app_folder name)
     target_link_libraries(${name} PUBLIC sdk_headers PRIVATE ${arg_USES})
 endfunction()
 
-# mirsko_program(<name> SOURCES … LIBRARIES … [INSTALLED_RUN_PATH <folders>])
-# A program in <build>/bin. The installed one looks for its libraries in the folders named, by default
+# mirsko_program(<name> COMPONENT <component> SOURCES … LIBRARIES … [INSTALLED_RUN_PATH <folders>])
+# A program in <build>/bin, installed with its component. The installed one looks for its libraries in the folders named, by default
 # beside itself.
 #
 # Run paths are linked as they are installed: where CMake has to replace one, it ends the one of the
 # build tree with empty entries, and the dynamic linker takes an empty entry for the current folder. A
 # program whose installed run path leads nowhere in the build tree is therefore linked twice.
 function(mirsko_program name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "INSTALLED_RUN_PATH" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "COMPONENT;INSTALLED_RUN_PATH" "SOURCES;LIBRARIES")
     add_executable(${name} ${arg_SOURCES})
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
     set(beside "$ORIGIN/../lib")
@@ -79,7 +83,8 @@ function(mirsko_program name)
     endif()
     set_target_properties(${name} PROPERTIES INSTALL_RPATH "${beside}" BUILD_WITH_INSTALL_RPATH ON)
     if(NOT arg_INSTALLED_RUN_PATH)
-        install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+        install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+                                        COMPONENT ${arg_COMPONENT})
         return()
     endif()
     add_executable(${name}_installed ${arg_SOURCES})
@@ -87,7 +92,8 @@ function(mirsko_program name)
     set_target_properties(${name}_installed PROPERTIES
         OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/installed
         INSTALL_RPATH "${arg_INSTALLED_RUN_PATH}" BUILD_WITH_INSTALL_RPATH ON)
-    install(TARGETS ${name}_installed RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS ${name}_installed RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+                                              COMPONENT ${arg_COMPONENT})
 endfunction()
 
 # mirsko_test(<name> LABEL <label> SOURCES … LIBRARIES … [ISOLATED] [JSON] [SERIAL] [SINGLE_THREADED])

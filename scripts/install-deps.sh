@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the missing Debian packages of scripts/packages.txt with apt, as root or through sudo. If none is
 # missing, does nothing and needs neither.
-#   scripts/install-deps.sh [GROUP…]        default: every group of the file
+#   scripts/install-deps.sh [GROUP…]        default: build demo tests
 set -euo pipefail
 cd "$(dirname "$0")"
+[ $# -gt 0 ] || set -- build demo tests
 
 missing=()
 group=
@@ -15,7 +16,7 @@ while read -r package rest; do
         continue
         ;;
     esac
-    [ $# = 0 ] || [[ " $* " == *" $group "* ]] || continue
+    [[ " $* " == *" $group "* ]] || continue
     state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
     [ "$state" = installed ] || missing+=("$package")
 done <packages.txt

@@ -228,6 +228,8 @@ SimulatorArguments::Outcome SimulatorArguments::Parse(int argumentCount, char** 
         "with --u3v, that of the command.",
         "mirsko-simulator");
     app.formatter(std::make_shared<HelpFormatter>());
+    app.set_version_flag("--version", "mirsko-simulator " MIRSKO_VERSION,
+                         "Print the version and exit");
     OptionGroup group(app);
     AddPlace(group, *this);
     AddIdentity(group, *this);

@@ -116,6 +116,11 @@ int main(int argc, char** argv) {
         "Exit status: 0 the list is complete, 1 no interface could be searched, the device waited "
         "for was not found, or the address could not be set, 2 usage error.",
         "mirsko-devices");
+    // Worded for an option; an argument is in the usage line.
+    app.get_formatter()->label("REQUIRED", "");
+    app.get_formatter()->label("TEXT", "");
+    app.set_version_flag("--version", "mirsko-devices " MIRSKO_VERSION,
+                         "Print the version and exit");
     Options options;
     app.add_flag("--json", options.asJson, "Print a JSON object instead of a table");
     app.add_flag("--transport", options.withTransport,

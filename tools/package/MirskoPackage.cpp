@@ -21,6 +21,8 @@ int main(int argc, char** argv) {
     options.get_formatter()->label("REQUIRED", "");
     options.require_subcommand(1);
     options.set_help_all_flag("--help-all", "Print the help of every subcommand and exit");
+    options.set_version_flag("--version", "mirsko-package " MIRSKO_VERSION,
+                             "Print the version and exit");
 
     std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
     const auto add = [&](std::unique_ptr<Command> command) {

@@ -315,6 +315,13 @@ TEST_F(SimulatorProgramTest, ExplainsItself) {
     }
 }
 
+TEST_F(SimulatorProgramTest, PrintsItsVersion) {
+    const ProcessResult result = Process::Run({Program("mirsko-simulator"), "--version"});
+    EXPECT_THAT(result.out, testing::MatchesRegex("mirsko-simulator [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.exitStatus, 0);
+}
+
 TEST_F(SimulatorProgramTest, ExplainsItselfReadably) {
     const std::string help = Process::Run({Program("mirsko-simulator"), "--help"}).out;
     for (const char* text :

@@ -15,8 +15,10 @@ namespace {
 
 using nlohmann::json;
 using testing::AllOf;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
@@ -304,6 +306,21 @@ TEST_F(DevicesTest, ExplainsItselfAndItsExitStatuses) {
                                 "searched, "),
                       HasSubstr("--json"), HasSubstr("--watch"), HasSubstr("--wait SECONDS"),
                       HasSubstr("force-ip"), HasSubstr("persistent-ip")));
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.exitStatus, 0);
+}
+
+TEST_F(DevicesTest, NamesTheArgumentsOfItsSubcommandsInWordsOfTheirOwn) {
+    for (const char* command : {"force-ip", "persistent-ip"}) {
+        const ProcessResult result = ListDevices({command, "--help"});
+        EXPECT_THAT(result.out, HasSubstr("\n  MAC  "));
+        EXPECT_THAT(result.out, Not(AnyOf(HasSubstr("TEXT"), HasSubstr("REQUIRED"))));
+    }
+}
+
+TEST_F(DevicesTest, PrintsItsVersion) {
+    const ProcessResult result = ListDevices({"--version"});
+    EXPECT_THAT(result.out, testing::MatchesRegex("mirsko-devices [0-9]+\\.[0-9]+\\.[0-9]+\n"));
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.exitStatus, 0);
 }

@@ -64,6 +64,13 @@ TEST_F(HelpTest, NamesValuesInWordsOfTheirOwn) {
     }
 }
 
+TEST_F(HelpTest, OfTheVersionIsOneLine) {
+    const ProcessResult result = Run({"--version"});
+    EXPECT_THAT(result.out, testing::MatchesRegex("mirsko-package [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.exitStatus, 0);
+}
+
 TEST_F(HelpTest, WrongUsageIsStatus2AndSaidOnStandardError) {
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{},
