@@ -93,6 +93,21 @@ TEST_F(NodePlacesTest, SayWhatIsWrongWithThem) {
     EXPECT_EQ(Where("Circle"), "depends on itself");
 }
 
+TEST_F(NodePlacesTest, DependOnAHundredRegistersOneBehindTheOther) {
+    std::string nodes = Reg("R0", At("0x100", "4"));
+    for (int i = 1; i < 101; ++i) {
+        nodes += Reg("R" + std::to_string(i),
+                     "<pAddress>R" + std::to_string(i - 1) + "</pAddress><Length>4</Length>");
+    }
+    Load(nodes);
+    EXPECT_EQ(Where("R100"), "0 +4");
+    std::int64_t value = -1;
+    EXPECT_TRUE(map->Access().Integer(Node("R99"), value).IsOK());
+    EXPECT_EQ(Why("R0", map->Access().Integer(Node("R100"), value)),
+              "depends on too many other nodes");
+    EXPECT_EQ(result.GetCode(), kNxBadDescription);
+}
+
 TEST_F(NodePlacesTest, AreNoLongerThanSixteenMebibytes) {
     Load(Reg("None", At("0", "0")) + Reg("Longest", At("0", "0x1000000")) +
          Reg("TooLong", At("0", "0x1000001")) + Reg("Negative", At("0", "-1")));
