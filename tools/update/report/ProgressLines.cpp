@@ -62,19 +62,20 @@ void ProgressLines::Draw() {
 }
 
 std::string ProgressLines::Describe(const Line& line, Clock::time_point now) {
-    std::ostringstream text;
-    text << line.name << ": " << line.stage;
-    if (line.total <= 0) {
-        return text.str();
-    }
     constexpr double kMega = 1e6;
-    const double seconds = std::max(std::chrono::duration<double>(now - line.begin).count(), 1e-3);
-    const double rate = static_cast<double>(line.done) / seconds;
-    text << ", " << line.done * 100 / line.total << " %, " << std::fixed << std::setprecision(1)
-         << rate / kMega << " MB/s";
-    if (rate > 0) {
-        text << ", " << std::setprecision(0) << static_cast<double>(line.total - line.done) / rate
-             << " s left";
+    constexpr int kColumns = 26;
+    std::ostringstream text;
+    if (line.total > 0) {
+        const double seconds =
+            std::max(std::chrono::duration<double>(now - line.begin).count(), 1e-3);
+        const double rate = std::max(static_cast<double>(line.done) / seconds, 1.0);
+        const auto left = static_cast<double>(line.total - line.done) / rate;
+        text << std::setw(3) << line.done * 100 / line.total << " %" << std::fixed << std::setw(6)
+             << std::setprecision(1) << rate / kMega << " MB/s" << std::setw(5)
+             << std::setprecision(0) << left << " s left";
     }
-    return text.str();
+    // First what changes, so that a narrow terminal cuts off what does not.
+    std::string progress = text.str();
+    progress.resize(std::max<std::size_t>(progress.size(), kColumns), ' ');
+    return progress + "  " + line.name + ": " + line.stage;
 }
