@@ -1,5 +1,6 @@
 #include "CameraGroup.h"
 
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
@@ -9,9 +10,11 @@ CameraGroup::CameraGroup() {
 
 SimulatedCamera& CameraGroup::Add(const std::vector<std::string>& options) {
     const std::string number = std::to_string(mCameras.size() + 1);
-    std::vector<std::string> all{
-        "--address",   "127.0.0." + number, "--serial", "SIM-" + number,
-        "--user-name", "camera-" + number,  "--mac",    "02:4d:53:00:00:0" + number};
+    std::vector<std::string> all{"--address",     "127.0.0." + number, "--serial",
+                                 "SIM-" + number, "--user-name",       "camera-" + number};
+    if (std::find(options.begin(), options.end(), "--mac") == options.end()) {
+        all.insert(all.end(), {"--mac", "02:4d:53:00:00:0" + number});
+    }
     all.insert(all.end(), options.begin(), options.end());
     mCameras.push_back(std::make_unique<SimulatedCamera>(all));
     return *mCameras.back();

@@ -5,6 +5,7 @@
 #include "ManifestBuilder.h"
 #include "ZipBuilder.h"
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -95,6 +96,29 @@ TEST_F(SelectCamerasTest, GivesEachCameraTheFileThatFits) {
     result = Update({"--serial", "SIM-1", "--dry-run", orla, second});
     EXPECT_THAT(LineOf(result, 1), HasSubstr("refused: several files fit: "));
     EXPECT_EQ(result.exitStatus, 1);
+}
+
+TEST_F(SelectCamerasTest, KnowsTheVersionAndTheFamilyThatACameraHasStored) {
+    Add({"--no-tftp"});
+    ASSERT_EQ(Update({"--all", Payload("fw.dfw")}).exitStatus, 0);
+    EXPECT_THAT(LineOf(Update({"--all", "--dry-run", Payload("3.dfw", {.majorNumber = 3})}), 1),
+                StartsWith("runs 2.1, stored 2.1, "));
+    EXPECT_THAT(
+        LineOf(Update({"--all", "--dry-run", Payload("other.dfw", {.family = "Other"})}), 1),
+        EndsWith("is for the device family Other, the camera's is MirskoSim"));
+}
+
+TEST_F(SelectCamerasTest, RefusesCamerasThatItCouldMistakeForOneAnother) {
+    AddAll(2, {"--no-tftp", "--mac", "02:4d:53:00:00:09"});
+    Add({"--no-tftp"});
+    const ProcessResult result = Update({"--all", Payload("fw.dfw")});
+    for (int number = 1; number <= 2; ++number) {
+        EXPECT_EQ(LineOf(result, number),
+                  "refused: another camera on lo has the same MAC address 02:4d:53:00:00:09; "
+                  "connect only one of them");
+        EXPECT_TRUE(IsUntouched(number));
+    }
+    EXPECT_TRUE(IsUpdated(3));
 }
 
 TEST_F(SelectCamerasTest, SaysWhyAPackageDoesNotFit) {

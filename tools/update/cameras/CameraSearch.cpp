@@ -61,16 +61,22 @@ CameraSearch::Cameras CamerasOf(const NxSystem& system) {
     return cameras;
 }
 
-// What is written to an address must not reach another camera than the one that was named.
-void MarkSharedAddresses(CameraSearch::Cameras& cameras) {
-    std::map<std::string, int> count;
+// What is written to an address must not reach another camera than the one that was named, and what
+// is seen of a camera after its restart must not be another one's.
+void MarkTheIndistinguishable(CameraSearch::Cameras& cameras) {
+    std::map<std::string, int> addresses;
+    std::map<std::string, int> macs;
     for (const Camera& camera : cameras) {
-        ++count[camera.connectionId];
+        ++addresses[camera.connectionId];
+        ++macs[camera.interface + camera.mac];
     }
     for (Camera& camera : cameras) {
-        if (count[camera.connectionId] > 1) {
-            camera.obstacle = "another camera on " + camera.interface + " has the same address " +
-                              camera.address + "; give each its own (mirsko-devices force-ip)";
+        const std::string other = "another camera on " + camera.interface + " has the same ";
+        if (addresses[camera.connectionId] > 1) {
+            camera.obstacle = other + "address " + camera.address +
+                              "; give each its own (mirsko-devices force-ip)";
+        } else if (!camera.isUsb && macs[camera.interface + camera.mac] > 1) {
+            camera.obstacle = other + "MAC address " + camera.mac + "; connect only one of them";
         }
     }
 }
@@ -78,8 +84,9 @@ void MarkSharedAddresses(CameraSearch::Cameras& cameras) {
 CameraSearch::Cameras EachOnce(const CameraSearch::Cameras& found) {
     CameraSearch::Cameras cameras;
     for (const Camera& camera : found) {
-        const auto known = std::ranges::find_if(
-            cameras, [&camera](const Camera& other) { return other.IsSameAs(camera); });
+        const auto known = std::ranges::find_if(cameras, [&camera](const Camera& other) {
+            return other.interface != camera.interface && other.IsSameAs(camera);
+        });
         if (known == cameras.end()) {
             cameras.push_back(camera);
         } else if (!known->obstacle.empty() && camera.obstacle.empty()) {
@@ -98,7 +105,7 @@ CameraSearch::~CameraSearch() = default;
 NxResult CameraSearch::FindAll(Cameras& cameras) {
     NxResult result = mSystem->FindAll();
     cameras = CamerasOf(*mSystem);
-    MarkSharedAddresses(cameras);
+    MarkTheIndistinguishable(cameras);
     cameras = EachOnce(cameras);
     // Cameras answer in any order; a list is easier to read in its own.
     std::ranges::stable_sort(cameras, [](const Camera& one, const Camera& other) {
