@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <NxSystem/NxDeviceInfo.h>
 
@@ -25,6 +26,10 @@ struct Camera {
 
     /// Whether both are the same camera, whatever its address and interface are now.
     [[nodiscard]] bool IsSameAs(const Camera& other) const;
+    /// Why its connection ID must not be used any more: the camera has another one now, or another
+    /// camera has it. One line; empty when it may be used.
+    /// @param now the cameras that a later search found, of which it may have missed some
+    [[nodiscard]] std::string Displacement(const std::vector<Camera>& now) const;
     /// For people, on one line: "Simulated Camera SIM-0001 (10.1.0.2 on cam0)".
     [[nodiscard]] std::string Name() const;
 };

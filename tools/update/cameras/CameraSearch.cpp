@@ -103,6 +103,8 @@ CameraSearch::CameraSearch() : mSystem(std::make_unique<NxSystem>()) {}
 CameraSearch::~CameraSearch() = default;
 
 NxResult CameraSearch::FindAll(Cameras& cameras) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mLatestBegin = Clock::now();
     NxResult result = mSystem->FindAll();
     cameras = CamerasOf(*mSystem);
     MarkTheIndistinguishable(cameras);
@@ -111,13 +113,13 @@ NxResult CameraSearch::FindAll(Cameras& cameras) {
     std::ranges::stable_sort(cameras, [](const Camera& one, const Camera& other) {
         return std::tie(one.interface, one.serial) < std::tie(other.interface, other.serial);
     });
+    mLatest = std::make_shared<const Cameras>(cameras);
     return result;
 }
 
-std::shared_ptr<const CameraSearch::Cameras> CameraSearch::FindNow() {
-    const auto asked = Clock::now();
+std::shared_ptr<const CameraSearch::Cameras> CameraSearch::FoundSince(Clock::time_point earliest) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    if (mLatest == nullptr || mLatestBegin < asked) {
+    if (mLatest == nullptr || mLatestBegin < earliest) {
         mLatestBegin = Clock::now();
         NxSystem system;
         (void)system.Find();  // where nothing could be asked, nothing is found

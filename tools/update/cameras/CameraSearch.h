@@ -16,6 +16,7 @@ class NxSystem;
 class CameraSearch {
   public:
     using Cameras = std::vector<Camera>;
+    using Clock = std::chrono::steady_clock;
 
     CameraSearch();
     ~CameraSearch();
@@ -27,13 +28,12 @@ class CameraSearch {
     /// interface and serial number.
     /// @return as NxSystem::FindAll
     NxResult FindAll(Cameras& cameras);
-    /// Cameras that answer a search begun after the call; about a second. Threads that ask at the
-    /// same time share a search, so that many waiting for their cameras do not flood the network.
-    [[nodiscard]] std::shared_ptr<const Cameras> FindNow();
+    /// Cameras found by the latest search, if it began at that time or later; else by a new one,
+    /// which takes about a second. Threads that ask at the same time share a search, so that many
+    /// waiting for their cameras do not flood the network.
+    [[nodiscard]] std::shared_ptr<const Cameras> FoundSince(Clock::time_point earliest);
 
   private:
-    using Clock = std::chrono::steady_clock;
-
     std::unique_ptr<NxSystem> mSystem;
     std::mutex mMutex;
     Clock::time_point mLatestBegin;

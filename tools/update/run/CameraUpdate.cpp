@@ -19,6 +19,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kPoll(50);
 constexpr std::chrono::milliseconds kPauseBetweenSearches(500);
+// Cameras that wait for their turn may be given other addresses meanwhile.
+constexpr std::chrono::seconds kAddressLifetime(10);
 
 }  // namespace
 
@@ -37,6 +39,11 @@ CameraUpdate::~CameraUpdate() = default;
 Outcome CameraUpdate::Run() {
     const auto start = Clock::now();
     Say("asking");
+    const auto recent = mSearch.FoundSince(start - kAddressLifetime);
+    if (const std::string problem = mCamera.Displacement(*recent); !problem.empty()) {
+        Finish(Kind::kRefused, problem + "; run the same command again");
+        return mOutcome;
+    }
     mProbe = CameraProbe::Ask(mCamera);
     const FirmwareChoice choice = FirmwareChoice::Make(mCamera, mProbe, mFiles, mOptions.rules);
     mOutcome.transport = mProbe.refusal.empty() ? mProbe.TransportName() : "";
@@ -153,7 +160,7 @@ void CameraUpdate::WaitForVersion() {
             std::this_thread::sleep_for(kPauseBetweenSearches);
         }
         isFirst = false;
-        const auto cameras = mSearch.FindNow();
+        const auto cameras = mSearch.FoundSince(Clock::now());
         const auto found = std::ranges::find_if(
             *cameras, [this](const Camera& other) { return mCamera.IsSameAs(other); });
         if (found == cameras->end()) {
