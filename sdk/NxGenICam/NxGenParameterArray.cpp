@@ -31,6 +31,10 @@ NxResult NxGenParameterArray::GetStringValue(const NxString& name, NxString& val
     return {};
 }
 
+NxResult NxGenParameterArray::ExecuteCommand(const NxString& name) {
+    return mImpl->Nodes().Execute(name.GetAscii());
+}
+
 NxGenEnum* NxGenParameterArray::GetEnum(const NxString& name) {
     return mImpl->FindEnum(name.GetAscii());
 }

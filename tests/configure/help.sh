@@ -11,7 +11,7 @@ words() {
     grep --only-matching --perl-regexp '^(  (-h,)?)?\K--[a-z0-9-]+=?' <<<"$1"
     sed -n '/^Subcommands:/,$s/^  \([a-z-]*\) .*/\1/p' <<<"$1"
 }
-for program in MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator; do
+for program in MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator mirsko-update; do
     completion=$(<"$1/packaging/help/$program")
     bash -n "$1/packaging/help/$program"
     manual=$(zcat "$1/packaging/help/$program.1.gz" | sed 's/\\-/-/g')

@@ -17,7 +17,7 @@ path=$(readelf --dynamic "$prefix/bin/MirskoFirmwareUpdater" | sed -n 's/.*R.*PA
 [ -n "$3" ] || "$(dirname "$0")/hardened.sh" "$4" "$prefix"
 library=$(dirname "$(find "$prefix" -name libNxBase.so | head -n 1)")
 LD_LIBRARY_PATH=$library "$prefix/bin/MirskoFirmwareUpdater" --help | grep --quiet -- --localinterface
-for program in mirsko-devices mirsko-package mirsko-simulator; do
+for program in mirsko-devices mirsko-package mirsko-simulator mirsko-update; do
     "$prefix/bin/$program" --help >/dev/null
 done
 [ -f "$(find "$prefix" -name '*.xsd')" ]

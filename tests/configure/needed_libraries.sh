@@ -5,7 +5,7 @@ set -euo pipefail
 looked_at=0
 status=0
 for file in "$1"/bin/MirskoFirmwareUpdater "$1"/bin/mirsko-devices "$1"/bin/mirsko-package \
-    "$1"/lib/libN*.so; do
+    "$1"/bin/mirsko-update "$1"/lib/libN*.so; do
     needed=$(readelf --dynamic --wide "$file" | sed -n 's/.*(NEEDED).*\[\(.*\)\]$/\1/p')
     looked_at=$((looked_at + 1))
     if grep -iE 'aravis|glib|gobject|gio' <<<"$needed"; then
@@ -13,8 +13,8 @@ for file in "$1"/bin/MirskoFirmwareUpdater "$1"/bin/mirsko-devices "$1"/bin/mirs
         status=1
     fi
 done
-[ "$looked_at" = 8 ] || {
-    echo "$looked_at programs and libraries instead of 8 in $1" >&2
+[ "$looked_at" = 9 ] || {
+    echo "$looked_at programs and libraries instead of 9 in $1" >&2
     exit 1
 }
 exit "$status"

@@ -35,10 +35,10 @@ for package in "${packages[@]}"; do
     is_installed "$package" || install "./${package}"_*.deb
     dpkg-query --show --showformat='${Package} ${Version} ${Installed-Size} KiB: ${Depends}\n' "$package"
 done
-for program in mirsko-devices mirsko-package mirsko-simulator; do
+for program in mirsko-devices mirsko-package mirsko-simulator mirsko-update; do
     "$program" --version
 done
-for program in MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator; do
+for program in MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator mirsko-update; do
     gzip --test "/usr/share/man/man1/$program.1.gz"
 done
 /work/packages/completion.sh

@@ -111,6 +111,11 @@ std::string Process::OutputSoFar() {
     return mResult.out;
 }
 
+std::string Process::ErrorSoFar() {
+    const std::lock_guard lock(mOutputMutex);
+    return mResult.err;
+}
+
 std::string Process::Threads() const {
     std::string threads;
     std::error_code ignored;

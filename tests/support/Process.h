@@ -38,6 +38,8 @@ class Process {
     void Signal(int signal) const;
     /// What it has written to its standard output up to now.
     [[nodiscard]] std::string OutputSoFar();
+    /// The same of its standard error.
+    [[nodiscard]] std::string ErrorSoFar();
     /// What each of its threads waits for in the kernel, a line each: for a test's failure.
     [[nodiscard]] std::string Threads() const;
     /// Waits for its end; past the limit it is killed and marked as timed out.

@@ -91,6 +91,16 @@ TEST_F(NxGenParameterArrayTest, NamesTheDeviceInEveryFailure) {
                 StrEq("The GenICam description of 192.0.2.7 on eth9 cannot be used: it is empty"));
 }
 
+TEST_F(NxGenParameterArrayTest, ExecutesNothingButCommands) {
+    Load(
+        "<Command Name=\"DeviceReset\"><pValue>R</pValue><CommandValue>7</CommandValue></Command>" +
+        GenXml::Register("R", 0x100) + GenXml::Integer("I", "<Value>1</Value>"));
+    EXPECT_TRUE(parameters->ExecuteCommand("DeviceReset").IsOK());
+    EXPECT_EQ(port->LoadBig(0x100), 7U);
+    EXPECT_EQ(parameters->ExecuteCommand("I").GetCode(), kNxNodeAccess);
+    EXPECT_EQ(parameters->ExecuteCommand("Gone").GetCode(), kNxNoSuchNode);
+}
+
 TEST_F(NxGenParameterArrayTest, TreatsANodeThatIsNotImplementedAsAbsent) {
     Load(GenXml::Enumeration("Mode", "<pIsImplemented>Has</pIsImplemented>" +
                                          GenXml::Entry("On", 1) + "<pValue>ModeReg</pValue>") +

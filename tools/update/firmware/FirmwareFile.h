@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "FirmwarePlan.h"
+
+/// What decides which firmware a camera takes.
+struct FirmwareTarget {
+    std::string model;
+    std::string family;  ///< empty when it is not known
+};
+
+/// A firmware file, checked when it is opened. Any thread.
+class FirmwareFile {
+  public:
+    enum class Fit {
+        kNo,
+        kPossible,  ///< nothing says that it does not fit, nor that it does
+        kYes,
+    };
+
+    /// What the file holds for one camera.
+    struct Answer {
+        Fit fit = Fit::kNo;
+        FirmwarePlan plan;   ///< unless it does not fit
+        std::string reason;  ///< why it does not fit, one line
+    };
+
+    /// @param path ".dfw": a payload; ".zip": a package
+    /// @param problem receives why it cannot be used, one line
+    /// @return null then
+    static std::unique_ptr<FirmwareFile> Open(const std::string& path, std::string& problem);
+
+    virtual ~FirmwareFile() = default;
+    FirmwareFile(const FirmwareFile&) = delete;
+    FirmwareFile& operator=(const FirmwareFile&) = delete;
+
+    [[nodiscard]] virtual Answer For(const FirmwareTarget& target) = 0;
+
+  protected:
+    FirmwareFile() = default;
+};

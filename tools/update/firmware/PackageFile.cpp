@@ -1,0 +1,73 @@
+#include "PackageFile.h"
+
+#include <utility>
+
+#include <NxBase/PrintableText.h>
+#include <NxDevice/NxDfwPayload.h>
+#include <NxGenICam/GenFUParser.h>
+
+#include "ManifestProbe.h"
+
+PackageFile::PackageFile(std::string path) : mPath(std::move(path)), mReader("", mPath) {}
+
+std::string PackageFile::Check() {
+    const std::string name = PrintableText(mPath);
+    const std::string manifest = mReader.ExtractFile("Manifest.xml");
+    if (manifest.empty()) {
+        return name + ": not a package with a Manifest.xml that can be read";
+    }
+    mManifest = NxFwFileReader("", manifest).GetFileContent();
+    const NyUtilsLib::Result built = NxGenICamLib::GenFUParser(nullptr).Build(mManifest);
+    return built.GetCode() == 0 ? "" : name + ": " + built.GetMessage();
+}
+
+FirmwareFile::Answer PackageFile::For(const FirmwareTarget& target) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    Answer answer;
+    ManifestProbe probe(target.model);
+    answer.reason = probe.Run(mManifest);
+    if (!answer.reason.empty()) {
+        answer.reason = PrintableText(mPath) + ": " + answer.reason;
+        return answer;
+    }
+    answer.plan.file = mPath;
+    for (const ManifestProbe::Upload& upload : probe.Uploads()) {
+        const Member& member = Unpack(upload.fileName);
+        if (!member.problem.empty()) {
+            answer.reason = member.problem;
+            return answer;
+        }
+        const auto transport = upload.transport == "TFTP" ? FirmwarePlan::Transport::kTftp
+                                                          : FirmwarePlan::Transport::kFileAccess;
+        answer.plan.uploads.push_back({member.path, transport});
+        answer.plan.version = member.version;
+    }
+    if (!probe.Version().empty()) {
+        answer.plan.version = probe.Version();
+    }
+    answer.fit = Fit::kYes;
+    return answer;
+}
+
+const PackageFile::Member& PackageFile::Unpack(const std::string& name) {
+    const auto [entry, isNew] = mMembers.try_emplace(name);
+    Member& member = entry->second;
+    if (!isNew) {
+        return member;
+    }
+    member.path = mReader.ExtractFile(name);
+    const std::string what = PrintableText(mPath) + ", " + PrintableText(name) + ": ";
+    if (member.path.empty()) {
+        member.problem = what + "missing, or cannot be unpacked";
+        return member;
+    }
+    NxDfwHeader header;
+    const NxResult result = NxDfwPayload::Verify(member.path, header);
+    if (!result.IsOK()) {
+        member.problem = what + result.GetDescription().GetAscii();
+    } else if (header.kind != NxDfwHeader::Kind::kFirmware) {
+        member.problem = what + "not firmware, but a record that sets an ID or resets";
+    }
+    member.version = std::to_string(header.major) + "." + std::to_string(header.minor);
+    return member;
+}

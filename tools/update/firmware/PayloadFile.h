@@ -1,0 +1,21 @@
+#pragma once
+
+#include <NxDevice/NxDfwHeader.h>
+
+#include "FirmwareFile.h"
+
+/// A bare payload (docs/dfw-payload.md).
+class PayloadFile : public FirmwareFile {
+  public:
+    explicit PayloadFile(std::string path);
+
+    /// Reads the whole file. @return why it is not a firmware payload, one line; empty if it is
+    [[nodiscard]] std::string Check();
+    /// Decided by the model tags in the file's path, which the updater knows too, and by the
+    /// family. It is said to fit where the model's name begins with the family.
+    [[nodiscard]] Answer For(const FirmwareTarget& target) override;
+
+  private:
+    const std::string mPath;
+    NxDfwHeader mHeader;
+};
