@@ -23,8 +23,10 @@ mkdir -m 1777 "$root/run/lock"
 cd "$root"
 # Not chroot: the simulator makes namespaces of its own, for which a root must be a mount.
 pivot_root . work/old-root
-export PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/work LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
 umount --lazy /work/old-root
 rmdir /work/old-root
 cd /work
-/work/packages/test.sh
+# Nothing of the environment that this was started from, such as compiler options.
+env --ignore-environment PATH="$PATH" HOME=/work LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+    /work/packages/test.sh
