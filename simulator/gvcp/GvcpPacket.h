@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -46,12 +47,12 @@ enum Status : std::uint16_t {
 /// The header of an ack and its payload.
 inline std::vector<std::uint8_t> Acknowledge(std::uint16_t status, std::uint16_t command,
                                              std::uint16_t id, ConstBytes payload = {}) {
-    std::vector<std::uint8_t> packet(kHeaderSize);
+    std::vector<std::uint8_t> packet(kHeaderSize + payload.size());
     StoreBig<std::uint16_t>(packet, 0, status);
     StoreBig<std::uint16_t>(packet, 2, static_cast<std::uint16_t>(command + 1));
     StoreBig<std::uint16_t>(packet, 4, static_cast<std::uint16_t>(payload.size()));
     StoreBig<std::uint16_t>(packet, 6, id);
-    packet.insert(packet.end(), payload.begin(), payload.end());
+    std::ranges::copy(payload, packet.begin() + kHeaderSize);
     return packet;
 }
 

@@ -4,7 +4,7 @@
 
 #include "FirmwareFile.h"
 
-/// A bare payload (docs/dfw-payload.md).
+/// A bare payload (docs/protocols/dfw-payload.md).
 class PayloadFile : public FirmwareFile {
   public:
     explicit PayloadFile(std::string path);
