@@ -187,7 +187,7 @@ NxResult NodePlaces::ReadDevice(Id node, const Place& place, std::span<std::byte
 
 NxResult NodePlaces::IsOfDevice(Id registerNode, bool& isOfDevice) {
     const auto link = mValues.Find(registerNode, NodeTag::kPPort);
-    Id port = registerNode;
+    Id port = registerNode;  // which is none
     if (link.has_value()) {
         NX_RETURN_IF_FAILED(mValues.Follow(*link, port));
     }

@@ -98,7 +98,7 @@ class NodeTable {
         NodeTag tag;
         std::string_view text;
         std::string_view attribute;
-        Id inlineNode;  ///< the formula in place of a name; kNone
+        Id inlineNode;  ///< the formula in place of a name; kNone without one
     };
 
     NodeTable() = default;
