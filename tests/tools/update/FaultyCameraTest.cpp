@@ -63,7 +63,7 @@ TEST_P(FaultyCameraTest, IsTheOnlyOneThatFailsAndIsNamedWithItsReason) {
     Add(kTftp);
     Add(GetParam().options);
     Add();
-    const ProcessResult result = Update({"--all", "--wait", "5", Payload("fw.dfw")});
+    const ProcessResult result = Update({"--all", "--wait", "30", Payload("fw.dfw")});
     EXPECT_TRUE(IsUpdated(1)) << LineOf(result, 1);
     EXPECT_TRUE(IsUpdated(2)) << LineOf(result, 2);
     EXPECT_TRUE(IsUpdated(4)) << LineOf(result, 4);

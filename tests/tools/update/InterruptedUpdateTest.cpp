@@ -15,7 +15,7 @@ class InterruptedUpdateTest : public CameraGroup {
   protected:
     InterruptedUpdateTest() {
         // Slow enough to be interrupted: 50000 bytes take some 300 commands.
-        AddAll(2, {"--latency", "5000", "--no-tftp"});
+        AddAll(2, {"--latency", "8000", "--no-tftp"});
         updater = std::make_unique<Process>(std::vector<std::string>{
             // Whoever runs the tests may ignore the signal, and a program inherits that.
             "env", "--default-signal", Program("mirsko-update"), "--all", "--jobs", "1", file});
