@@ -24,7 +24,7 @@ set(MIRSKO_ARROWS_MirskoFirmwareUpdater_installed ${MIRSKO_ARROWS_MirskoFirmware
 # What mirsko-package reports about a package must be true for the updater, so both use the same
 # reader.
 set(MIRSKO_ARROWS_mirsko-package firmware_file NxDevice NxGenICam NxBase NyUtilsLib)
-# It writes one camera with the updater's own transfer classes, so that both are equally reliable.
+# It writes each camera with the updater's own transfer classes, so that both are equally reliable.
 set(MIRSKO_ARROWS_mirsko-update firmware_file transfer NxDevice NxGenICam NxSystem NxBase NyUtilsLib)
 
 # Which rooms, folders of an SDK library, each room may include headers of; "." is the library's own

@@ -227,6 +227,7 @@ bool SimulatedDevice::Pause(std::chrono::milliseconds time) {
 }
 
 void SimulatedDevice::RunPower() {
+    bool isUnplugged = false;
     for (;;) {
         Request request = Request::kNone;
         {
@@ -237,6 +238,9 @@ void SimulatedDevice::RunPower() {
                 return;
             }
             mRequest = Request::kNone;
+        }
+        if (isUnplugged) {
+            continue;  // a record that had arrived before may still have asked for a reset
         }
         if (request == Request::kMove) {
             if (mServing) {
@@ -252,6 +256,7 @@ void SimulatedDevice::RunPower() {
         }
         std::string why;
         if (request == Request::kVanish) {
+            isUnplugged = true;
             mEvents.Add("unplugged");
         } else if (!Pause(mOptions.rebootTime)) {
             return;

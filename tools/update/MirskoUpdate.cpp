@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "run/Interruption.h"
 #include "run/UpdateRun.h"
 
 namespace {
@@ -36,7 +37,7 @@ void AddSelection(CLI::App& app, Selection& selection) {
     app.add_flag("--usb", selection.usb, "Only USB3 Vision cameras")->group("Selection");
 }
 
-void AddRules(CLI::App& app, UpdateRun::Options& options, double& wait) {
+void AddRules(CLI::App& app, UpdateRun::Options& options, long& wait) {
     CameraUpdate::Options& update = options.update;
     app.add_flag("--dry-run", update.dryRun,
                  "Print what would be done, and write nothing. Asks each camera, which takes "
@@ -53,7 +54,7 @@ void AddRules(CLI::App& app, UpdateRun::Options& options, double& wait) {
     app.add_option("--wait", wait, "Time for a camera to be back after its reset")
         ->type_name("SECONDS")
         ->capture_default_str()
-        ->check(CLI::Range(1.0, 3600.0).description(""));
+        ->check(CLI::Range(1, 3600).description(""));
     app.add_flag("--json", options.json,
                  "Print a JSON object per camera and a summary, one per line");
     app.add_option("--log", options.logFile, "Also append every line to this file, with the time")
@@ -75,7 +76,7 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", "mirsko-update " MIRSKO_VERSION,
                          "Print the version and exit");
     UpdateRun::Options options;
-    double wait = static_cast<double>(options.update.wait.count());
+    long wait = options.update.wait.count();
     AddSelection(app, options.selection);
     AddRules(app, options, wait);
     app.add_option("FIRMWARE", options.files,
@@ -86,6 +87,8 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kWrongUse;
     }
-    options.update.wait = std::chrono::seconds(static_cast<long>(wait));
-    return UpdateRun(options).Run();
+    options.update.wait = std::chrono::seconds(wait);
+    // It outlives the run, which removes its temporary files before a signal that is left acts.
+    Interruption interruption;
+    return UpdateRun(options).Run(interruption);
 }

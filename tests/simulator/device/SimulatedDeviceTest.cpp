@@ -320,12 +320,15 @@ TEST(SimulatedDeviceTest, RebootsAtTheByteAsAFault) {
 TEST(SimulatedDeviceTest, VanishesAtTheByteAsAFaultUntilPluggedInAgain) {
     FaultOptions faults;
     faults.vanishAtByte = 1;
-    const auto device = SimulatedDevice::Builder().faults(faults).build();
+    const auto device =
+        SimulatedDevice::Builder().rebootTime(std::chrono::milliseconds(0)).faults(faults).build();
     Start(*device);
     GvcpClient client;
     EXPECT_FALSE(client.Upload(Payload{.body = "x"}.Encode(), 4096));
     ASSERT_TRUE(WaitUntil([&] { return device->Events().Count("unplugged") == 1; }));
     EXPECT_FALSE(device->IsServing());
+    device->Reboot();  // by a record that had arrived with the last byte
+    EXPECT_FALSE(WaitUntil([&] { return device->IsServing(); }, std::chrono::milliseconds(200)));
     EXPECT_EQ(device->Firmware().State().resets, 0U);
     device->Stop();
     Start(*device);

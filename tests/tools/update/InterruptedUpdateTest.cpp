@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include "CameraGroup.h"
+#include "ManifestBuilder.h"
+#include "ZipBuilder.h"
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -13,7 +15,7 @@ class InterruptedUpdateTest : public CameraGroup {
   protected:
     InterruptedUpdateTest() {
         // Slow enough to be interrupted: 50000 bytes take some 300 commands.
-        AddAll(2, {"--latency", "5000", "--no-tftp"});
+        AddAll(2, {"--latency", "8000", "--no-tftp"});
         updater = std::make_unique<Process>(std::vector<std::string>{
             // Whoever runs the tests may ignore the signal, and a program inherits that.
             "env", "--default-signal", Program("mirsko-update"), "--all", "--jobs", "1", file});
@@ -56,6 +58,24 @@ TEST_F(InterruptedUpdateTest, GivesUpAtOnceWhenInterruptedTwiceAndNamesWhatIsHal
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_TRUE(mCameras[0]->Firmware().empty()) << "half of it is nothing";
     ExpectRepairedByTheSameCommand();
+}
+
+class InterruptedSearchTest : public CameraGroup {};
+
+TEST_F(InterruptedSearchTest, EndsByTheSignalWithNothingWrittenAndNothingLeft) {
+    Add();
+    const std::string package = mFolder.Write(
+        "p.zip",
+        MakeZip({{"Manifest.xml", MakeManifest(Upload("a.dfw"))}, {"a.dfw", MakePayload(mBody)}}));
+    Process updater({"env", "--default-signal", Program("mirsko-update"), "--all", package});
+    const auto isSearching = [] {
+        return Process::Run({"sh", "-c", "ls /tmp | grep -q '^xml-'"}).exitStatus == 0;
+    };
+    EXPECT_TRUE(WaitUntil(isSearching));
+    updater.Signal(SIGINT);
+    EXPECT_EQ(updater.Wait(std::chrono::minutes(1)).signal, SIGINT);
+    EXPECT_TRUE(IsUntouched(1));
+    EXPECT_FALSE(isSearching());
 }
 
 TEST_F(InterruptedUpdateTest, IsRepairedByTheSameCommandAfterItWasKilled) {

@@ -43,7 +43,7 @@ TEST_F(UpdateCamerasTest, PrintsALineForEachStage) {
 }
 
 TEST_F(UpdateCamerasTest, DrawsALinePerCameraInPlaceOnATerminal) {
-    Add({"--no-tftp", "--latency", "1000"});
+    Add({"--no-tftp", "--latency", "4000"});
     const ProcessResult result =
         Process::Run({"script", "--quiet", "--return", "--command",
                       Program("mirsko-update") + " --all " + Payload("fw.dfw"), "/dev/null"});
@@ -92,8 +92,8 @@ TEST_F(UpdateCamerasTest, ClaimsNoSuccessForACameraThatRunsAnotherVersionAfterwa
     const std::string package = mFolder.Write(
         "p.zip", MakeZip({{"Manifest.xml", MakeManifest(Upload("a.dfw"))},
                           {"a.dfw", MakePayload(mBody, {.majorNumber = 2, .minorNumber = 0})}}));
-    const ProcessResult result = Update({"--all", "--wait", "4", package});
-    EXPECT_EQ(LineOf(result, 1), "failed: written and reset, but runs 2.0 4 s after its reset");
+    const ProcessResult result = Update({"--all", "--wait", "6", package});
+    EXPECT_EQ(LineOf(result, 1), "failed: written and reset, but runs 2.0 6 s after its reset");
     EXPECT_EQ(result.exitStatus, 1);
 }
 

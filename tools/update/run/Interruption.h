@@ -4,8 +4,9 @@
 
 #include <chrono>
 
-/// Keeps SIGINT, SIGTERM and SIGHUP from ending the process while cameras are being written. Made
-/// before the threads are, which inherit the blocked signals.
+/// Keeps SIGINT, SIGTERM and SIGHUP from ending the process while it lives; one that nobody waited
+/// for acts at its end. Made before any thread, also of a library, so that all inherit the blocked
+/// signals.
 class Interruption {
   public:
     Interruption();
@@ -13,9 +14,11 @@ class Interruption {
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
 
+    /// Whether a signal came that nobody has waited for yet.
+    [[nodiscard]] bool IsPending() const;
     /// @return true when a signal came within that time
     [[nodiscard]] bool WaitFor(std::chrono::milliseconds time);
-    /// Signals so far.
+    /// Signals waited for so far.
     [[nodiscard]] int Count() const { return mCount; }
 
   private:

@@ -20,7 +20,7 @@ constexpr std::chrono::milliseconds kTick(100);
 
 UpdateRun::UpdateRun(Options options) : mOptions(std::move(options)) {}
 
-int UpdateRun::Run() {
+int UpdateRun::Run(Interruption& interruption) {
     if (!OpenFiles()) {
         return kNothingDone;
     }
@@ -46,8 +46,11 @@ int UpdateRun::Run() {
         std::cerr << "Nothing was written\n";
         return kNothingDone;
     }
+    if (interruption.IsPending()) {
+        return kNothingDone;
+    }
     report.SetCameras(cameras);
-    UpdateAll(cameras, report);
+    UpdateAll(cameras, report, interruption);
     return report.Summarize();
 }
 
@@ -76,12 +79,12 @@ int UpdateRun::List(const CameraSearch::Cameras& found) const {
     return kNothingDone;
 }
 
-void UpdateRun::UpdateAll(const CameraSearch::Cameras& cameras, Report& report) {
+void UpdateRun::UpdateAll(const CameraSearch::Cameras& cameras, Report& report,
+                          Interruption& interruption) {
     std::vector<std::string> interfaces;
     for (const Camera& camera : cameras) {
         interfaces.push_back(camera.interface);
     }
-    Interruption interruption;
     Fleet fleet(interfaces, mOptions.jobs, [&](std::size_t number) {
         CameraUpdate update(cameras[number], number, mFiles, mSearch, report, mOptions.update);
         report.Finished(number, update.Run());

@@ -7,6 +7,7 @@
 #include "../cameras/Selection.h"
 #include "CameraUpdate.h"
 
+class Interruption;
 class Report;
 
 /// One run of mirsko-update.
@@ -25,13 +26,15 @@ class UpdateRun {
 
     /// @return the exit status: 0 every camera selected runs the firmware, 1 at least one does not,
     ///         2 all ran it before, 3 nothing was done (the reason is on standard error)
-    [[nodiscard]] int Run();
+    /// @param interruption that keeps signals away from the run
+    [[nodiscard]] int Run(Interruption& interruption);
 
   private:
     /// @return false when a file cannot be used
     [[nodiscard]] bool OpenFiles();
     [[nodiscard]] int List(const CameraSearch::Cameras& found) const;
-    void UpdateAll(const CameraSearch::Cameras& cameras, Report& report);
+    void UpdateAll(const CameraSearch::Cameras& cameras, Report& report,
+                   Interruption& interruption);
 
     const Options mOptions;
     CameraSearch mSearch;
