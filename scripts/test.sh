@@ -23,6 +23,10 @@ finish() {
 }
 trap finish EXIT
 
+step() {
+    echo "== $(date +%T) $1"
+}
+
 # build PRESET: shows its output only if it fails
 build() {
     local log=$logs/$1
@@ -39,7 +43,7 @@ build() {
 
 # Most tests wait rather than compute, so the next preset is built at low priority during the tests;
 # clang-tidy runs during the last.
-echo "== ${presets[0]}: build"
+step "${presets[0]}: build"
 build "${presets[0]}"
 for i in "${!presets[@]}"; do
     next=${presets[i + 1]:-}
@@ -50,9 +54,9 @@ for i in "${!presets[@]}"; do
         "$(declare -f build); if [ -n '$next' ]; then build '$next'; else scripts/lint.sh --tidy; fi" &
     building=$!
     set +m
-    echo "== ${presets[i]}: tests"
+    step "${presets[i]}: tests"
     ctest --preset "${presets[i]}" --parallel 8
-    [ -z "$next" ] || echo "== $next: build"
+    [ -z "$next" ] || step "$next: build"
     wait "$building"
     building=
 done
