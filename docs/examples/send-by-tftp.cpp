@@ -35,7 +35,7 @@ NxResult Update(const NxString& device, const NxString& payload) {
     }
     const std::string status(bytes.begin(), bytes.begin() + length);
     std::cout << "Status: " << status << '\n';
-    if (!status.starts_with("Firmware applied:")) {
+    if (status.rfind("Firmware applied:", 0) != 0) {
         return NxResult(kNxStatusNotSuccess);
     }
     result = NxDfwPayload::GetResetRecord(payload, bytes.data(), bytes.size(), length);

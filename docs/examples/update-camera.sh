@@ -9,6 +9,9 @@ trap 'rm -rf "$folder"' EXIT
 MirskoFirmwareUpdater "--localinterface=$1" "$2" >"$folder/stages" 2>"$folder/reasons"
 status=$?
 last=$(tail -n 1 "$folder/stages")
+if [ "$(head -n 1 "$folder/stages")" = "Mirsko Firmware Updater" ]; then
+    last="wrong arguments, or a file that is not .dfw or .zip in lower case"
+fi
 
 if [ "$status" = 0 ] && [ "$last" = "Firmware upload complete." ] && [ ! -s "$folder/reasons" ]; then
     echo "updated"

@@ -93,9 +93,9 @@ void LookForSeveral(const Json& interface, Findings& findings) {
     const std::string name = TextOf(interface, "name");
     if (interface["devices"].size() > 1 && TextOf(interface, "kind") == "network adapter") {
         findings.Add("several-devices", name, "",
-                     std::to_string(interface["devices"].size()) + " devices behind " + name +
-                         ": the updater takes the one that answers first; connect only the one to "
-                         "be updated");
+                     std::to_string(interface["devices"].size()) + " devices on " + name +
+                         ": the updater takes the one that answers first; connect only one, or use "
+                         "mirsko-update");
     }
 }
 

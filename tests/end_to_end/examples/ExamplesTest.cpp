@@ -67,8 +67,8 @@ TEST_F(ExamplesTest, TheScriptReportsWhatWasNotStarted) {
                   "not updated (status 100): nothing was started\n"
                   "Error: must specify --localinterface or --u3v\n");
     ExpectFailure(RunScript("camera.bin"),
-                  "not updated (status 0): The --localinterface and --u3v options are mutually "
-                  "exclusive.\r\n");
+                  "not updated (status 0): wrong arguments, or a file that is not .dfw or .zip in "
+                  "lower case\n");
     const SimulatedCamera camera({});
     ExpectFailure(RunScript("missing.dfw"), "not updated (status 101): nothing was started\n");
 }

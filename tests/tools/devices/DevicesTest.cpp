@@ -105,9 +105,9 @@ TEST_F(DevicesTest, SaysThatTheUpdaterTakesWhicheverOfSeveralCamerasAnswersFirst
     const json inventory = Inventory(ListDevices({"--json"}));
     EXPECT_THAT(CodesOf(inventory), ElementsAre("several-devices"));
     EXPECT_EQ(TextOf(inventory, "several-devices"),
-              "2 devices behind lo: the updater takes the one that answers first; connect only the "
-              "one to be updated");
-    EXPECT_THAT(ListDevices().out, HasSubstr("\n\nNote: 2 devices behind lo: "));
+              "2 devices on lo: the updater takes the one that answers first; connect only one, or "
+              "use mirsko-update");
+    EXPECT_THAT(ListDevices().out, HasSubstr("\n\nNote: 2 devices on lo: "));
 }
 
 TEST_F(DevicesTest, PrintsAJsonObjectWithItsFormatAndTheOptionToPass) {
