@@ -73,6 +73,9 @@ int main(int argc, char** argv) {
         "ran it before, 3 nothing was done: wrong use, a file that cannot be used, or a name that "
         "matches no camera or several.",
         "mirsko-update");
+    // Worded for an option; an argument is in the usage line.
+    app.get_formatter()->label("REQUIRED", "");
+    app.get_formatter()->label("TEXT", "");
     app.set_version_flag("--version", "mirsko-update " MIRSKO_VERSION,
                          "Print the version and exit");
     UpdateRun::Options options;

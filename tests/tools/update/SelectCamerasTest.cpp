@@ -17,7 +17,7 @@ TEST_F(SelectCamerasTest, ListsTheCamerasWithoutASelectionAndWritesNothing) {
     EXPECT_EQ(result.out, NameOf(1) + ": runs 1.0\n" + NameOf(2) + ": runs 1.0\n");
     EXPECT_EQ(result.err,
               "Nothing was written: name cameras (--serial, --mac, --address, --user-name, "
-              "--model) or take all 2 (--all)\n");
+              "--model), or select all (--all, 2 found)\n");
     EXPECT_EQ(result.exitStatus, 3);
     EXPECT_TRUE(IsUntouched(1) && IsUntouched(2));
 }

@@ -74,8 +74,8 @@ int UpdateRun::List(const CameraSearch::Cameras& found) const {
         std::cout << std::flush;
     }
     std::cerr << "Nothing was written: name cameras (--serial, --mac, --address, --user-name, "
-                 "--model) or take all "
-              << found.size() << " (--all)\n";
+                 "--model), or select all (--all, "
+              << found.size() << " found)\n";
     return kNothingDone;
 }
 
