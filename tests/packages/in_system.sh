@@ -10,10 +10,10 @@ mount -t tmpfs -o mode=755 tmpfs "$root"
 tar --extract --gzip --file "$1" --directory "$root" --exclude='./dev/*'
 
 # Everything that the tests use is in a folder of its own.
-mkdir "$root/work"
-cp "$2"/*.deb "$root/work"
-cp -r "$repository/tests/packages" "$repository/tests/configure" "$repository/scripts/demo" "$root/work"
-mkdir "$root/work/old-root"
+mkdir "$root/trial"
+cp "$2"/*.deb "$root/trial"
+cp -r "$repository/tests/packages" "$repository/tests/configure" "$repository/scripts/demo" "$root/trial"
+mkdir "$root/trial/old-root"
 mount --rbind /dev "$root/dev"
 mount -t proc proc "$root/proc"
 mount -t sysfs sysfs "$root/sys"
@@ -22,11 +22,11 @@ mount -t tmpfs tmpfs "$root/run"
 mkdir -m 1777 "$root/run/lock"
 cd "$root"
 # Not chroot: the simulator makes namespaces of its own, for which a root must be a mount.
-pivot_root . work/old-root
+pivot_root . trial/old-root
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
-umount --lazy /work/old-root
-rmdir /work/old-root
-cd /work
+umount --lazy /trial/old-root
+rmdir /trial/old-root
+cd /trial
 # Nothing of the environment that this was started from, such as compiler options.
-env --ignore-environment PATH="$PATH" HOME=/work LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
-    /work/packages/test.sh
+env --ignore-environment PATH="$PATH" HOME=/trial LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+    /trial/packages/test.sh

@@ -13,7 +13,7 @@ install() { apt-get --quiet --quiet --yes --no-install-recommends install "$@" >
 is_installed() { dpkg-query --show --showformat='${db:Status-Status}\n' "$1" 2>/dev/null | grep -qx installed; }
 # What apt and dpkg themselves note of any package ever installed.
 files() {
-    find / -xdev -not -path '/work/*' -not -path '/var/log/*' -not -path '/var/cache/*' \
+    find / -xdev -not -path '/trial/*' -not -path '/var/log/*' -not -path '/var/cache/*' \
         -not -path '/var/lib/apt/*' -not -path '/var/lib/dpkg/*' | sort
 }
 files >before
@@ -41,15 +41,15 @@ done
 for program in MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simulator mirsko-update; do
     gzip --test "/usr/share/man/man1/$program.1.gz"
 done
-/work/packages/completion.sh
+/trial/packages/completion.sh
 
 say "Installed files are hardened and stripped"
 mkdir installed
 dpkg-query --listfiles "${packages[@]}" | sort --unique | while read -r file; do
     [ ! -f "$file" ] || [ -L "$file" ] || cp --parents "$file" installed
 done
-/work/configure/hardened.sh RelWithDebInfo installed
-/work/configure/run_paths.sh installed
+/trial/configure/hardened.sh RelWithDebInfo installed
+/trial/configure/run_paths.sh installed
 while read -r file; do
     ! readelf --sections --wide "$file" 2>/dev/null | grep --quiet '\.symtab' ||
         fail "$file is not stripped"
@@ -59,7 +59,7 @@ path=$(readelf --dynamic /usr/bin/MirskoFirmwareUpdater | sed -n 's/.*PATH.*\[\(
 
 say "Simulated cameras are updated"
 for demo in genicam tftp package u3v; do
-    MIRSKO_BIN=/usr/bin "/work/demo/$demo.sh" >log 2>&1 || {
+    MIRSKO_BIN=/usr/bin "/trial/demo/$demo.sh" >log 2>&1 || {
         cat log >&2
         fail "The demo $demo failed"
     }

@@ -24,11 +24,11 @@ class NX_API NxGenParameterArray {
     /// @return not OK, `value` untouched, when there is no such node or it cannot be read
     NxResult GetStringValue(const NxString& name, NxString& value);
     /// Executes a command node; does not wait until the device has carried it out.
-    /// @return kNxNoSuchNode when there is no such node, kNxNodeAccess when it is not a command or
-    ///         cannot be executed now; else what the path to the device returns
+    /// @return kNxNoSuchNode for an unknown node, kNxNodeAccess for one that is not a command or
+    ///         cannot be executed now; otherwise what the path to the device returns
     NxResult ExecuteCommand(const NxString& name);
-    /// Null when the node is absent, not implemented or no enumeration, or when the device does not
-    /// tell whether it is implemented. Owned by the node map.
+    /// Null when the node is absent, not implemented or not an enumeration, or when the device fails
+    /// to report whether it is implemented. Owned by the node map.
     NxGenEnum* GetEnum(const NxString& name);
 
     /// For the SDK's own libraries.

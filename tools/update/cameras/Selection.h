@@ -22,7 +22,7 @@ struct Selection {
     [[nodiscard]] std::vector<Camera> Reachable(const std::vector<Camera>& found) const;
     /// The cameras selected, each once, in the order in which they were found.
     /// @param problems receives one line for each name that matches no camera or several, and
-    ///        when there is no camera at all
+    ///        when no camera was found
     [[nodiscard]] std::vector<Camera> Choose(const std::vector<Camera>& found,
                                              std::vector<std::string>& problems) const;
 };

@@ -253,7 +253,7 @@ TEST_F(NodeValuesTest, EndWhereALimitOrAFloatDependsOnItself) {
         "<Float Name=\"F\"><pValue>G</pValue></Float><Float Name=\"G\"><pValue>F</pValue></Float>" +
         GenXml::Integer("A", "<Value>1</Value><pMax>K</pMax>") +
         Knife("K", Variable("A.Max", "A"), "A.Max") +
-        // Its own value is no limit.
+        // Its own value does not limit it.
         GenXml::Integer("B", "<Value>4</Value><pMax>B</pMax>"));
     EXPECT_EQ(Maximum("A"), "depends on itself");
     EXPECT_EQ(result.GetCode(), kNxBadDescription);
