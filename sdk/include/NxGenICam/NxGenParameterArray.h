@@ -27,8 +27,8 @@ class NX_API NxGenParameterArray {
     /// @return kNxNoSuchNode for an unknown node, kNxNodeAccess for one that is not a command or
     ///         cannot be executed now; otherwise what the path to the device returns
     NxResult ExecuteCommand(const NxString& name);
-    /// Null when the node is absent, not implemented or not an enumeration, or when the device fails
-    /// to report whether it is implemented. Owned by the node map.
+    /// Null when the node is absent, not implemented or not an enumeration, or when the device
+    /// fails to report whether it is implemented. Owned by the node map.
     NxGenEnum* GetEnum(const NxString& name);
 
     /// For the SDK's own libraries.
