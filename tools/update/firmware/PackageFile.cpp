@@ -8,10 +8,11 @@
 
 #include "ManifestProbe.h"
 
-PackageFile::PackageFile(std::string path) : mPath(std::move(path)), mReader("", mPath) {}
+PackageFile::PackageFile(FirmwareContent content)
+    : FirmwareFile(std::move(content)), mReader("", Content().Path()) {}
 
 std::string PackageFile::Check() {
-    const std::string name = PrintableText(mPath);
+    const std::string name = PrintableText(Name());
     const std::string manifest = mReader.ExtractFile("Manifest.xml");
     if (manifest.empty()) {
         return name + ": not a package with a Manifest.xml that can be read";
@@ -27,10 +28,10 @@ FirmwareFile::Answer PackageFile::For(const FirmwareTarget& target) {
     ManifestProbe probe(target.model);
     answer.reason = probe.Run(mManifest);
     if (!answer.reason.empty()) {
-        answer.reason = PrintableText(mPath) + ": " + answer.reason;
+        answer.reason = PrintableText(Name()) + ": " + answer.reason;
         return answer;
     }
-    answer.plan.file = mPath;
+    answer.plan.file = Name();
     for (const ManifestProbe::Upload& upload : probe.Uploads()) {
         const Member& member = Unpack(upload.fileName);
         if (!member.problem.empty()) {
@@ -56,7 +57,7 @@ const PackageFile::Member& PackageFile::Unpack(const std::string& name) {
         return member;
     }
     member.path = mReader.ExtractFile(name);
-    const std::string what = PrintableText(mPath) + ", " + PrintableText(name) + ": ";
+    const std::string what = PrintableText(Name()) + ", " + PrintableText(name) + ": ";
     if (member.path.empty()) {
         member.problem = what + "missing, or cannot be unpacked";
         return member;

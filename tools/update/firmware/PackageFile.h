@@ -10,10 +10,10 @@
 /// for all cameras, and removed with this object.
 class PackageFile : public FirmwareFile {
   public:
-    explicit PackageFile(std::string path);
+    explicit PackageFile(FirmwareContent content);
 
-    /// @return why it has no manifest that could be run, one line; empty if it has
-    [[nodiscard]] std::string Check();
+    /// Reads the manifest.
+    [[nodiscard]] std::string Check() override;
     /// Decided by the conditions and asserts of its manifest, which see the model's name whatever
     /// feature they name, as in the updater. Every payload that would be uploaded is unpacked and
     /// checked.
@@ -28,7 +28,6 @@ class PackageFile : public FirmwareFile {
 
     const Member& Unpack(const std::string& name);
 
-    const std::string mPath;
     std::string mManifest;
     std::mutex mMutex;  // guards what is below
     ZipFwFileReader mReader;
