@@ -4,9 +4,6 @@
 
 #include <NxBase/PrintableText.h>
 #include <NxDevice/NxDfwPayload.h>
-#include <NxGenICam/GenFUParser.h>
-
-#include "ManifestProbe.h"
 
 PackageFile::PackageFile(FirmwareContent content)
     : FirmwareFile(std::move(content)), mReader("", Content().Path()) {}
@@ -17,22 +14,20 @@ std::string PackageFile::Check() {
     if (manifest.empty()) {
         return name + ": not a package with a Manifest.xml that can be read";
     }
-    mManifest = NxFwFileReader("", manifest).GetFileContent();
-    const NyUtilsLib::Result built = NxGenICamLib::GenFUParser(nullptr).Build(mManifest);
-    return built.GetCode() == 0 ? "" : name + ": " + built.GetMessage();
+    const std::string problem = mProbe.Read(NxFwFileReader("", manifest).GetFileContent());
+    return problem.empty() ? "" : name + ": " + problem;
 }
 
 FirmwareFile::Answer PackageFile::For(const FirmwareTarget& target) {
     const std::lock_guard<std::mutex> lock(mMutex);
     Answer answer;
-    ManifestProbe probe(target.model);
-    answer.reason = probe.Run(mManifest);
+    answer.reason = mProbe.Run(target.model);
     if (!answer.reason.empty()) {
         answer.reason = PrintableText(Name()) + ": " + answer.reason;
         return answer;
     }
     answer.plan.file = Name();
-    for (const ManifestProbe::Upload& upload : probe.Uploads()) {
+    for (const ManifestProbe::Upload& upload : mProbe.Uploads()) {
         const Member& member = Unpack(upload.fileName);
         if (!member.problem.empty()) {
             answer.reason = member.problem;
@@ -43,8 +38,8 @@ FirmwareFile::Answer PackageFile::For(const FirmwareTarget& target) {
         answer.plan.uploads.push_back({member.path, transport});
         answer.plan.version = member.version;
     }
-    if (!probe.Version().empty()) {
-        answer.plan.version = probe.Version();
+    if (!mProbe.Version().empty()) {
+        answer.plan.version = mProbe.Version();
     }
     answer.fit = Fit::kYes;
     return answer;

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "FirmwareFile.h"
+#include "ManifestProbe.h"
 #include "ZipFwFileReader.h"
 
 /// A package (docs/packages.md). Its payloads are unpacked into /tmp when a camera needs them, once
@@ -28,8 +29,8 @@ class PackageFile : public FirmwareFile {
 
     const Member& Unpack(const std::string& name);
 
-    std::string mManifest;
     std::mutex mMutex;  // guards what is below
+    ManifestProbe mProbe;
     ZipFwFileReader mReader;
     std::map<std::string, Member> mMembers;
 };
