@@ -1,4 +1,4 @@
-# Network interfaces with simulated cameras behind them, for scripts that source this file inside
+# Network interfaces with simulated cameras on them, for scripts that source this file inside
 # tests/isolated.sh. Settings: $bin, the folder of the programs; $work, a folder for the cameras' states.
 far=        # process ID of the network that the cameras are in
 cameras=()  # process IDs by number
