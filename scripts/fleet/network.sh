@@ -26,9 +26,9 @@ add_interface() {
 # add_camera NUMBER INTERFACE ADDRESS OPTION…: starts a camera with serial number SIM-NUMBER; its state is
 # kept in $work/camera-NUMBER
 add_camera() {
-    on_far_side ip address add "$3/24" dev "$2"
+    on_far_side ip address replace "$3/24" dev "$2"
     rm -f "$work/ready-$1"
-    on_far_side "$bin/mirsko-simulator" --state "$work/camera-$1" --ready-file "$work/ready-$1" \
+    nsenter --target "$far" --net -- "$bin/mirsko-simulator" --state "$work/camera-$1" --ready-file "$work/ready-$1" \
         --serial "SIM-$1" --mac "$(printf '02:4d:53:00:%02x:%02x' $(($1 / 256)) $(($1 % 256)))" \
         --interface "$2" --address "$3" "${@:4}" &
     cameras[$1]=$!
