@@ -4,15 +4,17 @@
 #   scripts/demo.sh tftp       a GigE Vision camera, by TFTP, with a new device ID and a reset
 #   scripts/demo.sh package    a zip package with two payloads, one for each of these transports
 #   scripts/demo.sh u3v        a USB3 Vision camera
-# Ends with status 0 only when the device really holds the new firmware.
+#   scripts/demo.sh fleet      eight cameras on two interfaces by one command, two of them faulty
+# Ends with status 0 only when the device really holds the new firmware; with "fleet", when all but the
+# faulty ones do, and these were named.
 set -euo pipefail
 repository=$(dirname "$(dirname "$(readlink -f "$0")")")
 cd "$repository"
 mode=${1:-genicam}
 case $#,$mode in
-[01],genicam | 1,tftp | 1,package | 1,u3v) ;;
+[01],genicam | 1,tftp | 1,package | 1,u3v | 1,fleet) ;;
 *)
-    echo "usage: scripts/demo.sh [genicam|tftp|package|u3v]" >&2
+    echo "usage: scripts/demo.sh [genicam|tftp|package|u3v|fleet]" >&2
     exit 2
     ;;
 esac

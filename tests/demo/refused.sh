@@ -6,4 +6,4 @@ output=$("$@" 2>&1) || status=$?
 printf '%s\n' "$output"
 echo "(the demo's exit status: $status)"
 [ "$status" -ne 0 ]
-grep --quiet 'Status error: Payload rejected: ' <<<"$output"
+grep --quiet --extended-regexp '(Status error: |its status is ")Payload rejected: ' <<<"$output"

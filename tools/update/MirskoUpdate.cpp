@@ -46,6 +46,12 @@ void AddRules(CLI::App& app, UpdateRun::Options& options, long& wait) {
                  "Also update cameras that run the file's version already");
     app.add_flag("--allow-downgrade", update.rules.allowDowngrade,
                  "Also update cameras that run a higher version");
+    app.add_option(
+           "--require-signature", options.authorities,
+           "First verify that every FIRMWARE is signed under a certificate in this PEM file; "
+           "the signature is in FIRMWARE.p7s")
+        ->type_name("FILE")
+        ->check(CLI::ExistingFile.description(""));
     app.add_option("--jobs", options.jobs,
                    "Cameras updated at once: at most this many, and two on one interface; default: "
                    "two on each interface")

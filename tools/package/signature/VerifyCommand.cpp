@@ -4,8 +4,7 @@
 
 #include <NxBase/PrintableText.h>
 
-#include "PackageSignature.h"
-#include "SignatureFile.h"
+#include "SignedFile.h"
 
 CLI::App* VerifyCommand::Declare(CLI::App& program) {
     CLI::App* const options = program.add_subcommand(
@@ -25,26 +24,11 @@ CLI::App* VerifyCommand::Declare(CLI::App& program) {
 }
 
 int VerifyCommand::Run() {
-    std::string bytes;
-    const std::string error = SignatureFile(mFile, mSignature).Read(bytes);
+    SignedFile file(mFile, mFile);
+    const std::string error = file.Verify(SignatureFile(mFile, mSignature), mAuthorities);
     if (!error.empty()) {
-        return Fail(mFile + ": not signed: " + error);
+        return Fail(error);
     }
-    PackageSignature signature(mAuthorities);
-    switch (signature.Verify(bytes, mFile)) {
-        case PackageSignature::Verdict::kTrusted:
-            std::cout << mFile << ": signed by " << PrintableText(signature.Signers(), kLongestLine)
-                      << '\n';
-            return kDone;
-        case PackageSignature::Verdict::kUntrusted:
-            return Fail(mFile + ": signed by " + signature.Signers() +
-                        ", whose certificate cannot be verified: " + signature.Reason());
-        case PackageSignature::Verdict::kNotASignature:
-            return Fail(mFile + ": invalid signature: " + signature.Reason());
-        case PackageSignature::Verdict::kWrong:
-            break;
-    }
-    return Fail(mFile + ": invalid signature: " + signature.Reason() +
-                "; the file was changed after it was signed, or this is the signature of another "
-                "file");
+    std::cout << mFile << ": signed by " << PrintableText(file.Signers(), kLongestLine) << '\n';
+    return kDone;
 }

@@ -1,49 +1,14 @@
 #include "ManifestProbe.h"
 
-#include <utility>
-
 #include <NxBase/NxResultCodes.h>
-#include <NxGenICam/GenFUControl.h>
 #include <NxGenICam/GenFUParser.h>
 #include <NxGenICam/GenFUUpdaterCodes.h>
+
+#include "ManifestUpdates.h"
 
 namespace {
 
 using NyUtilsLib::Result;
-
-// A model with one of the manifest's updates only: running it shows whether that is the one.
-class OneUpdate : public NxGenICamLib::GenFUControl {
-  public:
-    OneUpdate(NxGenICamLib::IGenFUUpdater* updater, int number)
-        : GenFUControl(updater), mNumber(number) {}
-
-    [[nodiscard]] bool Exists() const { return mLatest >= mNumber; }
-    [[nodiscard]] const std::string& Version() const { return mVersion; }
-
-    Result AddUpdate(const std::string& procedureId) override {
-        ++mLatest;
-        return IsHere() ? GenFUControl::AddUpdate(procedureId) : Result();
-    }
-    Result AddInfo(const std::string& name, const std::string& text) override {
-        if (!IsHere()) {
-            return {};
-        }
-        if (name == "Version") {
-            mVersion = text;
-        }
-        return GenFUControl::AddInfo(name, text);
-    }
-    Result AddCondition(const std::string& featureName, const std::string& pattern) override {
-        return IsHere() ? GenFUControl::AddCondition(featureName, pattern) : Result();
-    }
-
-  private:
-    [[nodiscard]] bool IsHere() const { return mLatest == mNumber; }
-
-    const int mNumber;
-    int mLatest = -1;
-    std::string mVersion;
-};
 
 Result Unsupported() {
     return Result(NxGenICamLib::kGenFUNotProvided, "mirsko-update does not provide this operation");
@@ -51,25 +16,31 @@ Result Unsupported() {
 
 }  // namespace
 
-ManifestProbe::ManifestProbe(std::string model) : mModel(std::move(model)) {}
+ManifestProbe::ManifestProbe() : mUpdates(std::make_unique<ManifestUpdates>(*this)) {}
 
-std::string ManifestProbe::Run(const std::string& manifest) {
-    for (int number = 0;; ++number) {
-        OneUpdate update(this, number);
-        if (const Result built = NxGenICamLib::GenFUParser(&update).Build(manifest);
-            built.GetCode() != 0) {
-            return built.GetMessage();
+ManifestProbe::~ManifestProbe() = default;
+
+std::string ManifestProbe::Read(const std::string& manifest) {
+    const Result built = NxGenICamLib::GenFUParser(mUpdates.get()).Build(manifest);
+    return built.GetCode() == 0 ? "" : built.GetMessage();
+}
+
+std::string ManifestProbe::Run(const std::string& model) {
+    mModel = model;
+    mUploads.clear();
+    mVersion.clear();
+    Result run;
+    for (std::size_t update = 0; update < mUpdates->Count(); ++update) {
+        run = mUpdates->Run(update);
+        if (run.GetCode() != kNxNoUpdate) {
+            mVersion = mUpdates->Version(update);
+            break;
         }
-        const Result run = update.Run();
-        if (run.GetCode() == kNxNoUpdate && update.Exists()) {
-            continue;
-        }
-        mVersion = update.Version();
-        if (run.GetCode() != 0) {
-            return run.GetMessage();
-        }
-        return mUploads.empty() ? "the update for this model uploads nothing" : "";
     }
+    if (run.GetCode() != 0) {
+        return run.GetMessage();
+    }
+    return mUploads.empty() ? "the update for this model uploads nothing" : "";
 }
 
 Result ManifestProbe::ReadGenStringValue(const std::string& /*nodeName*/, std::string& value) {

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <list>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <NxGenICam/IGenFUUpdater.h>
 
-/// Runs a manifest for a camera that is only a model name, and keeps what would be uploaded.
+class ManifestUpdates;
+
+/// Runs a manifest for cameras that are only a model name, and keeps what would be uploaded. Used
+/// from one thread at a time.
 class ManifestProbe : public NxGenICamLib::IGenFUUpdater {
   public:
     using Result = NyUtilsLib::Result;
@@ -16,11 +20,18 @@ class ManifestProbe : public NxGenICamLib::IGenFUUpdater {
         std::string transport;
     };
 
-    explicit ManifestProbe(std::string model);
+    ManifestProbe();
+    ~ManifestProbe() override;
+    ManifestProbe(const ManifestProbe&) = delete;
+    ManifestProbe& operator=(const ManifestProbe&) = delete;
 
-    /// @param manifest one that can be built
-    /// @return why nothing in it can be written to that camera, one line; empty if it can
-    [[nodiscard]] std::string Run(const std::string& manifest);
+    /// To be called once, first: reading takes most of the time, running hardly any.
+    /// @return why it cannot be run, one line; empty if it can
+    [[nodiscard]] std::string Read(const std::string& manifest);
+    /// @return why nothing in it can be written to a camera of that model, one line; empty if it
+    ///         can
+    [[nodiscard]] std::string Run(const std::string& model);
+    /// Of the last run, in the order of the steps.
     [[nodiscard]] const std::vector<Upload>& Uploads() const { return mUploads; }
     /// The info "Version" of the update that fits; empty without one.
     [[nodiscard]] const std::string& Version() const { return mVersion; }
@@ -33,7 +44,8 @@ class ManifestProbe : public NxGenICamLib::IGenFUUpdater {
     Result Reset() override;
 
   private:
-    const std::string mModel;
+    std::unique_ptr<ManifestUpdates> mUpdates;
+    std::string mModel;
     std::vector<Upload> mUploads;
     std::string mVersion;
 };

@@ -4,34 +4,30 @@
 
 #include <NxBase/PrintableText.h>
 #include <NxDevice/NxDfwPayload.h>
-#include <NxGenICam/GenFUParser.h>
 
-#include "ManifestProbe.h"
-
-PackageFile::PackageFile(std::string path) : mPath(std::move(path)), mReader("", mPath) {}
+PackageFile::PackageFile(FirmwareContent content)
+    : FirmwareFile(std::move(content)), mReader("", Content().Path()) {}
 
 std::string PackageFile::Check() {
-    const std::string name = PrintableText(mPath);
+    const std::string name = PrintableText(Name());
     const std::string manifest = mReader.ExtractFile("Manifest.xml");
     if (manifest.empty()) {
         return name + ": not a package with a Manifest.xml that can be read";
     }
-    mManifest = NxFwFileReader("", manifest).GetFileContent();
-    const NyUtilsLib::Result built = NxGenICamLib::GenFUParser(nullptr).Build(mManifest);
-    return built.GetCode() == 0 ? "" : name + ": " + built.GetMessage();
+    const std::string problem = mProbe.Read(NxFwFileReader("", manifest).GetFileContent());
+    return problem.empty() ? "" : name + ": " + problem;
 }
 
 FirmwareFile::Answer PackageFile::For(const FirmwareTarget& target) {
     const std::lock_guard<std::mutex> lock(mMutex);
     Answer answer;
-    ManifestProbe probe(target.model);
-    answer.reason = probe.Run(mManifest);
+    answer.reason = mProbe.Run(target.model);
     if (!answer.reason.empty()) {
-        answer.reason = PrintableText(mPath) + ": " + answer.reason;
+        answer.reason = PrintableText(Name()) + ": " + answer.reason;
         return answer;
     }
-    answer.plan.file = mPath;
-    for (const ManifestProbe::Upload& upload : probe.Uploads()) {
+    answer.plan.file = Name();
+    for (const ManifestProbe::Upload& upload : mProbe.Uploads()) {
         const Member& member = Unpack(upload.fileName);
         if (!member.problem.empty()) {
             answer.reason = member.problem;
@@ -42,8 +38,8 @@ FirmwareFile::Answer PackageFile::For(const FirmwareTarget& target) {
         answer.plan.uploads.push_back({member.path, transport});
         answer.plan.version = member.version;
     }
-    if (!probe.Version().empty()) {
-        answer.plan.version = probe.Version();
+    if (!mProbe.Version().empty()) {
+        answer.plan.version = mProbe.Version();
     }
     answer.fit = Fit::kYes;
     return answer;
@@ -56,7 +52,7 @@ const PackageFile::Member& PackageFile::Unpack(const std::string& name) {
         return member;
     }
     member.path = mReader.ExtractFile(name);
-    const std::string what = PrintableText(mPath) + ", " + PrintableText(name) + ": ";
+    const std::string what = PrintableText(Name()) + ", " + PrintableText(name) + ": ";
     if (member.path.empty()) {
         member.problem = what + "missing, or cannot be unpacked";
         return member;

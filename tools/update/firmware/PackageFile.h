@@ -4,16 +4,17 @@
 #include <mutex>
 
 #include "FirmwareFile.h"
+#include "ManifestProbe.h"
 #include "ZipFwFileReader.h"
 
 /// A package (docs/packages.md). Its payloads are unpacked into /tmp when a camera needs them, once
 /// for all cameras, and removed with this object.
 class PackageFile : public FirmwareFile {
   public:
-    explicit PackageFile(std::string path);
+    explicit PackageFile(FirmwareContent content);
 
-    /// @return why it has no manifest that could be run, one line; empty if it has
-    [[nodiscard]] std::string Check();
+    /// Reads the manifest.
+    [[nodiscard]] std::string Check() override;
     /// Decided by the conditions and asserts of its manifest, which see the model's name whatever
     /// feature they name, as in the updater. Every payload that would be uploaded is unpacked and
     /// checked.
@@ -28,9 +29,8 @@ class PackageFile : public FirmwareFile {
 
     const Member& Unpack(const std::string& name);
 
-    const std::string mPath;
-    std::string mManifest;
     std::mutex mMutex;  // guards what is below
+    ManifestProbe mProbe;
     ZipFwFileReader mReader;
     std::map<std::string, Member> mMembers;
 };

@@ -73,6 +73,14 @@ void Report::FinishNow(std::size_t camera, const Outcome& outcome) {
     }
 }
 
+void Report::Note(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    Log(text);
+    if (!mOptions.json) {
+        Print(text);
+    }
+}
+
 void Report::Notice(const std::string& text) {
     const std::lock_guard<std::mutex> lock(mMutex);
     Log(text);

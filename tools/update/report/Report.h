@@ -31,6 +31,8 @@ class Report {
     void Progress(std::size_t camera, long done, long total);
     /// Once for each camera.
     void Finished(std::size_t camera, const Outcome& outcome);
+    /// A line about the run as a whole; with JSON, only in the log.
+    void Note(const std::string& text);
     /// To the person at the terminal, on standard error.
     void Notice(const std::string& text);
     /// Draws the progress lines again; to be called several times a second.

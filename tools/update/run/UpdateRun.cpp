@@ -29,6 +29,12 @@ int UpdateRun::Run(Interruption& interruption) {
         std::cerr << "Cannot write to " << PrintableText(mOptions.logFile) << '\n';
         return kNothingDone;
     }
+    for (const auto& file : mFiles) {
+        if (!file->Signers().empty()) {
+            report.Note(
+                PrintableText(file->Name() + ": signed by " + file->Signers(), std::string::npos));
+        }
+    }
     CameraSearch::Cameras found;
     if (const NxResult result = mSearch.FindAll(found); !result.IsOK()) {
         std::cerr << result.GetDescription().GetAscii() << '\n';
@@ -57,7 +63,7 @@ int UpdateRun::Run(Interruption& interruption) {
 bool UpdateRun::OpenFiles() {
     for (const std::string& path : mOptions.files) {
         std::string problem;
-        mFiles.push_back(FirmwareFile::Open(path, problem));
+        mFiles.push_back(FirmwareFile::Open(path, mOptions.authorities, problem));
         if (!problem.empty()) {
             std::cerr << problem << '\n';
             return false;

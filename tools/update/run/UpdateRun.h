@@ -16,6 +16,7 @@ class UpdateRun {
     struct Options {
         Selection selection;
         std::vector<std::string> files;
+        std::string authorities;  ///< PEM file; empty where the files need no signature
         CameraUpdate::Options update;
         std::size_t jobs = 0;  ///< 0: as many as the interfaces allow
         bool json = false;
