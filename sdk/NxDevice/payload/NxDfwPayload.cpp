@@ -28,7 +28,7 @@ NxResult ReadHeaderOf(const LocalFile& file, const NxString& path, NxDfwHeader& 
     NX_RETURN_IF_FAILED(file.ReadAt(0, bytes, length));
     if (length < bytes.size()) {
         return NotAPayload(
-            path, "it has only " + std::to_string(length) + " bytes, less than the 64-byte header");
+            path, "it ends after " + std::to_string(length) + " of the 64 bytes of its header");
     }
     const std::string problem = DfwHeaderCodec::Decode(bytes, header);
     return problem.empty() ? NxResult() : NotAPayload(path, problem);

@@ -19,7 +19,7 @@ constexpr long kLimitKiB = 32 * 1024;
 constexpr long kGrowthKiB = 4 * 1024;
 #endif
 
-struct Road {
+struct Transport {
     std::string name;
     std::vector<std::string> cameraOptions;
     bool usb = false;
@@ -28,11 +28,11 @@ struct Road {
     unsigned int largeMiB = 64;
 };
 
-void PrintTo(const Road& road, std::ostream* stream) {
-    *stream << road.name;
+void PrintTo(const Transport& transport, std::ostream* stream) {
+    *stream << transport.name;
 }
 
-class PeakMemoryTest : public testing::TestWithParam<Road> {
+class PeakMemoryTest : public testing::TestWithParam<Transport> {
   protected:
     [[nodiscard]] std::string Path(const std::string& name) const {
         return (mFolder.Path() / name).string();
@@ -100,18 +100,19 @@ TEST_P(PeakMemoryTest, StaysUnder32MiBWhateverThePayloadsSize) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Roads, PeakMemoryTest,
-    testing::Values(Road{.name = "FileAccess",
-                         .cameraOptions = {"--profile", "file-access", "--buffer-size", "65536"}},
-                    Road{.name = "Tftp", .cameraOptions = {"--profile", "loader"}, .largeMiB = 256},
-                    Road{.name = "Package",
-                         .cameraOptions = {"--profile", "file-access", "--buffer-size", "65536"},
-                         .package = true},
-                    Road{.name = "Usb",
-                         .cameraOptions = {"--max-command", "65548", "--max-ack", "65548",
-                                           "--buffer-size", "65536"},
-                         .usb = true,
-                         .largeMiB = 48}),
-    [](const auto& road) { return road.param.name; });
+    Every, PeakMemoryTest,
+    testing::Values(
+        Transport{.name = "FileAccess",
+                  .cameraOptions = {"--profile", "file-access", "--buffer-size", "65536"}},
+        Transport{.name = "Tftp", .cameraOptions = {"--profile", "loader"}, .largeMiB = 256},
+        Transport{.name = "Package",
+                  .cameraOptions = {"--profile", "file-access", "--buffer-size", "65536"},
+                  .package = true},
+        Transport{.name = "Usb",
+                  .cameraOptions = {"--max-command", "65548", "--max-ack", "65548", "--buffer-size",
+                                    "65536"},
+                  .usb = true,
+                  .largeMiB = 48}),
+    [](const auto& transport) { return transport.param.name; });
 
 }  // namespace

@@ -140,7 +140,7 @@ TEST(UsbUpdateTest, ReadsAZippedDescriptionAndSelectorDependentRegisters) {
     EXPECT_EQ(camera.Firmware(), body);
 }
 
-TEST(UsbUpdateTest, HasNoOtherRoadToACameraWithoutFileAccessToItsFirmware) {
+TEST(UsbUpdateTest, FailsOnACameraWithoutFileAccessToItsFirmware) {
     for (const char* profile : {"no-file-access", "backup-load", "selector-without-dfw"}) {
         SCOPED_TRACE(profile);
         UsbCamera camera({"--profile", profile});

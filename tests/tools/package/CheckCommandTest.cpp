@@ -177,7 +177,7 @@ TEST_F(CheckCommandTest, FindsDamagedPayloads) {
         GoodPayload() + "x",
         "error: a.dfw is not a firmware payload: its body has 9 bytes, but its header says 8\n");
     findings("MDFW and then nothing that a header could be",
-             "error: a.dfw is not a firmware payload: it has only 44 bytes, less than the 64-byte "
+             "error: a.dfw is not a firmware payload: it ends after 44 of the 64 bytes of its "
              "header\n");
     findings("just bytes",
              "warning: a.dfw: no payload header; the updater transfers it as is, but cannot set a "

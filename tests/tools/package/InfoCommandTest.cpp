@@ -93,8 +93,8 @@ TEST_F(InfoCommandTest, WritesJsonWhateverBytesAMembersNameHas) {
 TEST_F(InfoCommandTest, TellsWhatCannotBeShown) {
     mFolder.Write("bad.dfw", "x");
     Expect({"info", "@bad.dfw"}, 1, "",
-           "mirsko-package: @bad.dfw is not a firmware payload: it has only 1 bytes, less than the "
-           "64-byte header\n");
+           "mirsko-package: @bad.dfw is not a firmware payload: it ends after 1 of the 64 bytes of "
+           "its header\n");
     Expect({"info", "@none.zip"}, 1, "", "mirsko-package: @none.zip: No such file or directory\n");
     Expect({"info", "--json", "@a.dfw", "extra"}, 2, "",
            "The following argument was not expected: extra\nRun with --help or --help-all for more "

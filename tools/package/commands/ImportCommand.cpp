@@ -51,7 +51,7 @@ CLI::App* ImportCommand::Declare(CLI::App& program) {
             "texts missing in that language")
         ->option_text("LANGUAGE");
     options->add_flag("--drop-reset", mDropReset,
-                      "Omit trailing resets, which the updater refuses");
+                      "Omit trailing resets, which the updater rejects");
     options
         ->add_option(
             "--ca", mAuthorities,

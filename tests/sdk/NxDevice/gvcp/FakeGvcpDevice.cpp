@@ -12,6 +12,7 @@ constexpr std::size_t kHeaderSize = 8;
 constexpr unsigned int kReadRegister = 0x80;
 constexpr unsigned int kWriteRegister = 0x82;
 constexpr unsigned int kReadMemory = 0x84;
+constexpr unsigned int kNotImplemented = 0x8001;
 constexpr unsigned int kInvalidAddress = 0x8003;
 
 std::uint32_t WordAt(const std::string& bytes, std::size_t at) {
@@ -67,8 +68,11 @@ std::string FakeGvcpDevice::Carry(unsigned int command, const std::string& paylo
         for (std::size_t at = 0; at < payload.size(); at += 8) {
             done = done && Write(WordAt(payload, at), payload.substr(at + 4, 4));
         }
-    } else {
+    } else if (mWritesMemory) {
         done = Write(WordAt(payload, 0), payload.substr(4));
+    } else {
+        status = kNotImplemented;
+        return "";
     }
     status = done ? 0 : kInvalidAddress;
     return done ? answer : "";

@@ -17,6 +17,8 @@ class FakeGvcpDevice : public DatagramSocket {
     void SetLatency(Clock::duration latency) { mLatency = latency; }
     /// Of a WRITEREG, in addition.
     void SetRegisterWriteTime(Clock::duration time) { mRegisterWriteTime = time; }
+    /// WRITEMEM, which GigE Vision 1.x leaves to the device, is not implemented.
+    void LackWriteMemory() { mWritesMemory = false; }
     /// Commands with the id of the one before are neither carried out nor answered.
     void IgnoreCopies() { mIgnoresCopies = true; }
     /// The longest time between two datagrams.
@@ -51,6 +53,7 @@ class FakeGvcpDevice : public DatagramSocket {
     std::map<std::uint32_t, char> mMemory;
     Clock::duration mLatency = std::chrono::microseconds(100);
     Clock::duration mRegisterWriteTime{0};
+    bool mWritesMemory = true;
     bool mIgnoresCopies = false;
     Clock::time_point mLastSent{};
     Clock::duration mLongestSilence{0};

@@ -85,3 +85,17 @@ TEST_F(GvcpAddressSpaceTest, SaysWhichAddressCannotBeWritten) {
                 StrEq("10.9.8.2 on eth9 cannot be written at 0xd0000002: the address is not a "
                       "multiple of four"));
 }
+
+TEST_F(GvcpAddressSpaceTest, WritesRegistersOfADeviceThatHasNoWriteMemory) {
+    mDevice->LackWriteMemory();
+    ASSERT_TRUE(mSpace->WriteBytes(0xD0000000, BytesOf("abcdefghij")).IsOK());
+    // A register is written as a whole.
+    EXPECT_EQ(Held(0xD0000000, 12), std::string("abcdefghij\0\0", 12));
+    EXPECT_EQ(mDevice->RegisterWrites(), 3U);
+    // It is not asked again.
+    const std::size_t before = mDevice->Commands();
+    mSpace->CombineRegisters(true);
+    ASSERT_TRUE(mSpace->WriteBytes(0xD0000000, BytesOf("ABCDEFGH")).IsOK());
+    EXPECT_EQ(Held(0xD0000000, 8), "ABCDEFGH");
+    EXPECT_EQ(mDevice->Commands() - before, 1U);
+}

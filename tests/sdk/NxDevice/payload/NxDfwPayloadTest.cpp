@@ -179,9 +179,9 @@ TEST_P(NxDfwPayloadMalformedTest, IsRefusedWithTheReasonEverywhere) {
 INSTANTIATE_TEST_SUITE_P(
     Headers, NxDfwPayloadMalformedTest,
     testing::Values(
-        Malformed{"Empty", "it has only 0 bytes, less than the 64-byte header",
+        Malformed{"Empty", "it ends after 0 of the 64 bytes of its header",
                   [](const std::string&) { return ""s; }},
-        Malformed{"OneByteShort", "it has only 63 bytes, less than the 64-byte header",
+        Malformed{"OneByteShort", "it ends after 63 of the 64 bytes of its header",
                   [](const std::string& b) { return b.substr(0, 63); }},
         Malformed{"Magic", "it does not begin with \"MDFW\"",
                   [](const std::string& b) { return With(b, 0, "mDFW"); }},
