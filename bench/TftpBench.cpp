@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <string>
 #include <utility>
@@ -22,6 +23,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include "tftp/TftpClient.h"
 
@@ -31,9 +33,11 @@ constexpr int kMissed = 1;
 constexpr int kFailed = 2;
 
 // The targets, as ratios of throughputs.
-constexpr double kAimLockStep = 1.0;     // of the fastest other client, block by block
-constexpr double kAimWindows = 5.0;      // of the fastest client that goes block by block
-constexpr double kAimNoCollapse = 0.25;  // of our own client that goes block by block
+constexpr double kAimLockStep = 1.0;          // of the fastest other client, block by block
+constexpr double kAimLockStepOtherCpu = 1.3;  // the same, with the server on another CPU
+constexpr double kAimSameWindow = 1.1;        // of the fastest other client with the same window
+constexpr double kAimWindows = 5.0;           // of the fastest client that goes block by block
+constexpr double kAimNoCollapse = 0.25;       // of our own client that goes block by block
 constexpr unsigned int kEthernetBlock = 1428;
 
 struct Case {
@@ -50,8 +54,10 @@ struct Arguments {
     std::string serverName;
     std::string file;        ///< without the "-8192" that names the block size it is for
     std::string remoteFile;  ///< where the server puts it, to be compared
-    bool windows = false;    ///< whether the server grants them
-    bool otherCpu = false;   ///< whether the server runs on another CPU
+    std::string remoteName = "upload";
+    std::string json;  ///< file that the figures are appended to, one object a line; may be empty
+    bool windows = false;   ///< whether the server grants them
+    bool otherCpu = false;  ///< whether the server runs on another CPU
     int clientCpu = 0;
     int rounds = 5;
     Case upload{0, 0};  ///< only send the file once, with these
@@ -97,7 +103,7 @@ bool RunQuietly(const std::vector<std::string>& command) {
 int Upload(const Arguments& arguments) {
     TftpClient client(
         {.blockSize = arguments.upload.blockSize, .windowSize = arguments.upload.windowSize});
-    NxResult result = client.Init(arguments.address, "upload");
+    NxResult result = client.Init(arguments.address, arguments.remoteName);
     if (result.IsOK()) {
         result = client.SendFile(arguments.file);
     }
@@ -194,18 +200,32 @@ class Comparison {
             (contestant.name == "ours" ? ours : fastestOther) =
                 std::max(contestant.name == "ours" ? ours : fastestOther, speed);
         }
+        mRow = {{"server", mArguments.serverName},
+                {"block", tested.blockSize},
+                {"window", tested.windowSize},
+                {"other_cpu", mArguments.otherCpu},
+                {"aims", nlohmann::json::array()}};
+        for (const Contestant& contestant : contestants) {
+            mRow["speeds"][contestant.name] =
+                contestant.works ? nlohmann::json(megabytes / contestant.bestSeconds) : nullptr;
+        }
         if (tested.windowSize == 1) {
             mFastestOther[tested.blockSize] = fastestOther;
             mOurs[tested.blockSize] = ours;
-            Judge("the fastest other", ours, fastestOther, kAimLockStep);
+            Judge("the fastest other", ours, fastestOther,
+                  mArguments.otherCpu ? kAimLockStepOtherCpu : kAimLockStep);
         } else {
             const bool aimed = mArguments.otherCpu && tested.blockSize == kEthernetBlock;
+            Judge("the fastest other with the same window", ours, fastestOther, kAimSameWindow);
             Judge("the fastest other in lock-step", ours, mFastestOther[tested.blockSize],
                   aimed ? kAimWindows : 0);
             Judge("ours in lock-step", ours, mOurs[tested.blockSize], kAimNoCollapse);
         }
         std::printf("\n");
         std::fflush(stdout);
+        if (!mArguments.json.empty()) {
+            std::ofstream(mArguments.json, std::ios::app) << mRow << "\n";
+        }
     }
 
     [[nodiscard]] bool IsMissed() const { return mMissed; }
@@ -216,6 +236,10 @@ class Comparison {
         const double ratio = theirs > 0 ? std::round(100 * ours / theirs) / 100 : 0;
         const bool met = ours > 0 && (theirs <= 0 || ratio >= aim);
         mMissed = mMissed || !met;
+        if (theirs > 0) {
+            mRow["aims"].push_back(
+                {{"than", what}, {"value", ratio}, {"limit", aim}, {"met", met}});
+        }
         std::printf("  %.2f x %s%s", ratio, what, met ? "" : " MISSED");
     }
 
@@ -224,6 +248,7 @@ class Comparison {
     std::map<unsigned int, double> mFastestOther;
     std::map<unsigned int, double> mOurs;
     bool mMissed = false;
+    nlohmann::json mRow;
 };
 
 }  // namespace
@@ -238,6 +263,8 @@ int main(int argc, char** argv) {
                    "To compare: without its \"-512\", \"-1428\", \"-8192\"")
         ->required();
     app.add_option("--remote-file", arguments.remoteFile);
+    app.add_option("--remote-name", arguments.remoteName, "of the file, for --upload");
+    app.add_option("--json", arguments.json, "File that the figures are appended to");
     app.add_flag("--windows", arguments.windows, "The server grants windows");
     app.add_flag("--other-cpu", arguments.otherCpu, "The server runs on another CPU");
     app.add_option("--cpu", arguments.clientCpu, "that the clients run on");

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Unpacks one member of 256 MiB with the updater's package reader and with unzip, alternately, into the
 # same /tmp, and compares the whole processes' times.
-#   bench/run-extract.sh [BUILD-FOLDER] [ROUNDS]
+#   bench/run-extract.sh [BUILD-FOLDER [ROUNDS [JSON]]]
+# The figures are also written to the file JSON.
 # Exit status: 0 the reader is at least as fast as unzip and stays under 32 MiB, for every kind of
 # member; 1 it does not; 2 something is missing.
 set -eu
@@ -15,9 +16,9 @@ for tool in zip unzip python3; do
 done
 # In a /tmp of its own, in memory: no disk takes part and nothing is left behind.
 if [ "${MIRSKO_ISOLATED:-}" != 1 ]; then
-    MIRSKO_ISOLATED=1 exec "$repository/tests/isolated.sh" "$0" "$build" "$rounds"
+    MIRSKO_ISOLATED=1 exec "$repository/tests/isolated.sh" "$0" "$build" "$rounds" "${3:-}"
 fi
-exec python3 - "$program" "$rounds" <<'PYTHON'
+exec python3 - "$program" "$rounds" "${3:-}" <<'PYTHON'
 import json, os, random, statistics, subprocess, sys, time
 
 program, rounds = sys.argv[1], int(sys.argv[2])
@@ -40,6 +41,7 @@ def timed(command):
     return time.perf_counter() - begin, out
 
 good = True
+rows = []
 print(f"{'member':10}{'reader s':>10}{'unzip s':>10}{'ratio':>8}{'peak MiB':>10}")
 for kind, (content, level) in kinds.items():
     with open("/tmp/member.dfw", "wb") as member:
@@ -59,6 +61,10 @@ for kind, (content, level) in kinds.items():
     mine, other = statistics.median(ours), statistics.median(theirs)
     good = good and mine <= other and 0 < peak < 32 * 1024
     print(f"{kind:10}{mine:10.3f}{other:10.3f}{other / mine:8.2f}{peak / 1024:10.1f}")
+    rows.append({"member": kind, "reader": mine, "unzip": other, "peak_kib": peak})
     os.remove("/tmp/p.zip")
+if sys.argv[3]:
+    with open(sys.argv[3], "w") as file:
+        json.dump(rows, file)
 sys.exit(0 if good else 1)
 PYTHON

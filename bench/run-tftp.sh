@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Compares this project's TFTP client with curl, tftp-hpa and atftp on tftpd-hpa and atftpd, with
 # client and server on the same CPU and on different ones, in a network of its own.
-#   bench/run-tftp.sh [MiB [rounds]]        default: 256 MiB, 5 rounds
+#   bench/run-tftp.sh [MiB [rounds [JSON]]]        default: 256 MiB, 5 rounds
 # The size is that of the files for 8192-byte blocks; smaller blocks get smaller files (a ninth for
 # 512), so that every client works long enough for its start to count little.
+# The figures are also appended to the file JSON, one object a line.
 # Exit status: 0 every aim is met, 1 one is missed (marked MISSED).
 set -eu
 cd "$(dirname "$0")/.."
@@ -13,6 +14,8 @@ if [ "${1:-}" != --isolated ]; then
 fi
 size=${2:-256}
 rounds=${3:-5}
+json=()
+[ -z "${4:-}" ] || json=(--json "$4")
 program=$PWD/build/bench/bin/bench-tftp
 [ -x "$program" ] || { echo "Build the release preset first" >&2; exit 1; }
 peers=$PWD/build/peers
@@ -40,7 +43,7 @@ stop() {
 missed=0
 compare() { # address, name, further options
     "$program" --address "$1" --server-name "$2" --file /tmp/file \
-        --remote-file "/tmp/$2/upload" --cpu 0 --rounds "$rounds" "${@:3}" || missed=1
+        --remote-file "/tmp/$2/upload" --cpu 0 --rounds "$rounds" "${json[@]}" "${@:3}" || missed=1
 }
 
 echo "server     block  window  MB/s, best of $rounds; then what ours is compared with"

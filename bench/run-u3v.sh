@@ -17,7 +17,7 @@ head --bytes=$((${1:-1} << 20)) /dev/urandom >"$work/body"
 
 printf '%7s %7s %7s %8s %8s %8s %10s %8s\n' command ack buffer sdk aravis bus sdk/aravis sdk/bus
 missed=0
-for limits in 1024/1024 1044/1036 4108/4108 16404/16396 65548/65548; do
+for limits in 1024/1024 1044/1036 4108/4108 16404/16396 65548/65548 65548/1024; do
     command=${limits%/*}
     ack=${limits#*/}
     # The largest block that Aravis writes without losing it (see docs/protocols/usb3-vision.md).

@@ -95,6 +95,8 @@ std::string DescribeDevice(const DeviceOptions& options, Bus bus) {
     }
     if (options.description.contains(DescriptionShape::kLarge)) {
         writer.Raw(FurtherNodes(kFurtherBytes));
+    } else if (options.additionalNodeBytes > 0) {
+        writer.Raw(FurtherNodes(options.additionalNodeBytes));
     }
     return writer.Finish(bus == Bus::kGigEVision ? "GEV" : "U3V");
 }

@@ -56,6 +56,8 @@ struct DeviceOptions {
     /// Every so many file writes only half of the bytes are taken; 0: never.
     std::uint32_t shortWriteEvery = 0;
     DescriptionShapes description;
+    /// Of nodes that nobody asks for, at least; as a description of a real camera's size has.
+    std::size_t additionalNodeBytes = 0;
     bool zippedXml = false;
     bool secondUrlOnly = false;  ///< the first URL register is empty
 

@@ -56,6 +56,8 @@ void AddService(CLI::App& app, DeviceOptions& device) {
     group.AddSwitch("--tftp-no-tsize", tftp.grantTransferSize, false, "Do not grant tsize");
     group.AddSwitch("--tftp-no-timeout", tftp.grantTimeout, false, "Do not grant timeout");
     group.Add("--tftp-rollover", tftp.rollover, "N", "Block number that follows 65,535: 0 or 1");
+    group.AddTime("--tftp-latency", tftp.latency,
+                  "Delay of every packet sent, as by a network with this round-trip time");
     group.AddSwitch(
         "--tftp-busy-status", tftp.holdStatusWhileFlashing, false,
         "While flashing, reply to a status request at once instead of when flashing is done");

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <iostream>
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -92,5 +93,7 @@ int main(int argumentCount, char** arguments) {
     sigaddset(&endSignals, SIGTERM);
     sigaddset(&endSignals, SIGINT);
     pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+    // Else every latency that is asked for becomes 50 microseconds longer.
+    (void)prctl(PR_SET_TIMERSLACK, 1UL);
     return Serve(parsed, endSignals);
 }

@@ -215,7 +215,8 @@ NxResult FileChunks::Run(std::uint64_t offset, std::size_t length, std::uint64_t
         settings.push_back({.node = mOffset, .value = static_cast<std::int64_t>(offset)});
     }
     // Costs nothing beside the others in one command, else a command of its own.
-    if (mSetsLength && (mNodes.Port().CombinesRegisters() || mLengthInDevice != length)) {
+    const bool isCombined = mNodes.Port().CombinesRegisters() && !mHabits.refusesHalves;
+    if (mSetsLength && (isCombined || mLengthInDevice != length)) {
         settings.push_back({.node = mLength, .value = static_cast<std::int64_t>(length)});
     }
     mLengthInDevice.reset();

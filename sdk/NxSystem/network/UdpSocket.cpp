@@ -30,6 +30,13 @@ sockaddr_in SocketAddress(std::uint32_t address, std::uint16_t port) {
 // An answer from the same wire often comes sooner than a sleeping thread is woken, and lock-step
 // protocols wait for thousands of answers. Whoever else wants this CPU gets it meanwhile.
 constexpr std::chrono::microseconds kEagerness{60};
+// Most cameras take longer than that for each command; polling for them would only cost CPU time.
+// From so many late answers in a row on, only now and then a wait begins with polling, to notice a
+// sender that has become fast.
+constexpr unsigned int kLateInARow = 4;
+constexpr unsigned int kTryAgainEvery = 32;
+// With the time that a sleeping thread takes to wake up.
+constexpr std::chrono::microseconds kLate{120};
 constexpr std::chrono::milliseconds kShortestBlocking{16};
 
 bool IsTransient(int error) {
@@ -106,7 +113,8 @@ NxResult UdpSocket::Send(const Endpoint& to, std::span<const std::byte> datagram
 NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadline,
                             std::size_t& length, Endpoint& from, bool& timedOut) {
     timedOut = false;
-    const Clock::time_point eagerUntil = Clock::now() + kEagerness;
+    const Clock::time_point start = Clock::now();
+    const Clock::time_point eagerUntil = IsWorthPolling() ? start + kEagerness : start;
     for (;;) {
         const Clock::time_point now = Clock::now();
         const Clock::duration remaining = deadline - now;
@@ -123,6 +131,7 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
         if (count >= 0) {
             length = static_cast<std::size_t>(count);
             from = Endpoint{ntohl(sender.sin_addr.s_addr), ntohs(sender.sin_port)};
+            LearnFrom(now - start + (isEager ? Clock::duration::zero() : Clock::now() - now));
             return NxResult();
         }
         if (!IsTransient(errno)) {
@@ -139,6 +148,14 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
             sched_yield();
         }
     }
+}
+
+bool UdpSocket::IsWorthPolling() const {
+    return mLateInARow < kLateInARow || mLateInARow % kTryAgainEvery == 0;
+}
+
+void UdpSocket::LearnFrom(Clock::duration waited) {
+    mLateInARow = waited < kLate ? 0 : mLateInARow + 1;
 }
 
 void UdpSocket::AwaitDatagram(Clock::duration time) const {

@@ -32,6 +32,8 @@ class NX_API UdpSocket : public DatagramSocket {
                      Endpoint& from, bool& timedOut) override;
 
   private:
+    [[nodiscard]] bool IsWorthPolling() const;
+    void LearnFrom(Clock::duration waited);
     void AwaitDatagram(Clock::duration time) const;
     /// Lets the next receiving block for a good part of that time.
     /// @return false when the system does not
@@ -39,5 +41,6 @@ class NX_API UdpSocket : public DatagramSocket {
 
     int mDescriptor = -1;
     std::chrono::microseconds mBlockingLimit{0};
+    unsigned int mLateInARow = 0;  ///< waits for which polling was too short
     std::string mInterfaceName;
 };

@@ -25,6 +25,9 @@ struct TftpSettings {
     bool holdStatusWhileFlashing = true;
     std::uint16_t rollover = 0;  ///< block number after 65,535: 0 or 1
 
+    /// From when a packet is to leave until it does; packets do not wait for each other.
+    std::chrono::microseconds latency{0};
+
     std::chrono::milliseconds initialTimeout{1000};  ///< before a round trip was measured
     std::chrono::milliseconds minTimeout{100};
     std::chrono::milliseconds maxTimeout{4000};

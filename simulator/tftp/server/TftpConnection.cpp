@@ -15,7 +15,7 @@ constexpr int kMaxAtOnce = 128;
 TftpConnection::TftpConnection(BoundSocket socket, std::optional<BoundSocket> stranger,
                                const Peer& peer, Bytes request,
                                std::unique_ptr<TftpSession> session, const DatagramFaults& faults,
-                               std::uint32_t seed, Time now)
+                               std::uint32_t seed, std::chrono::microseconds latency, Time now)
     : mSocket(std::move(socket)),
       mStranger(std::move(stranger)),
       mPeer(peer),
@@ -23,6 +23,7 @@ TftpConnection::TftpConnection(BoundSocket socket, std::optional<BoundSocket> st
       mSession(std::move(session)),
       mInward(faults, seed),
       mOutward(faults, ~seed),
+      mLatency(latency),
       mBegun(now) {
     mSession->Start(now);
     Flush(now);
@@ -59,9 +60,17 @@ void TftpConnection::Deliver(const std::vector<Datagram>& arrived, Time now) {
     }
 }
 
-void TftpConnection::Send(const std::vector<Datagram>& leaving) const {
-    for (const Datagram& datagram : leaving) {
-        mSocket.Send(datagram);
+void TftpConnection::Send(std::vector<Datagram> leaving, Time now) {
+    for (Datagram& datagram : leaving) {
+        mUnderWay.emplace_back(now + mLatency, std::move(datagram));
+    }
+    SendDue(now);
+}
+
+void TftpConnection::SendDue(Time now) {
+    while (!mUnderWay.empty() && mUnderWay.front().first <= now) {
+        mSocket.Send(mUnderWay.front().second);
+        mUnderWay.pop_front();
     }
 }
 
@@ -81,11 +90,11 @@ TftpConnection::Time TftpConnection::Deadline() const {
     for (const auto& due : {mInward.NextDue(), mOutward.NextDue()}) {
         next = std::min(next, due.value_or(next));
     }
-    return next;
+    return mUnderWay.empty() ? next : std::min(next, mUnderWay.front().first);
 }
 
 bool TftpConnection::IsOver() const {
-    return mSession->IsOver() && !mOutward.NextDue();
+    return mSession->IsOver() && !mOutward.NextDue() && mUnderWay.empty();
 }
 
 std::optional<TftpTransfer> TftpConnection::TakeAccount() {
@@ -140,9 +149,9 @@ void TftpConnection::Flush(Time now) {
         if (mStranger && mSession->HasBegun()) {
             Forge(datagram);
         }
-        Send(mOutward.Pass({mPeer, std::move(datagram)}, now));
+        Send(mOutward.Pass({mPeer, std::move(datagram)}, now), now);
     }
-    Send(mOutward.TakeDue(now));
+    Send(mOutward.TakeDue(now), now);
 }
 
 }  // namespace simulator

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <chrono>
+#include <deque>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "simulator/network/BoundSocket.h"
@@ -20,9 +23,11 @@ class TftpConnection {
     /// @param request the datagram that the session answers
     /// @param stranger where forged packets are to come from; none: there are none
     /// @param seed of the faults of this transfer
+    /// @param latency of every packet that leaves
     TftpConnection(BoundSocket socket, std::optional<BoundSocket> stranger, const Peer& peer,
                    Bytes request, std::unique_ptr<TftpSession> session,
-                   const DatagramFaults& faults, std::uint32_t seed, Time now);
+                   const DatagramFaults& faults, std::uint32_t seed,
+                   std::chrono::microseconds latency, Time now);
 
     /// Takes in what the socket has and does what is due.
     void Advance(Time now);
@@ -42,7 +47,8 @@ class TftpConnection {
 
   private:
     void Deliver(const std::vector<Datagram>& arrived, Time now);
-    void Send(const std::vector<Datagram>& leaving) const;
+    void Send(std::vector<Datagram> leaving, Time now);
+    void SendDue(Time now);
     void RejectStranger(const Datagram& datagram) const;
     void Forge(const Bytes& datagram);
     void CountRejections();
@@ -55,6 +61,8 @@ class TftpConnection {
     std::unique_ptr<TftpSession> mSession;
     FaultyLine mInward;
     FaultyLine mOutward;
+    std::chrono::microseconds mLatency;
+    std::deque<std::pair<Time, Datagram>> mUnderWay;  ///< and when they leave
     Time mBegun;
     std::uint64_t mRejections = 0;
     bool mAccounted = false;

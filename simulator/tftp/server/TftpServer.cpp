@@ -148,7 +148,7 @@ void TftpServer::Answer(Datagram request, Time now) {
     constexpr std::uint32_t kStep = 0x9e3779b9U;
     mConnections.emplace_back(std::move(socket), std::move(stranger), request.peer,
                               std::move(request.bytes), std::move(session), mFaults.datagrams,
-                              mSeed + kStep * ++mTransfers, now);
+                              mSeed + kStep * ++mTransfers, mSettings.latency, now);
 }
 
 bool TftpServer::MakeRoom() {

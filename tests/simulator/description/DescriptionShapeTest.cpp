@@ -103,6 +103,11 @@ TEST(DescriptionShapesTest, AddNodesThatNobodyAsksFor) {
     const std::size_t large = Stored({DescriptionShape::kLarge}).bytes.size();
     EXPECT_GE(large, usual + 1'200'000);
     EXPECT_LT(large, usual + 1'210'000);
+    DeviceOptions options;
+    options.additionalNodeBytes = 50'000;
+    const std::size_t larger = StoredDescription::Of(options, Bus::kGigEVision).bytes.size();
+    EXPECT_GE(larger, usual + 50'000);
+    EXPECT_LT(larger, usual + 51'000);
     const std::string odd = TextOf(Stored({DescriptionShape::kHarmlessOddities}).bytes);
     for (const char* text : {"<Formula>1 % ZERO</Formula>", "<pValue>NoSuchNode</pValue>",
                              "<HyperRegister", "<pFeature>NoSuchFeature</pFeature>"}) {

@@ -49,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LayoutCost{RegisterLayout::kCommandRegister, 1024, false, 4},
                     LayoutCost{RegisterLayout::kWriteOnlyExecute, 1024, false, 4},
                     LayoutCost{RegisterLayout::kReadOnlyOffset, 1024, false, 4},
-                    LayoutCost{RegisterLayout::kWide, 1024, false, 7},
+                    LayoutCost{RegisterLayout::kWide, 1024, false, 6},
                     LayoutCost{RegisterLayout::kLittleEndian, 1024, false, 4},
                     LayoutCost{RegisterLayout::kLittleEndian, 1024, true, 4},
                     LayoutCost{RegisterLayout::kLegacyEndian, 1024, false, 4},

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -70,6 +72,12 @@ UdpSocket::Clock::duration TimeOut(UdpSocket& socket, UdpSocket::Clock::duration
     return UdpSocket::Clock::now() - start;
 }
 
+std::chrono::nanoseconds ThreadCpuTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
 }  // namespace
 
 TEST(UdpSocketTest, CarriesDatagramsAndTellsTheirSender) {
@@ -114,6 +122,33 @@ TEST(UdpSocketTest, KeepsToEachDeadlineWhateverTheOneBefore) {
     EXPECT_LT(afterALongOne, 2s);
     EXPECT_GE(TimeOut(socket, 150ms), 150ms);
     EXPECT_GE(TimeOut(socket, 100ms), 100ms);
+}
+
+TEST(UdpSocketTest, SleepsWhileASlowDeviceTakesItsTime) {
+    constexpr int kReplies = 300;
+    UdpSocket receiver;
+    ASSERT_TRUE(receiver.Open("lo", 0x7f000001).IsOK());
+    std::thread device([end = LocalEnd(receiver)] {
+        UdpSocket socket;
+        EXPECT_TRUE(socket.Open("lo", 0x7f000001).IsOK());
+        for (int i = 0; i < kReplies; ++i) {
+            std::this_thread::sleep_for(1ms);
+            EXPECT_TRUE(socket.Send(end, std::array{std::byte{7}}).IsOK());
+        }
+    });
+    const auto before = ThreadCpuTime();
+    for (int i = 0; i < kReplies; ++i) {
+        std::array<std::byte, 16> buffer{};
+        std::size_t length = 0;
+        Endpoint from;
+        bool timedOut = false;
+        EXPECT_TRUE(
+            receiver.Receive(buffer, UdpSocket::Clock::now() + 10s, length, from, timedOut).IsOK());
+        EXPECT_FALSE(timedOut);
+    }
+    // A fraction of what asking for each reply for 60 microseconds takes.
+    EXPECT_LT(ThreadCpuTime() - before, kReplies * 60us);
+    device.join();
 }
 
 TEST(UdpSocketTest, NamesTheInterfaceThatItCannotUse) {

@@ -71,6 +71,23 @@ TEST_F(TftpServerTest, ServesEachTransferFromAPortOfItsOwn) {
     EXPECT_NE(first.From(), second.From());
 }
 
+TEST_F(TftpServerTest, DelaysWhatItSendsButTakesWhatComesMeanwhile) {
+    constexpr milliseconds kLatency{100};
+    settings.latency = kLatency;
+    Start();
+    RawClient client;
+    const auto begin = std::chrono::steady_clock::now();
+    client.Send(server->Port(), Request(TftpOpcode::kWriteRequest));
+    EXPECT_EQ(client.Receive(), TftpPacket::Ack(0));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, kLatency);
+    client.Send(client.From(), DataPacket(1, std::string(512, 'a')));
+    client.Send(client.From(), DataPacket(2, "end"));
+    EXPECT_EQ(client.Receive(), TftpPacket::Ack(1));
+    EXPECT_EQ(client.Receive(), TftpPacket::Ack(2));
+    server->Stop();
+    EXPECT_EQ(files.written["file"], std::string(512, 'a') + "end");
+}
+
 TEST_F(TftpServerTest, AnswersAStrangerWithUnknownTransferIdAndGoesOn) {
     Start();
     RawClient client;
