@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
 # Measures this project against other programs, writes the tables of docs/performance.md and its plots
 # in docs/picture, and prints every aim with its figure.
-#   bench/run.sh [--rounds N] [--keep] [NAME…]
+#   bench/run.sh [--rounds N] [--keep] [--real-time] [NAME…]
 # NAME is one of the files in bench/compare that make a comparison: file_access, tftp, usb3_vision,
 # connecting, whole_tool, discovery, unpacking, node_map; without one, all are made. Each figure is the
 # median of N rounds (default 5), in which what is compared takes turns; --keep leaves docs as it is.
+# --real-time gives all of them real-time priority, for a machine that cannot be left alone (root).
 # Each comparison has network, process and mount namespaces of its own; the programs are pinned.
 # Exit status: 0 every aim is met, 1 one is missed, 2 something failed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 rounds=5
 keep=
+priority=()
 while [ $# -gt 0 ]; do
     case $1 in
     --rounds)
@@ -19,6 +21,10 @@ while [ $# -gt 0 ]; do
         ;;
     --keep)
         keep=--keep
+        shift
+        ;;
+    --real-time)
+        priority=(chrt --rr 1)
         shift
         ;;
     -*)
@@ -49,6 +55,7 @@ export PYTHONDONTWRITEBYTECODE=1
 mkdir -p build/bench/results
 for name in "$@"; do
     echo "== $name"
-    tests/isolated.sh python3 bench/compare/measure.py "$name" "$rounds" build/bench/results || exit 2
+    "${priority[@]}" tests/isolated.sh \
+        python3 bench/compare/measure.py "$name" "$rounds" build/bench/results || exit 2
 done
 exec python3 bench/compare/report.py $keep build/bench/results "$@"

@@ -121,7 +121,7 @@ function(mirsko_test name)
         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     if(arg_ISOLATED)
         set_property(TARGET ${name} PROPERTY CROSSCOMPILING_EMULATOR
-                     ${PROJECT_SOURCE_DIR}/tests/isolated.sh)
+                     ${PROJECT_SOURCE_DIR}/tests/isolated.sh ${CMAKE_CROSSCOMPILING_EMULATOR})
     endif()
     if(arg_SINGLE_THREADED AND MIRSKO_SANITIZE MATCHES "thread")
         set_property(TARGET ${name} PROPERTY EXCLUDE_FROM_ALL ON)

@@ -2,7 +2,7 @@
 
 import json
 
-from harness import BIN, Camera, aim, alternate, median, payload, run
+from harness import BIN, CLIENT_CPU, DEVICE_CPU, Camera, aim, alternate, median, payload, run
 from tables import table
 
 TITLE = "GigE Vision file access"
@@ -27,7 +27,7 @@ BESIDE_DATA = {"wide": 4}
 CLIENTS = ("sdk", "straightforward", "lean", "resolved", "bare", "bare-spin")
 WITH_RESOLVED = ("plain", "selector")
 WITHOUT_BARE = ("wide",)
-SECONDS = 0.25  # of the bare loop, about
+SECONDS = 0.2  # of the bare loop, about
 COUNTED_CHUNKS = 12
 # Resends are due to other load on the machine, and PENDING_ACK is not a command.
 NOT_COUNTED = ("DISCOVERY", "HEARTBEAT", "REPEATED", "PENDING_ACK")
@@ -67,11 +67,11 @@ def counted(layout, buffer, name):
     return (total(writes[-1]) - total(writes[0])) / (len(writes) - 1)
 
 
-def timed(layout, buffer, latency, rounds):
+def timed(layout, buffer, latency, rounds, cpu):
     commands = least_commands(layout, buffer)
     chunks = max(4, round(SECONDS / (commands * (latency + 20) * 1e-6)))
     file = payload(chunks * buffer)
-    with Camera(*options(layout, buffer), "--latency", latency) as camera:
+    with Camera(*options(layout, buffer), "--latency", latency, cpu=cpu) as camera:
         def contestant(name):
             return lambda: json.loads(run(client_command(name, file, layout, buffer)))
         found = alternate(rounds, {name: contestant(name) for name in clients(layout)})
@@ -87,11 +87,15 @@ def measure(rounds):
     for layout, (buffers, latencies) in LAYOUTS.items():
         for buffer in buffers:
             counts = {name: counted(layout, buffer, name) for name in clients(layout)}
-            for latency in latencies:
+            cases = [(latency, DEVICE_CPU) for latency in latencies]
+            if layout == "plain":
+                cases.append((0, CLIENT_CPU))
+            for latency, cpu in cases:
                 row = {"layout": layout, "buffer": buffer, "latency": latency, "counts": counts,
-                       "least": least_commands(layout, buffer)}
-                row.update(timed(layout, buffer, latency, rounds))
-                print(f"{layout} {buffer} bytes, {latency} us: "
+                       "least": least_commands(layout, buffer),
+                       "cpus": "same" if cpu == CLIENT_CPU else "different"}
+                row.update(timed(layout, buffer, latency, rounds, cpu))
+                print(f"{layout} {buffer} bytes, {latency} us, {row['cpus']} CPU: "
                       f"{row['seconds']['sdk'] / row['seconds']['lean']:.2f} x lean", flush=True)
                 rows.append(row)
     return {"rows": rows}
@@ -105,15 +109,16 @@ def aims(result):
     found = []
     for row in result["rows"]:
         name = f"{row['layout']}, {row['buffer']} bytes"
-        if row["latency"] == 0:
+        if (row["layout"], row["buffer"], row["latency"]) == ("plain", 4096, 0):
+            found.append(aim(f"{name}, {row['cpus']} CPU: CPU time / lean Aravis client",
+                             ratio(row, "lean", "cpu"), 0.75))
+        if row["latency"] == 0 and row["cpus"] == "different":
             found.append(aim(f"{name}: commands per chunk", row["counts"]["sdk"], row["least"]))
             if row["layout"] == "plain":
                 found.append(aim(f"{name}: time / lean Aravis client", ratio(row, "lean"),
                                  AT_MOST[row["buffer"]]))
             if (row["layout"], row["buffer"]) in (("selector", 4096), ("local-selectors", 1024)):
                 found.append(aim(f"{name}: time / lean Aravis client", ratio(row, "lean"), 0.30))
-            if (row["layout"], row["buffer"]) == ("plain", 4096):
-                found.append(aim(f"{name}: CPU / lean Aravis client", ratio(row, "lean", "cpu"), 0.75))
         if row["latency"] == 1000:
             found.append(aim(f"{name}: time / (commands x 1 ms)", per_command(row), 1.03))
     return found
@@ -131,8 +136,8 @@ def number(value):
 def report(result):
     counts = [[row["layout"], row["buffer"], row["least"],
                *[f"{row['counts'][name]:g}" if name in row["counts"] else "" for name in CLIENTS[:4]]]
-              for row in result["rows"] if row["latency"] == 0]
-    times = [[row["layout"], row["buffer"], row["latency"],
+              for row in result["rows"] if row["latency"] == 0 and row["cpus"] == "different"]
+    times = [[row["layout"], row["buffer"], row["cpus"], row["latency"],
               f"{row['chunks'] * row['buffer'] / row['seconds']['sdk'] / 1e6:.2f}",
               *[number(ratio(row, name)) for name in CLIENTS[1:]],
               number(ratio(row, "lean", "cpu")),
@@ -140,12 +145,12 @@ def report(result):
              for row in result["rows"]]
     return (table(["layout", "buffer", "minimum", "SDK", "straightforward", "lean", "resolved"], counts)
             + "\n"
-            + table(["layout", "buffer", "µs", "SDK, MB/s", "/ straightforward", "/ lean", "/ resolved",
+            + table(["layout", "buffer", "CPUs", "µs", "SDK, MB/s", "/ straightforward", "/ lean", "/ resolved",
                      "/ bare, poll", "/ bare, spin", "CPU / lean", "/ (commands × latency)"], times))
 
 
 def plots(result):
-    rows = [row for row in result["rows"] if row["layout"] == "plain"]
+    rows = [row for row in result["rows"] if row["layout"] == "plain" and row["cpus"] == "different"]
     data = "\n\n\n".join(
         f'"{buffer} bytes"\n' + "\n".join(
             f"{row['latency']} {ratio(row, 'lean'):.4f}" for row in rows if row["buffer"] == buffer)

@@ -33,7 +33,8 @@ def bound(aim):
 def machine_line(machine):
     return (f"Measured {machine['date']} on {machine['cpus']} CPUs ({machine['cpu']}), "
             f"{machine['kernel']}, load {machine['load']:.1f} before and {machine['load_after']:.1f} "
-            f"after; medians of {machine['rounds']} rounds.\n")
+            f"after{', with real-time priority' if machine['real_time'] else ''}; medians of "
+            f"{machine['rounds']} rounds.\n")
 
 
 def block(name, comparison, result):

@@ -160,6 +160,7 @@ void GvcpService::Serve(const Datagram& datagram) {
     if (mContext.muted || IsSwallowed(datagram)) {
         return;
     }
+    const Clock::time_point arrived = Clock::now();
     std::optional<GvcpReply> reply = mHandler->Handle(datagram.peer, datagram.bytes, Clock::now());
     if (mContext.controlLost) {
         mHandler->GiveControlAway();
@@ -180,12 +181,23 @@ void GvcpService::Serve(const Datagram& datagram) {
     for (std::vector<std::uint8_t>& packet : reply->first) {
         Send({datagram.peer, std::move(packet)});
     }
-    if (reply->delay.count() > 0 && !mWake->Wait({}, Clock::now() + reply->delay)) {
+    if (reply->delay.count() > 0 && !WaitUntil(arrived + reply->delay)) {
         return;
     }
     Send({receiver, std::move(reply->acknowledge)});
     mHandler->NoteAcknowledged(datagram.peer, Clock::now());
     NoteAnswered(datagram);
+}
+
+// A device takes the time that it is said to take; a thread that sleeps until then is woken later.
+bool GvcpService::WaitUntil(Clock::time_point time) const {
+    constexpr std::chrono::microseconds kWakingUp{60};
+    if (!mWake->Wait({}, time - kWakingUp)) {
+        return false;
+    }
+    while (Clock::now() < time) {
+    }
+    return true;
 }
 
 void GvcpService::NoteAnswered(const Datagram& datagram) {

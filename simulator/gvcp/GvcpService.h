@@ -34,6 +34,8 @@ class GvcpService final : public DeviceService {
     void Drain(const BoundSocket& socket);
     [[nodiscard]] bool IsSwallowed(const Datagram& datagram);
     void Serve(const Datagram& datagram);
+    /// @return false when the device is switched off meanwhile
+    [[nodiscard]] bool WaitUntil(Clock::time_point time) const;
     void NoteAnswered(const Datagram& datagram);
     void Send(Datagram datagram);
     /// Who gets the ack: everybody, if the application allows it and is not in the device's subnet.

@@ -35,8 +35,8 @@ constexpr std::chrono::microseconds kEagerness{60};
 // sender that has become fast.
 constexpr unsigned int kLateInARow = 4;
 constexpr unsigned int kTryAgainEvery = 32;
-// With the time that a sleeping thread takes to wake up.
-constexpr std::chrono::microseconds kLate{120};
+// A little longer than the polling: a sleeping thread takes its time to wake up, too.
+constexpr std::chrono::microseconds kLate{80};
 constexpr std::chrono::milliseconds kShortestBlocking{16};
 
 bool IsTransient(int error) {

@@ -3,6 +3,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -41,9 +43,13 @@ void DropOverride() {
     }
 }
 
-/// Found even after its file was replaced; for other processes as well.
+/// For other processes too: its path, because if it runs under an emulator, they see the emulator
+/// in /proc. If its file was replaced, its link in /proc.
 std::string ThisProgram() {
-    return "/proc/" + std::to_string(getpid()) + "/exe";
+    std::error_code ignored;
+    const std::filesystem::path name = std::filesystem::read_symlink("/proc/self/exe", ignored);
+    return std::filesystem::exists(name, ignored) ? name.string()
+                                                  : "/proc/" + std::to_string(getpid()) + "/exe";
 }
 
 /// What is written to the pipe until its other ends are closed.
