@@ -10,6 +10,7 @@ work=$(mktemp -d)
 number_of_hosts=${HOSTS:-20}
 faulty_flash=9      # camera 1 of host 5
 faulty_control=22   # camera 2 of host 11
+template='{{7*191}}' # that camera's model: no text of a camera may be evaluated
 vanishing=13        # this host is switched off
 cut_off=12          # this host loses its network
 sides=()  # of each host's cameras
@@ -98,8 +99,10 @@ ssh-keygen -q -t ed25519 -N '' -f "$work/key"
 ip link add control type bridge
 ip address add 10.0.0.1/24 dev control
 ip link set control up
-openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout "$work/maker.key" \
-    -out "$work/maker.pem" -subj /CN=maker -days 2 2>"$work/output"
+for signer in maker stranger; do
+    openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout "$work/$signer.key" \
+        -out "$work/$signer.pem" -subj /CN=$signer -days 2 2>"$work/output"
+done
 for version in 2.1 2.2; do
     head --bytes=1000000 /dev/urandom >"$work/body"
     "$bin/mirsko-package" payload --family SIMCAM --version $version "$work/body" "$work/$version.dfw" >"$work/output"
@@ -115,7 +118,7 @@ for host in $(seq "$number_of_hosts"); do
     for camera in 1 2; do
         options=()
         case $((2 * host - 2 + camera)) in
-        "$faulty_flash") options=(--fail-flash) ;;
+        "$faulty_flash") options=(--fail-flash --model "$template") ;;
         "$faulty_control") options=(--refuse-control) ;;
         esac
         start_camera "$host" $camera "${options[@]}"
@@ -154,6 +157,8 @@ say "The first run: all but the two faulty cameras"
 play
 echo "$figures; outcomes:$(outcomes)"
 grep '^fatal' "$work/output"
+grep --quiet --fixed-strings "$template SIM-$faulty_flash (192.168.7.11): failed, its status" "$work/output" ||
+    fail "a camera's text was taken for a template"
 expect "changed" "$(hosts_with changed)" "$(all_hosts)"
 expect "failed" "$(hosts_with failed)" "host05 host11 "
 expect "cameras" "$(outcomes)" " 1 failed 1 refused $((all - 2)) updated "
@@ -214,11 +219,18 @@ expect "changed" "$(hosts_with changed)" "$(name_of $vanishing) "
 expect "failed and unreachable" "$(hosts_with failed)$(hosts_with unreachable)" ""
 expect "right cameras" "$(right 2.2)" "$all"
 
-say "A camera that is missing is noticed"
-play --check --limit "$(name_of 1)" --extra-vars mirsko_update_expected_cameras=3
-grep '^fatal' "$work/output"
-grep --quiet '"2 cameras found, 3 expected"' "$work/output" || fail "the reason"
-expect "failed" "$(hosts_with failed)" "$(name_of 1) "
+say "What keeps $(name_of 1) from being updated is told: a missing camera, a signer who is not trusted, no program"
+# expect_failure REASON OPTION…
+expect_failure() {
+    play --limit "$(name_of 1)" --extra-vars "${@:2}"
+    grep '^fatal' "$work/output"
+    grep --quiet "^fatal.*$1" "$work/output" || fail "the reason"
+    expect "failed" "$(hosts_with failed)" "$(name_of 1) "
+}
+expect_failure '"2 cameras found, 3 expected"' mirsko_update_expected_cameras=3
+expect_failure 'mirsko-update failed: .*signed by CN=maker, whose certificate cannot be verified' \
+    "mirsko_update_certificates=$work/stranger.pem"
+expect_failure 'mirsko-update failed: .*No such file' mirsko_update_program=/nowhere/mirsko-update
 
 debs=("$repository/build/package/packages"/mirsko-{firmware-updater,tools}_*.deb)
 if [ -e "${debs[0]}" ] && [ -e "${debs[1]}" ]; then
