@@ -28,7 +28,7 @@ fi
 # Others than root may only make a namespace with themselves as its root.
 [ "$(id -u)" = 0 ] || exec unshare --user --map-root-user --mount "$0" --in-namespaces "$@"
 # In that of root all users exist, as tests expect; only from outside can that be said.
-unshare --user sleep infinity &
+unshare --user setpriv --pdeathsig KILL sleep infinity &
 namespace=$!
 trap 'kill "$namespace"' EXIT
 until [ "$(readlink "/proc/$namespace/ns/user")" != "$(readlink /proc/self/ns/user)" ]; do
