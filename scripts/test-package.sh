@@ -1,20 +1,29 @@
 #!/usr/bin/env bash
 # Installs the packages of scripts/package.sh into a clean Debian system, updates simulated cameras there,
 # builds a program against the -dev package, and removes the packages again:
-#   scripts/test-package.sh [PRESET]        default: package
+#   scripts/test-package.sh [ARCHITECTURE]        default: this computer's
+# On another computer, an arm64 system runs under qemu (tests/arm64.sh).
 # As root or as a user with sudo; needs 2 GiB of memory. The system is one of its own (tests/packages), with
 # its own network, and is gone when this ends, however it ends. What it is unpacked from is kept as
 # build/debian-….tar.gz.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-preset=${1:-package}
+native=$(dpkg --print-architecture)
+architecture=${1:-$native}
 scripts/install-deps.sh packaging
+emulated=()
+preset=package
+if [ "$architecture" != "$native" ]; then
+    scripts/install-deps.sh arm64
+    scripts/arm64-sysroot.sh
+    emulated=(tests/arm64.sh)
+    preset=$architecture-package
+fi
 packages=("build/$preset/packages"/*.deb)
 [ -e "${packages[0]}" ] || {
-    echo "There are no packages in build/$preset/packages: run scripts/package.sh first" >&2
+    echo "There are no packages in build/$preset/packages: run scripts/package.sh $architecture first" >&2
     exit 1
 }
-architecture=$(dpkg-deb --field "${packages[0]}" Architecture)
 
 # What the packages need is put there, but not installed: in its own network, apt can download nothing.
 own=$(for package in "${packages[@]}"; do dpkg-deb --field "$package" Package; done)
@@ -53,10 +62,11 @@ run() {
 # download FILE: makes the system, in its own /tmp
 download() {
     local fetch="apt-get --quiet --yes --no-install-recommends --download-only install ${needed//$'\n'/ }"
-    "${as_root[@]}" unshare --mount --pid --fork --kill-child=KILL sh -c \
+    # Of qemu, mmdebstrap would ask for a registration for the whole computer.
+    "${as_root[@]}" "${emulated[@]}" unshare --mount --pid --fork --kill-child=KILL sh -c \
         'mount -t tmpfs -o mode=1777 tmpfs /tmp && mount -t proc proc /proc && exec "$@"' sh \
         mmdebstrap --quiet --mode=root --variant=apt --format=tar --architectures="$architecture" \
-        --include="$installed" --skip=cleanup/apt --customize-hook='chroot "$1" apt-get clean' \
+        --include="$installed" --skip=check/qemu,cleanup/apt --customize-hook='chroot "$1" apt-get clean' \
         --customize-hook="chroot \"\$1\" $fetch" "$codename" - 2>"$log" | gzip --fast >"$1"
 }
 if [ ! -e "$system" ]; then
@@ -70,4 +80,5 @@ if [ ! -e "$system" ]; then
     }
     mv "$part" "$system"
 fi
-run "${as_root[@]}" tests/isolated.sh tests/packages/in_system.sh "$system" "build/$preset/packages"
+run "${as_root[@]}" "${emulated[@]}" tests/isolated.sh tests/packages/in_system.sh "$system" \
+    "build/$preset/packages"

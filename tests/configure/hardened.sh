@@ -42,6 +42,15 @@ while IFS= read -r -d '' file; do
         echo "$file: has no control-flow protection" >&2
         status=1
     }
+    # Branch protection of Arm is two things: landing pads, and return addresses that are signed (paciasp).
+    case $header in
+    *AArch64*)
+        LC_ALL=C grep --quiet --text --perl-regexp '\x3f\x23\x03\xd5' "$file" || {
+            echo "$file: does not sign return addresses" >&2
+            status=1
+        }
+        ;;
+    esac
     grep --quiet __stack_chk_fail <<<"$symbols" && protected=$((protected + 1))
     grep --quiet --extended-regexp '__[a-z]+_chk@' <<<"$symbols" && fortified=$((fortified + 1))
 done < <(find "$@" -type f \( -perm /111 -o -name '*.so*' \) -print0)
