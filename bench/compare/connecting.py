@@ -6,7 +6,7 @@ from tables import table
 
 TITLE = "Connecting"
 KB = 1000
-# What is added to the simulated camera's own description, of about 10 KB.
+OWN = 10 * KB  # the simulated camera's own description, about; what is added to it:
 DESCRIPTIONS = {"26 KB": 16 * KB, "250 KB": 240 * KB, "1.2 MB": 1200 * KB}
 LATENCIES = (0, 1000)
 CLIENTS = {"sdk": "sdk", "aravis": "lean"}
@@ -59,8 +59,7 @@ def plots(result):
     series = []
     for name, title in (("sdk", "SDK"), ("aravis", "Aravis")):
         for storage in ("raw", "zipped"):
-            points = [f"{float(row['description'].split()[0]) * (1000 if 'MB' in row['description'] else 1):g} "
-                      f"{row[name]['seconds'] * 1e3:.2f}"
+            points = [f"{(OWN + DESCRIPTIONS[row['description']]) / KB} {row[name]['seconds'] * 1e3:.2f}"
                       for row in result["rows"] if row["storage"] == storage and row["latency"] == 0]
             series.append(f'"{title}, {storage}"\n' + "\n".join(points))
     return {"connecting": {"title": "First command to first byte of the payload, no latency",

@@ -96,9 +96,9 @@ def report(result):
                 f"{row['speeds']['ours']:.1f}", speeds(row),
                 "; ".join(f"{one['value']:.2f} × {one['than']}" for one in row["aims"])]
                for row in result["servers"]]),
-        table(["round trip, ms", "MiB", *[f"{name}, s" for name in result["round_trips"][0]["seconds"]],
+        table(["round trip, ms", "KiB", *[f"{name}, s" for name in result["round_trips"][0]["seconds"]],
                "/ block by block", "/ same window"],
-              [[f"{row['round_trip'] / 1000:g}", row["size"] >> 20,
+              [[f"{row['round_trip'] / 1000:g}", row["size"] >> 10,
                 *[f"{seconds:.2f}" for seconds in row["seconds"].values()],
                 f"{fastest_lock_step(row) / row['seconds']['ours']:.1f}",
                 f"{row['seconds']['atftp, same window'] / row['seconds']['ours']:.2f}"]

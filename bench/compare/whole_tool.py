@@ -35,7 +35,9 @@ def phases():
         times = update(SMALL)
     packets = [packet for packet in capture.packets() if times["begin"] <= packet.time <= times["end"]]
     discovery = next(packet.time for packet in packets if packet.is_discovery())
-    payload_times = [packet.time for packet in packets if packet.is_payload()]
+    carriers = [packet for packet in packets if packet.is_payload()]
+    # Not the record that resets the device by TFTP: it goes to another port.
+    payload_times = [packet.time for packet in carriers if packet.target == carriers[0].target]
     others = [packet.time for packet in packets if not packet.is_discovery()
               and packet.time > discovery + DISCOVERY * 0.9]
     return {"start": discovery - times["begin"],
@@ -57,10 +59,12 @@ def measure(rounds):
                 result["growth"].append({"transport": transport, "size": size, **found})
                 print(f"{transport}, {size} bytes: {found['seconds']:.2f} s", flush=True)
         plain = next(row for row in result["growth"] if (row["transport"], row["size"]) == (transport, SMALL))
+        # Once: by file access, a status that was busy is read for a minute, on purpose.
         with Camera(*options, "--flash-time", FLASH_SECONDS * 1000):
-            found = medians([update(SMALL) for _ in range(rounds)])
-        result["waiting"][transport] = (found["cpu_seconds"] - plain["cpu_seconds"]) / FLASH_SECONDS
-        result["waiting"][transport + ", seconds"] = found["seconds"]
+            found = update(SMALL)
+        result["waiting"][transport] = {
+            "seconds": found["seconds"] - plain["seconds"],
+            "cpu_seconds": found["cpu_seconds"] - plain["cpu_seconds"]}
     for latency in LATENCIES:
         with Camera(*CAMERA, "--latency", latency, "--no-tftp"):
             found = medians([update(MIB) for _ in range(rounds)])
@@ -74,8 +78,9 @@ def aims(result):
     found = [aim(f"{transport}: ms outside the transfer and the updater's pauses",
                  row["overhead"] * 1e3, 50) for transport, row in result["phases"].items()]
     for transport in TRANSPORTS:
-        found.append(aim(f"{transport}: % of a core while the device flashes",
-                         result["waiting"][transport] * 100, 2))
+        waiting = result["waiting"][transport]
+        found.append(aim(f"{transport}: % of a CPU while the device flashes and its status is waited for",
+                         100 * waiting["cpu_seconds"] / waiting["seconds"], 2))
     found += [aim(f"{row['transport']}, 256 MiB: peak memory, MiB", row["peak_kib"] / 1024, 32)
               for row in result["growth"] if row["size"] == SIZES[-1]]
     found.append(aim("a description of 1.3 MB: peak memory, MiB",
@@ -98,7 +103,10 @@ def report(result):
                 f"{row['peak_kib'] / 1024:.1f}"] for row in result["growth"]]),
         table(["1 MiB by file access, µs per command", "seconds", "CPU seconds"],
               [[row["latency"], f"{row['seconds']:.2f}", f"{row['cpu_seconds']:.3f}"]
-               for row in result["latency"]])))
+               for row in result["latency"]]),
+        table(["device flashes, its status is waited for", "seconds", "CPU seconds"],
+              [[name, f"{row['seconds']:.1f}", f"{row['cpu_seconds']:.3f}"]
+               for name, row in result["waiting"].items()])))
 
 
 def plots(result):

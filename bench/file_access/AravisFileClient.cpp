@@ -178,13 +178,18 @@ void AravisFileClient::WriteStraightforward(const std::string& payload) {
     }
 }
 
-void AravisFileClient::WriteLean(const std::string& payload) {
+AravisFileClient::Buffer AravisFileClient::FindBuffer() const {
     GError* error = nullptr;
     ArvGcRegister* const buffer = ARV_GC_REGISTER(Node("FileAccessBuffer"));
     const guint64 address = arv_gc_register_get_address(buffer, &error);
     Check(error, "FileAccessBuffer");
     const auto room = static_cast<std::size_t>(arv_gc_register_get_length(buffer, &error));
     Check(error, "FileAccessBuffer");
+    return {address, room};
+}
+
+void AravisFileClient::WriteLean(const std::string& payload) {
+    const auto [address, room] = FindBuffer();
     const bool setsOffset = MayWrite("FileAccessOffset");
     std::size_t lengthInDevice = 0;
     for (std::size_t offset = 0; offset < payload.size();) {
@@ -235,12 +240,7 @@ guint32 AravisFileClient::ReadRegister(const Register& source) const {
 }
 
 void AravisFileClient::WriteResolved(const std::string& payload) {
-    GError* error = nullptr;
-    ArvGcRegister* const buffer = ARV_GC_REGISTER(Node("FileAccessBuffer"));
-    const guint64 address = arv_gc_register_get_address(buffer, &error);
-    Check(error, "FileAccessBuffer");
-    const auto room = static_cast<std::size_t>(arv_gc_register_get_length(buffer, &error));
-    Check(error, "FileAccessBuffer");
+    const auto [address, room] = FindBuffer();
     const Register offsetRegister = Resolve("FileAccessOffset");
     const Register lengthRegister = Resolve("FileAccessLength");
     const Register executeRegister = Resolve("FileOperationExecute");

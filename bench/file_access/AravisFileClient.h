@@ -29,6 +29,12 @@ class AravisFileClient : public FileClient {
         guint64 address = 0;
     };
 
+    /// FileAccessBuffer, with the number of its bytes.
+    struct Buffer {
+        guint64 address;
+        std::size_t room;
+    };
+
     [[nodiscard]] ArvGcNode* Node(const char* name) const;
     void Select(const char* name, const char* entry);
     void SetInteger(const char* name, gint64 value);
@@ -38,6 +44,7 @@ class AravisFileClient : public FileClient {
     /// The operation that is selected: executes it, waits for its end, checks its status.
     void Execute();
     void FindExecuteRegister();
+    [[nodiscard]] Buffer FindBuffer() const;
     [[nodiscard]] Register Resolve(const char* name) const;
     void WriteRegister(const Register& target, guint32 value);
     [[nodiscard]] guint32 ReadRegister(const Register& source) const;
