@@ -108,6 +108,6 @@ def machine():
             model = line.split(":", 1)[1].strip()
             break
     system = os.uname()
-    return {"cpu": model, "cpus": os.cpu_count(), "kernel": f"{system.sysname} {system.release}",
+    return {"cpu": model, "cpus": os.cpu_count(), "kernel": f"{system.sysname} {system.release.split('-')[0]}",
             "date": time.strftime("%Y-%m-%d %H:%M UTC", time.gmtime()),
             "load": os.getloadavg()[0]}
