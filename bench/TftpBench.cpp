@@ -66,7 +66,13 @@ struct Arguments {
 struct Contestant {
     std::string name;
     std::vector<std::string> command;
-    double bestSeconds = 1e9;
+    std::vector<double> seconds = {};
+
+    [[nodiscard]] double MedianSeconds() const {
+        std::vector<double> sorted = seconds;
+        std::sort(sorted.begin(), sorted.end());
+        return sorted[sorted.size() / 2];
+    }
     bool works = true;
 };
 
@@ -168,7 +174,7 @@ void Measure(const Arguments& arguments, const std::string& file, Contestant& co
                      contestant.name.c_str());
         contestant.works = false;
     }
-    contestant.bestSeconds = std::min(contestant.bestSeconds, duration.count());
+    contestant.seconds.push_back(duration.count());
 }
 
 double Megabytes(const std::string& path) {
@@ -194,7 +200,7 @@ class Comparison {
         double ours = 0;
         double fastestOther = 0;
         for (const Contestant& contestant : contestants) {
-            const double speed = contestant.works ? megabytes / contestant.bestSeconds : 0;
+            const double speed = contestant.works ? megabytes / contestant.MedianSeconds() : 0;
             std::printf(contestant.works ? "  %s %.1f" : "  %s failed", contestant.name.c_str(),
                         speed);
             (contestant.name == "ours" ? ours : fastestOther) =
@@ -207,7 +213,7 @@ class Comparison {
                 {"aims", nlohmann::json::array()}};
         for (const Contestant& contestant : contestants) {
             mRow["speeds"][contestant.name] =
-                contestant.works ? nlohmann::json(megabytes / contestant.bestSeconds) : nullptr;
+                contestant.works ? nlohmann::json(megabytes / contestant.MedianSeconds()) : nullptr;
         }
         if (tested.windowSize == 1) {
             mFastestOther[tested.blockSize] = fastestOther;
@@ -256,7 +262,7 @@ class Comparison {
 int main(int argc, char** argv) {
     Arguments arguments;
     std::pair<unsigned int, unsigned int> upload;
-    CLI::App app("Compares TFTP clients on one server; MB/s, best of the rounds");
+    CLI::App app("Compares TFTP clients on one server; MB/s, medians of the rounds");
     app.add_option("--address", arguments.address)->required();
     app.add_option("--server-name", arguments.serverName);
     app.add_option("--file", arguments.file,

@@ -46,7 +46,7 @@ compare() { # address, name, further options
         --remote-file "/tmp/$2/upload" --cpu 0 --rounds "$rounds" "${json[@]}" "${@:3}" || missed=1
 }
 
-echo "server     block  window  MB/s, best of $rounds; then what ours is compared with"
+echo "server     block  window  MB/s, medians of $rounds; then what ours is compared with"
 for cpu in 0 1; do
     other=()
     [ "$cpu" = 0 ] && echo "same CPU" || { echo "different CPUs"; other=(--other-cpu); }
