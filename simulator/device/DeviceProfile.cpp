@@ -20,6 +20,8 @@ constexpr NameTable<Profile, 7> kProfiles{{{
 }}};
 
 constexpr std::uint32_t kMaxBufferSize = 16U << 20U;
+// More than any description that an application accepts.
+constexpr std::size_t kMaxAdditionalNodeBytes = 32U << 20U;
 // What the 16 bits of its result can say.
 constexpr std::uint32_t kMaxCommandRegisterBuffer = 65532;
 
@@ -77,6 +79,9 @@ std::string WhyUnusable(const DeviceOptions& options) {
     if (options.bufferSize == 0 || options.bufferSize % 4 != 0 ||
         options.bufferSize > kMaxBufferSize) {
         return "the buffer size must be a multiple of 4 from 4 to 16777216";
+    }
+    if (options.additionalNodeBytes > kMaxAdditionalNodeBytes) {
+        return "the additional nodes must be at most 33554432 bytes";
     }
     if (options.layout == RegisterLayout::kCommandRegister &&
         options.bufferSize > kMaxCommandRegisterBuffer) {

@@ -180,6 +180,7 @@ TEST_F(SimulatorProgramTest, RefusesWrongUseWithStatus2AndSaysWhy) {
         {"--mac", "02:00"},
         {"--buffer-size", "3"},
         {"--buffer-size", "many"},
+        {"--additional-nodes", "33554433"},
         {"--firmware-version", "2"},
         {"--loss", "101"},
         {"--busy", "-1"},
