@@ -4,7 +4,7 @@
 #   scripts/demo.sh tftp       a GigE Vision camera, by TFTP, with a new device ID and a reset
 #   scripts/demo.sh package    a zip package with two payloads, one for each of these transports
 #   scripts/demo.sh u3v        a USB3 Vision camera
-#   scripts/demo.sh fleet      eight cameras on two interfaces by one command, two of them faulty
+#   scripts/demo.sh fleet      eight cameras on two interfaces with one command, two of them faulty
 # Ends with status 0 only when the device really holds the new firmware; with "fleet", when all but the
 # faulty ones do, and these were named.
 set -euo pipefail

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Puts mirsko-update to the test with many simulated cameras, and prints what it did.
+# Tests mirsko-update with many simulated cameras, and prints what it did.
 #   scripts/fleet.sh many      8, 16, 32 and 64 cameras on 1 to 8 interfaces: all are updated, with
 #                              identical bytes; prints time, processor time and peak memory
 #   scripts/fleet.sh killed    64 cameras on 8 interfaces; mirsko-update is killed ten times at random

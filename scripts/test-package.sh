@@ -10,6 +10,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 native=$(dpkg --print-architecture)
 architecture=${1:-$native}
+[[ $architecture = "$native" || $architecture = arm64 ]] || {
+    echo "usage: scripts/test-package.sh [$native|arm64]" >&2
+    exit 2
+}
 scripts/install-deps.sh packaging
 emulated=()
 preset=package
@@ -21,7 +25,7 @@ if [ "$architecture" != "$native" ]; then
 fi
 packages=("build/$preset/packages"/*.deb)
 [ -e "${packages[0]}" ] || {
-    echo "There are no packages in build/$preset/packages: run scripts/package.sh $architecture first" >&2
+    echo "No packages in build/$preset/packages: run scripts/package.sh $architecture first" >&2
     exit 1
 }
 

@@ -6,7 +6,7 @@
 # computer that runs arm64 programs already (binfmt-support) may have any Linux, others need 6.7.
 set -eu
 sysroot=$(dirname "$(dirname "$(readlink -f "$0")")")/build/arm64-sysroot
-# Not started by the shell, which would take for a script what the kernel refuses.
+# By env, because the shell would run a binary that the kernel refuses as a script.
 runs_arm64() { env /lib/ld-linux-aarch64.so.1 --version >/dev/null 2>&1; }
 
 if [ "${1:-}" = --in-namespaces ]; then
@@ -27,7 +27,7 @@ fi
 
 # Others than root may only make a namespace with themselves as its root.
 [ "$(id -u)" = 0 ] || exec unshare --user --map-root-user --mount "$0" --in-namespaces "$@"
-# In that of root all users exist, as tests expect; only from outside can that be said.
+# As root, map all users, which tests expect. Only a process outside the new namespace may write its maps.
 unshare --user setpriv --pdeathsig KILL sleep infinity &
 namespace=$!
 trap 'kill "$namespace"' EXIT

@@ -3,7 +3,7 @@
 
     report.py [--keep] FOLDER NAME…
 
-Reads FOLDER/NAME.json, as measure.py writes it. In docs/performance.md it replaces what stands between
+Reads FOLDER/NAME.json, as measure.py writes it. In docs/performance.md it replaces the text between
 the lines "<!-- bench NAME -->" and "<!-- end -->"; plots go to docs/picture. With --keep nothing in docs
 changes. Status 1 when an aim is missed.
 """

@@ -10,7 +10,7 @@ from harness import BIN, REPOSITORY, Camera, aim, alternate, median, payload, ru
 from tables import table
 
 TITLE = "TFTP"
-FILE_MIB = 192
+FILE_MIB = 96
 BLOCK, WINDOW = 1428, 64
 # Microseconds of round-trip time, and bytes of a file that clients need seconds for, block by block.
 ROUND_TRIPS = {1000: 2 << 20, 5000: 1 << 20}

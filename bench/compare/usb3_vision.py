@@ -18,10 +18,11 @@ COUNTED = [(65548, 1024, 65536, "plain", 2 + 3), (65548, 65548, 4096, "plain", 1
            (65548, 65548, 4096, "bitfields", 1 + 4), (65548, 65548, 4096, "local-selectors", 1 + 4),
            (65548, 65548, 4096, "command-register", 1 + 3)]
 CHUNKS = 12
+ROUNDS = 5
 
 
-def throughput(rounds):
-    """Each row is the median of five alternating rounds of bench-u3v itself."""
+def throughput():
+    """Each row is the median of ROUNDS alternating rounds of bench-u3v itself."""
     out = subprocess.run([REPOSITORY / "bench/run-u3v.sh"], capture_output=True, text=True)
     if out.returncode not in (0, 1):
         raise RuntimeError(out.stderr)
@@ -42,10 +43,10 @@ def counted(command, ack, buffer, layout, guid):
     return (writes[-1] - writes[0]) / (len(writes) - 1)
 
 
-def measure(rounds):
+def measure(_):
     listing = run([BIN / "mirsko-simulator", "--u3v", "--", BIN / "mirsko-devices"])
     guid = next(word for word in listing.replace('"', " ").split() if word.startswith("u3v:"))
-    return {"throughput": throughput(rounds),
+    return {"throughput": throughput(),
             "counts": [{"command": command, "ack": ack, "buffer": buffer, "layout": layout, "least": least,
                         "sdk": counted(command, ack, buffer, layout, guid)}
                        for command, ack, buffer, layout, least in COUNTED]}

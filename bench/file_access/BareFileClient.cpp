@@ -1,6 +1,8 @@
 #include "BareFileClient.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <utility>
 
@@ -14,6 +16,8 @@
 #include "Fail.h"
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr std::uint16_t kPort = 3956;
 constexpr std::uint16_t kReadRegisters = 0x80;
@@ -71,6 +75,7 @@ void BareFileClient::Send(std::uint16_t command, std::span<const std::uint8_t> c
 }
 
 void BareFileClient::AwaitAck(std::uint16_t command) {
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(kSilence);
     while (true) {
         if (mWait == Wait::kPoll) {
             pollfd entry{mSocket, POLLIN, 0};
@@ -79,9 +84,12 @@ void BareFileClient::AwaitAck(std::uint16_t command) {
             }
         }
         const ssize_t length = recv(mSocket, mPacket.data(), mPacket.size(), MSG_DONTWAIT);
-        if (length < 0) {
+        if (length < 0 && (errno == EAGAIN || errno == EINTR) && Clock::now() < end) {
             sched_yield();
             continue;
+        }
+        if (length < 0) {
+            Fail("no ack");
         }
         if (length < static_cast<ssize_t>(kHeader) || mPacket[0] != 0 || mPacket[1] != 0 ||
             mPacket[3] != command + 1 || mPacket[6] != mId >> 8U || mPacket[7] != (mId & 0xffU)) {

@@ -10,8 +10,8 @@
 #include "FileClient.h"
 
 /// Sends the fewest GVCP commands that write a file, and does nothing else: no node map, no
-/// resends, no check of where an ack comes from. What it needs no other client can be expected to
-/// beat by more than its way to wait.
+/// resends, no check of where an ack comes from. Another client can be
+/// faster only by waiting differently.
 class BareFileClient : public FileClient {
   public:
     enum class Wait {

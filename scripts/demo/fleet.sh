@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Updates eight simulated GigE Vision cameras on two network interfaces by one command. Two of them are
+# Updates eight simulated GigE Vision cameras on two network interfaces with one command. Two of them are
 # faulty: mirsko-update updates the other six, names these two with the reason, and ends with status 1.
 . "$(dirname "$0")/lib.sh"
 . "$(dirname "$0")/../fleet/network.sh"

@@ -63,7 +63,7 @@ void AddAccessOptions(CLI::App& app, DeviceOptions& device) {
     AddDescription(group, device);
     group.Add("--additional-nodes", device.additionalNodeBytes, "BYTES",
               "Bytes of nodes that no client uses, to be added to the GenICam description; "
-              "33554432 at most");
+              "33554432 at most; not with --description large");
     group.Add("--buffer-size", device.bufferSize, "BYTES", "Size of FileAccessBuffer");
     group.AddSwitch("--no-concatenation", device.concatenation, false,
                     "Accept only one register per READREG and WRITEREG");

@@ -219,7 +219,7 @@ expect "changed" "$(hosts_with changed)" "$(name_of $vanishing) "
 expect "failed and unreachable" "$(hosts_with failed)$(hosts_with unreachable)" ""
 expect "right cameras" "$(right 2.2)" "$all"
 
-say "What keeps $(name_of 1) from being updated is told: a missing camera, a signer who is not trusted, no program"
+say "The reason why $(name_of 1) is not updated is reported: a missing camera, a signer who is not trusted, no program"
 # expect_failure REASON OPTION…
 expect_failure() {
     play --limit "$(name_of 1)" --extra-vars "${@:2}"

@@ -31,8 +31,8 @@ sockaddr_in SocketAddress(std::uint32_t address, std::uint16_t port) {
 // protocols wait for thousands of answers. Whoever else wants this CPU gets it meanwhile.
 constexpr std::chrono::microseconds kEagerness{60};
 // Most cameras take longer than that for each command; polling for them would only cost CPU time.
-// From so many late answers in a row on, only now and then a wait begins with polling, to notice a
-// sender that has become fast.
+// After this many late answers in a row, only every kTryAgainEvery-th wait begins with polling, to
+// notice a sender that has become fast.
 constexpr unsigned int kLateInARow = 4;
 constexpr unsigned int kTryAgainEvery = 32;
 // A little longer than the polling: a sleeping thread takes its time to wake up, too.

@@ -23,7 +23,7 @@ class FirmwareContent {
     [[nodiscard]] const std::string& Path() const { return mPath; }
     /// Who signed it; empty when nobody asked.
     [[nodiscard]] const std::string& Signers() const { return mSigners; }
-    /// `problem`, which may tell of Path, with the file's name in its place; printable.
+    /// `problem`, which may contain Path, with the file's name in its place; printable.
     [[nodiscard]] std::string Named(std::string problem) const;
 
   private:

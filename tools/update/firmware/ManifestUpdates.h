@@ -7,8 +7,8 @@
 
 #include <NxGenICam/GenFUControl.h>
 
-/// A manifest's procedures and updates, of which each can be run alone: that shows which update
-/// fits, and the SDK's model does not.
+/// A manifest's procedures and updates. Each update can be run alone, which shows whether it fits;
+/// the SDK's model does not show that.
 class ManifestUpdates : public NxGenICamLib::IGenFUModelBuilder {
   public:
     using Result = NyUtilsLib::Result;
