@@ -20,7 +20,7 @@ class NX_API NxGenEnum {
 
     /// Number of entries that are implemented, whatever the device allows at the moment.
     [[nodiscard]] unsigned int GetEntryCount() const;
-    /// @param index 0 is the entry that the device description lists first
+    /// @param index 0 is the first implemented entry, in the order of the device description
     /// @return not OK, `entry` untouched, past the end
     NxResult GetEntryByIndex(unsigned int index, NxGenEnumEntry& entry) const;
     /// @return not OK, `entry` untouched, when no implemented entry has that symbolic name
