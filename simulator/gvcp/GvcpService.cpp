@@ -161,7 +161,7 @@ void GvcpService::Serve(const Datagram& datagram) {
         return;
     }
     const Clock::time_point arrived = Clock::now();
-    std::optional<GvcpReply> reply = mHandler->Handle(datagram.peer, datagram.bytes, Clock::now());
+    std::optional<GvcpReply> reply = mHandler->Handle(datagram.peer, datagram.bytes, arrived);
     if (mContext.controlLost) {
         mHandler->GiveControlAway();
     }

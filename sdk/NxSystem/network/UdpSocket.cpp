@@ -131,7 +131,7 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
         if (count >= 0) {
             length = static_cast<std::size_t>(count);
             from = Endpoint{ntohl(sender.sin_addr.s_addr), ntohs(sender.sin_port)};
-            LearnFrom(now - start + (isEager ? Clock::duration::zero() : Clock::now() - now));
+            LearnFrom((isEager ? now : Clock::now()) - start);
             return NxResult();
         }
         if (!IsTransient(errno)) {

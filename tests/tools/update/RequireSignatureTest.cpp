@@ -14,10 +14,10 @@ class RequireSignatureTest : public CameraGroup {
   protected:
     RequireSignatureTest() { MakeSigner("maker"); }
 
-    void MakeSigner(const std::string& name) const {
+    void MakeSigner(const std::string& name, const std::string& units = "") const {
         Succeed({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
                  "ec_paramgen_curve:prime256v1", "-nodes", "-keyout", Path(name + ".key"), "-out",
-                 Path(name + ".pem"), "-subj", "/CN=" + name, "-days", "2"});
+                 Path(name + ".pem"), "-subj", "/CN=" + name + units, "-days", "2"});
     }
     /// @return the file
     std::string Sign(const std::string& file, const std::string& signer = "maker") const {
@@ -95,6 +95,21 @@ TEST_F(RequireSignatureTest, RejectsAPackageThatWasChangedAfterItWasSigned) {
     changed[whole.size() / 2] = static_cast<char>(changed[whole.size() / 2] ^ 1);
     mFolder.Write("p.zip", changed);
     ExpectRejected({package}, package + ": invalid signature: content verify error; the file");
+}
+
+TEST_F(RequireSignatureTest, CutsTheNameOfASignerWhoseCertificateHasNoEnd) {
+    Add({"--no-tftp"});
+    std::string units;
+    for (int i = 0; i < 200; ++i) {
+        units += "/OU=" + std::string(60, 'u');
+    }
+    MakeSigner("endless", units);
+    const std::string package = mFolder.Write("p.zip", Package(mBody));
+    Sign(package, "endless");
+    const ProcessResult result = Update(Required({package}));
+    EXPECT_EQ(result.exitStatus, 3);
+    EXPECT_THAT(result.err, StartsWith(package + ": signed by "));
+    EXPECT_LT(result.err.size(), 2100U);
 }
 
 TEST_F(RequireSignatureTest, NeedsACertificateFile) {

@@ -70,7 +70,7 @@ std::string FirmwareContent::RequireSignature(const std::string& authorities) {
     SignedFile file(mName, mPath);
     const std::string error = file.Verify(SignatureFile(mName, ""), authorities);
     mSigners = file.Signers();
-    return PrintableText(error, std::string::npos);
+    return PrintableText(error, kLongestMessage);
 }
 
 std::string FirmwareContent::Named(std::string problem) const {
@@ -80,7 +80,7 @@ std::string FirmwareContent::Named(std::string problem) const {
             problem.replace(at, mPath.size(), mName);
         }
     }
-    return PrintableText(problem, std::string::npos);
+    return PrintableText(problem, kLongestMessage);
 }
 
 std::string FirmwareContent::Copy() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -10,6 +11,9 @@
 /// verified: whoever replaces or changes the file later changes nothing. Any thread, once opened.
 class FirmwareContent {
   public:
+    /// Of a message, in characters: a signature names its signers as it likes.
+    static constexpr std::size_t kLongestMessage = 2000;
+
     explicit FirmwareContent(std::string name);
 
     /// Makes the copy and verifies it by the signature beside the file.

@@ -31,8 +31,8 @@ int UpdateRun::Run(Interruption& interruption) {
     }
     for (const auto& file : mFiles) {
         if (!file->Signers().empty()) {
-            report.Note(
-                PrintableText(file->Name() + ": signed by " + file->Signers(), std::string::npos));
+            report.Note(PrintableText(file->Name() + ": signed by " + file->Signers(),
+                                      FirmwareContent::kLongestMessage));
         }
     }
     CameraSearch::Cameras found;
