@@ -1,7 +1,7 @@
 // Sends one file to the same TFTP server with this project's client and with others, alternately,
 // and compares how long they take. Every client is a program of its own, started alike. Run by
 // bench/run-tftp.sh, which starts the servers. Exit status: 0 every aim is met, 1 one is missed,
-// 2 wrong use or a client of this project that fails.
+// 2 wrong use.
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,6 @@
 #include <fstream>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -24,8 +23,6 @@
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
-
-#include "tftp/TftpClient.h"
 
 namespace {
 
@@ -54,13 +51,11 @@ struct Arguments {
     std::string serverName;
     std::string file;        ///< without the "-8192" that names the block size it is for
     std::string remoteFile;  ///< where the server puts it, to be compared
-    std::string remoteName = "upload";
     std::string json;  ///< file that the figures are appended to, one object a line; may be empty
     bool windows = false;   ///< whether the server grants them
     bool otherCpu = false;  ///< whether the server runs on another CPU
     int clientCpu = 0;
     int rounds = 5;
-    Case upload{0, 0};  ///< only send the file once, with these
 };
 
 struct Contestant {
@@ -105,20 +100,6 @@ bool RunQuietly(const std::vector<std::string>& command) {
            WEXITSTATUS(status) == 0;
 }
 
-// This program's other use: as a client that sends the file and does nothing else.
-int Upload(const Arguments& arguments) {
-    TftpClient client(
-        {.blockSize = arguments.upload.blockSize, .windowSize = arguments.upload.windowSize});
-    NxResult result = client.Init(arguments.address, arguments.remoteName);
-    if (result.IsOK()) {
-        result = client.SendFile(arguments.file);
-    }
-    if (!result.IsOK()) {
-        std::fprintf(stderr, "%s\n", result.GetDescription().GetAscii());
-    }
-    return result.IsOK() ? 0 : kFailed;
-}
-
 std::string FileFor(const Arguments& arguments, const Case& tested) {
     return arguments.file + "-" + std::to_string(tested.blockSize);
 }
@@ -134,8 +115,8 @@ std::vector<Contestant> Contestants(const Arguments& arguments, const Case& test
         all.push_back({name, limited});
         all.back().command.insert(all.back().command.end(), command.begin(), command.end());
     };
-    add("ours", {std::filesystem::read_symlink("/proc/self/exe"), "--upload", block, window,
-                 "--address", arguments.address, "--file", file});
+    const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    add("ours", {here / "bench-tftp-upload", arguments.address, file, "upload", block, window});
     if (tested.windowSize == 1) {
         add("curl", {"curl", "--silent", "--upload-file", file, "--tftp-blksize", block,
                      "tftp://" + arguments.address + "/upload"});
@@ -261,7 +242,6 @@ class Comparison {
 
 int main(int argc, char** argv) {
     Arguments arguments;
-    std::pair<unsigned int, unsigned int> upload;
     CLI::App app("Compares TFTP clients on one server; MB/s, medians of the rounds");
     app.add_option("--address", arguments.address)->required();
     app.add_option("--server-name", arguments.serverName);
@@ -269,22 +249,15 @@ int main(int argc, char** argv) {
                    "To compare: without its \"-512\", \"-1428\", \"-8192\"")
         ->required();
     app.add_option("--remote-file", arguments.remoteFile);
-    app.add_option("--remote-name", arguments.remoteName, "of the file, for --upload");
     app.add_option("--json", arguments.json, "File that the figures are appended to");
     app.add_flag("--windows", arguments.windows, "The server grants windows");
     app.add_flag("--other-cpu", arguments.otherCpu, "The server runs on another CPU");
     app.add_option("--cpu", arguments.clientCpu, "that the clients run on");
     app.add_option("--rounds", arguments.rounds);
-    app.add_option("--upload", upload,
-                   "Only send the file, with blocks and windows of these sizes");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kFailed;
-    }
-    if (upload.first != 0) {
-        arguments.upload = {upload.first, upload.second};
-        return Upload(arguments);
     }
 
     PinTo(arguments.clientCpu);

@@ -10,7 +10,7 @@ from harness import BIN, REPOSITORY, Camera, aim, alternate, median, payload, ru
 from tables import table
 
 TITLE = "TFTP"
-FILE_MIB = 96
+FILE_MIB = 192
 BLOCK, WINDOW = 1428, 64
 # Microseconds of round-trip time, and bytes of a file that clients need seconds for, block by block.
 ROUND_TRIPS = {1000: 2 << 20, 5000: 1 << 20}
@@ -28,8 +28,7 @@ def on_servers(rounds):
 
 
 def commands(file):
-    ours = [BIN / "bench-tftp", "--address", ADDRESS, "--remote-name", "RemoteUpdateDfw", "--file", file,
-            "--upload"]
+    ours = [BIN / "bench-tftp-upload", ADDRESS, file, "RemoteUpdateDfw"]
     atftp = ["atftp", "--option", f"blksize {BLOCK}", "--put", "--local-file", file, "--remote-file",
              "RemoteUpdateDfw", ADDRESS]
     return {"ours": [*ours, BLOCK, WINDOW],
