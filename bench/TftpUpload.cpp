@@ -1,6 +1,7 @@
 // Sends one file with this project's TFTP client and does nothing else, as other clients do:
 //   bench-tftp-upload ADDRESS FILE REMOTE_NAME BLOCK_SIZE WINDOW_SIZE
-// Exit status: 0 sent, 2 not. Linked with what the client needs, so that it starts as fast as they do.
+// Exit status: 0 sent, 2 not. Linked with what the client needs, so that it starts as fast as they
+// do.
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,7 +10,8 @@
 
 int main(int argc, char** argv) {
     if (argc != 6) {
-        std::fprintf(stderr, "Usage: %s ADDRESS FILE REMOTE_NAME BLOCK_SIZE WINDOW_SIZE\n", argv[0]);
+        std::fprintf(stderr, "Usage: %s ADDRESS FILE REMOTE_NAME BLOCK_SIZE WINDOW_SIZE\n",
+                     argv[0]);
         return 2;
     }
     const auto number = [](const char* text) {

@@ -6,7 +6,7 @@ set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 get_filename_component(repository "${CMAKE_CURRENT_LIST_DIR}" DIRECTORY)
 set(CMAKE_SYSROOT ${repository}/build/arm64-sysroot)
 if(NOT EXISTS ${CMAKE_SYSROOT}/usr/lib)
-    message(FATAL_ERROR "Run scripts/install-deps.sh build arm64 and scripts/arm64-sysroot.sh first")
+    message(FATAL_ERROR "Run scripts/install-deps.sh build tests arm64 and scripts/arm64-sysroot.sh first")
 endif()
 
 # Nothing of this computer but the programs that building needs.

@@ -22,7 +22,8 @@ esac
 scripts/install-deps.sh build demo
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-echo "Building… (a few minutes the first time)"
+[ -x build/release/bin/mirsko-simulator ] ||
+    echo "Building… (about seven minutes on two idle cores; messages in $log)"
 { cmake --preset release && cmake --build --preset release; } >"$log" 2>&1 || {
     tail -n 60 "$log"
     exit 1

@@ -61,6 +61,12 @@ def measure(rounds):
             "servers": on_servers(rounds)}
 
 
+def seconds_of_round_trips(row):
+    """That any client waits: for the options, then for each window's ack."""
+    windows = -(-(row["size"] // BLOCK + 1) // WINDOW)
+    return (1 + windows) * row["round_trip"] / 1e6
+
+
 def fastest_lock_step(row):
     return min(row["seconds"]["atftp"], row["seconds"]["curl"])
 
@@ -97,11 +103,12 @@ def report(result):
                 "; ".join(f"{one['value']:.2f} × {one['than']}" for one in row["aims"])]
                for row in result["servers"]]),
         table(["round trip, ms", "KiB", *[f"{name}, s" for name in result["round_trips"][0]["seconds"]],
-               "/ block by block", "/ same window"],
+               "/ block by block", "/ same window", "round trips alone, s"],
               [[f"{row['round_trip'] / 1000:g}", row["size"] >> 10,
-                *[f"{seconds:.2f}" for seconds in row["seconds"].values()],
+                *[f"{seconds:.3f}" for seconds in row["seconds"].values()],
                 f"{fastest_lock_step(row) / row['seconds']['ours']:.1f}",
-                f"{row['seconds']['atftp, same window'] / row['seconds']['ours']:.2f}"]
+                f"{row['seconds']['atftp, same window'] / row['seconds']['ours']:.2f}",
+                f"{seconds_of_round_trips(row):.3f}"]
                for row in result["round_trips"]])))
 
 

@@ -7,7 +7,11 @@ family=${MIRSKO_FAMILY:-SIMCAM}
 work=$(mktemp -d)
 simulator=
 
-say() { printf '\n\033[1m%s\033[0m\n' "$*"; }
+say() {
+    local text=$*
+    [ ! -t 1 ] || text=$'\033[1m'$text$'\033[0m'
+    printf '\n%s\n' "$text"
+}
 
 # show COMMAND…: prints the command as a user would type it, then runs it
 show() {
