@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <fstream>
-#include <iterator>
 #include <random>
+#include <sstream>
+#include <utility>
 
 TemporaryFolder::TemporaryFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "mirsko-test-XXXXXX").string();
@@ -37,14 +41,18 @@ std::string ReadFile(const std::filesystem::path& path) {
         ADD_FAILURE() << "cannot read " << path;
         return {};
     }
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return std::move(bytes).str();
 }
 
 std::string RandomBytes(std::size_t size, unsigned int seed) {
-    std::mt19937 generator(seed);
+    std::mt19937_64 generator(seed);
     std::string bytes(size, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(generator() & 0xFFU);
+    // By words, because the generator is slow where tests are not optimised or run in an emulator.
+    for (std::size_t offset = 0; offset < size; offset += sizeof(std::uint64_t)) {
+        const std::uint64_t word = generator();
+        std::memcpy(&bytes[offset], &word, std::min(sizeof word, size - offset));
     }
     return bytes;
 }
