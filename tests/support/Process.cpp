@@ -7,10 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 extern char** environ;
 
@@ -48,13 +50,27 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
+std::string_view NameOf(std::string_view entry) {
+    return entry.substr(0, entry.find('='));
+}
+
+// Without those whose names are given: which of two a program takes is for its C library to decide.
+void AddInherited(std::vector<std::string>& environment) {
+    const std::size_t given = environment.size();
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const auto end = environment.begin() + static_cast<std::ptrdiff_t>(given);
+        if (std::none_of(environment.begin(), end,
+                         [&](const std::string& own) { return NameOf(own) == NameOf(*entry); })) {
+            environment.emplace_back(*entry);
+        }
+    }
+}
+
 }  // namespace
 
 Process::Process(std::vector<std::string> command, std::vector<std::string> environment)
     : mStart(Clock::now()) {
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        environment.emplace_back(*entry);
-    }
+    AddInherited(environment);
     std::array<int, 2> out{};
     std::array<int, 2> err{};
     if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) {

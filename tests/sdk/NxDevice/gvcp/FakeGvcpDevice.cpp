@@ -1,6 +1,7 @@
 #include "FakeGvcpDevice.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include <internal/NxBase/ByteOrder.h>
 
@@ -26,23 +27,38 @@ std::string HalfWord(unsigned int value) {
 }  // namespace
 
 void FakeGvcpDevice::Put(std::uint32_t address, const std::string& bytes) {
-    for (const char byte : bytes) {
-        mMemory[address++] = byte;
+    for (std::size_t done = 0; done < bytes.size();) {
+        Page& page = mPages[address / kPageSize];
+        const std::size_t at = address % kPageSize;
+        const std::size_t count = std::min(bytes.size() - done, kPageSize - at);
+        bytes.copy(&page.bytes[at], count, done);
+        std::memset(&page.exists[at], 1, count);
+        done += count;
+        address += static_cast<std::uint32_t>(count);
     }
 }
 
 bool FakeGvcpDevice::Read(std::uint64_t address, std::size_t count, std::string& bytes) const {
-    for (std::size_t i = 0; i < count; ++i) {
-        // No command goes round.
-        const auto found = address + i > 0xFFFFFFFFU
-                               ? mMemory.end()
-                               : mMemory.find(static_cast<std::uint32_t>(address + i));
-        if (found == mMemory.end()) {
+    if (address + count > 0x100000000U) {
+        return false;  // no command goes round
+    }
+    while (count > 0) {
+        const auto page = mPages.find(static_cast<std::uint32_t>(address / kPageSize));
+        const std::size_t at = address % kPageSize;
+        const std::size_t part = std::min(count, kPageSize - at);
+        if (page == mPages.end() || std::memchr(&page->second.exists[at], 0, part) != nullptr) {
             return false;
         }
-        bytes += found->second;
+        bytes.append(&page->second.bytes[at], part);
+        address += part;
+        count -= part;
     }
     return true;
+}
+
+std::string FakeGvcpDevice::Memory(std::uint32_t address, std::size_t count) const {
+    std::string bytes;
+    return Read(address, count, bytes) ? bytes : std::string();
 }
 
 bool FakeGvcpDevice::Write(std::uint64_t address, const std::string& bytes) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -31,8 +32,8 @@ class FakeGvcpDevice : public DatagramSocket {
     void FallSilentAfter(std::size_t commands) { mLastAnswered = commands; }
     /// READREG and READMEM; those that were sent again count again.
     [[nodiscard]] std::size_t Commands() const { return mCommands; }
-    /// The bytes that WRITEREG and WRITEMEM have written, by address.
-    [[nodiscard]] const std::map<std::uint32_t, char>& Memory() const { return mMemory; }
+    /// What the device holds there, WRITEREG and WRITEMEM included; empty if not all of it exists.
+    [[nodiscard]] std::string Memory(std::uint32_t address, std::size_t count) const;
 
     NxResult Send(const Endpoint& to, std::span<const std::byte> datagram) override;
     NxResult Receive(std::span<std::byte> buffer, Clock::time_point deadline, std::size_t& length,
@@ -45,12 +46,19 @@ class FakeGvcpDevice : public DatagramSocket {
         std::string bytes;
     };
 
+    static constexpr std::size_t kPageSize = 4096;
+    // By pages: a map of bytes takes minutes in an emulator.
+    struct Page {
+        std::array<char, kPageSize> bytes{};
+        std::array<char, kPageSize> exists{};
+    };
+
     [[nodiscard]] std::string Carry(unsigned int command, const std::string& payload,
                                     unsigned int& status);
     [[nodiscard]] bool Read(std::uint64_t address, std::size_t count, std::string& bytes) const;
     [[nodiscard]] bool Write(std::uint64_t address, const std::string& bytes);
 
-    std::map<std::uint32_t, char> mMemory;
+    std::map<std::uint32_t, Page> mPages;
     Clock::duration mLatency = std::chrono::microseconds(100);
     Clock::duration mRegisterWriteTime{0};
     bool mWritesMemory = true;
