@@ -11,7 +11,7 @@ scripts/arm64-sysroot.sh
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 start=$SECONDS
-echo "Building… (a quarter of an hour on two cores the first time)"
+echo "Building… (about ten minutes on two cores the first time)"
 { cmake --preset arm64 && cmake --build --preset arm64; } >"$log" 2>&1 || {
     tail -n 60 "$log"
     exit 1
