@@ -17,7 +17,18 @@ namespace {
 const Endpoint kDevice{0x0A090802, 3956};
 
 // A device that carries out one command after the other and keeps no request ids.
-class GvcpChannelSlowDeviceTest : public testing::TestWithParam<GvcpChannel::Effect> {};
+class GvcpChannelSlowDeviceTest : public testing::TestWithParam<GvcpChannel::Effect> {
+  protected:
+    static void Write(GvcpChannel& channel, std::uint32_t value) {
+        std::span<const std::byte> answer;
+        EXPECT_TRUE(channel
+                        .Transact(Command::kWriteRegister,
+                                  GvcpPacket::WriteRegisters(std::array{GvcpPacket::RegisterValue{
+                                      .address = 0x9000, .value = value}}),
+                                  0x9000, answer, GetParam())
+                        .IsOK());
+    }
+};
 
 TEST_P(GvcpChannelSlowDeviceTest, IsNotFloodedWithCopiesOfWhatItCarriesOut) {
     auto owned = std::make_unique<FakeGvcpDevice>();
@@ -29,13 +40,8 @@ TEST_P(GvcpChannelSlowDeviceTest, IsNotFloodedWithCopiesOfWhatItCarriesOut) {
     std::size_t before = 0;
     for (std::uint32_t i = 1; i <= 20; ++i) {
         SCOPED_TRACE(i);
+        Write(channel, i);
         std::span<const std::byte> answer;
-        ASSERT_TRUE(channel
-                        .Transact(Command::kWriteRegister,
-                                  GvcpPacket::WriteRegisters(std::array{
-                                      GvcpPacket::RegisterValue{.address = 0x9000, .value = i}}),
-                                  0x9000, answer, GetParam())
-                        .IsOK());
         ASSERT_TRUE(channel
                         .Transact(Command::kReadRegister,
                                   GvcpPacket::ReadRegisters(std::array<std::uint32_t, 1>{0x9000}),
@@ -60,13 +66,7 @@ TEST_P(GvcpChannelSlowDeviceTest, HearsOfItsControllerWhileLateCopiesAreWaitedFo
     GvcpChannel channel(std::move(owned), kDevice, "10.9.8.2 on eth9");
     channel.KeepAlive(0xA00, milliseconds(1000));
     for (std::uint32_t i = 1; i <= 4; ++i) {
-        std::span<const std::byte> answer;
-        ASSERT_TRUE(channel
-                        .Transact(Command::kWriteRegister,
-                                  GvcpPacket::WriteRegisters(std::array{
-                                      GvcpPacket::RegisterValue{.address = 0x9000, .value = i}}),
-                                  0x9000, answer, GetParam())
-                        .IsOK());
+        Write(channel, i);
     }
     EXPECT_EQ(device.RegisterWrites(), 4U);
     EXPECT_LT(device.LongestSilence(), milliseconds(1500));
