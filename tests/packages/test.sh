@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # In a clean Debian system (in_system.sh): installs the packages, tries what they bring, removes them.
 set -euo pipefail
-say() { printf '\n\033[1m%s\033[0m\n' "$*"; }
+say() { printf '\n%s\n' "$*"; }
 fail() {
     echo "$*" >&2
     exit 1
