@@ -17,6 +17,8 @@
 
 #include <internal/NxSystem/NetworkInterface.h>
 
+#include "ReplyTimes.h"
+
 namespace {
 
 sockaddr_in SocketAddress(std::uint32_t address, std::uint16_t port) {
@@ -27,16 +29,6 @@ sockaddr_in SocketAddress(std::uint32_t address, std::uint16_t port) {
     return result;
 }
 
-// An answer from the same wire often comes sooner than a sleeping thread is woken, and lock-step
-// protocols wait for thousands of answers. Whoever else wants this CPU gets it meanwhile.
-constexpr std::chrono::microseconds kEagerness{60};
-// Most cameras take longer than that for each command; polling for them would only cost CPU time.
-// After this many late answers in a row, only every kTryAgainEvery-th wait begins with polling, to
-// notice a sender that has become fast.
-constexpr unsigned int kLateInARow = 4;
-constexpr unsigned int kTryAgainEvery = 32;
-// A little longer than the polling: a sleeping thread takes its time to wake up, too.
-constexpr std::chrono::microseconds kLate{80};
 constexpr std::chrono::milliseconds kShortestBlocking{16};
 
 bool IsTransient(int error) {
@@ -45,7 +37,7 @@ bool IsTransient(int error) {
 
 }  // namespace
 
-UdpSocket::UdpSocket() = default;
+UdpSocket::UdpSocket() : mReplyTimes(std::make_unique<ReplyTimes>()) {}
 
 UdpSocket::~UdpSocket() {
     if (mDescriptor >= 0) {
@@ -114,14 +106,18 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
                             std::size_t& length, Endpoint& from, bool& timedOut) {
     timedOut = false;
     const Clock::time_point start = Clock::now();
-    const Clock::time_point eagerUntil = IsWorthPolling() ? start + kEagerness : start;
+    const ReplyTimes::Span atOnce = mReplyTimes->AtOnce();
+    const ReplyTimes::Span whenDue = mReplyTimes->WhenDue();
     for (;;) {
         const Clock::time_point now = Clock::now();
+        const Clock::duration waited = now - start;
         const Clock::duration remaining = deadline - now;
-        const bool isEager = now < eagerUntil;
-        const bool blocks = !isEager && remaining >= kShortestBlocking && LimitBlocking(remaining);
-        if (!isEager && !blocks && remaining.count() > 0) {
-            AwaitDatagram(remaining);
+        const bool polls = atOnce.Contains(waited) || whenDue.Contains(waited);
+        const bool blocks = !polls && waited >= whenDue.until && remaining >= kShortestBlocking &&
+                            LimitBlocking(remaining);
+        if (!polls && !blocks && remaining.count() > 0) {
+            AwaitDatagram(waited < whenDue.from ? std::min(whenDue.from - waited, remaining)
+                                                : remaining);
         }
         sockaddr_in sender{};
         socklen_t senderLength = sizeof sender;
@@ -131,7 +127,7 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
         if (count >= 0) {
             length = static_cast<std::size_t>(count);
             from = Endpoint{ntohl(sender.sin_addr.s_addr), ntohs(sender.sin_port)};
-            LearnFrom((isEager ? now : Clock::now()) - start);
+            mReplyTimes->Learn((polls ? now : Clock::now()) - start);
             return NxResult();
         }
         if (!IsTransient(errno)) {
@@ -144,18 +140,10 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
             timedOut = true;
             return NxResult();
         }
-        if (isEager) {
+        if (polls) {
             sched_yield();
         }
     }
-}
-
-bool UdpSocket::IsWorthPolling() const {
-    return mLateInARow < kLateInARow || mLateInARow % kTryAgainEvery == 0;
-}
-
-void UdpSocket::LearnFrom(Clock::duration waited) {
-    mLateInARow = waited < kLate ? 0 : mLateInARow + 1;
 }
 
 void UdpSocket::AwaitDatagram(Clock::duration time) const {

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include <internal/NxSystem/DatagramSocket.h>
+
+class ReplyTimes;
 
 /// A UDP socket of this computer, on a port of the system's choice.
 class NX_API UdpSocket : public DatagramSocket {
@@ -32,8 +35,6 @@ class NX_API UdpSocket : public DatagramSocket {
                      Endpoint& from, bool& timedOut) override;
 
   private:
-    [[nodiscard]] bool IsWorthPolling() const;
-    void LearnFrom(Clock::duration waited);
     void AwaitDatagram(Clock::duration time) const;
     /// Lets the next receiving block for a good part of that time.
     /// @return false when the system does not
@@ -41,6 +42,6 @@ class NX_API UdpSocket : public DatagramSocket {
 
     int mDescriptor = -1;
     std::chrono::microseconds mBlockingLimit{0};
-    unsigned int mLateInARow = 0;  ///< waits for which polling was too short
+    std::unique_ptr<ReplyTimes> mReplyTimes;
     std::string mInterfaceName;
 };

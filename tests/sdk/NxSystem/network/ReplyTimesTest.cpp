@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include "network/ReplyTimes.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Duration = ReplyTimes::Duration;
+
+void Learn(ReplyTimes& times, int replies, Duration waited) {
+    for (int i = 0; i < replies; ++i) {
+        times.Learn(waited);
+    }
+}
+
+Duration Length(ReplyTimes::Span span) {
+    return span.until - span.from;
+}
+
+int WaitsThatPollAtOnce(ReplyTimes& times, int waits, Duration waited) {
+    int result = 0;
+    for (int i = 0; i < waits; ++i) {
+        result += Length(times.AtOnce()) > 0us ? 1 : 0;
+        times.Learn(waited);
+    }
+    return result;
+}
+
+}  // namespace
+
+TEST(ReplyTimesTest, PollsForADeviceThatRepliesAtOnce) {
+    ReplyTimes times;
+    EXPECT_EQ(WaitsThatPollAtOnce(times, 1000, 20us), 1000);
+    EXPECT_TRUE(times.AtOnce().Contains(0us));
+    EXPECT_TRUE(times.AtOnce().Contains(20us));
+    EXPECT_EQ(Length(times.WhenDue()), 0us);
+}
+
+TEST(ReplyTimesTest, SoonStopsPollingAtOnceForADeviceThatRepliesLate) {
+    ReplyTimes times;
+    EXPECT_EQ(WaitsThatPollAtOnce(times, 4, 150us), 4);
+    // Some still do, to notice that it has become fast.
+    const int polling = WaitsThatPollAtOnce(times, 320, 150us);
+    EXPECT_GT(polling, 0);
+    EXPECT_LE(polling, 10);
+    times.Learn(20us);
+    EXPECT_GT(Length(times.AtOnce()), 0us);
+}
+
+TEST(ReplyTimesTest, PollsWhenTheReplyIsDue) {
+    ReplyTimes times;
+    EXPECT_EQ(Length(times.WhenDue()), 0us);
+    Learn(times, 10, 1000us);
+    EXPECT_FALSE(times.WhenDue().Contains(0us));
+    EXPECT_FALSE(times.WhenDue().Contains(500us));
+    EXPECT_TRUE(times.WhenDue().Contains(990us));
+    EXPECT_TRUE(times.WhenDue().Contains(1010us));
+    EXPECT_FALSE(times.WhenDue().Contains(1500us));
+    // A fifth of the time.
+    EXPECT_LE(Length(times.WhenDue()), 200us);
+}
+
+TEST(ReplyTimesTest, ExpectsTheEarliestOfRepliesThatVary) {
+    ReplyTimes times;
+    for (int i = 0; i < 20; ++i) {
+        times.Learn(i % 2 == 0 ? 1100us : 1000us);
+    }
+    EXPECT_TRUE(times.WhenDue().Contains(1000us));
+    times.Learn(5s);
+    times.Learn(1000us);
+    EXPECT_TRUE(times.WhenDue().Contains(1000us));
+}
+
+TEST(ReplyTimesTest, FollowsADeviceThatBecomesSlowerForGood) {
+    ReplyTimes times;
+    Learn(times, 10, 500us);
+    Learn(times, 100, 2000us);
+    EXPECT_TRUE(times.WhenDue().Contains(2000us));
+    EXPECT_FALSE(times.WhenDue().Contains(500us));
+}
+
+TEST(ReplyTimesTest, SleepsForRepliesThatAreDueTooSoonToSleepLong) {
+    ReplyTimes times;
+    Learn(times, 10, 200us);
+    EXPECT_EQ(Length(times.WhenDue()), 0us);
+}
