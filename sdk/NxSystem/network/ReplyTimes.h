@@ -25,8 +25,16 @@ class NX_API ReplyTimes {
     [[nodiscard]] Span WhenDue() const;
     /// @param waited from the start of the wait to the reply
     void Learn(Duration waited);
+    /// After a wait that polled.
+    /// @param longestTurn between asking the socket twice, with the CPU offered to others
+    /// @param datagrams sent since the reply before
+    void LearnFromPolling(Duration longestTurn, unsigned int datagrams);
 
   private:
-    unsigned int mLateInARow = 0;  ///< waits for which polling at once was too short
-    Duration mEarliest{0};         ///< of the latest replies; 0 before the first one
+    [[nodiscard]] bool IsCpuShared() const;
+
+    unsigned int mLateInARow = 0;    ///< waits for which polling at once was too short
+    unsigned int mSharedInARow = 0;  ///< waits in which another program ran instead
+    unsigned int mWaits = 0;
+    Duration mEarliest{0};  ///< of the latest replies; 0 before the first one
 };

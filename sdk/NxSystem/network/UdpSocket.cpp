@@ -83,6 +83,7 @@ std::size_t UdpSocket::RequestReceiveBuffer(std::size_t bytes) {
 
 NxResult UdpSocket::Send(const Endpoint& to, std::span<const std::byte> datagram) {
     const sockaddr_in address = SocketAddress(to.address, to.port);
+    ++mSentInARow;
     for (;;) {
         const ssize_t sent = sendto(mDescriptor, datagram.data(), datagram.size(), 0,
                                     reinterpret_cast<const sockaddr*>(&address), sizeof address);
@@ -108,6 +109,7 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
     const Clock::time_point start = Clock::now();
     const ReplyTimes::Span atOnce = mReplyTimes->AtOnce();
     const ReplyTimes::Span whenDue = mReplyTimes->WhenDue();
+    Clock::duration longestTurn{0};
     for (;;) {
         const Clock::time_point now = Clock::now();
         const Clock::duration waited = now - start;
@@ -127,6 +129,10 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
         if (count >= 0) {
             length = static_cast<std::size_t>(count);
             from = Endpoint{ntohl(sender.sin_addr.s_addr), ntohs(sender.sin_port)};
+            if (longestTurn.count() > 0) {
+                mReplyTimes->LearnFromPolling(longestTurn, mSentInARow);
+            }
+            mSentInARow = 0;
             mReplyTimes->Learn((polls ? now : Clock::now()) - start);
             return NxResult();
         }
@@ -142,6 +148,7 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
         }
         if (polls) {
             sched_yield();
+            longestTurn = std::max(longestTurn, Clock::now() - now);
         }
     }
 }

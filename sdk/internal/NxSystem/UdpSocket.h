@@ -43,5 +43,6 @@ class NX_API UdpSocket : public DatagramSocket {
     int mDescriptor = -1;
     std::chrono::microseconds mBlockingLimit{0};
     std::unique_ptr<ReplyTimes> mReplyTimes;
+    unsigned int mSentInARow = 0;  ///< since something was received
     std::string mInterfaceName;
 };

@@ -84,3 +84,40 @@ TEST(ReplyTimesTest, SleepsForRepliesThatAreDueTooSoonToSleepLong) {
     Learn(times, 10, 200us);
     EXPECT_EQ(Length(times.WhenDue()), 0us);
 }
+
+TEST(ReplyTimesTest, SleepsWhileAnotherProgramRunsOnThisCpu) {
+    ReplyTimes times;
+    Learn(times, 10, 1000us);
+    times.Learn(20us);
+    EXPECT_GT(Length(times.AtOnce()), 0us);
+    times.LearnFromPolling(30us, 16);
+    times.LearnFromPolling(30us, 16);
+    const int polling = WaitsThatPollAtOnce(times, 320, 50us);
+    // Some still do, to notice that the other one has gone.
+    EXPECT_GT(polling, 0);
+    EXPECT_LE(polling, 10);
+    times.LearnFromPolling(1us, 1);
+    EXPECT_EQ(WaitsThatPollAtOnce(times, 320, 50us), 320);
+}
+
+TEST(ReplyTimesTest, SleepsUntilALateReplyWhileAnotherProgramRunsOnThisCpu) {
+    ReplyTimes times;
+    Learn(times, 10, 1000us);
+    EXPECT_GT(Length(times.WhenDue()), 0us);
+    times.LearnFromPolling(30us, 16);
+    times.LearnFromPolling(30us, 16);
+    EXPECT_EQ(Length(times.WhenDue()), 0us);
+}
+
+TEST(ReplyTimesTest, KeepsPollingAfterOneLongTurn) {
+    ReplyTimes times;
+    times.LearnFromPolling(30us, 16);
+    EXPECT_EQ(WaitsThatPollAtOnce(times, 100, 20us), 100);
+}
+
+TEST(ReplyTimesTest, KeepsPollingForRepliesToSingleDatagrams) {
+    ReplyTimes times;
+    times.LearnFromPolling(30us, 1);
+    times.LearnFromPolling(30us, 1);
+    EXPECT_EQ(WaitsThatPollAtOnce(times, 100, 20us), 100);
+}
