@@ -129,6 +129,9 @@ class NodeTable {
 
     [[nodiscard]] std::size_t PropertyCount(Id node) const { return mNodes[node].count; }
     /// In the order of the description.
+    [[nodiscard]] NodeTag TagAt(Id node, std::size_t index) const {
+        return mProperties[mNodes[node].first + index].tag;
+    }
     [[nodiscard]] Property PropertyAt(Id node, std::size_t index) const;
 
   private:

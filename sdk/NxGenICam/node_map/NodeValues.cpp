@@ -82,10 +82,9 @@ std::optional<NodeTable::Property> NodeValues::Find(Id node, NodeTag tag) {
         }
         const std::size_t count = mTable.PropertyCount(owner);
         for (std::size_t i = 0; i < count; ++i) {
-            const NodeTable::Property property = mTable.PropertyAt(owner, i);
-            if (property.tag == tag) {
+            if (mTable.TagAt(owner, i) == tag) {
                 mBudget.TakeStepsForProperties(i);
-                return property;
+                return mTable.PropertyAt(owner, i);
             }
         }
         mBudget.TakeStepsForProperties(count);
