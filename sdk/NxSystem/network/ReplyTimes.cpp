@@ -8,23 +8,27 @@ using std::chrono::microseconds;
 // protocols wait for thousands of answers. Whoever else wants this CPU gets it meanwhile.
 constexpr microseconds kAtOnce{60};
 // Most cameras take longer than that for each command; polling for them would only cost CPU time.
-// After this many late answers in a row, only every kTryAgainEvery-th wait begins with polling, to
-// notice a sender that has become fast.
 constexpr unsigned int kLateInARow = 4;
-constexpr unsigned int kTryAgainEvery = 32;
 // A little longer than the polling: a sleeping thread takes its time to wake up, too.
 constexpr microseconds kLate{80};
-// In a longer turn another program ran on this CPU, maybe the one that is to answer. A thread that
-// yields is soon due again, and interrupts the other one after each datagram; one that sleeps is
-// woken when all of them have been worked through.
-// With a single datagram there is nothing to interrupt.
+// In a longer turn something else ran on this CPU, maybe the program that is to answer. A thread
+// that yields is soon due again, and interrupts that program after each datagram; one that sleeps
+// is woken when it has worked through all of them. With a single datagram there is nothing to
+// interrupt.
 constexpr microseconds kOthersTurn{4};
+// A program that does not wait for us took a whole turn: whoever polls gets the CPU back after it,
+// whoever sleeps gets it as soon as the reply is there.
+constexpr microseconds kLongTurn{200};
 constexpr unsigned int kSharedInARow = 2;
-// The system wakes a thread up to 50 microseconds later than asked for, and waking takes 20 to 80.
+// So often a wait polls all the same, to notice a sender that has become fast or a CPU that is
+// free.
+constexpr unsigned int kTryAgainEvery = 32;
+// The system wakes a thread up to 50 microseconds later than asked for, and waking itself usually
+// takes 20 to 50.
 constexpr microseconds kLead{100};
-// Replies that are later than this come at no certain time.
+// Later than this, replies are too irregular to poll for.
 constexpr microseconds kJitter{50};
-// Sooner, polling would take most of the time.
+// With a shorter one, polling would take a large part of the time.
 constexpr microseconds kShortestSleep{200};
 // A device that replies earlier than before may do so again; one that replies later may have been
 // held up once.
@@ -33,14 +37,14 @@ constexpr int kSlowness = 8;
 }  // namespace
 
 ReplyTimes::Span ReplyTimes::AtOnce() const {
-    const bool isWorthIt = mLateInARow < kLateInARow || mLateInARow % kTryAgainEvery == 0;
-    return isWorthIt && !IsCpuShared() ? Span{.until = kAtOnce} : Span();
+    const bool isWorthIt = mLateInARow < kLateInARow && IsCpuFree();
+    return isWorthIt || TriesAgain() ? Span{.until = kAtOnce} : Span();
 }
 
 ReplyTimes::Span ReplyTimes::WhenDue() const {
-    return mEarliest >= kShortestSleep + kLead && !IsCpuShared()
-               ? Span{mEarliest - kLead, mEarliest + kJitter}
-               : Span();
+    const bool isWorthIt = mEarliest >= kShortestSleep + kLead;
+    return isWorthIt && (IsCpuFree() || TriesAgain()) ? Span{mEarliest - kLead, mEarliest + kJitter}
+                                                      : Span();
 }
 
 void ReplyTimes::Learn(Duration waited) {
@@ -53,11 +57,15 @@ void ReplyTimes::Learn(Duration waited) {
 void ReplyTimes::LearnFromPolling(Duration longestTurn, unsigned int datagrams) {
     if (longestTurn < kOthersTurn) {
         mSharedInARow = 0;
-    } else if (datagrams > 1) {
+    } else if (datagrams > 1 || longestTurn >= kLongTurn) {
         ++mSharedInARow;
     }
 }
 
-bool ReplyTimes::IsCpuShared() const {
-    return mSharedInARow >= kSharedInARow && mWaits % kTryAgainEvery != 0;
+bool ReplyTimes::IsCpuFree() const {
+    return mSharedInARow < kSharedInARow;
+}
+
+bool ReplyTimes::TriesAgain() const {
+    return mWaits % kTryAgainEvery == 0;
 }

@@ -2,11 +2,10 @@
 
 #include <chrono>
 
-#include <NxBase/NxApi.h>
-
 /// When to poll a socket for the next reply and when to sleep, learnt from how long the earlier
 /// ones took: waking up a sleeping thread may take longer than a near device takes to reply.
-class NX_API ReplyTimes {
+/// While another program uses this CPU, hardly any wait polls.
+class ReplyTimes {
   public:
     using Duration = std::chrono::steady_clock::duration;
 
@@ -21,20 +20,21 @@ class NX_API ReplyTimes {
     /// When the next wait polls because the reply may come at once; empty while replies come later.
     [[nodiscard]] Span AtOnce() const;
     /// When the next wait polls because a reply is usually due; empty when it is due so soon that
-    /// sleeping until then would hardly save CPU time.
+    /// polling for it would take a large part of the CPU's time.
     [[nodiscard]] Span WhenDue() const;
     /// @param waited from the start of the wait to the reply
     void Learn(Duration waited);
     /// After a wait that polled.
     /// @param longestTurn between asking the socket twice, with the CPU offered to others
-    /// @param datagrams sent since the reply before
+    /// @param datagrams sent since the reply before, repeated ones included
     void LearnFromPolling(Duration longestTurn, unsigned int datagrams);
 
   private:
-    [[nodiscard]] bool IsCpuShared() const;
+    [[nodiscard]] bool IsCpuFree() const;
+    [[nodiscard]] bool TriesAgain() const;
 
     unsigned int mLateInARow = 0;    ///< waits for which polling at once was too short
-    unsigned int mSharedInARow = 0;  ///< waits in which another program ran instead
+    unsigned int mSharedInARow = 0;  ///< waits in which something else ran instead
     unsigned int mWaits = 0;
     Duration mEarliest{0};  ///< of the latest replies; 0 before the first one
 };

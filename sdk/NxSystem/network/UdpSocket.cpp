@@ -132,8 +132,11 @@ NxResult UdpSocket::Receive(std::span<std::byte> buffer, Clock::time_point deadl
             if (longestTurn.count() > 0) {
                 mReplyTimes->LearnFromPolling(longestTurn, mSentInARow);
             }
-            mSentInARow = 0;
-            mReplyTimes->Learn((polls ? now : Clock::now()) - start);
+            // What is taken without waiting was there before, no reply to what was sent last.
+            if (deadline > start) {
+                mReplyTimes->Learn((polls ? now : Clock::now()) - start);
+                mSentInARow = 0;
+            }
             return NxResult();
         }
         if (!IsTransient(errno)) {

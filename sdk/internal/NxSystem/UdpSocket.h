@@ -7,7 +7,7 @@
 
 class ReplyTimes;
 
-/// A UDP socket of this computer, on a port of the system's choice.
+/// A UDP socket of this computer, on a port of the system's choice. For one thread at a time.
 class NX_API UdpSocket : public DatagramSocket {
   public:
     /// As many as are taken before something else is looked at: a sender may be faster than this
@@ -43,6 +43,6 @@ class NX_API UdpSocket : public DatagramSocket {
     int mDescriptor = -1;
     std::chrono::microseconds mBlockingLimit{0};
     std::unique_ptr<ReplyTimes> mReplyTimes;
-    unsigned int mSentInARow = 0;  ///< since something was received
+    unsigned int mSentInARow = 0;  ///< since a reply, repeated datagrams included
     std::string mInterfaceName;
 };

@@ -63,7 +63,7 @@ TEST(ReplyTimesTest, PollsWhenTheReplyIsDue) {
 TEST(ReplyTimesTest, ExpectsTheEarliestOfRepliesThatVary) {
     ReplyTimes times;
     for (int i = 0; i < 20; ++i) {
-        times.Learn(i % 2 == 0 ? 1100us : 1000us);
+        times.Learn(i % 2 == 0 ? 1400us : 1000us);
     }
     EXPECT_TRUE(times.WhenDue().Contains(1000us));
     times.Learn(5s);
@@ -81,8 +81,10 @@ TEST(ReplyTimesTest, FollowsADeviceThatBecomesSlowerForGood) {
 
 TEST(ReplyTimesTest, SleepsForRepliesThatAreDueTooSoonToSleepLong) {
     ReplyTimes times;
-    Learn(times, 10, 200us);
+    Learn(times, 10, 299us);
     EXPECT_EQ(Length(times.WhenDue()), 0us);
+    Learn(times, 100, 310us);
+    EXPECT_GT(Length(times.WhenDue()), 0us);
 }
 
 TEST(ReplyTimesTest, SleepsWhileAnotherProgramRunsOnThisCpu) {
@@ -107,6 +109,24 @@ TEST(ReplyTimesTest, SleepsUntilALateReplyWhileAnotherProgramRunsOnThisCpu) {
     times.LearnFromPolling(30us, 16);
     times.LearnFromPolling(30us, 16);
     EXPECT_EQ(Length(times.WhenDue()), 0us);
+}
+
+TEST(ReplyTimesTest, SleepsWhileABusyProgramTakesThisCpuForLong) {
+    ReplyTimes times;
+    Learn(times, 10, 1000us);
+    times.LearnFromPolling(3ms, 1);
+    times.LearnFromPolling(3ms, 1);
+    EXPECT_EQ(Length(times.WhenDue()), 0us);
+}
+
+TEST(ReplyTimesTest, TriesAgainWhetherRepliesAreLateOrTheCpuIsShared) {
+    for (int before = 0; before < 40; ++before) {
+        ReplyTimes times;
+        Learn(times, before, 20us);
+        times.LearnFromPolling(30us, 16);
+        times.LearnFromPolling(30us, 16);
+        EXPECT_GT(WaitsThatPollAtOnce(times, 320, 150us), 0) << before;
+    }
 }
 
 TEST(ReplyTimesTest, KeepsPollingAfterOneLongTurn) {
