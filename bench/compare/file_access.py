@@ -1,8 +1,9 @@
 """GigE Vision file access: the SDK, three clients made of Aravis, and a bare loop."""
 
+import contextlib
 import json
 
-from harness import BIN, CLIENT_CPU, DEVICE_CPU, Camera, aim, alternate, median, payload, run
+from harness import BIN, CLIENT_CPU, DEVICE_CPU, Camera, aim, alternate, busy, median, payload, run
 from tables import table
 
 TITLE = "GigE Vision file access"
@@ -21,6 +22,8 @@ LAYOUTS = {
     "little-endian": ((4096,), (0,)),
     "wide": ((4096,), (0,)),
 }
+# With another program on the client's CPU that never waits: layout, buffer and latencies.
+BESIDE_ANOTHER = ("plain", 4096, (0, 1000))
 # What the protocol needs beside the data: a WRITEREG and a READREG. Registers of 8 bytes do not fit
 # into these: the offset, the command and its end take a WRITEMEM or READMEM each.
 BESIDE_DATA = {"wide": 4}
@@ -39,10 +42,11 @@ def least_commands(layout, buffer):
     return -(-buffer // BLOCK) + BESIDE_DATA.get(layout, 2)
 
 
-def clients(layout):
+def clients(layout, cpus="different"):
     return [name for name in CLIENTS
             if (name != "resolved" or layout in WITH_RESOLVED)
-            and (not name.startswith("bare") or layout not in WITHOUT_BARE)]
+            and (not name.startswith("bare") or layout not in WITHOUT_BARE)
+            and (name != "bare-spin" or cpus != "busy")]  # Takes minutes there.
 
 
 def client_command(name, file, layout, buffer):
@@ -67,14 +71,16 @@ def counted(layout, buffer, name):
     return (total(writes[-1]) - total(writes[0])) / (len(writes) - 1)
 
 
-def timed(layout, buffer, latency, rounds, cpu):
+def timed(layout, buffer, latency, rounds, cpus):
     commands = least_commands(layout, buffer)
     chunks = max(4, round(SECONDS / (commands * (latency + 20) * 1e-6)))
     file = payload(chunks * buffer)
-    with Camera(*options(layout, buffer), "--latency", latency, cpu=cpu) as camera:
+    cpu = CLIENT_CPU if cpus == "same" else DEVICE_CPU
+    beside = busy() if cpus == "busy" else contextlib.nullcontext()
+    with Camera(*options(layout, buffer), "--latency", latency, cpu=cpu) as camera, beside:
         def contestant(name):
             return lambda: json.loads(run(client_command(name, file, layout, buffer)))
-        found = alternate(rounds, {name: contestant(name) for name in clients(layout)})
+        found = alternate(rounds, {name: contestant(name) for name in clients(layout, cpus)})
         if len(camera.events("file_close")) != rounds * len(found):
             raise RuntimeError("a file was not closed")
     return {"chunks": chunks,
@@ -87,14 +93,15 @@ def measure(rounds):
     for layout, (buffers, latencies) in LAYOUTS.items():
         for buffer in buffers:
             counts = {name: counted(layout, buffer, name) for name in clients(layout)}
-            cases = [(latency, DEVICE_CPU) for latency in latencies]
+            cases = [(latency, "different") for latency in latencies]
             if layout == "plain":
-                cases.append((0, CLIENT_CPU))
-            for latency, cpu in cases:
+                cases.append((0, "same"))
+            if (layout, buffer) == BESIDE_ANOTHER[:2]:
+                cases += [(latency, "busy") for latency in BESIDE_ANOTHER[2]]
+            for latency, cpus in cases:
                 row = {"layout": layout, "buffer": buffer, "latency": latency, "counts": counts,
-                       "least": least_commands(layout, buffer),
-                       "cpus": "same" if cpu == CLIENT_CPU else "different"}
-                row.update(timed(layout, buffer, latency, rounds, cpu))
+                       "least": least_commands(layout, buffer), "cpus": cpus}
+                row.update(timed(layout, buffer, latency, rounds, cpus))
                 print(f"{layout} {buffer} bytes, {latency} us, {row['cpus']} CPU: "
                       f"{row['seconds']['sdk'] / row['seconds']['lean']:.2f} x lean", flush=True)
                 rows.append(row)
@@ -109,6 +116,10 @@ def aims(result):
     found = []
     for row in result["rows"]:
         name = f"{row['layout']}, {row['buffer']} bytes"
+        if row["cpus"] == "busy":
+            found.append(aim(f"{name}, {row['latency']} us, busy CPU: time / lean Aravis client",
+                             ratio(row, "lean"), 1.0))
+            continue
         if (row["layout"], row["buffer"], row["latency"]) == ("plain", 4096, 0):
             found.append(aim(f"{name}, {row['cpus']} CPU: CPU time / lean Aravis client",
                              ratio(row, "lean", "cpu"), 0.75))

@@ -1,5 +1,6 @@
 """Cameras and clients as pinned processes, and what was measured with them."""
 
+import contextlib
 import json
 import os
 import pathlib
@@ -31,6 +32,17 @@ def measure(command, cpu=CLIENT_CPU, timeout=600):
     """Runs a program under bench-measure: its wall and CPU seconds and peak memory."""
     out = run([BIN / "bench-measure", *command], cpu, timeout)
     return json.loads(out.splitlines()[-1])
+
+
+@contextlib.contextmanager
+def busy(cpu=CLIENT_CPU):
+    """Another program that never waits runs on a CPU until the block ends."""
+    program = subprocess.Popen(pinned(["sh", "-c", "while :; do :; done"], cpu))
+    try:
+        yield
+    finally:
+        program.kill()
+        program.wait()
 
 
 class Camera:

@@ -20,9 +20,10 @@ constexpr microseconds kOthersTurn{4};
 // whoever sleeps gets it as soon as the reply is there.
 constexpr microseconds kLongTurn{200};
 constexpr unsigned int kSharedInARow = 2;
-// So often a wait polls all the same, to notice a sender that has become fast or a CPU that is
-// free.
-constexpr unsigned int kTryAgainEvery = 32;
+// So often a wait polls all the same, to notice a sender that has become fast, and a CPU that has
+// become free: asking for the second may take a whole turn, some milliseconds.
+constexpr unsigned int kTryLateEvery = 32;
+constexpr unsigned int kTrySharedEvery = 512;
 // The system wakes a thread up to 50 microseconds later than asked for, and waking itself usually
 // takes 20 to 50.
 constexpr microseconds kLead{100};
@@ -37,14 +38,13 @@ constexpr int kSlowness = 8;
 }  // namespace
 
 ReplyTimes::Span ReplyTimes::AtOnce() const {
-    const bool isWorthIt = mLateInARow < kLateInARow && IsCpuFree();
-    return isWorthIt || TriesAgain() ? Span{.until = kAtOnce} : Span();
+    const bool isWorthIt = mLateInARow < kLateInARow || mWaits % kTryLateEvery == 0;
+    return isWorthIt && MayPoll() ? Span{.until = kAtOnce} : Span();
 }
 
 ReplyTimes::Span ReplyTimes::WhenDue() const {
     const bool isWorthIt = mEarliest >= kShortestSleep + kLead;
-    return isWorthIt && (IsCpuFree() || TriesAgain()) ? Span{mEarliest - kLead, mEarliest + kJitter}
-                                                      : Span();
+    return isWorthIt && MayPoll() ? Span{mEarliest - kLead, mEarliest + kJitter} : Span();
 }
 
 void ReplyTimes::Learn(Duration waited) {
@@ -62,10 +62,6 @@ void ReplyTimes::LearnFromPolling(Duration longestTurn, unsigned int datagrams) 
     }
 }
 
-bool ReplyTimes::IsCpuFree() const {
-    return mSharedInARow < kSharedInARow;
-}
-
-bool ReplyTimes::TriesAgain() const {
-    return mWaits % kTryAgainEvery == 0;
+bool ReplyTimes::MayPoll() const {
+    return mSharedInARow < kSharedInARow || mWaits % kTrySharedEvery == 0;
 }

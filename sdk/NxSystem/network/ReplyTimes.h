@@ -30,8 +30,7 @@ class ReplyTimes {
     void LearnFromPolling(Duration longestTurn, unsigned int datagrams);
 
   private:
-    [[nodiscard]] bool IsCpuFree() const;
-    [[nodiscard]] bool TriesAgain() const;
+    [[nodiscard]] bool MayPoll() const;
 
     unsigned int mLateInARow = 0;    ///< waits for which polling at once was too short
     unsigned int mSharedInARow = 0;  ///< waits in which something else ran instead

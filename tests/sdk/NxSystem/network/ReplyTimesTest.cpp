@@ -94,10 +94,10 @@ TEST(ReplyTimesTest, SleepsWhileAnotherProgramRunsOnThisCpu) {
     EXPECT_GT(Length(times.AtOnce()), 0us);
     times.LearnFromPolling(30us, 16);
     times.LearnFromPolling(30us, 16);
-    const int polling = WaitsThatPollAtOnce(times, 320, 50us);
+    const int polling = WaitsThatPollAtOnce(times, 1200, 50us);
     // Some still do, to notice that the other one has gone.
     EXPECT_GT(polling, 0);
-    EXPECT_LE(polling, 10);
+    EXPECT_LE(polling, 5);
     times.LearnFromPolling(1us, 1);
     EXPECT_EQ(WaitsThatPollAtOnce(times, 320, 50us), 320);
 }
@@ -125,7 +125,7 @@ TEST(ReplyTimesTest, TriesAgainWhetherRepliesAreLateOrTheCpuIsShared) {
         Learn(times, before, 20us);
         times.LearnFromPolling(30us, 16);
         times.LearnFromPolling(30us, 16);
-        EXPECT_GT(WaitsThatPollAtOnce(times, 320, 150us), 0) << before;
+        EXPECT_GT(WaitsThatPollAtOnce(times, 1200, 150us), 0) << before;
     }
 }
 
