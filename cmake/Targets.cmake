@@ -96,6 +96,15 @@ function(mirsko_program name)
                                               COMPONENT ${arg_COMPONENT})
 endfunction()
 
+# mirsko_precompile(<target> <header>…)
+# Precompiles headers for clang. GCC takes longer to load nlohmann's or CLI11's, for each source whether
+# it uses them or not, than to compile what is used of them.
+function(mirsko_precompile target)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
 # mirsko_test(<name> LABEL <label> SOURCES … LIBRARIES … [ISOLATED] [JSON] [SERIAL] [SINGLE_THREADED])
 # A GoogleTest program; each of its tests is one CTest test. ISOLATED tests each run in network,
 # process and mount namespaces of their own (tests/isolated.sh). JSON gives the sources nlohmann's

@@ -3,6 +3,8 @@
 #include <optional>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 namespace simulator {
 
 namespace {

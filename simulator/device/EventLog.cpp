@@ -1,5 +1,9 @@
 #include "EventLog.h"
 
+#include <deque>
+
+#include <nlohmann/json.hpp>
+
 namespace simulator {
 
 namespace {
@@ -8,12 +12,23 @@ constexpr std::size_t kMaxKept = 10000;
 
 }  // namespace
 
-EventLog::EventLog() : mStart(std::chrono::steady_clock::now()) {}
+struct EventLog::Events {
+    std::deque<nlohmann::json> last;
+};
+
+EventLog::EventLog()
+    : mStart(std::chrono::steady_clock::now()), mEvents(std::make_unique<Events>()) {}
+
+EventLog::~EventLog() = default;
 
 bool EventLog::OpenFile(const std::string& path) {
     const std::lock_guard lock(mMutex);
     mFile.open(path, std::ios::app);
     return mFile.is_open();
+}
+
+void EventLog::Add(const std::string& name) {
+    Add(name, nlohmann::json::object());
 }
 
 void EventLog::Add(const std::string& name, nlohmann::json fields) {
@@ -26,15 +41,15 @@ void EventLog::Add(const std::string& name, nlohmann::json fields) {
         mFile << fields.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) << std::endl;
     }
     ++mCounts[name];
-    mEvents.push_back(std::move(fields));
-    if (mEvents.size() > kMaxKept) {
-        mEvents.pop_front();
+    mEvents->last.push_back(std::move(fields));
+    if (mEvents->last.size() > kMaxKept) {
+        mEvents->last.pop_front();
     }
 }
 
 std::vector<nlohmann::json> EventLog::All() const {
     const std::lock_guard lock(mMutex);
-    return {mEvents.begin(), mEvents.end()};
+    return {mEvents->last.begin(), mEvents->last.end()};
 }
 
 std::size_t EventLog::Count(const std::string& name) const {

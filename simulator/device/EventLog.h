@@ -1,14 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <deque>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace simulator {
 
@@ -18,20 +18,26 @@ namespace simulator {
 class EventLog {
   public:
     EventLog();
+    ~EventLog();
+    EventLog(const EventLog&) = delete;
+    EventLog& operator=(const EventLog&) = delete;
 
     /// Appends events to that file from now on. @return false when it cannot be opened
     [[nodiscard]] bool OpenFile(const std::string& path);
 
-    void Add(const std::string& name, nlohmann::json fields = nlohmann::json::object());
+    void Add(const std::string& name);
+    void Add(const std::string& name, nlohmann::json fields);
 
     [[nodiscard]] std::vector<nlohmann::json> All() const;
     /// Number of events of that name so far.
     [[nodiscard]] std::size_t Count(const std::string& name) const;
 
   private:
+    struct Events;
+
     const std::chrono::steady_clock::time_point mStart;
     mutable std::mutex mMutex;
-    std::deque<nlohmann::json> mEvents;
+    const std::unique_ptr<Events> mEvents;
     std::map<std::string, std::size_t> mCounts;
     std::ofstream mFile;
 };

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "simulator/gvcp/GvcpService.h"
 #include "simulator/tftp/server/DeviceTftp.h"
 

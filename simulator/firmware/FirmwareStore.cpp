@@ -6,6 +6,8 @@
 #include <fstream>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 namespace simulator {
 
 namespace {

@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "GvcpPacket.h"
 
 namespace simulator {

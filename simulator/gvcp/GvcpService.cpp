@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "GvcpPacket.h"
 
 namespace simulator {

@@ -5,8 +5,6 @@
 #include <memory>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include "Bus.h"
 #include "DeviceMemory.h"
 #include "FileOperations.h"

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <nlohmann/json.hpp>
+
 namespace simulator {
 
 FileAccess::FileAccess(FirmwareStore& firmware, EventLog& events, std::uint32_t shortWriteEvery,

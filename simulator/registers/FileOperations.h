@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "DeviceMemory.h"
 #include "FileAccess.h"

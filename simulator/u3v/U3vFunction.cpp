@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 #include "simulator/description/StoredDescription.h"
 #include "simulator/firmware/Crc32.h"
 #include "simulator/registers/FeatureAddresses.h"

@@ -1,5 +1,7 @@
 #include "DeviceTftp.h"
 
+#include <nlohmann/json.hpp>
+
 #include "simulator/device/DeviceProfile.h"
 #include "simulator/device/EventLog.h"
 

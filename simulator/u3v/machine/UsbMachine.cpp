@@ -10,6 +10,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <nlohmann/json.hpp>
+
 namespace simulator {
 
 namespace {
