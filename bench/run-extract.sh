@@ -7,10 +7,10 @@
 # member; 1 it does not; 2 something is missing.
 set -eu
 repository=$(dirname "$(dirname "$(readlink -f "$0")")")
-build=$(readlink -f "${1:-$repository/build/bench}")
+build=$(readlink -m "${1:-$repository/build/bench}")
 rounds=${2:-7}
 program=$build/bin/bench-extract
-[ -x "$program" ] || { echo "no $program: cmake --build --preset bench" >&2; exit 2; }
+[ -x "$program" ] || { echo "no $program: cmake --preset bench && cmake --build --preset bench" >&2; exit 2; }
 for tool in zip unzip python3; do
     command -v "$tool" >/dev/null || { echo "needs $tool" >&2; exit 2; }
 done

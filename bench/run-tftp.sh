@@ -17,7 +17,7 @@ rounds=${3:-5}
 json=()
 [ -z "${4:-}" ] || json=(--json "$4")
 program=$PWD/build/bench/bin/bench-tftp
-[ -x "$program" ] || { echo "Run cmake --build --preset bench first" >&2; exit 2; }
+[ -x "$program" ] || { echo "Run cmake --preset bench && cmake --build --preset bench first" >&2; exit 2; }
 peers=$PWD/build/peers
 
 # tftpd-hpa resolves its address only where some interface has one that is not 127.x.

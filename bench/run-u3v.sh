@@ -2,13 +2,18 @@
 # Throughput of an update over USB3 Vision, against a plain Aravis client in the same emulated bed.
 # MB/s, medians of five alternating rounds; the last columns are ratios. The target is 0.9 in the column
 # sdk/aravis, the same file operations by both; sdk/bus shows what those operations cost beside the
-# bytes alone. Exit status: 0 the target is met in every row, 1 it is missed in one (marked MISSED).
+# bytes alone. Exit status: 0 the target is met in every row, 1 it is missed in one (marked MISSED),
+# 2 something is missing.
 # Everything runs on one CPU: each command goes to and fro between two processes, and where these are
 # put decides over a factor of three otherwise.
 #   bench/run-u3v.sh [MEBIBYTES]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bin=build/bench/bin
+[ -x "$bin/bench-u3v" ] || {
+    echo "Run cmake --preset bench && cmake --build --preset bench first" >&2
+    exit 2
+}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 guid=$("$bin/mirsko-simulator" --u3v -- "$bin/mirsko-devices" | grep --only-matching 'u3v:[0-9A-F]*')

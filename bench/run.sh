@@ -32,6 +32,10 @@ while [ $# -gt 0 ]; do
         priority=(chrt --rr 1)
         shift
         ;;
+    -h | --help)
+        sed -n '2,/^set/s/^# \{0,1\}//p' "$0"
+        exit 0
+        ;;
     -*)
         echo "unknown option $1" >&2
         exit 2
@@ -43,7 +47,7 @@ all=(file_access tftp usb3_vision connecting whole_tool discovery unpacking node
 [ $# -gt 0 ] || set -- "${all[@]}"
 for name in "$@"; do
     [[ " ${all[*]} " == *" $name "* ]] || {
-        echo "unknown comparison $name" >&2
+        echo "unknown comparison $name; options come before names" >&2
         exit 2
     }
 done

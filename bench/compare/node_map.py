@@ -14,7 +14,7 @@ def measure(_):
 
 
 def aims(result):
-    return [aim("milliseconds", result["ours_ms"], 50),
+    return [aim("SDK, ms", result["ours_ms"], 50),
             aim("time / Aravis", result["ours_ms"] / result["aravis_ms"], 0.5)]
 
 

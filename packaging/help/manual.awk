@@ -4,7 +4,7 @@
 function roff(text) {
     gsub(/\\/, "\\e", text)
     gsub(/-/, "\\-", text)
-    return text ~ /^[.']/ ? "\\\\&" text : text
+    return text ~ /^[.']/ ? "\\&" text : text
 }
 function add(place, text) { part[place] = part[place] text "\n" }
 
@@ -84,6 +84,7 @@ is_list && !in_command { next }
     if (match(line, /  +/)) {
         text = substr(line, RSTART + RLENGTH)
         line = substr(line, 1, RSTART - 1)
+        sub(/^\.\.\. +/, "", text)  # of a positional that may be repeated
     }
     skipped = in_command && line ~ /^(-h,|--help-all)/
     if (!skipped) entry(place, line, text)

@@ -30,7 +30,7 @@ for program in MirskoFirmwareUpdater mirsko-devices mirsko-package mirsko-simula
             status=1
         }
     done
-    ! grep '^@.*@$' <<<"$manual" || {
+    ! grep --extended-regexp '^@.*@$|^(\\\\|\\&)' <<<"$manual" || {
         echo "The manual page of $program is not complete" >&2
         status=1
     }
