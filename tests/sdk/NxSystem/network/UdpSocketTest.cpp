@@ -60,15 +60,20 @@ void ReceiveWhatComesMeanwhile(UdpSocket& receiver) {
     EXPECT_EQ(buffer[0], sent[0]);
 }
 
-// How long it takes until nothing has come within that time.
-UdpSocket::Clock::duration TimeOut(UdpSocket& socket, UdpSocket::Clock::duration time) {
+bool TimesOut(UdpSocket& socket, UdpSocket::Clock::duration time) {
     std::array<std::byte, 16> buffer{};
     std::size_t length = 0;
     Endpoint from;
     bool timedOut = false;
+    EXPECT_TRUE(
+        socket.Receive(buffer, UdpSocket::Clock::now() + time, length, from, timedOut).IsOK());
+    return timedOut;
+}
+
+// How long it takes until nothing has come within that time.
+UdpSocket::Clock::duration TimeOut(UdpSocket& socket, UdpSocket::Clock::duration time) {
     const auto start = UdpSocket::Clock::now();
-    EXPECT_TRUE(socket.Receive(buffer, start + time, length, from, timedOut).IsOK());
-    EXPECT_TRUE(timedOut);
+    EXPECT_TRUE(TimesOut(socket, time));
     return UdpSocket::Clock::now() - start;
 }
 
@@ -83,13 +88,7 @@ void ReceiveReplies(UdpSocket& receiver, int replies, std::chrono::milliseconds 
         }
     });
     for (int i = 0; i < replies; ++i) {
-        std::array<std::byte, 16> buffer{};
-        std::size_t length = 0;
-        Endpoint from;
-        bool timedOut = false;
-        EXPECT_TRUE(
-            receiver.Receive(buffer, UdpSocket::Clock::now() + 10s, length, from, timedOut).IsOK());
-        EXPECT_FALSE(timedOut);
+        EXPECT_FALSE(TimesOut(receiver, 10s));
     }
     device.join();
 }
